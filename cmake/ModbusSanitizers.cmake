@@ -1,0 +1,6 @@
+# MODBUS_SANITIZE: sanitizers for everything that is built, as in -fsanitize=...
+set(MODBUS_SANITIZE "" CACHE STRING "Sanitizers, for example address,undefined or thread")
+if(MODBUS_SANITIZE)
+    add_compile_options(-fsanitize=${MODBUS_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer -g)
+    add_link_options(-fsanitize=${MODBUS_SANITIZE})
+endif()

@@ -1,0 +1,214 @@
+/**
+ * @file
+ * The entry points that a host resolves from `libmodbus_rtu_master.so.1`.
+ *
+ * A host loads the library, resolves these eighteen names (C linkage) and calls
+ * them in three phases: editor calls at any time, start-up calls while nothing
+ * is polled, run-time calls while its poll loop runs. No call throws. Null
+ * pointers are tolerated everywhere: what cannot be read counts as empty, what
+ * cannot be written is left out.
+ *
+ * Threads. The editor calls may come from any thread. The start-up calls must
+ * not overlap polling. intf_getSendFrame() and intf_dealRcvFrame() belong to
+ * one thread, the host's poll thread; intf_setData(), intf_getData() and
+ * intf_addConditionRead() may come from any thread beside it. The value-change
+ * callback is called on the thread that is inside the driver, outside every
+ * lock of the driver, and may call the driver again.
+ *
+ * Results of the calls that report success: 1 done, 0 nothing done, unless a
+ * call says otherwise. All integers are 32-bit signed.
+ */
+#ifndef MODBUS_RTU_INTERFACE_H
+#define MODBUS_RTU_INTERFACE_H
+
+#include "modbus_rtu_records.h"
+
+#include <QtCore/QByteArray>
+#include <QtCore/QList>
+#include <QtCore/QMutex>
+#include <QtCore/QString>
+#include <QtCore/QVector>
+
+#if defined(__GNUC__)
+#define MODBUS_RTU_EXPORT __attribute__((visibility("default")))
+#else
+#define MODBUS_RTU_EXPORT
+#endif
+
+/**
+ * The host's value-change callback. Its result is ignored.
+ *
+ * Ordinary reports carry the link id, the station, the register type and the
+ * zero-based address of the item whose value changed: a bit of a register comes
+ * with the type plus "_bit" and register x 16 + bit, a 32-bit value with the
+ * type plus "_double" and its lower register. A recipe read reports each word
+ * as (0, -1, "RWI", word index in the host buffer). The end of a condition read
+ * is (-1, -1, "-1", 0), or -1 as the address when it failed.
+ *
+ * @param regType lives for the duration of the call only
+ */
+typedef int (*ValueChangeCallBack)(int linkId, int station, QString *regType, int address);
+
+extern "C" {
+
+/** Writes 0, the protocol family code of this driver, to @p type. */
+MODBUS_RTU_EXPORT void intf_getProtocolType(int *type);
+
+/**
+ * Writes the default connection parameters: 18 comma-separated fields, among
+ * them baud rate, data bits, parity, stop bits, the driver name and the eight
+ * register type names.
+ */
+MODBUS_RTU_EXPORT void intf_getDriverParameter(QString *out);
+
+/** Writes "0_0": the driver has no property page of its own. */
+MODBUS_RTU_EXPORT void intf_getDriverPropertyPage(QString *out);
+
+/** Writes the empty string. */
+MODBUS_RTU_EXPORT void intf_SetDriverPropertyPage(QString *out);
+
+/** Stores the callback; the latest one wins. Null switches reports off. */
+MODBUS_RTU_EXPORT void intf_setAddrValueChangeCallBack(ValueChangeCallBack callBack);
+
+/**
+ * Configures and resets the driver: empties the read plan, the queues, the
+ * cache and the frames in flight.
+ *
+ * @param hostArea byte block of at least 60117 bytes; byte 60115 is the block
+ *        write request, byte 60116 the block read request (1 = requested). Null
+ *        when the host does no block transfers. Borrowed.
+ * @param hostArg stored, never read
+ * @param hostWordBuffer 16-bit words, low byte first, of the block transfers;
+ *        every row's hostOffset + count must lie inside. Borrowed.
+ * @param status always set to 0
+ * @param property Latin-1 text "linkId#localWriteOnly#spare#retryLimit#maxReadWords"
+ *        with an optional sixth field "doubleSwapMode_station,station,...". With
+ *        fewer than five fields the earlier settings stay.
+ * @param hostMutex guards the two request bytes; the driver locks it only
+ *        around reading and clearing them. Null means no block transfers. Borrowed.
+ * @return 1
+ */
+MODBUS_RTU_EXPORT int intf_initProperty(void *hostArea, int hostArg, void *hostWordBuffer, int *status,
+                                        const char *property, QMutex *hostMutex);
+
+/**
+ * Checks a typed-in address for an object of known kind.
+ *
+ * @param count consecutive elements: bits for bit types, registers otherwise
+ * @param objectKind 0 for a bit object, anything else for a word object
+ * @param outAddress the zero-based address; meaningful on result 0 only
+ * @return 0 valid, 1 type does not fit the object, 2 out of range, 3 unknown
+ *         type, 4 not an address in the type's notation, 5 a 32-bit type with
+ *         count 1
+ */
+MODBUS_RTU_EXPORT int intf_checkAddrValidity(QString *regType, QString *addressText, int *outAddress, int count,
+                                             int objectKind);
+
+/**
+ * Checks an address together with the object's data format and access.
+ *
+ * @param dataFormat the host's format code, -1 for a bit object
+ * @param accessMode 1 and 2 mean that the object writes to the address
+ * @return as intf_checkAddrValidity(), 5 meaning a 32-bit type with a format
+ *         other than 1, 3, 5, 6, 9; also 6 write access to a read-only type, 14
+ *         a 32-bit type with format 9 and count 1, 16 address text too long
+ */
+MODBUS_RTU_EXPORT int intf_checkAddr(QString *regType, QString *addressText, int *outAddress, int dataFormat,
+                                     int count, int accessMode);
+
+/**
+ * Appends the register types for a bit object (0) or a word object (1).
+ *
+ * @return 1, or 0 for any other request type (nothing appended)
+ */
+MODBUS_RTU_EXPORT int intf_getRegListByType(unsigned int requestType, QList<QString> *list);
+
+/**
+ * Appends five texts that describe a register type: notation, lowest address,
+ * highest address, width ("0" bit, "1" register, "2" 32-bit value), writable
+ * flag. Nothing is appended for an unknown type.
+ *
+ * @return 1 for "4x_double" and 0 for every other type, known or not: judge
+ *         success by the list having grown
+ */
+MODBUS_RTU_EXPORT int intf_getRegDiscription(QString *regType, QList<QString> *list);
+
+/**
+ * Steps an address for copied screen objects. Appends one text and one
+ * zero-based address a copy; copies past the end of the address space are set
+ * to its last element.
+ *
+ * @param startAddress zero-based address of the first copy
+ * @param increment step in the type's own unit (bits or registers)
+ * @return 0 unknown type, 1 all inside, 2 at least one copy was clamped
+ */
+MODBUS_RTU_EXPORT int intf_multiCopy(QString *regType, int startAddress, int copies, int increment,
+                                     QVector<QString> *texts, QVector<int> *addresses);
+
+/**
+ * Registers the recipe rows of this link and merges them into blocks.
+ *
+ * @return number of rows registered; with 0 the earlier blocks stay
+ */
+MODBUS_RTU_EXPORT int intf_setRcpAddress(QVector<_RCP_VAR_PRO> *rows);
+
+/**
+ * Builds the cyclic read plan from the addresses that the host watches and
+ * marks which elements changes are reported for. The list is not changed.
+ *
+ * @return number of read requests in the plan
+ */
+MODBUS_RTU_EXPORT int intf_addrMerge(QList<KEY_ADDRESS> *keys);
+
+/**
+ * Queues a one-off read of one address range.
+ *
+ * @param userData tag carried with the request
+ * @return 1
+ */
+MODBUS_RTU_EXPORT int intf_addConditionRead(KEY_ADDRESS *key, int userData);
+
+/**
+ * Hands out the next request frame; the same one again until
+ * intf_dealRcvFrame() has judged its reply.
+ *
+ * @return 1 when @p out holds a frame, 0 when there is nothing to send
+ */
+MODBUS_RTU_EXPORT int intf_getSendFrame(FRAME_PRO *out);
+
+/**
+ * Judges and decodes the reply to the frame that intf_getSendFrame() gave.
+ *
+ * @param reply the bytes received, empty on a time-out. The read half of a bit
+ *        write works on these bytes in place.
+ * @param information set to the empty string, or to the error text on result 2
+ * @return 0 no request pending; 1 good reply, ask for the next frame; 8 bad or
+ *         missing reply, send the same frame again; 2 given up
+ */
+MODBUS_RTU_EXPORT int intf_dealRcvFrame(QByteArray *reply, QString *information);
+
+/**
+ * Reads values out of the cache, without any traffic.
+ *
+ * @param count bits for bit types, registers otherwise
+ * @param out one byte a bit; two bytes a register, low byte first; four bytes a
+ *        32-bit value, low byte first
+ * @return 1; unknown types write nothing
+ */
+MODBUS_RTU_EXPORT int intf_getData(int station, QString *regType, int address, int count, unsigned char *out);
+
+/**
+ * Shows a value in the cache at once and queues its write to the slave.
+ *
+ * @param data one byte a bit (1 on, anything else off); two bytes a register,
+ *        low byte first; four bytes a 32-bit value, low byte first. For
+ *        "4x_bit" the buffer must hold 2 x @p count bytes.
+ * @param userData tag carried with the request
+ * @return 1
+ */
+MODBUS_RTU_EXPORT int intf_setData(int station, QString *regType, int address, int count, unsigned char *data,
+                                   int userData);
+
+} // extern "C"
+
+#endif
