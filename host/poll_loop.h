@@ -1,0 +1,114 @@
+/**
+ * @file
+ * The poll loop: frames from the driver to the line, replies back to the driver.
+ *
+ * Use from a program of its own:
+ * @code
+ *   rtu::DriverLibrary driver(path);
+ *   driver.initProperty(nullptr, 0, nullptr, &status, "1#0#0#3#120", nullptr);
+ *   driver.addrMerge(&keys);
+ *   rtu::SerialLine line("/dev/ttyUSB0", parameters);
+ *   rtu::PollLoop loop(driver, line, settings);
+ *   loop.addObserver([](const rtu::Transaction &t) { ... });
+ *   loop.step();          // one frame, or
+ *   loop.run();           // frames until stop() is called from another thread
+ * @endcode
+ */
+#ifndef RTU_HOST_POLL_LOOP_H
+#define RTU_HOST_POLL_LOOP_H
+
+#include "driver_library.h"
+#include "line.h"
+#include "line_timing.h"
+#include "transaction.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+#include <vector>
+
+namespace rtu {
+
+struct PollSettings
+{
+    LineTiming timing;
+    Duration replyTimeout = std::chrono::milliseconds(1000); ///< from the end of the request to the first byte
+    Duration broadcastDelay = std::chrono::milliseconds(100); ///< time that slaves get to act on a broadcast
+    Duration lateReplyGuard = std::chrono::milliseconds(1000); ///< see PollLoop::awaitLateReply()
+    Duration reopenInterval = std::chrono::milliseconds(500); ///< pause between tries to open a lost port
+    Duration cycleInterval{0}; ///< run(): start of one round of the cyclic plan to the start of the next
+    int cycleLength = 0;       ///< run(): frames in a round, the result of intf_addrMerge()
+    bool removeEcho = false;   ///< the adapter hears itself: drop the request in front of the reply
+};
+
+/** What a step did. */
+enum class StepResult {
+    Idle,    ///< the driver has nothing to send
+    Done,    ///< one frame was sent and judged
+    NoPort,  ///< the port is not there; nothing was sent
+    Stopped  ///< stop() was called
+};
+
+class PollLoop
+{
+public:
+    using Observer = std::function<void(const Transaction &)>;
+    using PortObserver = std::function<void(bool open)>;
+
+    PollLoop(DriverLibrary &driver, Line &line, const PollSettings &settings);
+
+    /** Observers are called on the polling thread after each frame. Add them before polling. */
+    void addObserver(Observer observer) { m_observers.push_back(std::move(observer)); }
+
+    /** Called when the port is lost and when it is back. */
+    void setPortObserver(PortObserver observer) { m_portObserver = std::move(observer); }
+
+    /** Sends one frame and hands its reply to the driver. */
+    StepResult step();
+
+    /** Steps until stop(); keeps to the cycle interval and waits while there is nothing to send. */
+    void run();
+
+    /** From any thread: ends run() and the waits of a step. */
+    void stop();
+
+    /** From any thread: there is something new to send (after intf_setData() and the like). */
+    void wake();
+
+    const PollSettings &settings() const { return m_settings; }
+
+private:
+    bool openPort();
+    void waitForSilence();
+    void awaitLateReply();
+    bool send();
+    void collectReply();
+    void drainAfterTimeout();
+    void handOver();
+    void checkAcceptedReply();
+    void notify();
+    void rest(Duration time);
+    bool stopping() const { return m_stopping.load(std::memory_order_relaxed); }
+
+    DriverLibrary &m_driver;
+    Line &m_line;
+    PollSettings m_settings;
+    std::vector<Observer> m_observers;
+    PortObserver m_portObserver;
+    FRAME_PRO m_frame;
+    Transaction m_transaction;
+    TimePoint m_quietSince;       ///< the line has been silent from here on
+    bool m_resend = false;        ///< the driver asked for the same frame again
+    bool m_unanswered = false;    ///< an attempt of the frame in flight got no answer at all
+    bool m_expectLate = false;    ///< such an attempt may still be answered
+    bool m_portOpen = false;
+    std::atomic<bool> m_stopping{false};
+    std::mutex m_mutex;
+    std::condition_variable m_wakeUp;
+    bool m_woken = false;
+};
+
+} // namespace rtu
+
+#endif
