@@ -31,8 +31,8 @@ public:
     /**
      * Loads the library and resolves the entry points.
      *
-     * @param wanted a path, or empty to search: RTU_DRIVER in the environment,
-     *        beside the executable, its sibling lib folders, then the system
+     * @param wanted a file or folder, or empty to search: beside the executable,
+     *        in the lib folders next to it, then where the system looks
      * @throws std::runtime_error that says what is missing where
      */
     explicit DriverLibrary(const std::string &wanted = std::string());

@@ -7,6 +7,8 @@
 
 #include "line.h"
 
+#include <cstdint>
+
 namespace rtu {
 
 /** The line parameters of a port. */

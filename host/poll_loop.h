@@ -20,12 +20,14 @@
 #include "driver_library.h"
 #include "line.h"
 #include "line_timing.h"
+#include "reply_collector.h"
 #include "transaction.h"
 
 #include <atomic>
 #include <condition_variable>
 #include <functional>
 #include <mutex>
+#include <set>
 #include <vector>
 
 namespace rtu {
@@ -64,6 +66,9 @@ public:
     /** Called when the port is lost and when it is back. */
     void setPortObserver(PortObserver observer) { m_portObserver = std::move(observer); }
 
+    /** Called by run() after each round of the cyclic plan; false ends run(). */
+    void setRoundObserver(std::function<bool()> observer) { m_roundObserver = std::move(observer); }
+
     /** Sends one frame and hands its reply to the driver. */
     StepResult step();
 
@@ -72,6 +77,9 @@ public:
 
     /** From any thread: ends run() and the waits of a step. */
     void stop();
+
+    /** After stop(): steps and runs are possible again. */
+    void restart();
 
     /** From any thread: there is something new to send (after intf_setData() and the like). */
     void wake();
@@ -84,11 +92,10 @@ private:
     void awaitLateReply();
     bool send();
     void collectReply();
-    void drainAfterTimeout();
     void handOver();
-    void checkAcceptedReply();
     void notify();
-    void rest(Duration time);
+    void rest(TimePoint until);
+    bool endsCyclicRead() const;
     bool stopping() const { return m_stopping.load(std::memory_order_relaxed); }
 
     DriverLibrary &m_driver;
@@ -96,12 +103,15 @@ private:
     PollSettings m_settings;
     std::vector<Observer> m_observers;
     PortObserver m_portObserver;
+    std::function<bool()> m_roundObserver;
+    ReplyCollector m_collector;
     FRAME_PRO m_frame;
     Transaction m_transaction;
     TimePoint m_quietSince;       ///< the line has been silent from here on
     bool m_resend = false;        ///< the driver asked for the same frame again
     bool m_unanswered = false;    ///< an attempt of the frame in flight got no answer at all
     bool m_expectLate = false;    ///< such an attempt may still be answered
+    std::set<int> m_muteStations; ///< stations that were listened for in vain
     bool m_portOpen = false;
     std::atomic<bool> m_stopping{false};
     std::mutex m_mutex;

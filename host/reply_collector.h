@@ -1,0 +1,62 @@
+/**
+ * @file
+ * Takes one reply off the line and knows when it has ended.
+ *
+ * The expected length is known, so the usual reply costs three wake-ups, however
+ * long it is: its first byte, the moment an exception reply would be complete,
+ * and its end. In between the collector sleeps.
+ */
+#ifndef RTU_HOST_REPLY_COLLECTOR_H
+#define RTU_HOST_REPLY_COLLECTOR_H
+
+#include "line_timing.h"
+#include "transaction.h"
+
+#include <cstddef>
+
+namespace rtu {
+
+class ReplyCollector
+{
+public:
+    ReplyCollector(Line &line, const LineTiming &timing, Duration replyTimeout, bool removeEcho);
+
+    /**
+     * Collects the reply to @p transaction.request, of which expectedReply and
+     * requestEnd are set. Fills reply, end, firstByte, finished, echoRemoved.
+     */
+    void collect(Transaction &transaction);
+
+private:
+    enum { Capacity = 2048 };
+
+    std::size_t payload() const { return m_size - m_skip; }
+    const unsigned char *payloadBytes() const { return m_bytes + m_skip; }
+    bool complete() const;
+    bool exceptionReply() const;
+    TimePoint deadline() const;
+    TimePoint wakeUpTime() const;
+    void sleepThroughReply();
+    void matchEcho();
+    void finish(ReplyEnd end);
+    ReplyEnd take();
+
+    Line &m_line;
+    LineTiming m_timing;
+    Duration m_replyTimeout;
+    bool m_removeEcho;
+
+    Transaction *m_transaction = nullptr;
+    unsigned char m_bytes[Capacity]; ///< as received, the echo in front
+    std::size_t m_size = 0;
+    std::size_t m_skip = 0;          ///< length of the echo in m_bytes
+    bool m_echoPending = false;      ///< the echo is not complete yet
+    bool m_replyBegun = false;
+    TimePoint m_begin;               ///< when the first bytes of the reply were read
+    std::size_t m_atBegin = 0;       ///< and how many they were
+    TimePoint m_lastByte;
+};
+
+} // namespace rtu
+
+#endif
