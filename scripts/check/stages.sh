@@ -1,0 +1,72 @@
+# The stages of ./check: for each a purpose and a function stage_NAME. Read by
+# ./check, which supplies the counting.
+
+all_stages=(release sanitize thread)
+
+declare -A stage_purpose=(
+    [release]="Qt 5, g++, optimised: all tests"
+    [sanitize]="Qt 5, g++, address and undefined-behaviour sanitizers: all tests"
+    [thread]="Qt 5, g++, thread sanitizer: the tests labelled 'threads'"
+)
+
+# The options that the sanitizers read at run time; set for the tests only, the
+# compilers' own leaks are none of our business.
+sanitizer_options=(
+    ASAN_OPTIONS=detect_leaks=1:strict_string_checks=1:detect_stack_use_after_return=1:abort_on_error=0
+    UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1
+    TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
+)
+
+install_for()
+{
+    prepare "install" scripts/install-dependencies "$@"
+}
+
+# with_environment NAME=VALUE... -- COMMAND...: the variables reach the tests
+# that COMMAND runs, and nothing else.
+with_environment()
+{
+    local test_environment=()
+    while [ "$1" != -- ]; do
+        test_environment+=("$1")
+        shift
+    done
+    shift
+    "$@"
+}
+
+# build_preset PRESET [cmake --build argument...]
+build_preset()
+{
+    local preset=$1
+    shift
+    prepare "configure $preset" cmake --preset "$preset" || return 1
+    prepare "build $preset" cmake --build --preset "$preset" -j "$jobs" "$@"
+}
+
+# whole_preset PRESET: builds everything and runs every test.
+whole_preset()
+{
+    build_preset "$1" || return 1
+    run_tests "build/$1"
+}
+
+stage_release()
+{
+    install_for build host demo test || return 1
+    whole_preset release
+}
+
+stage_sanitize()
+{
+    install_for build host demo test || return 1
+    build_preset sanitize || return 1
+    with_environment "${sanitizer_options[@]}" -- run_tests build/sanitize
+}
+
+stage_thread()
+{
+    install_for build host demo test || return 1
+    build_preset thread --target thread_tests || return 1
+    with_environment "${sanitizer_options[@]}" -- run_tests build/thread -L threads
+}
