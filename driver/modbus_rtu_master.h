@@ -22,6 +22,8 @@
 
 #include <QtCore/QStringList>
 
+#include <vector>
+
 /** What the transaction in flight is; values of Modbus_rtu_master::sendState. */
 enum SendState {
     NothingSent = 0,
@@ -40,6 +42,11 @@ enum ReplyVerdict { NothingPending = 0, ReplyAccepted = 1, RequestGivenUp = 2, S
 
 /** Second argument of Modbus_rtu_master::addrMerge(). */
 enum MergeMode { PollMerge = 1, RecipeMerge = 2 };
+
+class AreaWalker;
+class ReplyBytes;
+struct MergeItem;
+struct MonitorRoles;
 
 class Modbus_rtu_master
 {
@@ -163,7 +170,7 @@ public:
     int maxReadWords;                ///< property field 4; largest merged block
     unsigned char *hostArea;         ///< host block with the two request bytes; borrowed
     int hostArg;                     ///< stored, never read
-    unsigned short *hostWordBuffer;  ///< recipe values of the host; borrowed
+    unsigned char *hostWordBuffer;   ///< 16-bit words of recipe values, low byte first; any alignment; borrowed
     QMutex *hostMutex;               ///< the host's mutex over the request bytes; borrowed
     QList<VARIABLE> cyclicReadList;  ///< cyclic plan, served round robin
     QList<VARIABLE> writeList;       ///< pending writes, the first in flight; at most 513
@@ -196,22 +203,71 @@ private:
 
     friend class AreaWalker;
 
-    /** True when doubles of this station travel low word first. */
+    void configure(const char *property);
     bool swapsDoubleWords(int station) const;
 
-    void configure(const char *property);
-    bool selectTransaction(int blockRequest);
-    bool selectBlockTransfer(int withData);
-    bool rebuildTransaction();
-    bool selectPolling();
-    void finishCondition();
-    void finishBlockTransfer();
-    void clearBlockRequest(int offset);
+    void reportWordChange(const MonitorRoles &roles, int oldValue, int newValue, int station, const QString &regType,
+                          int address, int noBits);
+
+    std::vector<MergeItem> pollBlocks(std::vector<MergeItem> items) const;
+    void mergeRecipeRows();
+    void queueConditionRead(const KEY_ADDRESS &key, int startAddr, int count, int userData);
+
+    void queueWrite(int station, const QString &regType, int address, int count, const unsigned char *data, int tag);
+    void showWrittenCoil(AreaWalker &areas, int address, int value);
+    void showWrittenRegister(AreaWalker &areas, int address, int value);
+    void showWrittenBit(AreaWalker &areas, int bitAddress, bool on, bool keepsOtherByte);
+    void recordBitWrite(AreaWalker &areas, int bitAddress, int startAddr, int count);
+    int queuedBitWrites(int station, int startAddr, int count);
+    void settleCoilWrite(AreaWalker &areas, int address, bool confirmed);
+    void settleRegisterWrite(AreaWalker &areas, int address, bool confirmed);
+    void settleBitWrite(AreaWalker &areas, int bitAddress, bool confirmed);
+
+    /** What the host asks for through its two request bytes; a write wins over a read. */
+    enum BlockRequest { NoBlock, BlockWrite, BlockRead };
+
+    BlockRequest blockRequest() const;
+    void clearBlockRequest(BlockRequest request);
+    void selectTransaction(BlockRequest request);
+    void selectBlock(BlockRequest request);
+    void selectPolling();
+    void buildFrames();
+    void finishWrite();
+    void finishConditionRead();
+    void finishBlock(BlockRequest request);
 
     int finishGoodRead(QByteArray &received);
     int finishGoodWrite();
+    int retireHeadFrame();
     int giveUp(const QByteArray &received, QString &errorText);
-    void retireHeadFrame();
+    void markFailed(const VARIABLE &var, int dataLen);
+
+    void unpackReply(QByteArray &received, int dataStart, int dataLen, const VARIABLE &var);
+    void unpackRegisters(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply, bool keepsWritten);
+    void takeRegister(AreaWalker &areas, int address, int value, bool keepsWritten);
+    void unpackCoils(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply);
+    void takeCoil(AreaWalker &areas, int address, int value);
+    void fillBitWrite(QByteArray &received, int dataStart, int dataLen, const VARIABLE &var);
+
+    /** Registered rows first to last - 1 of one recipe block. */
+    struct RecipeRows
+    {
+        QVector<_RCP_VAR_PRO> rows; ///< shares the registered rows: a callback may register anew
+        int first;
+        int last;
+
+        RecipeRows()
+            : first(0)
+            , last(0)
+        {
+        }
+    };
+
+    RecipeRows recipeRowsInTransfer() const;
+    void unpackRecipeRows(const RecipeRows &found, const QString &regType, const ReplyBytes &reply);
+    void storeRecipeWords(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply);
+    void storeRecipeDouble(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply);
+    void reportRecipeWord(int word);
 
     DataAreaIndex areaPositions; ///< where the areas of dataAreas are
 };

@@ -1,0 +1,53 @@
+#include "address/descriptions.h"
+
+#include "address/register_types.h"
+
+namespace {
+
+struct Description
+{
+    const char *notation;
+    const char *lowest;
+    const char *highest;
+    const char *width;
+};
+
+/** By RegisterUnit. The width is "0" for a bit, "1" for a register, "2" for a 32-bit value. */
+const Description descriptions[] = {
+    {"ddddd", "1", "65536", "0"},                        // CoilUnit
+    {"ddddd", "1", "65536", "1"},                        // WordUnit
+    {"ddddd.DD (DD:0~15)", "1.0", "65536.15", "0"},      // RegisterBitUnit
+    {"ddddd", "1", "65535", "2"},                        // DoubleUnit
+};
+
+} // namespace
+
+int listRegisterTypes(unsigned int requestType, QList<QString> &list)
+{
+    if (requestType > 1)
+        return 0;
+    const bool wantsBits = requestType == 0;
+    for (int i = 0; i < RegisterTypeCount; ++i) {
+        const RegisterType &type = registerTypes()[i];
+        if (isBitType(type) == wantsBits)
+            list.append(registerTypeText(type));
+    }
+    return 1;
+}
+
+int describeRegisterType(const QString &regType, QList<QString> &list)
+{
+    const RegisterType *type = findRegisterType(regType);
+    if (!type)
+        return 0;
+    const Description &description = descriptions[type->unit];
+    list.append(QLatin1String(description.notation));
+    list.append(QLatin1String(description.lowest));
+    list.append(QLatin1String(description.highest));
+    list.append(QLatin1String(description.width));
+    list.append(QLatin1String(type->writable ? "1" : "0"));
+
+    // Only the last type of the table counts as a success: hosts are built
+    // around this result and look at the list instead.
+    return regType == QLatin1String("4x_double") ? 1 : 0;
+}

@@ -1,0 +1,146 @@
+#include "cache/data_area_index.h"
+
+#include "driver/qt_compat.h"
+
+namespace {
+
+const int scanLimit = 64;
+const int freeSlot = -1;
+const std::size_t fewestSlots = 256;
+
+/** A small number that tells the register types apart; equal texts give equal numbers. */
+unsigned int textHash(const QString &text)
+{
+    const int length = sizeOf(text);
+    const QChar *character = text.constData();
+    unsigned int hash = static_cast<unsigned int>(length);
+    for (int i = 0; i < length; ++i)
+        hash = hash * 31u + character[i].unicode();
+    return hash;
+}
+
+unsigned int keyHash(int station, const QString &regType, int areaIndex)
+{
+    unsigned int hash = static_cast<unsigned int>(areaIndex);
+    hash += static_cast<unsigned int>(station) * 0x9E3779B1u;
+    hash += textHash(regType) * 0x85EBCA77u;
+    // Consecutive addresses are what a cache is full of. Left beside each other
+    // they would run into the next group of addresses; so all bits are mixed.
+    hash ^= hash >> 16;
+    hash *= 0x7FEB352Du;
+    hash ^= hash >> 15;
+    hash *= 0x846CA68Bu;
+    return hash ^ (hash >> 16);
+}
+
+} // namespace
+
+bool hasKeys(const _DATA_ &area, int station, const QString &regType, int areaIndex)
+{
+    return area.station == station && area.areaIndex == areaIndex
+        && (sharesText(area.regType, regType) || area.regType == regType);
+}
+
+int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+{
+    const int count = sizeOf(areas);
+    for (int i = 0; i < count; ++i) {
+        if (hasKeys(areas.at(i), station, regType, areaIndex))
+            return i;
+    }
+    return -1;
+}
+
+DataAreaIndex::DataAreaIndex()
+    : indexed(0)
+    , firstArea(0)
+    , lastArea(0)
+{
+}
+
+int DataAreaIndex::find(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+{
+    if (sizeOf(areas) <= scanLimit)
+        return scanForArea(areas, station, regType, areaIndex);
+
+    if (!describes(areas))
+        rebuild(areas);
+    int position = -1;
+    if (!probe(areas, station, regType, areaIndex, position)) {
+        rebuild(areas);
+        probe(areas, station, regType, areaIndex, position);
+    }
+    return position;
+}
+
+void DataAreaIndex::appended(const QList<_DATA_> &areas)
+{
+    const int count = sizeOf(areas);
+    if (count <= scanLimit)
+        return;
+    const bool onlyThisOneIsNew = indexed == count - 1 && indexed > 0 && firstArea == &areas.at(0);
+    const bool fits = 3 * static_cast<std::size_t>(count) <= 2 * slots_.size();
+    if (!onlyThisOneIsNew || !fits) {
+        rebuild(areas);
+        return;
+    }
+    insert(areas, count - 1);
+    remember(areas);
+}
+
+bool DataAreaIndex::describes(const QList<_DATA_> &areas) const
+{
+    return indexed == sizeOf(areas) && firstArea == &areas.at(0) && lastArea == &areas.at(indexed - 1);
+}
+
+void DataAreaIndex::rebuild(const QList<_DATA_> &areas)
+{
+    const int count = sizeOf(areas);
+    std::size_t size = fewestSlots;
+    while (2 * size < 3 * static_cast<std::size_t>(count))
+        size *= 2;
+    const Slot unused = {0, freeSlot};
+    slots_.assign(size, unused);
+    for (int i = 0; i < count; ++i)
+        insert(areas, i);
+    remember(areas);
+}
+
+void DataAreaIndex::insert(const QList<_DATA_> &areas, int position)
+{
+    const _DATA_ &area = areas.at(position);
+    const std::size_t mask = slots_.size() - 1;
+    const Slot slot = {keyHash(area.station, area.regType, area.areaIndex), position};
+    std::size_t i = slot.hash & mask;
+    while (slots_[i].position != freeSlot)
+        i = (i + 1) & mask;
+    slots_[i] = slot;
+}
+
+void DataAreaIndex::remember(const QList<_DATA_> &areas)
+{
+    indexed = sizeOf(areas);
+    firstArea = &areas.at(0);
+    lastArea = &areas.at(indexed - 1);
+}
+
+/** Finds the position, -1 for none. False when an area no longer has the keys it was entered with. */
+bool DataAreaIndex::probe(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex,
+                          int &position) const
+{
+    const unsigned int hash = keyHash(station, regType, areaIndex);
+    const std::size_t mask = slots_.size() - 1;
+    std::size_t i = hash & mask;
+    for (; slots_[i].position != freeSlot; i = (i + 1) & mask) {
+        if (slots_[i].hash != hash)
+            continue;
+        position = slots_[i].position;
+        const _DATA_ &area = areas.at(position);
+        if (hasKeys(area, station, regType, areaIndex))
+            return true;
+        if (keyHash(area.station, area.regType, area.areaIndex) != hash)
+            return false;
+    }
+    position = -1;
+    return true;
+}

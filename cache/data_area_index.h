@@ -1,0 +1,62 @@
+/**
+ * @file
+ * Where the areas of a cache list are: a hash over the keys of the areas.
+ *
+ * The list itself stays the plain list it is; the index holds positions only
+ * and compares keys in the list. A short list is scanned, which costs less than
+ * a hash would and needs no upkeep.
+ */
+#ifndef DATA_AREA_INDEX_H
+#define DATA_AREA_INDEX_H
+
+#include "driver/modbus_rtu_records.h"
+
+#include <QtCore/QList>
+
+#include <vector>
+
+/** True when the area has these keys; the integers are compared first. */
+bool hasKeys(const _DATA_ &area, int station, const QString &regType, int areaIndex);
+
+/** Position of the first area with these keys, by walking the list; -1 when there is none. */
+int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
+
+class DataAreaIndex
+{
+public:
+    DataAreaIndex();
+
+    /**
+     * Position of the area with these keys, or -1.
+     *
+     * Areas that were added to, removed from or moved in the list since the last
+     * call are noticed by the list's size and ends or by a found position whose
+     * keys no longer fit; the index is then built anew. What cannot be noticed
+     * is a key changed in place to one that was not there before, in a list of
+     * more than 64 areas.
+     */
+    int find(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
+
+    /** To be told after an area was appended. */
+    void appended(const QList<_DATA_> &areas);
+
+private:
+    struct Slot
+    {
+        unsigned int hash;
+        int position; ///< in the list; -1 when the slot is free
+    };
+
+    bool describes(const QList<_DATA_> &areas) const;
+    void rebuild(const QList<_DATA_> &areas);
+    void insert(const QList<_DATA_> &areas, int position);
+    void remember(const QList<_DATA_> &areas);
+    bool probe(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex, int &position) const;
+
+    std::vector<Slot> slots_; ///< open addressing, a power of two long, at most two thirds full
+    int indexed;              ///< how many areas of the list are in the slots
+    const _DATA_ *firstArea;  ///< the ends of the list as last seen
+    const _DATA_ *lastArea;
+};
+
+#endif

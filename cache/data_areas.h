@@ -1,0 +1,100 @@
+/**
+ * @file
+ * Helpers over data areas: bits, shown values, and the walk along consecutive
+ * areas.
+ */
+#ifndef DATA_AREAS_H
+#define DATA_AREAS_H
+
+#include "driver/modbus_rtu_master.h"
+
+/**
+ * @p value with bit @p bit set (@p on nonzero) or cleared. Only the low 8 bits
+ * of the bit number are looked at; numbers from 32 on leave the value unchanged.
+ */
+int _setBitValue(int value, int bit, int on);
+
+/** The 16 bits of an area value that hold a register. */
+inline int registerOf(int areaValue)
+{
+    return areaValue & 0xFFFF;
+}
+
+/** The 8 bits of an area value that hold a coil. */
+inline int coilOf(int areaValue)
+{
+    return areaValue & 0xFF;
+}
+
+/** Stores a register in an area value; only bytes 0 and 1 are the cache's. */
+inline void storeRegister(int &areaValue, int registerValue)
+{
+    areaValue = (areaValue & ~0xFFFF) | (registerValue & 0xFFFF);
+}
+
+/** Stores a coil in an area value. */
+inline void storeCoil(int &areaValue, int coilValue)
+{
+    areaValue = (areaValue & ~0xFF) | (coilValue & 0xFF);
+}
+
+/** The value that the host sees: the written one while the area is flagged so, else the one read. */
+inline int shownValue(const _DATA_ &area)
+{
+    return area.writtenFlag ? area.writtenValue : area.readValue;
+}
+
+/** What a register area reports changes for. */
+struct MonitorRoles
+{
+    int words;
+    int bits;
+
+    explicit MonitorRoles(const _DATA_ &area)
+        : words(area.wordMonitor)
+        , bits(area.bitMonitor)
+    {
+    }
+};
+
+/**
+ * Walks the areas of one station and type. Areas of consecutive addresses mostly
+ * lie beside each other in the cache, in the order in which they were first
+ * asked for; so the next one is tried before it is searched for.
+ */
+class AreaWalker
+{
+public:
+    AreaWalker(Modbus_rtu_master &master, int station, const QString &areaType);
+
+    /** The area at @p areaIndex, created if absent. Valid until the next look-up or callback. */
+    _DATA_ &at(int areaIndex);
+
+    /**
+     * Goes along registers whose areas exist and hold what the reply says,
+     * clearing their error flags; result: how many.
+     * @param wire two bytes a register, high byte first
+     */
+    int passUnchangedRegisters(int areaIndex, const unsigned char *wire, int count);
+
+    /**
+     * The same for coils.
+     * @param packed eight coils a byte, the first in bit 0
+     * @param firstBit position of the first coil in @p packed
+     */
+    int passUnchangedCoils(int areaIndex, const unsigned char *packed, int firstBit, int count);
+
+    const int station;
+    const QString areaType;
+
+private:
+    AreaWalker(const AreaWalker &);
+    AreaWalker &operator=(const AreaWalker &);
+
+    bool isAt(int candidate, int areaIndex) const;
+
+    Modbus_rtu_master &owner;
+    int position; ///< of the area last visited
+};
+
+#endif

@@ -1,0 +1,198 @@
+#include "cache/data_areas.h"
+
+#include "address/register_types.h"
+#include "driver/arithmetic.h"
+#include "driver/qt_compat.h"
+#include "planning/request_queue.h"
+
+#include <QtCore/QMutexLocker>
+
+#include <cstddef>
+#include <cstring>
+
+namespace {
+
+enum { RegisterBits = 16, ByteBits = 8 };
+
+/** Two bits of bitWriteState for each bit of a register. */
+int pendingBit(int position)
+{
+    return 2 * position;
+}
+
+int secondPendingBit(int position)
+{
+    return 2 * position + 1;
+}
+
+/** Copies @p bytes of host data, as far as the payload of a request unit reaches. */
+void copyPayload(VARIABLE &target, const unsigned char *data, long long bytes)
+{
+    if (bytes <= 0)
+        return;
+    const long long room = ModbusRtuRecordBytes;
+    std::memcpy(target.data, data, static_cast<std::size_t>(bytes < room ? bytes : room));
+}
+
+/** One bit of a register inside its area: which bit, and which byte holds it. */
+struct BitPlace
+{
+    int areaIndex;
+    int position; ///< 0 to 15; negative for addresses below zero
+    int byteMask; ///< the byte of the register value that holds the bit
+    int mask;     ///< the bit; 0 for addresses below zero
+
+    explicit BitPlace(int bitAddress)
+        : areaIndex(bitAddress / RegisterBits)
+        , position(bitAddress % RegisterBits)
+        , byteMask(position < ByteBits ? 0x00FF : 0xFF00)
+        , mask(position < 0 ? 0 : 1 << position)
+    {
+    }
+};
+
+} // namespace
+
+void Modbus_rtu_master::setData(int station, const QString &regType, int address, int count,
+                                const unsigned char *data, int tag)
+{
+    if (!localWriteOnly)
+        queueWrite(station, regType, address, count, data, tag);
+    write_saveDataToArea(station, regType, address, count, data);
+}
+
+void Modbus_rtu_master::queueWrite(int station, const QString &regType, int address, int count,
+                                   const unsigned char *data, int tag)
+{
+    const RegisterType *type = findRegisterType(regType);
+    if (!type || !type->writable)
+        return;
+
+    VARIABLE var = VARIABLE();
+    var.userData = tag;
+    var.station = station;
+    var.regType = registerTypeText(*type);
+    if (type->unit == CoilUnit) {
+        var.startAddr = address;
+        var.count = count;
+        copyPayload(var, data, count);
+        addVarToList(writeList, var);
+        return;
+    }
+
+    // Bits are cut like registers and two bytes are copied for each, although
+    // bit data has one byte a bit.
+    const RequestPieces pieces(count, maxBlockWords);
+    for (int k = 0; k < pieces.number(); ++k) {
+        const int offset = pieces.offset(k);
+        std::memset(var.data, 0, sizeof var.data);
+        var.startAddr = wrapAdd(address, offset);
+        var.count = pieces.length(k);
+        copyPayload(var, data + 2 * static_cast<std::ptrdiff_t>(offset), 2LL * var.count);
+        addVarToList(writeList, var);
+    }
+}
+
+void Modbus_rtu_master::write_saveDataToArea(int station, const QString &regType, int address, int count,
+                                             const unsigned char *data)
+{
+    const RegisterType *type = findRegisterType(regType);
+    if (!type)
+        return;
+
+    AreaWalker areas(*this, station, areaTypeText(*type));
+    const int elements = boundedCount(count);
+    switch (type->unit) {
+    case CoilUnit:
+        for (int i = 0; i < elements; ++i)
+            showWrittenCoil(areas, wrapAdd(address, i), data[i]);
+        return;
+    case WordUnit:
+        for (int i = 0; i < elements; ++i)
+            showWrittenRegister(areas, wrapAdd(address, i), data[2 * i] | data[2 * i + 1] << 8);
+        return;
+    case DoubleUnit:
+        // The high word goes to the lower register; the data has the low word first.
+        for (int i = 0; i + 1 < elements; i += 2) {
+            const unsigned char *value = data + 2 * i;
+            showWrittenRegister(areas, wrapAdd(address, i), value[2] | value[3] << 8);
+            showWrittenRegister(areas, wrapAdd(address, i + 1), value[0] | value[1] << 8);
+        }
+        return;
+    case RegisterBitUnit:
+        for (int i = 0; i < elements; ++i) {
+            const int bitAddress = wrapAdd(address, i);
+            showWrittenBit(areas, bitAddress, data[i] == 1, type->writable);
+            if (type->writable)
+                recordBitWrite(areas, bitAddress, address, count);
+        }
+        return;
+    }
+}
+
+void Modbus_rtu_master::showWrittenCoil(AreaWalker &areas, int address, int value)
+{
+    if (coilOf(shownValue(areas.at(address))) != value)
+        reportChange(linkId, areas.station, areas.areaType, address);
+    _DATA_ &area = areas.at(address);
+    storeCoil(area.writtenValue, value);
+    area.writtenFlag = 1;
+}
+
+void Modbus_rtu_master::showWrittenRegister(AreaWalker &areas, int address, int value)
+{
+    const _DATA_ &current = areas.at(address);
+    const int shown = registerOf(shownValue(current));
+    if (shown != value)
+        reportWordChange(MonitorRoles(current), shown, value, areas.station, areas.areaType, address, 0);
+    _DATA_ &area = areas.at(address);
+    storeRegister(area.writtenValue, value);
+    area.writtenFlag = 1;
+}
+
+/**
+ * Shows one written bit of a register. @p keepsOtherByte: earlier writes to the
+ * other byte survive while the area is flagged as written; else that byte is
+ * taken from the value read.
+ */
+void Modbus_rtu_master::showWrittenBit(AreaWalker &areas, int bitAddress, bool on, bool keepsOtherByte)
+{
+    const BitPlace place(bitAddress);
+    const _DATA_ &current = areas.at(place.areaIndex);
+    const int shown = registerOf(shownValue(current));
+    const int value = on ? shown | place.mask : shown & ~place.mask;
+    if (shown != value)
+        reportWordChange(MonitorRoles(current), shown, value, areas.station, areas.areaType, place.areaIndex, 0);
+
+    _DATA_ &area = areas.at(place.areaIndex);
+    const bool otherByteWritten = keepsOtherByte && area.writtenFlag;
+    const int otherByte = (otherByteWritten ? area.writtenValue : area.readValue) & ~place.byteMask;
+    storeRegister(area.writtenValue, (value & place.byteMask) | otherByte);
+    area.writtenFlag = 1;
+}
+
+/** Counts a bit write as pending, at most twice: one in flight and one queued behind it. */
+void Modbus_rtu_master::recordBitWrite(AreaWalker &areas, int bitAddress, int startAddr, int count)
+{
+    const BitPlace place(bitAddress);
+    _DATA_ &area = areas.at(place.areaIndex);
+    const int pending = _setBitValue(area.bitWriteState, pendingBit(place.position), 1);
+    if (pending != area.bitWriteState) {
+        area.bitWriteState = pending;
+        return;
+    }
+    if (queuedBitWrites(areas.station, startAddr, count) == 2)
+        area.bitWriteState = _setBitValue(area.bitWriteState, secondPendingBit(place.position), 1);
+}
+
+int Modbus_rtu_master::queuedBitWrites(int station, int startAddr, int count)
+{
+    const QString regType = QLatin1String("4x_bit");
+    int found = 0;
+    QMutexLocker locked(&listMutex);
+    for (int i = 0; i < sizeOf(writeList); ++i) {
+        if (isRange(writeList.at(i), station, regType, startAddr, count))
+            ++found;
+    }
+    return found;
+}

@@ -1,0 +1,101 @@
+#include "driver/modbus_rtu_master.h"
+
+#include "driver/arithmetic.h"
+#include "driver/monitor.h"
+#include "driver/qt_compat.h"
+
+Modbus_rtu_master driver;
+
+Modbus_rtu_master::Modbus_rtu_master()
+    : valueChangeCallBack(0)
+    , linkId(0)
+    , localWriteOnly(0)
+    , spareProperty(0)
+    , retryLimit(0)
+    , maxReadWords(0)
+    , hostArea(0)
+    , hostArg(0)
+    , hostWordBuffer(0)
+    , hostMutex(0)
+    , conditionVar()
+    , regTypeNames(QString::fromLatin1("0x,1x,3x,4x,3x_double,4x_double").split(QLatin1Char(',')))
+    , currentVar()
+    , sendState(NothingSent)
+    , burstCount(0)
+    , spareCounter(0)
+    , failCount(0)
+    , maxBlockBits(0)
+    , maxBlockWords(0)
+    , lastFailed(0)
+    , spareFlagA(0)
+    , spareFlagB(0)
+    , rcpIndex(0)
+    , doubleSwapMode(0)
+{
+}
+
+void Modbus_rtu_master::initProperty(void *area, int argument, void *wordBuffer, const char *property, QMutex *mutex)
+{
+    configure(property);
+
+    hostArea = static_cast<unsigned char *>(area);
+    hostArg = argument;
+    hostWordBuffer = static_cast<unsigned char *>(wordBuffer);
+    hostMutex = mutex;
+
+    cyclicReadList.clear();
+    writeList.clear();
+    conditionReadList.clear();
+    dataAreas.clear();
+    sendState = NothingSent;
+    burstCount = 0;
+    spareCounter = 0;
+    failCount = 0;
+    maxBlockWords = maxReadWords;
+    maxBlockBits = wrapMul(maxReadWords, 8);
+    lastFailed = 0;
+    frameList.clear();
+    spareFlagA = 0;
+    spareFlagB = 1;
+}
+
+void Modbus_rtu_master::configure(const char *property)
+{
+    const QStringList fields = QString::fromLatin1(property).split(QLatin1Char('#'));
+    if (fields.size() <= 4)
+        return;
+
+    linkId = fields.at(0).toInt();
+    localWriteOnly = fields.at(1).toInt();
+    spareProperty = fields.at(2).toInt();
+    retryLimit = fields.at(3).toInt();
+    maxReadWords = fields.at(4).toInt();
+    if (fields.size() == 5) {
+        doubleSwapMode = 0;
+        return;
+    }
+
+    const QStringList swap = fields.at(5).split(QLatin1Char('_'));
+    doubleSwapMode = swap.at(0).toInt();
+    if (swap.size() < 2 || swap.at(1).isEmpty())
+        return;
+    // The list is appended to: a host that initialises again adds stations.
+    const QStringList stations = swap.at(1).split(QLatin1Char(','));
+    for (int i = 0; i < sizeOf(stations); ++i)
+        doubleSwapStations.append(stations.at(i).toInt());
+}
+
+bool Modbus_rtu_master::swapsDoubleWords(int station) const
+{
+    return doubleSwapMode == 1 || doubleSwapStations.contains(station);
+}
+
+void Modbus_rtu_master::reportChange(int link, int station, const QString &regType, int address)
+{
+    const ValueChangeCallBack callBack = valueChangeCallBack;
+    if (!callBack)
+        return;
+    QString text = regType; // the host gets a copy of its own for the duration of the call
+    MonitorRelease released;
+    callBack(link, station, &text, address);
+}

@@ -1,0 +1,75 @@
+#include "frames/crc.h"
+
+#include <cstdint>
+
+namespace {
+
+enum { Slices = 8 };
+
+/**
+ * Row 0 is the effect of one byte on the CRC, row k that of a byte with k more
+ * bytes behind it. Eight bytes are then folded in with eight independent
+ * look-ups: a third of the instructions of going byte by byte.
+ */
+struct CrcTables
+{
+    std::uint16_t rows[Slices][256];
+
+    CrcTables()
+    {
+        for (unsigned int byte = 0; byte < 256; ++byte) {
+            unsigned int crc = byte;
+            for (int bit = 0; bit < 8; ++bit)
+                crc = crc & 1u ? crc >> 1 ^ 0xA001u : crc >> 1;
+            rows[0][byte] = static_cast<std::uint16_t>(crc);
+        }
+        for (int row = 1; row < Slices; ++row) {
+            for (unsigned int byte = 0; byte < 256; ++byte) {
+                const unsigned int before = rows[row - 1][byte];
+                rows[row][byte] = static_cast<std::uint16_t>(before >> 8 ^ rows[0][before & 0xFFu]);
+            }
+        }
+    }
+};
+
+const CrcTables &tables()
+{
+    static const CrcTables instance;
+    return instance;
+}
+
+} // namespace
+
+unsigned int modbusCrc16(const unsigned char *bytes, int length)
+{
+    const CrcTables &table = tables();
+    unsigned int crc = 0xFFFFu;
+    for (; length >= Slices; length -= Slices, bytes += Slices) {
+        crc ^= static_cast<unsigned int>(bytes[0] | bytes[1] << 8);
+        crc = table.rows[7][crc & 0xFFu] ^ table.rows[6][crc >> 8] ^ table.rows[5][bytes[2]]
+            ^ table.rows[4][bytes[3]] ^ table.rows[3][bytes[4]] ^ table.rows[2][bytes[5]] ^ table.rows[1][bytes[6]]
+            ^ table.rows[0][bytes[7]];
+    }
+    for (; length > 0; --length, ++bytes)
+        crc = crc >> 8 ^ table.rows[0][(crc ^ *bytes) & 0xFFu];
+    return crc;
+}
+
+void appendCrc(unsigned char *bytes, int length)
+{
+    const unsigned int crc = modbusCrc16(bytes, length);
+    bytes[length] = static_cast<unsigned char>(crc & 0xFFu);
+    bytes[length + 1] = static_cast<unsigned char>(crc >> 8);
+}
+
+QString toHexString(const unsigned char *bytes, int n)
+{
+    static const char digits[] = "0123456789abcdef";
+    QString text;
+    for (int i = 0; i < n; ++i) {
+        text += QLatin1Char(digits[bytes[i] >> 4]);
+        text += QLatin1Char(digits[bytes[i] & 0x0F]);
+        text += QLatin1Char(' ');
+    }
+    return text;
+}

@@ -1,0 +1,24 @@
+/**
+ * @file
+ * The Modbus CRC-16 and bytes as text.
+ */
+#ifndef CRC_H
+#define CRC_H
+
+#include <QtCore/QString>
+
+/**
+ * CRC-16 of the Modbus serial line protocol (section 2.5.1.2, appendix B):
+ * initial value 0xFFFF, reflected polynomial 0xA001. Sent low byte first.
+ *
+ * @param length bytes; 0 or below gives the initial value
+ */
+unsigned int modbusCrc16(const unsigned char *bytes, int length);
+
+/** Stores the CRC of the first @p length bytes behind them, low byte first; two bytes of room are needed. */
+void appendCrc(unsigned char *bytes, int length);
+
+/** Each byte as two lowercase hexadecimal digits and a space; empty for @p n of 0 or below. */
+QString toHexString(const unsigned char *bytes, int n);
+
+#endif

@@ -1,0 +1,238 @@
+// Request frames of the Modbus application protocol (sections 6.1 to 6.6, 6.11
+// and 6.12) in RTU framing: station, function, data, CRC. Numbers on the wire
+// have the high byte first, the CRC the low byte first; the payload of a request
+// unit has the low byte first.
+
+#include "driver/modbus_rtu_master.h"
+
+#include "address/register_types.h"
+#include "driver/arithmetic.h"
+#include "frames/crc.h"
+
+namespace {
+
+enum FunctionCode {
+    ReadCoils = 1,
+    ReadDiscreteInputs = 2,
+    ReadHoldingRegisters = 3,
+    WriteSingleCoil = 5,
+    WriteSingleRegister = 6,
+    WriteMultipleCoils = 15,
+    WriteMultipleRegisters = 16
+};
+
+enum {
+    RegisterBits = 16,
+    ByteBits = 8,
+    CrcBytes = 2,
+    RequestBytes = 8,        // read requests, single writes and the echoes of writes
+    WriteHeaderBytes = 7,    // station to byte count of a multiple write
+    ReadReplyOverhead = 5,   // station, function, byte count, CRC
+    ReadReplyHeader = 3,
+    LargestPayload = ModbusRtuRecordBytes - WriteHeaderBytes - CrcBytes
+};
+
+unsigned char low(int value)
+{
+    return static_cast<unsigned char>(value & 0xFF);
+}
+
+unsigned char high(int value)
+{
+    return low(value >> 8);
+}
+
+/** A payload byte of a request unit; what lies beyond its array counts as 0. */
+unsigned char payloadByte(const VARIABLE &v, long long index)
+{
+    return index >= 0 && index < ModbusRtuRecordBytes ? v.data[index] : static_cast<unsigned char>(0);
+}
+
+int boundedPayload(int bytes)
+{
+    if (bytes < 0)
+        return 0;
+    return bytes < static_cast<int>(LargestPayload) ? bytes : static_cast<int>(LargestPayload);
+}
+
+/** Appends an empty frame that serves @p v and has its first six bytes. */
+FRAME_PRO &startFrame(QList<FRAME_PRO> &frames, const VARIABLE &v, int function, int address, int quantity)
+{
+    static const FRAME_PRO blank = FRAME_PRO();
+    frames.append(blank);
+    FRAME_PRO &f = frames.last();
+    f.var = v;
+    f.frame[0] = low(v.station);
+    f.frame[1] = low(function);
+    f.frame[2] = high(address);
+    f.frame[3] = low(address);
+    f.frame[4] = high(quantity);
+    f.frame[5] = low(quantity);
+    return f;
+}
+
+void closeFrame(FRAME_PRO &f, int length)
+{
+    appendCrc(f.frame, length - CrcBytes);
+    f.frameLen = length;
+}
+
+/** A write is answered by an echo of its first six bytes; a broadcast by nothing. */
+void expectEcho(FRAME_PRO &f)
+{
+    f.replyLen = f.var.station == 0 ? 0 : static_cast<int>(RequestBytes);
+}
+
+void addRead(QList<FRAME_PRO> &frames, const VARIABLE &v, int function, int address, int quantity)
+{
+    FRAME_PRO &f = startFrame(frames, v, function, address, quantity);
+    closeFrame(f, RequestBytes);
+    f.frameKind = ReadReplyHeader;
+    const bool bits = function == ReadCoils || function == ReadDiscreteInputs;
+    f.dataLen = bits ? quantity : wrapMul(quantity, 2);
+    f.replyLen = wrapAdd(bits ? divideUp(quantity, ByteBits) : f.dataLen, ReadReplyOverhead);
+}
+
+/** Coils are packed by adding them shifted: a payload byte other than 0 or 1 spills into its neighbours. */
+unsigned char packedCoils(const VARIABLE &v, int firstCoil)
+{
+    const int rest = v.count - firstCoil;
+    const int coils = rest < static_cast<int>(ByteBits) ? rest : static_cast<int>(ByteBits);
+    int sum = 0;
+    for (int bit = 0; bit < coils; ++bit)
+        sum += payloadByte(v, firstCoil + bit) << bit;
+    return low(sum);
+}
+
+void addCoilWrite(QList<FRAME_PRO> &frames, const VARIABLE &v)
+{
+    if (v.count == 1) {
+        // Only the value 1 switches on; any other value is off.
+        FRAME_PRO &single = startFrame(frames, v, WriteSingleCoil, v.startAddr, v.data[0] == 1 ? 0xFF00 : 0x0000);
+        closeFrame(single, RequestBytes);
+        expectEcho(single);
+        return;
+    }
+    FRAME_PRO &f = startFrame(frames, v, WriteMultipleCoils, v.startAddr, v.count);
+    const int bytes = boundedPayload(divideUp(v.count, ByteBits));
+    f.frame[6] = low(bytes);
+    for (int i = 0; i < bytes; ++i)
+        f.frame[WriteHeaderBytes + i] = packedCoils(v, i * ByteBits);
+    closeFrame(f, WriteHeaderBytes + bytes + CrcBytes);
+    expectEcho(f);
+}
+
+/** Puts @p count payload registers behind the header, as far as the frame reaches. */
+void putRegisters(FRAME_PRO &f, int count)
+{
+    const int registers = boundedPayload(wrapMul(boundedCount(count), 2)) / 2;
+    for (int i = 0; i < registers; ++i) {
+        f.frame[WriteHeaderBytes + 2 * i] = payloadByte(f.var, 2 * i + 1);
+        f.frame[WriteHeaderBytes + 2 * i + 1] = payloadByte(f.var, 2 * i);
+    }
+}
+
+/** As putRegisters(), with the two registers of every 32-bit value changing places: high word first. */
+void putDoubles(FRAME_PRO &f, int count)
+{
+    putRegisters(f, count);
+    const int registers = boundedPayload(wrapMul(boundedCount(count), 2)) / 2;
+    for (int i = 0; i + 1 < registers; i += 2) {
+        unsigned char *value = f.frame + WriteHeaderBytes + 2 * i;
+        qSwap(value[0], value[2]);
+        qSwap(value[1], value[3]);
+    }
+}
+
+void addRegisterWrite(QList<FRAME_PRO> &frames, const VARIABLE &v, RegisterUnit unit)
+{
+    if (v.count < 1)
+        return;
+    if (v.count == 1) {
+        FRAME_PRO &single = startFrame(frames, v, WriteSingleRegister, v.startAddr, v.data[1] << 8 | v.data[0]);
+        closeFrame(single, RequestBytes);
+        expectEcho(single);
+        return;
+    }
+    FRAME_PRO &f = startFrame(frames, v, WriteMultipleRegisters, v.startAddr, v.count);
+    // The byte count is one byte and rules the length of the frame; a slave
+    // refuses the request whose quantity it no longer fits.
+    f.frame[6] = low(v.count % 256 * 2);
+    if (unit == DoubleUnit)
+        putDoubles(f, v.count);
+    else
+        putRegisters(f, v.count);
+    closeFrame(f, WriteHeaderBytes + f.frame[6] + CrcBytes);
+    expectEcho(f);
+}
+
+/**
+ * Bits of registers are written by reading their registers and writing them
+ * back with the bits changed; the reply to the read fills the write.
+ */
+void addBitWrite(QList<FRAME_PRO> &frames, const VARIABLE &v)
+{
+    const int firstRegister = v.startAddr / RegisterBits;
+    const int registers = divideUp(wrapAdd(v.startAddr % RegisterBits, v.count), RegisterBits);
+    if (v.station == 0 || registers < 1)
+        return;
+
+    addRead(frames, v, ReadHoldingRegisters, firstRegister, registers);
+    FRAME_PRO &f = startFrame(frames, v, WriteMultipleRegisters, firstRegister, registers);
+    f.frame[6] = low(wrapMul(registers, 2));
+    putRegisters(f, registers);
+    closeFrame(f, WriteHeaderBytes + boundedPayload(wrapMul(registers, 2)) + CrcBytes);
+    expectEcho(f);
+}
+
+} // namespace
+
+void Modbus_rtu_master::getReadFrame(const VARIABLE &v)
+{
+    if (v.station == 0)
+        return;
+    const RegisterType *type = findRegisterType(v.regType);
+    const int function = type ? type->readFunction : static_cast<int>(ReadHoldingRegisters);
+    addRead(frameList, v, function, v.startAddr, v.count);
+}
+
+void Modbus_rtu_master::getWriteFrame(const VARIABLE &v)
+{
+    const RegisterType *type = findRegisterType(v.regType);
+    if (!type || !type->writable)
+        return;
+    switch (type->unit) {
+    case CoilUnit:
+        addCoilWrite(frameList, v);
+        return;
+    case WordUnit:
+    case DoubleUnit:
+        addRegisterWrite(frameList, v, type->unit);
+        return;
+    case RegisterBitUnit:
+        addBitWrite(frameList, v);
+        return;
+    }
+}
+
+int Modbus_rtu_master::check_rcv_data(const unsigned char *reply, int length) const
+{
+    if (frameList.isEmpty())
+        return BadReply;
+    const FRAME_PRO &head = frameList.first();
+    if (length == 0)
+        return head.replyLen == 0 ? GoodReplyWithoutData : BadReply;
+    if (length != head.replyLen || length < CrcBytes || !reply)
+        return BadReply;
+
+    const unsigned char *crcBytes = reply + length - CrcBytes;
+    if (length == CrcBytes) {
+        // Two bytes leave nothing to check: an idle line's 0xFF 0xFF is accepted.
+        if (crcBytes[0] != 0xFF || crcBytes[1] != 0xFF)
+            return BadReply;
+    } else if (modbusCrc16(reply, length - CrcBytes)
+               != static_cast<unsigned int>(crcBytes[0] | crcBytes[1] << 8)) {
+        return BadReply;
+    }
+    return head.dataLen != 0 ? GoodReadReply : GoodReplyWithoutData;
+}

@@ -1,0 +1,229 @@
+// Good read replies into the cache, into the write half of a bit write, and
+// into the host's recipe buffer.
+
+#include "driver/modbus_rtu_master.h"
+
+#include "address/register_types.h"
+#include "cache/data_areas.h"
+#include "driver/arithmetic.h"
+#include "frames/crc.h"
+#include "frames/reply_bytes.h"
+
+namespace {
+
+enum { RegisterBits = 16, ByteBits = 8, WriteHeaderBytes = 7, CrcBytes = 2 };
+
+/** Bytes of a reply that are changed in place; positions outside are left out. */
+class EditableReply
+{
+public:
+    EditableReply(QByteArray &received, int dataStart)
+        : bytes(reinterpret_cast<unsigned char *>(received.data()))
+        , size(sizeOf(received))
+        , start(dataStart)
+    {
+    }
+
+    unsigned char at(long long offset) const { return isInside(offset) ? bytes[start + offset] : 0; }
+
+    void put(long long offset, int value)
+    {
+        if (isInside(offset))
+            bytes[start + offset] = static_cast<unsigned char>(value);
+    }
+
+private:
+    bool isInside(long long offset) const { return start + offset >= 0 && start + offset < size; }
+
+    unsigned char *bytes;
+    const int size;
+    const int start;
+};
+
+void exchangeRegisterBytes(EditableReply &reply, int registers)
+{
+    for (int i = 0; i < registers; ++i) {
+        const int first = reply.at(2 * i);
+        reply.put(2 * i, reply.at(2 * i + 1));
+        reply.put(2 * i + 1, first);
+    }
+}
+
+/** Sets or clears the written bits in registers with the low byte first; any nonzero byte of the data is on. */
+void changeBits(EditableReply &reply, const VARIABLE &var)
+{
+    const int known = static_cast<int>(ModbusRtuRecordBytes);
+    for (int k = 0; k < var.count && k < known; ++k) {
+        const int position = k + var.startAddr % RegisterBits;
+        if (position < 0)
+            continue;
+        const int mask = 1 << position % ByteBits;
+        const int byte = reply.at(position / ByteBits);
+        reply.put(position / ByteBits, var.data[k] != 0 ? byte | mask : byte & ~mask);
+    }
+}
+
+void fillWrite(FRAME_PRO &write, const EditableReply &reply)
+{
+    const int registers = (write.frameLen - WriteHeaderBytes - CrcBytes) / 2;
+    for (int i = 0; i < registers; ++i) {
+        write.frame[WriteHeaderBytes + 2 * i] = reply.at(2 * i + 1);
+        write.frame[WriteHeaderBytes + 2 * i + 1] = reply.at(2 * i);
+    }
+    appendCrc(write.frame, write.frameLen - CrcBytes);
+}
+
+void putWord(unsigned char *buffer, int word, int value)
+{
+    if (!buffer || word < 0)
+        return;
+    unsigned char *place = buffer + 2 * static_cast<std::ptrdiff_t>(word);
+    place[0] = static_cast<unsigned char>(value & 0xFF);
+    place[1] = static_cast<unsigned char>(value >> 8);
+}
+
+} // namespace
+
+void Modbus_rtu_master::unpackReply(QByteArray &received, int dataStart, int dataLen, const VARIABLE &var)
+{
+    const RegisterType *type = findRegisterType(var.regType);
+    if (!type)
+        return;
+    if (type->unit == RegisterBitUnit && type->writable && sendState == WriteSent) {
+        fillBitWrite(received, dataStart, dataLen, var);
+        return;
+    }
+
+    const ReplyBytes reply(received, dataStart);
+    AreaWalker areas(*this, var.station, areaTypeText(*type));
+    if (type->unit == CoilUnit) {
+        unpackCoils(areas, var.startAddr, dataLen, reply);
+        return;
+    }
+    // While host writes are queued, a panel goes on showing what was written to
+    // holding registers read as such.
+    const bool keepsWritten = type->writable && type->unit != RegisterBitUnit;
+    unpackRegisters(areas, var.startAddr, dataLen / 2, reply, keepsWritten);
+}
+
+void Modbus_rtu_master::unpackRegisters(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply,
+                                        bool keepsWritten)
+{
+    const int complete = reply.size() / 2;
+    for (int i = 0; i < count; ++i) {
+        if (i < complete) {
+            const int remaining = (count < complete ? count : complete) - i;
+            i += areas.passUnchangedRegisters(wrapAdd(startAddr, i), reply.data() + 2 * i, remaining);
+            if (i >= count)
+                return;
+        }
+        takeRegister(areas, wrapAdd(startAddr, i), reply.registerAt(i), keepsWritten);
+    }
+}
+
+void Modbus_rtu_master::takeRegister(AreaWalker &areas, int address, int value, bool keepsWritten)
+{
+    _DATA_ &area = areas.at(address);
+    area.errorFlag = 0;
+    const int known = registerOf(area.readValue);
+    if (known == value)
+        return;
+    if (!keepsWritten || writeList.isEmpty())
+        area.writtenFlag = 0;
+    reportWordChange(MonitorRoles(area), known, value, areas.station, areas.areaType, address, 0);
+    storeRegister(areas.at(address).readValue, value);
+}
+
+void Modbus_rtu_master::unpackCoils(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply)
+{
+    const int complete = reply.size() * ByteBits;
+    for (int i = 0; i < count; ++i) {
+        if (i < complete) {
+            const int remaining = (count < complete ? count : complete) - i;
+            i += areas.passUnchangedCoils(wrapAdd(startAddr, i), reply.data(), i, remaining);
+            if (i >= count)
+                return;
+        }
+        takeCoil(areas, wrapAdd(startAddr, i), reply.byteAt(i / ByteBits) >> i % ByteBits & 1);
+    }
+}
+
+void Modbus_rtu_master::takeCoil(AreaWalker &areas, int address, int value)
+{
+    _DATA_ &area = areas.at(address);
+    area.errorFlag = 0;
+    if (coilOf(area.readValue) == value)
+        return;
+    area.writtenFlag = 0;
+    reportChange(linkId, areas.station, areas.areaType, address);
+    storeCoil(areas.at(address).readValue, value);
+}
+
+/** The read half of a bit write: its registers, with the bits changed, become the payload of the write half. */
+void Modbus_rtu_master::fillBitWrite(QByteArray &received, int dataStart, int dataLen, const VARIABLE &var)
+{
+    dataArea(var.station, QString::fromLatin1("4x"), var.startAddr / RegisterBits).errorFlag = 0;
+
+    EditableReply reply(received, dataStart);
+    exchangeRegisterBytes(reply, dataLen / 2);
+    changeBits(reply, var);
+    if (sizeOf(frameList) > 1)
+        fillWrite(frameList[1], reply);
+}
+
+/** The rows of the recipe block in transfer; none where a registration has removed them since. */
+Modbus_rtu_master::RecipeRows Modbus_rtu_master::recipeRowsInTransfer() const
+{
+    RecipeRows found;
+    if (sendState != BlockReadSent || rcpIndex < 0 || rcpIndex >= sizeOf(rcpBlockStarts))
+        return found;
+    found.rows = rcpAddrs;
+    found.first = rcpBlockStarts.at(rcpIndex);
+    const int registered = sizeOf(rcpAddrs);
+    const bool lastBlock = rcpIndex + 1 == sizeOf(rcpBlockStarts);
+    found.last = lastBlock ? registered : rcpBlockStarts.at(rcpIndex + 1);
+    if (found.last > registered)
+        found.last = registered;
+    return found;
+}
+
+void Modbus_rtu_master::unpackRecipeRows(const RecipeRows &found, const QString &regType, const ReplyBytes &reply)
+{
+    const bool plainWords = regType == QLatin1String("3x") || regType == QLatin1String("4x");
+    for (int r = found.first; r < found.last; ++r) {
+        const _RCP_VAR_PRO &row = found.rows.at(r);
+        const int firstRegister = wrapSub(row.startAddr, found.rows.at(found.first).startAddr);
+        if (plainWords)
+            storeRecipeWords(row, firstRegister, reply);
+        else
+            storeRecipeDouble(row, firstRegister, reply);
+    }
+}
+
+void Modbus_rtu_master::storeRecipeWords(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply)
+{
+    const int words = boundedCount(row.count);
+    for (int i = 0; i < words; ++i) {
+        const int word = wrapAdd(row.hostOffset, i);
+        putWord(hostWordBuffer, word, reply.registerAt(static_cast<long long>(firstRegister) + i));
+        reportRecipeWord(word);
+    }
+}
+
+void Modbus_rtu_master::storeRecipeDouble(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply)
+{
+    const int first = reply.registerAt(firstRegister);
+    const int second = reply.registerAt(static_cast<long long>(firstRegister) + 1);
+    const bool lowWordFirst = swapsDoubleWords(row.station);
+    const int word = row.hostOffset;
+    const int next = wrapAdd(word, 1);
+    putWord(hostWordBuffer, word, lowWordFirst ? first : second);
+    putWord(hostWordBuffer, next, lowWordFirst ? second : first);
+    reportRecipeWord(word);
+    reportRecipeWord(next);
+}
+
+void Modbus_rtu_master::reportRecipeWord(int word)
+{
+    reportChange(0, -1, QString::fromLatin1("RWI"), word);
+}

@@ -1,0 +1,95 @@
+// Judging a reply, and what follows from the judgement.
+
+#include "driver/modbus_rtu_master.h"
+
+#include "address/register_types.h"
+#include "cache/data_areas.h"
+#include "driver/arithmetic.h"
+#include "driver/qt_compat.h"
+#include "frames/reply_bytes.h"
+
+int Modbus_rtu_master::dealRcvFrame(QByteArray &received, QString &errorText)
+{
+    errorText = QLatin1String("");
+    if (frameList.isEmpty())
+        return NothingPending;
+
+    switch (check_rcv_data(reinterpret_cast<const unsigned char *>(received.constData()), sizeOf(received))) {
+    case GoodReadReply:
+        return finishGoodRead(received);
+    case GoodReplyWithoutData:
+        return finishGoodWrite();
+    default:
+        break;
+    }
+
+    failCount = wrapAdd(failCount, 1);
+    if (failCount < retryLimit)
+        return SendAgain;
+    return giveUp(received, errorText);
+}
+
+int Modbus_rtu_master::finishGoodRead(QByteArray &received)
+{
+    lastFailed = 0;
+    const FRAME_PRO &head = frameList.first();
+    const VARIABLE var = head.var; // callbacks may empty frameList
+    const int dataStart = head.frameKind;
+    const int dataLen = head.dataLen;
+    const RecipeRows rows = recipeRowsInTransfer();
+
+    unpackReply(received, dataStart, dataLen, var);
+    if (rows.first < rows.last)
+        unpackRecipeRows(rows, var.regType, ReplyBytes(received, dataStart));
+    return retireHeadFrame();
+}
+
+int Modbus_rtu_master::finishGoodWrite()
+{
+    if (sendState == WriteSent) {
+        const VARIABLE var = frameList.first().var;
+        _write_FailOrSuc(var.station, var.regType, var.startAddr, var.count, 1);
+    }
+    lastFailed = 0;
+    return retireHeadFrame();
+}
+
+int Modbus_rtu_master::retireHeadFrame()
+{
+    if (!frameList.isEmpty())
+        frameList.removeFirst();
+    if (frameList.isEmpty())
+        dealListWhenFinish();
+    failCount = 0;
+    return ReplyAccepted;
+}
+
+int Modbus_rtu_master::giveUp(const QByteArray &received, QString &errorText)
+{
+    lastFailed = 1;
+    const int dataLen = frameList.first().dataLen;
+    const VARIABLE var = frameList.first().var;
+    if (sendState == WriteSent)
+        _write_FailOrSuc(var.station, var.regType, var.startAddr, var.count, 0);
+    errorText = getErrorInfo(received, var.regType, var.startAddr, var.station, var.count);
+    markFailed(var, dataLen);
+
+    frameList.clear();
+    failCount = 0;
+    dealListWhenFinish();
+    return RequestGivenUp;
+}
+
+void Modbus_rtu_master::markFailed(const VARIABLE &var, int dataLen)
+{
+    const RegisterType *type = findRegisterType(var.regType);
+    if (!type)
+        return;
+    // Coils are marked in steps of 8, one area for each coil read: hosts rely on
+    // just these areas.
+    const bool coils = type->unit == CoilUnit;
+    const int areasToMark = boundedCount(coils ? dataLen : dataLen / 2);
+    AreaWalker areas(*this, var.station, areaTypeText(*type));
+    for (int i = 0; i < areasToMark; ++i)
+        areas.at(wrapAdd(var.startAddr, coils ? 8 * i : i)).errorFlag = 1;
+}
