@@ -155,13 +155,20 @@ public:
 
     // --- running -----------------------------------------------------------------
 
-    /** Starts answering at the far end of a new pseudo-terminal pair. */
-    bool start(std::string *error);
-    /** What a master opens after start(); the same path after an unplug() and replug(). */
+    /**
+     * Starts answering at the far end of a new pseudo-terminal pair.
+     *
+     * @param link where to put a symbolic link to the device, so that its path
+     *        outlives unplug() and replug(); empty for none
+     */
+    bool start(std::string *error, const std::string &link = std::string());
+    /** What a master opens after start(): the link, or the device itself. */
     std::string devicePath() const;
     /** Starts answering on an existing port. A real port paces itself; the Line's baud rate serves pseudo-terminals. */
     bool serveOn(const std::string &port, const PortSettings &settings, std::string *error);
     void stop();
+    /** False before start() or serveOn(), after stop(), and when the port of serveOn() went away. */
+    bool running() const;
 
     /** Takes the device of start() away: its path vanishes, an open descriptor sees a hang-up. */
     void unplug();
