@@ -1,0 +1,215 @@
+#include "faults.h"
+
+#include <cstdlib>
+#include <sstream>
+
+namespace plant {
+
+namespace {
+
+struct KindName
+{
+    FaultKind kind;
+    const char *name;
+    bool takesValue;
+};
+
+const KindName KindNames[] = {
+    {FaultKind::NoReply, "no-reply", false},           {FaultKind::LateReply, "late-reply", true},
+    {FaultKind::WrongCrc, "wrong-crc", false},         {FaultKind::FlippedBit, "flipped-bit", false},
+    {FaultKind::Truncated, "truncated", false},        {FaultKind::TooLong, "too-long", false},
+    {FaultKind::WrongStation, "wrong-station", false}, {FaultKind::WrongFunction, "wrong-function", false},
+    {FaultKind::Exception, "exception", true},         {FaultKind::Echo, "echo", false},
+    {FaultKind::GarbageBefore, "garbage-before", false},
+};
+
+const std::size_t MostStrayBytes = 4;
+const std::uint8_t ExceptionFlag = 0x80;
+
+bool readNumber(const std::string &word, double *number)
+{
+    char *end = nullptr;
+    *number = std::strtod(word.c_str(), &end);
+    return !word.empty() && *end == '\0';
+}
+
+bool fail(std::string *error, const std::string &reason)
+{
+    if (error)
+        *error = reason;
+    return false;
+}
+
+bool readKind(std::istringstream &words, Fault *fault, std::string *error)
+{
+    std::string name;
+    words >> name;
+    for (const KindName &entry : KindNames) {
+        if (name != entry.name)
+            continue;
+        fault->kind = entry.kind;
+        if (!entry.takesValue)
+            return true;
+        std::string word;
+        double number = 0;
+        words >> word;
+        if (!readNumber(word, &number) || number < 0)
+            return fail(error, "\"" + name + "\" needs a number");
+        if (entry.kind == FaultKind::Exception && (number < 1 || number > 255))
+            return fail(error, "exception codes go from 1 to 255");
+        fault->value = static_cast<int>(number);
+        return true;
+    }
+    std::string known;
+    for (const KindName &entry : KindNames)
+        known += std::string(known.empty() ? "" : ", ") + entry.name;
+    return fail(error, "unknown fault \"" + name + "\"; there are " + known);
+}
+
+bool applyOption(const std::string &name, double number, Fault *fault, std::string *error)
+{
+    if (name == "rate") {
+        if (number < 0 || number > 1)
+            return fail(error, "a rate goes from 0 to 1");
+        fault->rate = number;
+        return true;
+    }
+    if (number < 0)
+        return fail(error, "\"" + name + "\" cannot be negative");
+    if (name == "seed")
+        fault->seed = static_cast<unsigned>(number);
+    else if (name == "station")
+        fault->station = static_cast<int>(number);
+    else if (name == "function")
+        fault->function = static_cast<int>(number);
+    else if (name == "times")
+        fault->times = static_cast<int>(number);
+    else
+        return fail(error, "unknown word \"" + name + "\"; there are rate, seed, station, function and times");
+    return true;
+}
+
+} // namespace
+
+const char *faultName(FaultKind kind)
+{
+    for (const KindName &entry : KindNames) {
+        if (entry.kind == kind)
+            return entry.name;
+    }
+    return "";
+}
+
+bool parseFault(const std::string &text, Fault *fault, std::string *error)
+{
+    std::istringstream words(text);
+    Fault parsed;
+    if (!readKind(words, &parsed, error))
+        return false;
+    std::string name;
+    while (words >> name) {
+        std::string word;
+        double number = 0;
+        words >> word;
+        if (!readNumber(word, &number))
+            return fail(error, "\"" + name + "\" needs a number");
+        if (!applyOption(name, number, &parsed, error))
+            return false;
+    }
+    *fault = parsed;
+    return true;
+}
+
+bool ArmedFault::strikes(int station, int function)
+{
+    if (fault.station != Fault::Any && fault.station != station)
+        return false;
+    if (fault.function != Fault::Any && fault.function != function)
+        return false;
+    if (fault.times != Fault::NoLimit && struck >= fault.times)
+        return false;
+    if (!dice.falls(fault.rate))
+        return false;
+    ++struck;
+    return true;
+}
+
+Mishaps Faults::strike(int station, int function, bool heard)
+{
+    Mishaps mishaps;
+    for (ArmedFault &armed : m_faults) {
+        if (!heard && armed.fault.kind != FaultKind::Echo)
+            continue;
+        if (!armed.strikes(station, function))
+            continue;
+        mishaps.any = true;
+        switch (armed.fault.kind) {
+        case FaultKind::NoReply:
+            mishaps.unheard = true;
+            break;
+        case FaultKind::LateReply:
+            mishaps.late += std::chrono::milliseconds(armed.fault.value);
+            break;
+        case FaultKind::Exception:
+            mishaps.exception = armed.fault.value;
+            break;
+        case FaultKind::Echo:
+            mishaps.echo = true;
+            break;
+        default:
+            mishaps.onAnswer.push_back(&armed);
+        }
+    }
+    return mishaps;
+}
+
+namespace {
+
+void addNoise(Bytes &answer, Bytes::iterator before, Dice &dice)
+{
+    Bytes noise(1 + dice.below(MostStrayBytes));
+    for (std::uint8_t &byte : noise)
+        byte = static_cast<std::uint8_t>(dice.below(256));
+    answer.insert(before, noise.begin(), noise.end());
+}
+
+} // namespace
+
+void spoil(Bytes &answer, ArmedFault &armed)
+{
+    if (answer.size() < 4)
+        return;
+    Dice &dice = armed.dice;
+    switch (armed.fault.kind) {
+    case FaultKind::WrongCrc:
+        answer.back() = static_cast<std::uint8_t>(answer.back() + 1 + dice.below(255));
+        return;
+    case FaultKind::FlippedBit: {
+        const std::size_t bit = dice.below(answer.size() * 8);
+        answer[bit / 8] = static_cast<std::uint8_t>(answer[bit / 8] ^ (1 << (bit % 8)));
+        return;
+    }
+    case FaultKind::Truncated:
+        answer.resize(1 + dice.below(answer.size() - 1));
+        return;
+    case FaultKind::TooLong:
+        addNoise(answer, answer.end(), dice);
+        return;
+    case FaultKind::WrongStation:
+        answer[0] = static_cast<std::uint8_t>(answer[0] + 1 + dice.below(254));
+        renewCheckSum(answer);
+        return;
+    case FaultKind::WrongFunction:
+        // Another function of an ordinary answer, never an exception.
+        answer[1] = static_cast<std::uint8_t>((answer[1] + 1 + dice.below(126)) & ~ExceptionFlag);
+        renewCheckSum(answer);
+        return;
+    case FaultKind::GarbageBefore:
+        addNoise(answer, answer.begin(), dice);
+        return;
+    default:
+        return;
+    }
+}
+
+} // namespace plant
