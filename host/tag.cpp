@@ -1,0 +1,204 @@
+#include "tag.h"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace rtu {
+
+namespace {
+
+/** The driver's access code of an object that writes. */
+enum { ReadAccessMode = 0, WriteAccessMode = 1 };
+
+int parseInt(const std::string &text, const std::string &what)
+{
+    std::size_t used = 0;
+    int value = 0;
+    try {
+        value = std::stoi(text, &used);
+    } catch (const std::exception &) {
+        used = 0;
+    }
+    if (used == 0 || used != text.size())
+        throw std::invalid_argument("\"" + text + "\" is not a " + what);
+    return value;
+}
+
+/** Cuts what follows the separator off the text; empty when there is none. */
+std::string cutAfter(std::string &text, const std::string &separator)
+{
+    const std::size_t position = text.find(separator);
+    if (position == std::string::npos)
+        return std::string();
+    const std::string rest = text.substr(position + separator.size());
+    text.resize(position);
+    return rest;
+}
+
+int plainAddress(DriverLibrary &driver, const Tag &tag, const std::string &text)
+{
+    Tag single = tag;
+    single.values = 1;
+    setAddress(driver, single, text, Access::Read);
+    return single.address;
+}
+
+/** Sets address and length of a range such as 10..19. */
+void setRange(DriverLibrary &driver, Tag &tag, const std::string &first, const std::string &last)
+{
+    const int from = plainAddress(driver, tag, first);
+    const int to = plainAddress(driver, tag, last);
+    if (to < from)
+        throw std::invalid_argument("the range " + first + ".." + last + " ends before it begins");
+    tag.values = (to - from) / tag.type.unitsPerValue() + 1;
+    setAddress(driver, tag, first, Access::Read);
+}
+
+/** How many values one write request of the driver carries whole. */
+std::size_t valuesPerWrite(const RegisterType &type, int maxWords)
+{
+    const int coils = 1024; // the driver's records end there
+    const int registers = std::max(maxWords, 1);
+    if (type.bitInRegister)
+        return static_cast<std::size_t>(registers);
+    if (type.isBit())
+        return coils;
+    return static_cast<std::size_t>(std::max(registers / type.unitsPerValue(), 1));
+}
+
+} // namespace
+
+AddressCheck checkAddress(DriverLibrary &driver, const RegisterType &type, const std::string &text, int count,
+                          Format format, Access access)
+{
+    QString qtType = QString::fromStdString(type.name);
+    QString qtText = QString::fromStdString(text);
+    AddressCheck check;
+    check.result = driver.checkAddrValidity(&qtType, &qtText, &check.address, count, type.isBit() ? 0 : 1);
+    if (check.result != 0)
+        return check;
+    check.result = driver.checkAddr(&qtType, &qtText, &check.address, driverFormatCode(format, type.width), count,
+                                    access == Access::Write ? WriteAccessMode : ReadAccessMode);
+    return check;
+}
+
+std::string addressCheckText(int result, const std::string &typeName, const RegisterType *type)
+{
+    const std::string range = type ? " (" + type->name + " goes from " + type->lowest + " to " + type->highest + ")"
+                                   : std::string();
+    switch (result) {
+    case 0:
+        return "valid";
+    case 1:
+        return "the register type does not fit the object: one is a bit, the other is not";
+    case 2:
+        return "out of range, the last element included" + range;
+    case 3:
+        return "unknown register type \"" + typeName + "\"";
+    case 4:
+        return "not an address in the notation of the type"
+               + (type ? " " + type->name + ": " + type->notation : std::string());
+    case 5:
+        return "a 32-bit type needs two registers and a 32-bit format";
+    case 6:
+        return typeName + " is read-only";
+    case 14:
+        return "this format needs two registers";
+    case 16:
+        return "the address is too long" + range;
+    default:
+        return "refused by the driver with result " + std::to_string(result);
+    }
+}
+
+void setAddress(DriverLibrary &driver, Tag &tag, const std::string &text, Access access)
+{
+    const AddressCheck check = checkAddress(driver, tag.type, text, tag.count(), tag.format.format, access);
+    if (check.result != 0)
+        throw std::invalid_argument(tag.type.name + text + (tag.values > 1 ? ", " + std::to_string(tag.values)
+                                                                               + " values" : std::string())
+                                    + ": " + addressCheckText(check.result, tag.type.name, &tag.type));
+    tag.address = check.address;
+}
+
+std::vector<Tag> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &text,
+                           const std::vector<int> &stations, int values)
+{
+    const RegisterType *type = catalog.prefixOf(text);
+    if (!type)
+        throw std::invalid_argument("\"" + text + "\" is not an address: it must begin with one of "
+                                    + catalog.names() + ", such as 4x100");
+    std::string rest = text.substr(type->name.size());
+    const std::string stationText = cutAfter(rest, "@");
+    const std::string format = cutAfter(rest, ":");
+    const std::string last = cutAfter(rest, "..");
+    Tag tag;
+    tag.type = *type;
+    tag.values = values;
+    tag.format.width = type->width;
+    tag.format.format = formatFromName(format, *type);
+    if (last.empty())
+        setAddress(driver, tag, rest, Access::Read);
+    else
+        setRange(driver, tag, rest, last);
+    std::vector<Tag> tags;
+    for (int station : stationText.empty() ? stations : parseNumberList(stationText, 0, 255, "station")) {
+        tag.station = station;
+        tags.push_back(tag);
+    }
+    return tags;
+}
+
+std::vector<int> parseNumberList(const std::string &text, int lowest, int highest, const std::string &what)
+{
+    std::vector<int> numbers;
+    std::size_t begin = 0;
+    while (begin <= text.size()) {
+        const std::size_t end = std::min(text.find(',', begin), text.size());
+        std::string first = text.substr(begin, end - begin);
+        begin = end + 1;
+        const std::size_t dash = first.find_first_of("-:", 1);
+        const std::string second = dash == std::string::npos ? first : first.substr(dash + 1);
+        if (dash != std::string::npos)
+            first.resize(dash);
+        const int from = parseInt(first, what);
+        const int to = parseInt(second, what);
+        if (from < lowest || to > highest || to < from)
+            throw std::invalid_argument("\"" + text + "\": a " + what + " is from " + std::to_string(lowest) + " to "
+                                        + std::to_string(highest) + "; lists are written 1,3,5-7");
+        for (int number = from; number <= to; ++number)
+            numbers.push_back(number);
+    }
+    return numbers;
+}
+
+std::vector<std::uint32_t> readTag(DriverLibrary &driver, const Tag &tag)
+{
+    const std::size_t size = static_cast<std::size_t>(tag.type.bytesPerValue());
+    std::vector<unsigned char> bytes(size * static_cast<std::size_t>(tag.values));
+    QString type = tag.qtType();
+    driver.getData(tag.station, &type, tag.address, tag.count(), bytes.data());
+    std::vector<std::uint32_t> raw;
+    for (std::size_t i = 0; i < static_cast<std::size_t>(tag.values); ++i)
+        raw.push_back(rawValue(&bytes[i * size], tag.format));
+    return raw;
+}
+
+void writeTag(DriverLibrary &driver, const TagWrite &write, int maxWords, int userData)
+{
+    const Tag &tag = write.tag;
+    const std::size_t size = static_cast<std::size_t>(tag.type.bytesPerValue());
+    const std::size_t most = valuesPerWrite(tag.type, maxWords);
+    QString type = tag.qtType();
+    for (std::size_t first = 0; first < write.raw.size(); first += most) {
+        const std::size_t values = std::min(most, write.raw.size() - first);
+        // Twice the room: the driver copies two bytes for every bit of a register.
+        std::vector<unsigned char> bytes(2 * size * values);
+        for (std::size_t i = 0; i < values; ++i)
+            storeRawValue(write.raw[first + i], tag.format, &bytes[i * size]);
+        driver.setData(tag.station, &type, tag.addressOf(static_cast<int>(first)),
+                       static_cast<int>(values) * tag.type.unitsPerValue(), bytes.data(), userData);
+    }
+}
+
+} // namespace rtu

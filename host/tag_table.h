@@ -1,0 +1,38 @@
+/**
+ * @file
+ * Tags in a CSV file: name, station, type, address, count, format, scale, unit.
+ */
+#ifndef RTU_HOST_TAG_TABLE_H
+#define RTU_HOST_TAG_TABLE_H
+
+#include "tag.h"
+
+#include <istream>
+#include <string>
+#include <vector>
+
+namespace rtu {
+
+/** Splits one line of CSV; fields may be quoted, a doubled quote stands for one. */
+std::vector<std::string> splitCsv(const std::string &line);
+
+/** Quotes a field where it needs it. */
+std::string csvField(const std::string &text);
+
+/**
+ * Reads a tag table. The first line may name the columns, then in any order and
+ * with only type and address required; without such a line the columns are those
+ * above. Empty lines and lines that begin with "#" are skipped.
+ *
+ * @param source name of the file, for messages
+ * @throws std::invalid_argument "file:line: what is wrong"
+ */
+std::vector<Tag> readTagTable(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
+                              const std::string &source);
+
+/** The same from a file. */
+std::vector<Tag> readTagFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path);
+
+} // namespace rtu
+
+#endif

@@ -1,0 +1,27 @@
+/**
+ * @file
+ * Times of the line (which never jump) as times of day.
+ */
+#ifndef RTU_HOST_WALL_CLOCK_H
+#define RTU_HOST_WALL_CLOCK_H
+
+#include "line.h"
+
+#include <string>
+
+namespace rtu {
+
+/** "14:03:07.125" in local time. */
+std::string timeOfDay(TimePoint time);
+
+/** "2024-05-17T14:03:07.125+0200", ISO 8601 in local time. */
+std::string timeStamp(TimePoint time);
+
+/** A duration as people read it: "850 us", "12.3 ms", "4.2 s". */
+std::string durationText(Duration duration);
+
+double toSeconds(Duration duration);
+
+} // namespace rtu
+
+#endif
