@@ -61,9 +61,18 @@ void Transmitter::handOver(int descriptor, Clock::time_point now)
         const Bytes &bytes = m_lumps.begin()->second;
         // A full buffer means that nobody reads; a line loses such bytes too.
         const ssize_t written = ::write(descriptor, bytes.data(), bytes.size());
-        (void)written;
+        if (written > 0)
+            m_sent += static_cast<unsigned long>(written);
         m_lumps.erase(m_lumps.begin());
     }
+}
+
+unsigned long Transmitter::waiting() const
+{
+    unsigned long bytes = 0;
+    for (const auto &lump : m_lumps)
+        bytes += lump.second.size();
+    return bytes;
 }
 
 // --- the thread -----------------------------------------------------------------
@@ -98,24 +107,27 @@ void LineThread::run()
     prctl(PR_SET_TIMERSLACK, 1ul, 0ul, 0ul, 0ul);
     while (!m_stopping) {
         waitForEvent();
-        if (!receive()) {
+        if (!serve()) {
             m_alive = false;
             return;
         }
-        answerRequests(false);
-        if (!m_reader.empty() && Clock::now() >= quietAt())
-            answerRequests(true);
-        m_transmitter.handOver(m_port.descriptor(), Clock::now());
     }
+}
+
+Clock::time_point LineThread::nextEvent() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    Clock::time_point next = Clock::time_point::max();
+    if (!m_transmitter.empty())
+        next = m_transmitter.nextDue();
+    if (!m_reader.empty())
+        next = std::min(next, quietAt());
+    return next;
 }
 
 void LineThread::waitForEvent()
 {
-    Clock::time_point until = Clock::time_point::max();
-    if (!m_transmitter.empty())
-        until = m_transmitter.nextDue();
-    if (!m_reader.empty())
-        until = std::min(until, quietAt());
+    const Clock::time_point until = nextEvent();
     pollfd waits[] = {{m_port.descriptor(), POLLIN, 0}, {m_wakeUp, POLLIN, 0}};
     if (until == Clock::time_point::max()) {
         ppoll(waits, 2, nullptr, nullptr);
@@ -123,6 +135,35 @@ void LineThread::waitForEvent()
     }
     const timespec rest = toTimespec(std::max<nanoseconds>(nanoseconds(0), until - Clock::now()));
     ppoll(waits, 2, &rest, nullptr);
+}
+
+bool LineThread::serve()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (!receive())
+        return false;
+    answerRequests(false);
+    if (!m_reader.empty() && Clock::now() >= quietAt())
+        answerRequests(true);
+    m_transmitter.handOver(m_port.descriptor(), Clock::now());
+    return true;
+}
+
+Traffic LineThread::traffic() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    Traffic traffic;
+    traffic.heard = m_heard;
+    traffic.sent = m_transmitter.sent();
+    traffic.waiting = m_transmitter.waiting();
+    traffic.inRequest = !m_reader.empty();
+    return traffic;
+}
+
+void LineThread::sendWaiting()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_transmitter.handOver(m_port.descriptor(), Clock::time_point::max());
 }
 
 bool LineThread::receive()
@@ -137,6 +178,7 @@ bool LineThread::receive()
     if (m_reader.empty())
         m_firstByte = m_lastByte;
     m_reader.append(buffer, static_cast<std::size_t>(size));
+    m_heard += static_cast<unsigned long>(size);
     return true;
 }
 

@@ -11,6 +11,7 @@
 #include <atomic>
 #include <functional>
 #include <map>
+#include <mutex>
 #include <thread>
 
 namespace plant {
@@ -34,9 +35,12 @@ public:
     bool empty() const { return m_lumps.empty(); }
     Clock::time_point nextDue() const { return m_lumps.begin()->first; }
     void handOver(int descriptor, Clock::time_point now);
+    unsigned long sent() const { return m_sent; }
+    unsigned long waiting() const;
 
 private:
     std::multimap<Clock::time_point, Bytes> m_lumps;
+    unsigned long m_sent = 0;
 };
 
 class LineThread
@@ -53,9 +57,14 @@ public:
     /** False once the port went away. */
     bool alive() const { return m_alive; }
 
+    Traffic traffic() const;
+    void sendWaiting();
+
 private:
     void run();
     void waitForEvent();
+    Clock::time_point nextEvent() const;
+    bool serve();
     bool receive();
     void answerRequests(bool lineIsQuiet);
     void answer(const Bytes &request);
@@ -64,11 +73,13 @@ private:
     const Port &m_port;
     LineSource m_lineSource;
     Handler m_handler;
+    mutable std::mutex m_mutex;        ///< over what stands from here to m_heard
     Line m_line;                       ///< as it was at the last request
     RequestReader m_reader;
     Transmitter m_transmitter;
     Clock::time_point m_firstByte;     ///< of the request being received
     Clock::time_point m_lastByte;
+    unsigned long m_heard = 0;
     std::atomic<bool> m_alive{true};
     std::atomic<bool> m_stopping{false};
     int m_wakeUp;                      ///< event descriptor that ends the waiting

@@ -322,6 +322,17 @@ Counters Plant::counters(int station) const
     return found == core->stations.end() ? Counters() : found->second->counters;
 }
 
+Traffic Plant::traffic() const
+{
+    return core->thread ? core->thread->traffic() : Traffic();
+}
+
+void Plant::sendWaiting()
+{
+    if (core->thread)
+        core->thread->sendWaiting();
+}
+
 void Plant::recordRequests(bool record)
 {
     const std::lock_guard<std::mutex> lock(core->mutex);

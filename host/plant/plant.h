@@ -18,7 +18,7 @@
  * Addresses are zero-based here; the text of simulation files counts from 1.
  *
  * Threads. Every member may be called from any thread while the plant runs,
- * but start(), serveOn(), stop(), unplug() and replug() only from one at a time.
+ * but start(), serveOn(), stop(), unplug() and replug() not while another is called.
  */
 #ifndef RTU_PLANT_H
 #define RTU_PLANT_H
@@ -125,6 +125,15 @@ struct Counters
     unsigned long faults = 0;     ///< requests struck by a fault
 };
 
+/** Bytes on the line since the start, for a master that wants to know whether to wait. */
+struct Traffic
+{
+    unsigned long heard = 0;   ///< taken from the master; what they ask for has been scheduled
+    unsigned long sent = 0;    ///< handed over to the master
+    unsigned long waiting = 0; ///< scheduled, their time has not come
+    bool inRequest = false;    ///< a request has begun and not ended
+};
+
 class Plant
 {
 public:
@@ -194,6 +203,10 @@ public:
     void holdMotion(bool hold);
 
     Counters counters(int station) const;
+
+    Traffic traffic() const;
+    /** Hands over at once what waits for its time. */
+    void sendWaiting();
 
     /** Keeps the bytes of all requests from now on, as heard on the line, for requests(). */
     void recordRequests(bool record);
