@@ -272,6 +272,7 @@ int DriverFixture::setData(int station, const char *regType, int address, int co
 {
     QString type = QString::fromLatin1(regType);
     std::vector<unsigned char> copy(data);
+    copy.reserve(1); // no data is still a buffer, not a null pointer
     return intf_setData(station, &type, address, count, copy.data(), userData);
 }
 
