@@ -19,7 +19,6 @@ enum RegisterUnit {
 struct RegisterType
 {
     const char *name;
-    int nameLength;
     RegisterUnit unit;
     int areaType;     ///< position in the table of the type whose areas hold the values
     int readFunction; ///< Modbus function code of a read (Modbus application protocol, sections 6.1 to 6.4)

@@ -1,7 +1,5 @@
 #include "cache/data_area_index.h"
 
-#include "driver/qt_compat.h"
-
 namespace {
 
 const int scanLimit = 64;
@@ -34,12 +32,6 @@ unsigned int keyHash(int station, const QString &regType, int areaIndex)
 }
 
 } // namespace
-
-bool hasKeys(const _DATA_ &area, int station, const QString &regType, int areaIndex)
-{
-    return area.station == station && area.areaIndex == areaIndex
-        && (sharesText(area.regType, regType) || area.regType == regType);
-}
 
 int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
 {

@@ -10,13 +10,18 @@
 #define DATA_AREA_INDEX_H
 
 #include "driver/modbus_rtu_records.h"
+#include "driver/qt_compat.h"
 
 #include <QtCore/QList>
 
 #include <vector>
 
 /** True when the area has these keys; the integers are compared first. */
-bool hasKeys(const _DATA_ &area, int station, const QString &regType, int areaIndex);
+inline bool hasKeys(const _DATA_ &area, int station, const QString &regType, int areaIndex)
+{
+    return area.station == station && area.areaIndex == areaIndex
+        && (sharesText(area.regType, regType) || area.regType == regType);
+}
 
 /** Position of the first area with these keys, by walking the list; -1 when there is none. */
 int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);

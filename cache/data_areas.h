@@ -7,6 +7,7 @@
 #define DATA_AREAS_H
 
 #include "driver/modbus_rtu_master.h"
+#include "driver/qt_compat.h"
 
 /**
  * @p value with bit @p bit set (@p on nonzero) or cleared. Only the low 8 bits
@@ -60,7 +61,9 @@ struct MonitorRoles
 /**
  * Walks the areas of one station and type. Areas of consecutive addresses mostly
  * lie beside each other in the cache, in the order in which they were first
- * asked for; so the next one is tried before it is searched for.
+ * asked for; so the next one is tried before it is searched for. Two such runs
+ * are followed at once: monitor flags create the coil areas at multiples of 8
+ * ahead of the ones between them.
  */
 class AreaWalker
 {
@@ -68,7 +71,10 @@ public:
     AreaWalker(Modbus_rtu_master &master, int station, const QString &areaType);
 
     /** The area at @p areaIndex, created if absent. Valid until the next look-up or callback. */
-    _DATA_ &at(int areaIndex);
+    _DATA_ &at(int areaIndex)
+    {
+        return isAt(position, areaIndex) ? owner.dataAreas[position] : locate(areaIndex);
+    }
 
     /**
      * Goes along registers whose areas exist and hold what the reply says,
@@ -91,10 +97,23 @@ private:
     AreaWalker(const AreaWalker &);
     AreaWalker &operator=(const AreaWalker &);
 
-    bool isAt(int candidate, int areaIndex) const;
+    bool isAt(int candidate, int areaIndex) const
+    {
+        return candidate >= 0 && candidate < sizeOf(owner.dataAreas)
+            && hasKeys(owner.dataAreas.at(candidate), station, areaType, areaIndex);
+    }
+
+    _DATA_ &locate(int areaIndex);
+
+    template <typename SameValue>
+    int passUnchanged(int areaIndex, int count, SameValue sameValue);
+
+    template <typename SameValue>
+    int passRun(QList<_DATA_>::iterator area, int areaIndex, int limit, int firstElement, SameValue sameValue) const;
 
     Modbus_rtu_master &owner;
-    int position; ///< of the area last visited
+    int position;      ///< of the area last visited
+    int otherPosition; ///< of the area last visited in the other run
 };
 
 #endif

@@ -47,6 +47,7 @@ class AreaWalker;
 class ReplyBytes;
 struct MergeItem;
 struct MonitorRoles;
+struct RegisterType;
 
 class Modbus_rtu_master
 {
@@ -242,12 +243,12 @@ private:
     int giveUp(const QByteArray &received, QString &errorText);
     void markFailed(const VARIABLE &var, int dataLen);
 
-    void unpackReply(QByteArray &received, int dataStart, int dataLen, const VARIABLE &var);
+    void unpackReply(const ReplyBytes &reply, int dataLen, int station, const RegisterType &type, int startAddr);
     void unpackRegisters(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply, bool keepsWritten);
-    void takeRegister(AreaWalker &areas, int address, int value, bool keepsWritten);
+    bool takeRegister(AreaWalker &areas, int address, int value, bool keepsWritten);
     void unpackCoils(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply);
-    void takeCoil(AreaWalker &areas, int address, int value);
-    void fillBitWrite(QByteArray &received, int dataStart, int dataLen, const VARIABLE &var);
+    bool takeCoil(AreaWalker &areas, int address, int value);
+    void fillBitWrite(QByteArray &received);
 
     /** Registered rows first to last - 1 of one recipe block. */
     struct RecipeRows
@@ -264,7 +265,7 @@ private:
     };
 
     RecipeRows recipeRowsInTransfer() const;
-    void unpackRecipeRows(const RecipeRows &found, const QString &regType, const ReplyBytes &reply);
+    void unpackRecipeRows(const RecipeRows &found, const RegisterType *type, const ReplyBytes &reply);
     void storeRecipeWords(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply);
     void storeRecipeDouble(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply);
     void reportRecipeWord(int word);

@@ -4,12 +4,12 @@
 
 namespace {
 
-enum { Slices = 8 };
+enum { Slices = 16 };
 
 /**
  * Row 0 is the effect of one byte on the CRC, row k that of a byte with k more
- * bytes behind it. Eight bytes are then folded in with eight independent
- * look-ups: a third of the instructions of going byte by byte.
+ * bytes behind it. Sixteen bytes are then folded in with sixteen look-ups that
+ * do not wait for each other: 2.5 instructions a byte instead of 7.
  */
 struct CrcTables
 {
@@ -43,15 +43,16 @@ const CrcTables &tables()
 unsigned int modbusCrc16(const unsigned char *bytes, int length)
 {
     const CrcTables &table = tables();
-    unsigned int crc = 0xFFFFu;
+    std::uint16_t crc = 0xFFFFu;
     for (; length >= Slices; length -= Slices, bytes += Slices) {
-        crc ^= static_cast<unsigned int>(bytes[0] | bytes[1] << 8);
-        crc = table.rows[7][crc & 0xFFu] ^ table.rows[6][crc >> 8] ^ table.rows[5][bytes[2]]
-            ^ table.rows[4][bytes[3]] ^ table.rows[3][bytes[4]] ^ table.rows[2][bytes[5]] ^ table.rows[1][bytes[6]]
-            ^ table.rows[0][bytes[7]];
+        const unsigned int first = static_cast<unsigned int>(bytes[0] | bytes[1] << 8) ^ crc;
+        crc = table.rows[Slices - 1][first & 0xFFu];
+        crc ^= table.rows[Slices - 2][first >> 8];
+        for (int i = 2; i < Slices; ++i)
+            crc ^= table.rows[Slices - 1 - i][bytes[i]];
     }
     for (; length > 0; --length, ++bytes)
-        crc = crc >> 8 ^ table.rows[0][(crc ^ *bytes) & 0xFFu];
+        crc = static_cast<std::uint16_t>(crc >> 8 ^ table.rows[0][(crc ^ *bytes) & 0xFFu]);
     return crc;
 }
 

@@ -7,6 +7,7 @@
 
 #include "address/register_types.h"
 #include "driver/arithmetic.h"
+#include "driver/record_copy.h"
 #include "frames/crc.h"
 
 namespace {
@@ -61,7 +62,7 @@ FRAME_PRO &startFrame(QList<FRAME_PRO> &frames, const VARIABLE &v, int function,
     static const FRAME_PRO blank = FRAME_PRO();
     frames.append(blank);
     FRAME_PRO &f = frames.last();
-    f.var = v;
+    copyUnit(f.var, v);
     f.frame[0] = low(v.station);
     f.frame[1] = low(function);
     f.frame[2] = high(address);

@@ -84,88 +84,87 @@ void putWord(unsigned char *buffer, int word, int value)
 
 } // namespace
 
-void Modbus_rtu_master::unpackReply(QByteArray &received, int dataStart, int dataLen, const VARIABLE &var)
+void Modbus_rtu_master::unpackReply(const ReplyBytes &reply, int dataLen, int station, const RegisterType &type,
+                                    int startAddr)
 {
-    const RegisterType *type = findRegisterType(var.regType);
-    if (!type)
-        return;
-    if (type->unit == RegisterBitUnit && type->writable && sendState == WriteSent) {
-        fillBitWrite(received, dataStart, dataLen, var);
-        return;
-    }
-
-    const ReplyBytes reply(received, dataStart);
-    AreaWalker areas(*this, var.station, areaTypeText(*type));
-    if (type->unit == CoilUnit) {
-        unpackCoils(areas, var.startAddr, dataLen, reply);
+    AreaWalker areas(*this, station, areaTypeText(type));
+    if (type.unit == CoilUnit) {
+        unpackCoils(areas, startAddr, dataLen, reply);
         return;
     }
     // While host writes are queued, a panel goes on showing what was written to
     // holding registers read as such.
-    const bool keepsWritten = type->writable && type->unit != RegisterBitUnit;
-    unpackRegisters(areas, var.startAddr, dataLen / 2, reply, keepsWritten);
+    const bool keepsWritten = type.writable && type.unit != RegisterBitUnit;
+    unpackRegisters(areas, startAddr, dataLen / 2, reply, keepsWritten);
 }
+
+// Unchanged elements are passed in one go; changed ones mostly come in numbers
+// as well and are taken one after the other until one is unchanged again.
 
 void Modbus_rtu_master::unpackRegisters(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply,
                                         bool keepsWritten)
 {
-    const int complete = reply.size() / 2;
-    for (int i = 0; i < count; ++i) {
-        if (i < complete) {
-            const int remaining = (count < complete ? count : complete) - i;
-            i += areas.passUnchangedRegisters(wrapAdd(startAddr, i), reply.data() + 2 * i, remaining);
-            if (i >= count)
-                return;
-        }
-        takeRegister(areas, wrapAdd(startAddr, i), reply.registerAt(i), keepsWritten);
+    const int received = reply.size() / 2;
+    const int complete = count < received ? count : received;
+    for (int i = 0; i < complete; ++i) {
+        i += areas.passUnchangedRegisters(wrapAdd(startAddr, i), reply.data() + 2 * i, complete - i);
+        while (i < complete && takeRegister(areas, wrapAdd(startAddr, i), reply.registerAt(i), keepsWritten))
+            ++i;
     }
+    for (int i = complete < 0 ? 0 : complete; i < count; ++i)
+        takeRegister(areas, wrapAdd(startAddr, i), reply.registerAt(i), keepsWritten);
 }
 
-void Modbus_rtu_master::takeRegister(AreaWalker &areas, int address, int value, bool keepsWritten)
+/** Takes one register into the cache; true when it was a new value. */
+bool Modbus_rtu_master::takeRegister(AreaWalker &areas, int address, int value, bool keepsWritten)
 {
     _DATA_ &area = areas.at(address);
     area.errorFlag = 0;
     const int known = registerOf(area.readValue);
     if (known == value)
-        return;
+        return false;
     if (!keepsWritten || writeList.isEmpty())
         area.writtenFlag = 0;
     reportWordChange(MonitorRoles(area), known, value, areas.station, areas.areaType, address, 0);
     storeRegister(areas.at(address).readValue, value);
+    return true;
 }
 
 void Modbus_rtu_master::unpackCoils(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply)
 {
-    const int complete = reply.size() * ByteBits;
-    for (int i = 0; i < count; ++i) {
-        if (i < complete) {
-            const int remaining = (count < complete ? count : complete) - i;
-            i += areas.passUnchangedCoils(wrapAdd(startAddr, i), reply.data(), i, remaining);
-            if (i >= count)
-                return;
-        }
-        takeCoil(areas, wrapAdd(startAddr, i), reply.byteAt(i / ByteBits) >> i % ByteBits & 1);
+    const int received = reply.size() * ByteBits;
+    const int complete = count < received ? count : received;
+    for (int i = 0; i < complete; ++i) {
+        i += areas.passUnchangedCoils(wrapAdd(startAddr, i), reply.data(), i, complete - i);
+        while (i < complete && takeCoil(areas, wrapAdd(startAddr, i), reply.coilAt(i)))
+            ++i;
     }
+    for (int i = complete < 0 ? 0 : complete; i < count; ++i)
+        takeCoil(areas, wrapAdd(startAddr, i), reply.coilAt(i));
 }
 
-void Modbus_rtu_master::takeCoil(AreaWalker &areas, int address, int value)
+/** Takes one coil into the cache; true when it was a new value. */
+bool Modbus_rtu_master::takeCoil(AreaWalker &areas, int address, int value)
 {
     _DATA_ &area = areas.at(address);
     area.errorFlag = 0;
     if (coilOf(area.readValue) == value)
-        return;
+        return false;
     area.writtenFlag = 0;
     reportChange(linkId, areas.station, areas.areaType, address);
     storeCoil(areas.at(address).readValue, value);
+    return true;
 }
 
 /** The read half of a bit write: its registers, with the bits changed, become the payload of the write half. */
-void Modbus_rtu_master::fillBitWrite(QByteArray &received, int dataStart, int dataLen, const VARIABLE &var)
+void Modbus_rtu_master::fillBitWrite(QByteArray &received)
 {
+    const FRAME_PRO &head = frameList.first();
+    const VARIABLE &var = head.var;
     dataArea(var.station, QString::fromLatin1("4x"), var.startAddr / RegisterBits).errorFlag = 0;
 
-    EditableReply reply(received, dataStart);
-    exchangeRegisterBytes(reply, dataLen / 2);
+    EditableReply reply(received, head.frameKind);
+    exchangeRegisterBytes(reply, head.dataLen / 2);
     changeBits(reply, var);
     if (sizeOf(frameList) > 1)
         fillWrite(frameList[1], reply);
@@ -187,9 +186,9 @@ Modbus_rtu_master::RecipeRows Modbus_rtu_master::recipeRowsInTransfer() const
     return found;
 }
 
-void Modbus_rtu_master::unpackRecipeRows(const RecipeRows &found, const QString &regType, const ReplyBytes &reply)
+void Modbus_rtu_master::unpackRecipeRows(const RecipeRows &found, const RegisterType *type, const ReplyBytes &reply)
 {
-    const bool plainWords = regType == QLatin1String("3x") || regType == QLatin1String("4x");
+    const bool plainWords = type && type->unit == WordUnit;
     for (int r = found.first; r < found.last; ++r) {
         const _RCP_VAR_PRO &row = found.rows.at(r);
         const int firstRegister = wrapSub(row.startAddr, found.rows.at(found.first).startAddr);

@@ -10,7 +10,8 @@
 
 int Modbus_rtu_master::dealRcvFrame(QByteArray &received, QString &errorText)
 {
-    errorText = QLatin1String("");
+    if (errorText.isNull() || !errorText.isEmpty())
+        errorText = QLatin1String("");
     if (frameList.isEmpty())
         return NothingPending;
 
@@ -32,15 +33,24 @@ int Modbus_rtu_master::dealRcvFrame(QByteArray &received, QString &errorText)
 int Modbus_rtu_master::finishGoodRead(QByteArray &received)
 {
     lastFailed = 0;
+    // Callbacks may empty frameList: what is needed of its head is taken before.
     const FRAME_PRO &head = frameList.first();
-    const VARIABLE var = head.var; // callbacks may empty frameList
+    const RegisterType *type = findRegisterType(head.var.regType);
+    const int station = head.var.station;
+    const int startAddr = head.var.startAddr;
     const int dataStart = head.frameKind;
     const int dataLen = head.dataLen;
     const RecipeRows rows = recipeRowsInTransfer();
 
-    unpackReply(received, dataStart, dataLen, var);
+    if (type && type->unit == RegisterBitUnit && type->writable && sendState == WriteSent) {
+        fillBitWrite(received);
+        return retireHeadFrame();
+    }
+    const ReplyBytes reply(received, dataStart);
+    if (type)
+        unpackReply(reply, dataLen, station, *type, startAddr);
     if (rows.first < rows.last)
-        unpackRecipeRows(rows, var.regType, ReplyBytes(received, dataStart));
+        unpackRecipeRows(rows, type, reply);
     return retireHeadFrame();
 }
 

@@ -5,6 +5,7 @@
 #include "driver/arithmetic.h"
 #include "driver/monitor.h"
 #include "driver/qt_compat.h"
+#include "driver/record_copy.h"
 #include "planning/request_queue.h"
 
 #include <QtCore/QMutexLocker>
@@ -43,7 +44,7 @@ int Modbus_rtu_master::getSendFrame(FRAME_PRO &out)
         if (frameList.isEmpty())
             return 0;
     }
-    out = frameList.first();
+    copyFrame(out, frameList.first());
     return 1;
 }
 
@@ -76,7 +77,7 @@ void Modbus_rtu_master::selectTransaction(BlockRequest request)
 {
     if (request == NoBlock)
         selectPolling();
-    else if (rcpIndex < sizeOf(rcpBlocks))
+    else if (rcpIndex >= 0 && rcpIndex < sizeOf(rcpBlocks))
         selectBlock(request);
     else
         buildFrames(); // no such block: the transaction that ran last is built once more
@@ -92,18 +93,18 @@ void Modbus_rtu_master::selectBlock(BlockRequest request)
 void Modbus_rtu_master::selectPolling()
 {
     if (!writeList.isEmpty() && burstCount < writeBurst) {
-        currentVar = writeList.first();
+        copyUnit(currentVar, writeList.first());
         sendState = WriteSent;
         ++burstCount;
     } else if (!conditionReadList.isEmpty() && burstCount < conditionReadBurst) {
-        currentVar = conditionReadList.first();
+        copyUnit(currentVar, conditionReadList.first());
         sendState = ConditionReadSent;
         ++burstCount;
     } else if (cyclicReadList.isEmpty()) {
         burstCount = 0;
         sendState = NothingSent;
     } else {
-        currentVar = cyclicReadList.first();
+        copyUnit(currentVar, cyclicReadList.first());
         sendState = CyclicReadSent;
         burstCount = 0;
     }

@@ -2,6 +2,7 @@
 
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
+#include "driver/record_copy.h"
 
 namespace {
 
@@ -19,12 +20,12 @@ void addVarToList(QList<VARIABLE> &list, const VARIABLE &var)
 {
     for (int i = sizeOf(list) - 1; i >= 1; --i) {
         if (isRange(list.at(i), var.station, var.regType, var.startAddr, var.count)) {
-            list[i] = var;
+            copyUnit(list[i], var);
             return;
         }
     }
     if (sizeOf(list) > lastPlace)
-        list[lastPlace] = var;
+        copyUnit(list[lastPlace], var);
     else
         list.append(var);
 }

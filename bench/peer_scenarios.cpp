@@ -1,0 +1,99 @@
+#include "bench/peer_scenarios.h"
+
+#include "bench/replies.h"
+
+#include <modbus/modbus.h>
+
+#include <sys/socket.h>
+#include <unistd.h>
+
+namespace {
+
+/** libmodbus as master on one end of a socket pair; the reply waits at the other end before it asks. */
+class LibmodbusPoll : public Scenario
+{
+public:
+    LibmodbusPoll(int count, const QByteArray &reply)
+        : count_(count)
+        , reply_(reply)
+        , context_(modbus_new_rtu("/dev/null", 115200, 'N', 8, 1))
+    {
+        if (socketpair(AF_UNIX, SOCK_STREAM, 0, ends_) != 0)
+            return;
+        modbus_set_slave(context_, 1);
+        modbus_set_socket(context_, ends_[0]);
+        ready_ = true;
+    }
+
+    ~LibmodbusPoll() override
+    {
+        modbus_free(context_);
+        close(ends_[0]);
+        close(ends_[1]);
+    }
+
+    bool step() override
+    {
+        if (!ready_ || write(ends_[1], reply_.constData(), static_cast<std::size_t>(reply_.size())) != reply_.size())
+            return false;
+        const bool done = read() == count_;
+        unsigned char request[8];
+        return recv(ends_[1], request, sizeof request, MSG_WAITALL) == 8 && done;
+    }
+
+    int elements() const override { return count_; }
+
+    int lineBytes() const override { return 8 + reply_.size(); }
+
+protected:
+    virtual int read() = 0;
+
+    modbus_t *context() const { return context_; }
+
+private:
+    int count_;
+    QByteArray reply_;
+    modbus_t *context_;
+    int ends_[2] = {-1, -1};
+    bool ready_ = false;
+};
+
+class LibmodbusRegisters : public LibmodbusPoll
+{
+public:
+    LibmodbusRegisters()
+        : LibmodbusPoll(125, registerReply(1, 3, 125, 0x1234))
+    {
+    }
+
+private:
+    int read() override { return modbus_read_registers(context(), 0, 125, values_); }
+
+    uint16_t values_[125] = {};
+};
+
+class LibmodbusCoils : public LibmodbusPoll
+{
+public:
+    LibmodbusCoils()
+        : LibmodbusPoll(2000, coilReply(1, 1, 2000, 0x5A))
+    {
+    }
+
+private:
+    int read() override { return modbus_read_bits(context(), 0, 2000, values_); }
+
+    uint8_t values_[2000] = {};
+};
+
+} // namespace
+
+std::unique_ptr<Scenario> libmodbusRegisters()
+{
+    return std::unique_ptr<Scenario>(new LibmodbusRegisters);
+}
+
+std::unique_ptr<Scenario> libmodbusCoils()
+{
+    return std::unique_ptr<Scenario>(new LibmodbusCoils);
+}
