@@ -88,6 +88,14 @@ run_tests()
     return 1
 }
 
+# has_tests BUILD_FOLDER [ctest argument...]
+has_tests()
+{
+    local folder=$1
+    shift
+    [ "$(ctest --test-dir "$folder" -N "$@" | sed -n 's/^Total Tests: //p')" -gt 0 ]
+}
+
 clock()
 {
     printf '%d:%02d' $(($1 / 60)) $(($1 % 60))
