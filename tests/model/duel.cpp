@@ -1,0 +1,389 @@
+#include "model/duel.h"
+
+#include "model/state_comparison.h"
+#include "support/driver_fixture.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace model {
+
+namespace {
+
+std::string unequalBytes(const char *what, const std::vector<unsigned char> &real,
+                         const std::vector<unsigned char> &plain)
+{
+    if (real == plain)
+        return std::string();
+    return std::string(what) + ": driver " + text(real.data(), static_cast<int>(real.size())) + ", model "
+           + text(plain.data(), static_cast<int>(plain.size()));
+}
+
+std::string eventText(const Event &event)
+{
+    return "(" + std::to_string(event.link) + ", " + std::to_string(event.station) + ", " + text(event.regType) + ", "
+           + std::to_string(event.address) + ", read " + text(event.readBack.data(), static_cast<int>(event.readBack.size()))
+           + ")";
+}
+
+bool sameEvent(const Event &a, const Event &b)
+{
+    return a.link == b.link && a.station == b.station && a.regType == b.regType && a.address == b.address
+           && a.readBack == b.readBack;
+}
+
+std::string eventDifference(const std::vector<Event> &real, const std::vector<Event> &plain)
+{
+    const size_t common = std::min(real.size(), plain.size());
+    for (size_t i = 0; i < common; ++i) {
+        if (!sameEvent(real[i], plain[i]))
+            return "callback " + std::to_string(i) + ": driver " + eventText(real[i]) + ", model "
+                   + eventText(plain[i]);
+    }
+    if (real.size() > common)
+        return "callback " + std::to_string(common) + " of the driver only: " + eventText(real[common]);
+    if (plain.size() > common)
+        return "callback " + std::to_string(common) + " of the model only: " + eventText(plain[common]);
+    return std::string();
+}
+
+} // namespace
+
+Duel *Duel::current = nullptr;
+
+Duel::Side::Side()
+    : area(AreaBytes, 0)
+    , words(HostWords, 0)
+{
+}
+
+Duel::Duel()
+{
+    support::resetDriver();
+    current = this;
+}
+
+Duel::~Duel()
+{
+    current = nullptr;
+    support::resetDriver();
+}
+
+void Duel::note(const std::string &text)
+{
+    if (tracing)
+        trace += text;
+}
+
+// --- callbacks --------------------------------------------------------------------
+
+int Duel::realCallBack(int linkId, int station, QString *regType, int address)
+{
+    if (current != nullptr)
+        current->onRealChange(linkId, station, *regType, address);
+    return 0;
+}
+
+// Some calls read back what is being reported, from inside the callback, some read a neighbour
+// whose area may not exist yet.
+bool Duel::readsBack(const QString &regType, int address) const
+{
+    return readBackMode != 0 && address >= 0 && regType != QLatin1String("-1") && regType != QLatin1String("RWI");
+}
+
+void Duel::onRealChange(int linkId, int station, const QString &regType, int address)
+{
+    Event event = {linkId, station, regType, address, std::vector<unsigned char>()};
+    if (readsBack(regType, address)) {
+        QString type = regType;
+        event.readBack.assign(8, 0xEE);
+        intf_getData(station, &type, readBackMode == 1 ? address : address + 3, 2, event.readBack.data());
+    }
+    realSide.events.push_back(event);
+}
+
+void Duel::onPlainChange(int linkId, int station, const QString &regType, int address)
+{
+    Event event = {linkId, station, regType, address, std::vector<unsigned char>()};
+    if (readsBack(regType, address)) {
+        event.readBack.assign(8, 0xEE);
+        plain.getData(station, regType, readBackMode == 1 ? address : address + 3, 2, event.readBack.data());
+    }
+    plainSide.events.push_back(event);
+}
+
+// --- running ------------------------------------------------------------------------
+
+std::string Duel::run(const Call &call)
+{
+    Random random(call.seed);
+    trace.clear();
+    readBackMode = random.chance(70) ? 0 : random.between(1, 2);
+    std::string difference = dispatch(call, random);
+    if (tracing && readBackMode != 0)
+        trace += readBackMode == 1 ? " [callbacks read back]" : " [callbacks read a neighbour]";
+    if (difference.empty())
+        difference = compareSides();
+    reach.fullQueues += plain.writeList.size() > 512 || plain.conditionReadList.size() > 512 ? 1 : 0;
+    return difference;
+}
+
+std::string Duel::dispatch(const Call &call, Random &random)
+{
+    switch (call.kind) {
+    case DescriptorCalls:
+        return descriptorCalls();
+    case SetCallBack:
+        return setCallBack(random);
+    case InitProperty:
+        return initProperty(random);
+    case CheckAddrValidity:
+        return checkAddrValidity(random);
+    case CheckAddr:
+        return checkAddr(random);
+    case RegListByType:
+        return regListByType(random);
+    case RegDiscription:
+        return regDiscription(random);
+    case MultiCopy:
+        return multiCopy(random);
+    case SetRcpAddress:
+        return setRcpAddress(random);
+    case AddrMerge:
+        return addrMerge(random, call.spread);
+    case AddConditionRead:
+        return addConditionRead(random, call.spread);
+    case GetSendFrame:
+        return getSendFrame();
+    case DealRcvFrame:
+        return dealRcvFrame(random);
+    case GetData:
+        return getData(random, call.spread);
+    case SetData:
+        return setData(random, call.spread);
+    case HostRequest:
+        hostRequest(random);
+        return std::string();
+    case CallKinds:
+        break;
+    }
+    return "no such call";
+}
+
+std::string Duel::compareSides()
+{
+    std::string difference = eventDifference(realSide.events, plainSide.events);
+    for (const Event &event : plainSide.events) {
+        reach.changes += event.link >= 0 && event.station >= 0 ? 1 : 0;
+        reach.conditionEnds += event.regType == QLatin1String("-1") ? 1 : 0;
+        reach.recipeWords += event.regType == QLatin1String("RWI") ? 1 : 0;
+    }
+    realSide.events.clear();
+    plainSide.events.clear();
+    if (difference.empty() && realSide.area != plainSide.area)
+        difference = unequalBytes("block request bytes",
+                                  std::vector<unsigned char>(realSide.area.end() - 2, realSide.area.end()),
+                                  std::vector<unsigned char>(plainSide.area.end() - 2, plainSide.area.end()))
+                     + " (or another byte of the host area)";
+    if (difference.empty() && realSide.words != plainSide.words)
+        difference = "host word buffer differs";
+    if (difference.empty())
+        difference = stateDifference(plain);
+    return difference;
+}
+
+// --- start-up -----------------------------------------------------------------------
+
+std::string Duel::setCallBack(Random &random)
+{
+    if (random.chance(5)) {
+        note("intf_setAddrValueChangeCallBack(null)");
+        intf_setAddrValueChangeCallBack(nullptr);
+        plain.setAddrValueChangeCallBack(PlainDriver::CallBack());
+        return std::string();
+    }
+    note("intf_setAddrValueChangeCallBack(callBack)");
+    intf_setAddrValueChangeCallBack(&Duel::realCallBack);
+    plain.setAddrValueChangeCallBack([this](int linkId, int station, const QString &regType, int address) {
+        onPlainChange(linkId, station, regType, address);
+    });
+    return std::string();
+}
+
+std::string Duel::initProperty(Random &random)
+{
+    const QByteArray property = propertyString(random);
+    const bool withArea = !random.chance(4);
+    const bool withMutex = !random.chance(4);
+    const bool withWords = !random.chance(4);
+    const char *const asText = property.isNull() ? nullptr : property.constData();
+    note("intf_initProperty(" + std::string(withArea ? "area" : "null") + ", 17, " + (withWords ? "words" : "null")
+         + ", &status, " + (asText == nullptr ? "null" : "\"" + std::string(asText) + "\"") + ", "
+         + (withMutex ? "mutex" : "null") + ")");
+    int realStatus = 5;
+    int plainStatus = 5;
+    const int real = intf_initProperty(withArea ? realSide.area.data() : nullptr, 17,
+                                       withWords ? realSide.words.data() : nullptr, &realStatus, asText,
+                                       withMutex ? &hostMutex : nullptr);
+    const int expected = plain.initProperty(withArea ? plainSide.area.data() : nullptr, 17,
+                                            withWords ? plainSide.words.data() : nullptr, &plainStatus, asText,
+                                            withMutex);
+    answered = true;
+    return unequal("result", real, expected) + unequal("status", realStatus, plainStatus);
+}
+
+std::string Duel::setRcpAddress(Random &random)
+{
+    QVector<_RCP_VAR_PRO> rows = recipeRows(random, plain.linkId);
+    note("intf_setRcpAddress(");
+    for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
+        const _RCP_VAR_PRO &row = rows.at(i);
+        note("{" + std::to_string(row.userData) + ", " + std::to_string(row.station) + ", " + text(row.regType) + ", "
+             + std::to_string(row.startAddr) + ", " + std::to_string(row.count) + ", @"
+             + std::to_string(row.hostOffset) + "} ");
+    }
+    note(")");
+    const int expected = plain.setRcpAddress(rows);
+    return unequal("result", intf_setRcpAddress(&rows), expected);
+}
+
+std::string Duel::addrMerge(Random &random, Spread spread)
+{
+    QList<KEY_ADDRESS> list = keys(random, spread);
+    note("intf_addrMerge(");
+    for (int i = 0; i < static_cast<int>(list.size()); ++i)
+        note("{" + std::to_string(list.at(i).station) + ", " + text(list.at(i).regType) + ", "
+             + std::to_string(list.at(i).startAddr) + ", " + std::to_string(list.at(i).count) + "} ");
+    note(")");
+    const QList<KEY_ADDRESS> before = list;
+    const int expected = plain.addrMerge(list);
+    std::string difference = unequal("result", intf_addrMerge(&list), expected);
+    for (int i = 0; i < static_cast<int>(before.size()) && difference.empty(); ++i) {
+        if (list.at(i).regType != before.at(i).regType || list.at(i).startAddr != before.at(i).startAddr
+            || list.at(i).count != before.at(i).count)
+            difference = "the host's list was changed";
+    }
+    return difference;
+}
+
+std::string Duel::addConditionRead(Random &random, Spread spread)
+{
+    KEY_ADDRESS range = key(random, spread);
+    const int userData = random.below(1000);
+    note("intf_addConditionRead({" + std::to_string(range.station) + ", " + text(range.regType) + ", "
+         + std::to_string(range.startAddr) + ", format " + std::to_string(range.field7) + ", "
+         + std::to_string(range.count) + "}, " + std::to_string(userData) + ")");
+    const int expected = plain.addConditionRead(range, userData);
+    return unequal("result", intf_addConditionRead(&range, userData), expected);
+}
+
+// --- polling ------------------------------------------------------------------------
+
+std::string Duel::getSendFrame()
+{
+    note("intf_getSendFrame()");
+    FRAME_PRO realOut;
+    realOut.frameLen = -7;
+    realOut.var.count = -7;
+    FRAME_PRO plainOut = FRAME_PRO();
+    const int real = intf_getSendFrame(&realOut);
+    const int expected = plain.getSendFrame(&plainOut);
+    std::string difference = unequal("result", real, expected);
+    if (!difference.empty())
+        return difference;
+    if (expected == 0) {
+        reach.blockedHeads += plain.writeList.isEmpty() && plain.conditionReadList.isEmpty() ? 0 : 1;
+        if (realOut.frameLen != -7 || realOut.var.count != -7)
+            return "output written although there is nothing to send";
+        return std::string();
+    }
+    difference = frameDifference(realOut, plainOut, plain.sendState);
+    note(" = " + text(plainOut.frame, plainOut.frameLen) + ", state " + std::to_string(plain.sendState));
+    lastFrame = plainOut;
+    answered = false;
+    ++reach.frames;
+    return difference;
+}
+
+std::string Duel::dealRcvFrame(Random &random)
+{
+    QByteArray reply;
+    if (lastFrame.frameLen > 0 && (!answered || random.chance(50)))
+        reply = slave.reply(random, lastFrame);
+    answered = true;
+    note("intf_dealRcvFrame(" + std::string(slave.lastKind) + ": "
+         + text(reinterpret_cast<const unsigned char *>(reply.constData()), static_cast<int>(reply.size())) + ")");
+    QByteArray realReply = reply;
+    QByteArray plainReply = reply;
+    QString realText = QLatin1String("left over");
+    QString plainText = realText;
+    const bool block = plain.sendState == 5 || plain.sendState == 6;
+    const int real = intf_dealRcvFrame(&realReply, &realText);
+    const int expected = plain.dealRcvFrame(&plainReply, &plainText);
+    note(" = " + std::to_string(expected));
+    reach.accepted += expected == 1 ? 1 : 0;
+    reach.resent += expected == 8 ? 1 : 0;
+    reach.givenUp += expected == 2 ? 1 : 0;
+    reach.blockTransfers += block && expected == 1 && plain.rcpIndex == 0 ? 1 : 0;
+    std::string difference = unequal("result", real, expected);
+    if (difference.empty() && realText != plainText)
+        difference = "error text: driver " + text(realText) + ", model " + text(plainText);
+    if (difference.empty() && realReply != plainReply)
+        difference = "reply bytes after the call: driver " + std::string(realReply.toHex().constData()) + ", model "
+                     + plainReply.toHex().constData();
+    return difference;
+}
+
+// Only between transactions does a host touch its words; requests it may raise at any time.
+void Duel::hostRequest(Random &random)
+{
+    const int byte = random.chance(50) ? BlockWriteRequest : BlockReadRequest;
+    const unsigned char value = static_cast<unsigned char>(random.pick({1, 1, 1, 1, 1, 0, 2}));
+    note("host area[" + std::to_string(byte) + "] = " + std::to_string(value));
+    realSide.area[static_cast<size_t>(byte)] = value;
+    plainSide.area[static_cast<size_t>(byte)] = value;
+    if (!random.chance(30))
+        return;
+    note(", word buffer filled");
+    for (size_t i = 0; i < 700; ++i)
+        realSide.words[i] = static_cast<unsigned short>(random.pick({0u, 1u, 0x0102u, 0xFF00u, random.next() & 0xFFFFu}));
+    std::copy(realSide.words.begin(), realSide.words.begin() + 700, plainSide.words.begin());
+}
+
+// --- values -------------------------------------------------------------------------
+
+std::string Duel::getData(Random &random, Spread spread)
+{
+    const int where = station(random);
+    QString type = regType(random);
+    const int start = address(random, type, spread);
+    const int n = moderateCount(random);
+    note("intf_getData(" + std::to_string(where) + ", " + text(type) + ", " + std::to_string(start) + ", "
+         + std::to_string(n) + ")");
+    std::vector<unsigned char> real(static_cast<size_t>(std::max(1, hostByteCount(type, n))), 0xEE);
+    std::vector<unsigned char> expected(real);
+    const int realResult = intf_getData(where, &type, start, n, real.data());
+    const std::string difference =
+        unequal("result", realResult, plain.getData(where, type, start, n, expected.data()));
+    return difference.empty() ? unequalBytes("output", real, expected) : difference;
+}
+
+std::string Duel::setData(Random &random, Spread spread)
+{
+    const int where = station(random);
+    QString type = regType(random);
+    const int start = address(random, type, spread);
+    const int n = moderateCount(random);
+    std::vector<unsigned char> bytes = hostBytes(random, type, n);
+    const int userData = random.below(1000);
+    note("intf_setData(" + std::to_string(where) + ", " + text(type) + ", " + std::to_string(start) + ", "
+         + std::to_string(n) + ", " + text(bytes.data(), static_cast<int>(bytes.size())) + ", "
+         + std::to_string(userData) + ")");
+    const std::vector<unsigned char> before(bytes);
+    const int expected = plain.setData(where, type, start, n, before.data(), userData);
+    const int real = intf_setData(where, &type, start, n, bytes.data(), userData);
+    const std::string difference = unequal("result", real, expected);
+    return difference.empty() ? unequalBytes("the host's bytes", bytes, before) : difference;
+}
+
+} // namespace model
