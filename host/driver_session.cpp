@@ -87,12 +87,16 @@ DriverSession::~DriverSession()
     m_driver.initProperty(nullptr, 0, nullptr, &status, "", nullptr);
 }
 
-int DriverSession::start(const DriverProperty &property, const std::vector<Tag> &tags)
+void DriverSession::configure(const DriverProperty &property)
 {
     m_property = property;
     int status = 0;
     m_driver.initProperty(m_area.data(), 0, m_words.data(), &status, property.text().c_str(), &m_mutex);
-    QList<KEY_ADDRESS> keys = keysOf(tags, property.maxWords);
+}
+
+int DriverSession::plan(const std::vector<Tag> &tags)
+{
+    QList<KEY_ADDRESS> keys = keysOf(tags, m_property.maxWords);
     return m_driver.addrMerge(&keys);
 }
 

@@ -47,8 +47,11 @@ public:
     DriverSession(const DriverSession &) = delete;
     DriverSession &operator=(const DriverSession &) = delete;
 
-    /** Configures the driver and plans the reading of the tags; result: frames in a round. */
-    int start(const DriverProperty &property, const std::vector<Tag> &tags);
+    /** Configures the driver, which empties its queues, its plan and its cache. */
+    void configure(const DriverProperty &property);
+
+    /** Plans the cyclic reading of the tags; result: frames in a round. Not while polling. */
+    int plan(const std::vector<Tag> &tags);
 
     DriverLibrary &driver() { return m_driver; }
     const DriverProperty &property() const { return m_property; }

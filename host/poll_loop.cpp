@@ -28,7 +28,7 @@ StepResult PollLoop::step()
 {
     if (stopping())
         return StepResult::Stopped;
-    if (m_driver.getSendFrame(&m_frame) != 1)
+    if (!nextFrame())
         return StepResult::Idle;
     if (!openPort())
         return StepResult::NoPort;
@@ -46,14 +46,22 @@ StepResult PollLoop::step()
     return StepResult::Done;
 }
 
+/**
+ * Without a cyclic plan the driver says "nothing" once after a burst of queued
+ * requests, where a cyclic read would have its turn; only twice is nothing left.
+ */
+bool PollLoop::nextFrame()
+{
+    return m_driver.getSendFrame(&m_frame) == 1 || m_driver.getSendFrame(&m_frame) == 1;
+}
+
 bool PollLoop::openPort()
 {
     const bool open = m_line.ensureOpen();
-    if (open != m_portOpen) {
-        m_portOpen = open;
-        if (m_portObserver)
-            m_portObserver(open);
-    }
+    const bool changed = open != m_portOpen;
+    m_portOpen = open;
+    if (changed && m_portObserver)
+        m_portObserver(open);
     return open;
 }
 
@@ -181,14 +189,22 @@ void PollLoop::run()
             rest(m_line.now() + IdlePause);
         if (result == StepResult::NoPort)
             rest(m_line.now() + m_settings.reopenInterval);
-        if (result != StepResult::Done || !endsCyclicRead() || ++sent < m_settings.cycleLength)
+        if (result != StepResult::Done || !endsCyclicRead() || ++sent < m_roundLength)
             continue;
         sent = 0;
         if (m_roundObserver && !m_roundObserver())
             return;
-        rest(roundStart + m_settings.cycleInterval);
-        roundStart = std::max(roundStart + m_settings.cycleInterval, m_line.now());
+        rest(roundStart + m_settings.roundInterval);
+        roundStart = std::max(roundStart + m_settings.roundInterval, m_line.now());
     }
+}
+
+StepResult PollLoop::drain()
+{
+    StepResult result = step();
+    while (result == StepResult::Done)
+        result = step();
+    return result;
 }
 
 bool PollLoop::endsCyclicRead() const

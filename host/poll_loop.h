@@ -39,8 +39,7 @@ struct PollSettings
     Duration broadcastDelay = std::chrono::milliseconds(100); ///< time that slaves get to act on a broadcast
     Duration lateReplyGuard = std::chrono::milliseconds(1000); ///< see PollLoop::awaitLateReply()
     Duration reopenInterval = std::chrono::milliseconds(500); ///< pause between tries to open a lost port
-    Duration cycleInterval{0}; ///< run(): start of one round of the cyclic plan to the start of the next
-    int cycleLength = 0;       ///< run(): frames in a round, the result of intf_addrMerge()
+    Duration roundInterval{0}; ///< run(): start of one round of the cyclic plan to the start of the next
     bool removeEcho = false;   ///< the adapter hears itself: drop the request in front of the reply
 };
 
@@ -63,6 +62,9 @@ public:
     /** Observers are called on the polling thread after each frame. Add them before polling. */
     void addObserver(Observer observer) { m_observers.push_back(std::move(observer)); }
 
+    /** Frames in a round of run(): the result of intf_addrMerge(). Set it while nothing polls. */
+    void setRoundLength(int frames) { m_roundLength = frames; }
+
     /** Called when the port is lost and when it is back. */
     void setPortObserver(PortObserver observer) { m_portObserver = std::move(observer); }
 
@@ -74,6 +76,9 @@ public:
 
     /** Steps until stop(); keeps to the cycle interval and waits while there is nothing to send. */
     void run();
+
+    /** Steps until there is nothing left to send, the port is lost or stop() is called. */
+    StepResult drain();
 
     /** From any thread: ends run() and the waits of a step. */
     void stop();
@@ -87,6 +92,7 @@ public:
     const PollSettings &settings() const { return m_settings; }
 
 private:
+    bool nextFrame();
     bool openPort();
     void waitForSilence();
     void awaitLateReply();
@@ -104,6 +110,7 @@ private:
     std::vector<Observer> m_observers;
     PortObserver m_portObserver;
     std::function<bool()> m_roundObserver;
+    int m_roundLength = 1;
     ReplyCollector m_collector;
     FRAME_PRO m_frame;
     Transaction m_transaction;
@@ -112,7 +119,7 @@ private:
     bool m_unanswered = false;    ///< an attempt of the frame in flight got no answer at all
     bool m_expectLate = false;    ///< such an attempt may still be answered
     std::set<int> m_muteStations; ///< stations that were listened for in vain
-    bool m_portOpen = false;
+    bool m_portOpen = true;
     std::atomic<bool> m_stopping{false};
     std::mutex m_mutex;
     std::condition_variable m_wakeUp;

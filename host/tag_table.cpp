@@ -9,9 +9,10 @@ namespace rtu {
 
 namespace {
 
-enum Column { Name, Station, Type, Address, Count, FormatColumn, Scale, Unit, ColumnCount };
+enum Column { Name, Station, Type, Address, Count, FormatColumn, Scale, Unit, Values, ColumnCount };
 
-const char *const columnNames[ColumnCount] = {"name", "station", "type", "address", "count", "format", "scale", "unit"};
+const char *const columnNames[ColumnCount] = {"name",   "station", "type", "address", "count",
+                                              "format", "scale",   "unit", "values"};
 
 using Columns = std::array<int, ColumnCount>; ///< position of each column in a line, -1 for none
 
@@ -51,7 +52,7 @@ Columns readColumns(const std::vector<std::string> &fields)
         const auto found = std::find(std::begin(columnNames), std::end(columnNames), lowered(fields[position]));
         if (found == std::end(columnNames))
             throw std::invalid_argument("unknown column \"" + fields[position]
-                                        + "\"; there are name, station, type, address, count, format, scale, unit");
+                                        + "\"; there are name, station, type, address, count, format, scale, unit, values");
         columns[static_cast<std::size_t>(found - std::begin(columnNames))] = static_cast<int>(position);
     }
     if (columns[Type] < 0)
@@ -146,10 +147,10 @@ std::string csvField(const std::string &text)
     return quoted + "\"";
 }
 
-std::vector<Tag> readTagTable(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
-                              const std::string &source)
+std::vector<TagRow> readTagRows(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
+                                const std::string &source)
 {
-    std::vector<Tag> tags;
+    std::vector<TagRow> rows;
     Columns columns = usualColumns();
     bool first = true;
     std::string line;
@@ -161,12 +162,21 @@ std::vector<Tag> readTagTable(DriverLibrary &driver, const RegisterCatalog &cata
             if (first && namesColumns(fields))
                 columns = readColumns(fields);
             else
-                tags.push_back(tagFrom(driver, catalog, fields, columns));
+                rows.push_back(TagRow{tagFrom(driver, catalog, fields, columns), fieldOf(fields, columns, Values)});
         } catch (const std::invalid_argument &error) {
             throw std::invalid_argument(source + ":" + std::to_string(number) + ": " + error.what());
         }
         first = false;
     }
+    return rows;
+}
+
+std::vector<Tag> readTagTable(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
+                              const std::string &source)
+{
+    std::vector<Tag> tags;
+    for (const TagRow &row : readTagRows(driver, catalog, in, source))
+        tags.push_back(row.tag);
     return tags;
 }
 

@@ -30,7 +30,18 @@ std::string csvField(const std::string &text);
 std::vector<Tag> readTagTable(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
                               const std::string &source);
 
-/** The same from a file. */
+/** A line of a recipe file: a tag, and its values in a further column. */
+struct TagRow
+{
+    Tag tag;
+    std::string values; ///< as typed, separated by blanks; empty when the file has none
+};
+
+/** As readTagTable(), with the column "values". */
+std::vector<TagRow> readTagRows(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
+                                const std::string &source);
+
+/** readTagTable() from a file. */
 std::vector<Tag> readTagFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path);
 
 } // namespace rtu

@@ -1,0 +1,69 @@
+/**
+ * @file
+ * Polling, reading and writing with output in lines: everything on a line that
+ * needs no screen.
+ */
+#ifndef RTU_HOST_POLL_PROGRAM_H
+#define RTU_HOST_POLL_PROGRAM_H
+
+#include "driver_session.h"
+#include "options.h"
+#include "poll_loop.h"
+#include "tag_selection.h"
+
+#include <atomic>
+#include <memory>
+#include <ostream>
+
+namespace rtu {
+
+/** userData of this host's own requests; the cyclic plan has CyclicTag. */
+enum { WriteTag = 100, ConditionTag = 101 };
+
+/** The poll loop's settings as the options say. */
+PollSettings pollSettings(const Options &options, const LineParameters &line);
+
+class PollProgram
+{
+public:
+    PollProgram(DriverSession &session, Line &line, const PollSettings &settings, const Options &options,
+                std::ostream &out, std::ostream &err);
+
+    /** Writes, then reads in rounds; result: exit status. */
+    int poll(const TagSelection &selection);
+    /** Reads each tag once by one-off reads. */
+    int readOnce(const std::vector<Tag> &tags);
+    /** Moves a recipe. @param write from the file to the slaves */
+    int transferRecipe(const std::vector<Tag> &tags, bool write);
+
+    PollLoop &loop() { return m_loop; }
+
+private:
+    bool write(const std::vector<TagWrite> &writes);
+    void poll(const std::vector<Tag> &tags);
+    bool finishRound(const std::vector<Tag> &tags);
+    bool condition(const Tag &tag);
+    void noteTransaction(const Transaction &transaction);
+    void printTrace(const Transaction &transaction);
+    void printRound(const std::vector<Tag> &tags);
+    void say(const std::string &text);
+    bool drain();
+    int finish();
+
+    DriverSession &m_session;
+    Line &m_line;
+    const Options &m_options;
+    std::ostream &m_out;
+    std::ostream &m_err;
+    PollLoop m_loop;
+    Statistics m_statistics;
+    ValuePrinter m_printer;
+    std::unique_ptr<TagStates> m_states;
+    std::uint64_t m_errors = 0;
+    int m_rounds = 0;
+    std::atomic<int> m_conditionEnd{0};
+};
+
+} // namespace rtu
+
+#endif

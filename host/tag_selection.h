@@ -1,0 +1,30 @@
+/**
+ * @file
+ * What the command line wants read and written.
+ */
+#ifndef RTU_HOST_TAG_SELECTION_H
+#define RTU_HOST_TAG_SELECTION_H
+
+#include "options.h"
+#include "tag.h"
+
+#include <vector>
+
+namespace rtu {
+
+struct TagSelection
+{
+    std::vector<Tag> reads;
+    std::vector<TagWrite> writes;
+};
+
+/**
+ * Puts -t and -r, the tag file and the arguments together.
+ *
+ * @throws std::invalid_argument that names the argument and says what would be right
+ */
+TagSelection selectTags(DriverLibrary &driver, const RegisterCatalog &catalog, const Options &options);
+
+} // namespace rtu
+
+#endif
