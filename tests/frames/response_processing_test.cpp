@@ -99,7 +99,6 @@ TEST_F(ResponseProcessing, StationFunctionAndByteCountOfAReplyAreNotCompared)
 
 TEST_F(ResponseProcessing, LengthAndCrcDecide)
 {
-    plan(keysOf("1:4x 0+3"));
     init("1#0#0#100#100");
     plan(keysOf("1:4x 0+3"));
     const QByteArray good = wordsReply(1, 3, {1, 2, 3});

@@ -47,8 +47,6 @@ protected:
         intf_setRcpAddress(&table);
     }
 
-    void raise(int requestByte, int value = 1) { hostArea[static_cast<size_t>(requestByte)] = static_cast<unsigned char>(value); }
-    int raised(int requestByte) const { return hostArea[static_cast<size_t>(requestByte)]; }
 
     static std::string inFlight() { return unitText(driver.currentVar); }
 };
@@ -256,7 +254,6 @@ TEST_F(SendScheduling, ResendingDoesNotCount)
 
 TEST_F(SendScheduling, GivenUpWritesCount)
 {
-    plan(keysOf("1:4x 0+1"));
     init("1#0#0#1#100");
     plan(keysOf("1:4x 0+1"));
     queueWrites(11);
@@ -473,12 +470,14 @@ TEST_F(SendScheduling, WithoutHostAreaOrMutexThereIsNoRequest)
 
 TEST_F(SendScheduling, BlocksThatCannotBeWrittenHoldTheRequest)
 {
-    registerRows("1:3x 0+1");
-    raise(BlockWriteRequest);
-    EXPECT_EQ(trace(2), "--");
-    EXPECT_EQ(raised(BlockWriteRequest), 1);
-    EXPECT_EQ(driver.sendState, BlockWriteSent);
-    EXPECT_EQ(inFlight(), "1:3x 0+1");
+    for (const char *rows : {"1:3x 0+1", "1:1x 0+8", "1:3x_double 0+2", "1:3x_bit 0+2", "1:9x 0+1", "0:4x_bit 0+2"}) {
+        registerRows(rows);
+        raise(BlockWriteRequest);
+        EXPECT_EQ(trace(2), "--") << rows;
+        EXPECT_EQ(raised(BlockWriteRequest), 1);
+        EXPECT_EQ(driver.sendState, BlockWriteSent);
+        EXPECT_EQ(inFlight(), rows);
+    }
 }
 
 TEST_F(SendScheduling, BlockOfEveryStationCannotBeReadAndHoldsTheRequest)

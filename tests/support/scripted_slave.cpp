@@ -231,12 +231,22 @@ std::string SlaveFixture::trace(int steps)
     return sent;
 }
 
+void SlaveFixture::raise(int requestByte, int value)
+{
+    hostArea[static_cast<size_t>(requestByte)] = static_cast<unsigned char>(value);
+}
+
+int SlaveFixture::raised(int requestByte) const
+{
+    return hostArea[static_cast<size_t>(requestByte)];
+}
+
 int SlaveFixture::transfer(int requestByte)
 {
-    hostArea[static_cast<size_t>(requestByte)] = 1;
+    raise(requestByte);
     for (int steps = 1; steps <= 10000; ++steps) {
         step();
-        if (hostArea[static_cast<size_t>(requestByte)] == 0)
+        if (raised(requestByte) == 0)
             return steps;
     }
     ADD_FAILURE() << "the block request was never cleared";

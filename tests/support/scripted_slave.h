@@ -93,6 +93,10 @@ protected:
      */
     std::string trace(int steps);
 
+    /** Sets one of the two request bytes of the host area. */
+    void raise(int requestByte, int value = 1);
+    int raised(int requestByte) const;
+
     /** Raises a block request and polls until it is cleared; number of steps, 0 when it never was. */
     int transfer(int requestByte);
 
