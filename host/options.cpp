@@ -262,7 +262,7 @@ void Parser::addSimulation()
     m_app.add_option("--sim", m_options.simFile, "Simulated slaves described in FILE, in place of PORT")
         ->type_name("FILE")
         ->group(group);
-    m_app.add_option("--serve", m_raw.serve, "Put the simulated slaves on a port for another master")
+    m_app.add_option("--serve", m_raw.serve, "Put simulated slaves on a port for another master; pty or pty:LINK as PORT makes a pseudo-terminal")
         ->type_name("FILE PORT")
         ->expected(2)
         ->group(group);

@@ -58,12 +58,24 @@ ReplyEnd ReplyCollector::take()
         m_size += static_cast<std::size_t>(count);
         m_lastByte = m_line.now();
         matchEcho();
-        if (!m_replyBegun && payload() > 0 && !m_echoPending) {
-            m_replyBegun = true;
-            m_begin = m_lastByte;
-            m_atBegin = payload();
-        }
+        noteProgress();
     }
+}
+
+/**
+ * So many bytes by now: the reply began that many characters ago at the latest.
+ * Each read may show an earlier begin than the one before, when a busy machine
+ * woke this thread late, and later wake-ups are then not late as well.
+ */
+void ReplyCollector::noteProgress()
+{
+    if (payload() == 0 || m_echoPending)
+        return;
+    const TimePoint begin = m_lastByte - m_timing.characters(payload());
+    m_begin = m_replyBegun ? std::min(m_begin, begin) : begin;
+    if (!m_replyBegun)
+        m_firstByte = m_lastByte;
+    m_replyBegun = true;
 }
 
 /** Drops the request from the front of what was received; anything else in front is left alone. */
@@ -111,9 +123,7 @@ TimePoint ReplyCollector::wakeUpTime() const
     const std::size_t expected = static_cast<std::size_t>(m_transaction->expectedReply);
     const bool mayBeException = payload() < ExceptionReplyBytes && expected > 2 * ExceptionReplyBytes;
     const std::size_t wanted = mayBeException ? ExceptionReplyBytes : expected - std::min(expected, AwaitedBytes);
-    if (wanted <= m_atBegin)
-        return TimePoint::min();
-    return m_begin + m_timing.characters(wanted - m_atBegin);
+    return m_begin + m_timing.characters(wanted);
 }
 
 void ReplyCollector::sleepThroughReply()
@@ -131,7 +141,7 @@ void ReplyCollector::finish(ReplyEnd end)
     m_transaction->finished = m_line.now();
     m_transaction->reply = QByteArray(reinterpret_cast<const char *>(payloadBytes()), static_cast<int>(payload()));
     if (m_replyBegun)
-        m_transaction->firstByte = m_begin;
+        m_transaction->firstByte = m_firstByte;
 }
 
 } // namespace rtu

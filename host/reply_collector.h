@@ -38,6 +38,7 @@ private:
     TimePoint wakeUpTime() const;
     void sleepThroughReply();
     void matchEcho();
+    void noteProgress();
     void finish(ReplyEnd end);
     ReplyEnd take();
 
@@ -52,8 +53,8 @@ private:
     std::size_t m_skip = 0;          ///< length of the echo in m_bytes
     bool m_echoPending = false;      ///< the echo is not complete yet
     bool m_replyBegun = false;
-    TimePoint m_begin;               ///< when the first bytes of the reply were read
-    std::size_t m_atBegin = 0;       ///< and how many they were
+    TimePoint m_firstByte;           ///< when the first bytes of the reply were read
+    TimePoint m_begin;               ///< latest time at which the reply can have begun
     TimePoint m_lastByte;
 };
 

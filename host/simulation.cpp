@@ -81,6 +81,22 @@ LineParameters agreeOnPace(plant::Plant &plant, const Options &options)
     return line;
 }
 
+namespace {
+
+/** Starts the slaves on a port, or for "pty" and "pty:LINK" on a pseudo-terminal of their own. */
+bool startServing(plant::Plant &slaves, const Options &options, std::string *error)
+{
+    const std::string pty = "pty";
+    if (options.port.compare(0, pty.size(), pty) != 0)
+        return slaves.serveOn(options.port, portSettings(options.line), error);
+    if (options.baudGiven)
+        agreeOnPace(slaves, options);
+    const bool link = options.port.size() > pty.size() && options.port[pty.size()] == ':';
+    return slaves.start(error, link ? options.port.substr(pty.size() + 1) : std::string());
+}
+
+} // namespace
+
 int serve(const Options &options, std::ostream &out, std::ostream &err)
 {
     const std::unique_ptr<plant::Plant> slaves = makePlant(options.serveFile, options);
@@ -90,12 +106,13 @@ int serve(const Options &options, std::ostream &out, std::ostream &err)
     sigfillset(&signals);
     sigset_t before;
     pthread_sigmask(SIG_BLOCK, &signals, &before);
-    const bool serving = slaves->serveOn(options.port, portSettings(options.line), &error);
+    const bool serving = startServing(*slaves, options, &error);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (!serving)
         throw std::runtime_error(error);
     if (!options.quiet)
-        out << "serving " << slaves->stations().size() << " stations on " << options.port << ", Ctrl-C ends\n"
+        out << "serving " << slaves->stations().size() << " stations on "
+            << (slaves->devicePath().empty() ? options.port : slaves->devicePath()) << ", Ctrl-C ends\n"
             << std::flush;
     const bool signalled = waitForEnd(*slaves);
     slaves->stop();

@@ -1,0 +1,120 @@
+/**
+ * @file
+ * Polls a port through the driver and reports time, CPU and a checksum of the
+ * values as one line of JSON.
+ */
+#include "line_bench_common.h"
+
+#include "driver_library.h"
+#include "poll_loop.h"
+#include "serial_line.h"
+
+#include <cstdio>
+
+namespace {
+
+using namespace line_bench;
+
+/**
+ * A block limit of 0 keeps every line of the plan a request of its own: nothing
+ * is joined, and what is longer than the limit is never cut.
+ */
+const char *const Property = "1#0#0#3#0";
+
+int planBlocks(rtu::DriverLibrary &driver, const std::vector<Block> &blocks)
+{
+    int status = 0;
+    driver.initProperty(nullptr, 0, nullptr, &status, Property, nullptr);
+    QList<KEY_ADDRESS> keys;
+    for (const Block &block : blocks) {
+        KEY_ADDRESS key = KEY_ADDRESS();
+        key.station = block.station;
+        key.regType = QString::fromStdString(block.type);
+        key.startAddr = block.start;
+        key.count = block.count;
+        keys << key;
+    }
+    return driver.addrMerge(&keys);
+}
+
+bool endsWith(const std::string &text, const std::string &ending)
+{
+    return text.size() >= ending.size() && text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+}
+
+bool isBitType(const std::string &type)
+{
+    return type == "0x" || type == "1x" || endsWith(type, "_bit");
+}
+
+void addValues(rtu::DriverLibrary &driver, const Block &block, Checksum &checksum)
+{
+    std::vector<unsigned char> bytes(2 * static_cast<std::size_t>(block.count));
+    QString type = QString::fromStdString(block.type);
+    driver.getData(block.station, &type, block.start, block.count, bytes.data());
+    const std::size_t width = isBitType(block.type) ? 1 : endsWith(block.type, "_double") ? 4 : 2;
+    const std::size_t values = width == 4 ? bytes.size() / 4 : static_cast<std::size_t>(block.count);
+    for (std::size_t i = 0; i < values; ++i) {
+        std::uint32_t value = 0;
+        for (std::size_t k = width; k-- > 0;)
+            value = value << 8 | bytes[i * width + k];
+        checksum.add(value);
+    }
+}
+
+rtu::PollSettings settingsFor(const Arguments &arguments, const rtu::LineParameters &line)
+{
+    rtu::PollSettings settings;
+    settings.timing = rtu::LineTiming(line);
+    settings.replyTimeout = std::chrono::milliseconds(arguments.timeoutMilliseconds);
+    settings.lateReplyGuard = settings.replyTimeout;
+    return settings;
+}
+
+int run(const Arguments &arguments)
+{
+    const std::vector<Block> blocks = readPlan(arguments.planFile);
+    rtu::DriverLibrary driver(arguments.driver);
+    const int roundLength = planBlocks(driver, blocks);
+    rtu::SerialLine line(arguments.port, arguments.line);
+    line.open();
+    rtu::LineParameters parameters = line.parameters();
+    rtu::PollLoop loop(driver, line, settingsFor(arguments, parameters));
+
+    unsigned long transactions = 0;
+    unsigned long errors = 0;
+    loop.addObserver([&](const rtu::Transaction &transaction) {
+        ++transactions;
+        errors += transaction.good() ? 0 : 1;
+    });
+
+    Meter meter;
+    Checksum checksum;
+    long cycles = 0;
+    loop.setRoundLength(roundLength);
+    loop.setRoundObserver([&] {
+        if (++cycles == 1) {
+            for (const Block &block : blocks)
+                addValues(driver, block, checksum);
+        }
+        return !meter.finished(arguments, cycles);
+    });
+    meter.start();
+    loop.run();
+    meter.stop();
+    meter.print(transactions, errors, checksum);
+    return errors == 0 ? 0 : 1;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    const Arguments arguments = parseArguments(argc, argv);
+    try {
+        return run(arguments);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "line_bench: %s\n", error.what());
+        return 1;
+    }
+}
