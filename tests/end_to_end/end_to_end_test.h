@@ -10,6 +10,13 @@
 
 #include <gtest/gtest.h>
 
+#include <ostream>
+
+inline void PrintTo(SlaveKind kind, std::ostream *out)
+{
+    *out << slaveName(kind);
+}
+
 class EndToEnd : public ::testing::TestWithParam<SlaveKind>
 {
 protected:

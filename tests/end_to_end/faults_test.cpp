@@ -75,6 +75,16 @@ const Expectation Expectations[] = {
     {FaultKind::GarbageBefore, "GarbageBefore", 0, Again, false, true, false, false},
 };
 
+void PrintTo(const Operation &operation, std::ostream *out)
+{
+    *out << operation.name;
+}
+
+void PrintTo(const Expectation &expectation, std::ostream *out)
+{
+    *out << expectation.name;
+}
+
 using Case = std::tuple<Expectation, Operation>;
 
 std::string nameOf(const ::testing::TestParamInfo<Case> &info)
