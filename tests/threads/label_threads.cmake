@@ -1,0 +1,1 @@
+set_tests_properties(${concurrency_tests_TESTS} PROPERTIES LABELS threads)
