@@ -105,6 +105,19 @@ TEST_F(AreaIndex, AnotherListOfTheSameSizeIsNoticed)
     EXPECT_EQ(driver.dataAreas.size(), 201);
 }
 
+// The list keeps its memory when it is cleared, so its ends may lie where they lay.
+TEST_F(AreaIndex, ListClearedAndFilledAnewIsNoticed)
+{
+    for (int i = 0; i < 200; ++i)
+        makeArea(1, "4x", i);
+    driver.dataAreas.clear();
+    for (int i = 0; i < 200; ++i)
+        driver.dataAreas << areaOf(Keys3{2, QString::fromLatin1("3x"), 1000 + i});
+    for (int i = 0; i < 200 && !HasFatalFailure(); ++i)
+        expectSame(Keys3{2, QString::fromLatin1("3x"), 1000 + i});
+    EXPECT_EQ(driver.dataAreas.size(), 200);
+}
+
 TEST_F(AreaIndex, SwappedAreasAreFoundWhereTheyAre)
 {
     for (int i = 0; i < 300; ++i)
