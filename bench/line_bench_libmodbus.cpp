@@ -7,10 +7,12 @@
 
 #include <modbus.h>
 
+#include <sched.h>
 #include <sys/prctl.h>
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <ctime>
 #include <memory>
 #include <stdexcept>
@@ -18,6 +20,16 @@
 namespace {
 
 using namespace line_bench;
+
+/** The same exact sleeps and the same priority that the driver's poll loop asks for. */
+void askForPunctuality()
+{
+    ::prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
+    sched_param priority;
+    std::memset(&priority, 0, sizeof(priority));
+    priority.sched_priority = 1;
+    (void)::sched_setscheduler(0, SCHED_FIFO, &priority);
+}
 
 struct Context
 {
@@ -128,7 +140,7 @@ int run(const Arguments &arguments)
 {
     const std::vector<Block> blocks = readPlan(arguments.planFile);
     const Context context(arguments);
-    ::prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL); // the same exact sleeps as line_bench
+    askForPunctuality();
     Loop loop(arguments, context.handle);
     Meter meter;
     Checksum checksum;

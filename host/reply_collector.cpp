@@ -13,10 +13,13 @@ const std::size_t ExceptionReplyBytes = 5;
 const unsigned char ExceptionFlag = 0x80;
 
 /**
- * The last bytes of a reply are awaited one by one: sleeping up to the very end
- * would add the lateness of the first wake-up to that of the last.
+ * The last byte of a reply is awaited instead of slept for: its own arrival ends
+ * the wait, so that the lateness of earlier wake-ups does not add up.
  */
-const std::size_t AwaitedBytes = 2;
+const std::size_t AwaitedBytes = 1;
+
+/** Replies shorter than this are slept through whole: finding an exception earlier is not worth a wake-up. */
+const Duration ShortReply = std::chrono::milliseconds(3);
 
 } // namespace
 
@@ -121,7 +124,7 @@ TimePoint ReplyCollector::deadline() const
 TimePoint ReplyCollector::wakeUpTime() const
 {
     const std::size_t expected = static_cast<std::size_t>(m_transaction->expectedReply);
-    const bool mayBeException = payload() < ExceptionReplyBytes && expected > 2 * ExceptionReplyBytes;
+    const bool mayBeException = payload() < ExceptionReplyBytes && m_timing.characters(expected) > ShortReply;
     const std::size_t wanted = mayBeException ? ExceptionReplyBytes : expected - std::min(expected, AwaitedBytes);
     return m_begin + m_timing.characters(wanted);
 }

@@ -12,6 +12,7 @@
 
 #include <linux/serial.h>
 #include <poll.h>
+#include <sched.h>
 #include <sys/eventfd.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -43,14 +44,24 @@ timespec toTimespec(Duration duration)
     return result;
 }
 
-/** The kernel may round a thread's sleeps up by 50 us, which is half a character at 115200 baud. */
-void askForExactSleeps()
+/**
+ * Makes the calling thread wake up when it asked to. The kernel may round sleeps
+ * up by 50 us, half a character at 115200 baud, and a busy machine lets a common
+ * thread wait for milliseconds. The thread sleeps nearly always, so the first
+ * place in the queue costs the others nothing; where the user may not have it,
+ * polling works without.
+ */
+void askForPunctuality()
 {
     thread_local bool asked = false;
     if (asked)
         return;
     asked = true;
     ::prctl(PR_SET_TIMERSLACK, 1UL, 0UL, 0UL, 0UL);
+    sched_param priority;
+    std::memset(&priority, 0, sizeof(priority));
+    priority.sched_priority = 1;
+    (void)::sched_setscheduler(0, SCHED_FIFO | SCHED_RESET_ON_FORK, &priority);
 }
 
 /** Unix 98 pseudo-terminals have the major numbers 136 to 143. */
@@ -253,7 +264,7 @@ TimePoint SerialLine::now()
 
 void SerialLine::sleepUntil(TimePoint when)
 {
-    askForExactSleeps();
+    askForPunctuality();
     // steady_clock is CLOCK_MONOTONIC, so its times serve as absolute deadlines.
     // Long sleeps go in slices: an interruption must not wait for a slow line.
     while (SteadyClock::now() < when) {
