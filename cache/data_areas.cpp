@@ -3,14 +3,6 @@
 #include "address/register_types.h"
 #include "driver/arithmetic.h"
 
-// The walk over unchanged registers is unrolled by hand-set pragma: a fifth fewer
-// instructions a register, measured with gcc 12 on amd64.
-#if defined(__GNUC__) && !defined(__clang__) && __GNUC__ >= 8
-#define UNROLL_4 _Pragma("GCC unroll 4")
-#else
-#define UNROLL_4
-#endif
-
 namespace {
 
 enum { RegisterBits = 16, AreaCoils = 8 };
@@ -109,6 +101,7 @@ AreaWalker::AreaWalker(Modbus_rtu_master &master, int walkedStation, const QStri
     : station(walkedStation)
     , areaType(walkedType)
     , owner(master)
+    , areas(master.dataAreas)
     , position(-1)
     , otherPosition(-1)
 {
@@ -116,16 +109,19 @@ AreaWalker::AreaWalker(Modbus_rtu_master &master, int walkedStation, const QStri
 
 _DATA_ &AreaWalker::locate(int areaIndex)
 {
-    if (isAt(position + 1, areaIndex)) {
-        ++position;
+    int found = otherPosition;
+    if (isAt(found, areaIndex)) {
+        otherPosition = position; // the run that is left for now is taken up again here
+    } else if (isAt(position + 1, areaIndex)) {
+        found = position + 1;
     } else {
-        const int next = otherPosition + 1;
+        found = otherPosition + 1;
         otherPosition = position;
-        position = isAt(next, areaIndex)
-            ? next
-            : owner.getIndexOfDataArea(station, areaType, areaIndex, owner.dataAreas);
+        if (!isAt(found, areaIndex))
+            found = owner.getIndexOfDataArea(station, areaType, areaIndex, areas);
     }
-    return owner.dataAreas[position];
+    position = found;
+    return areas[position];
 }
 
 // The walk below is the driver's busiest loop: in a steady plant nearly every
@@ -133,65 +129,63 @@ _DATA_ &AreaWalker::locate(int areaIndex)
 // so that a register costs a comparison of its keys and its value and no
 // look-up; whatever does not fit the pattern ends the walk and is handled one by
 // one by the caller.
-template <typename SameValue>
-int AreaWalker::passUnchanged(int areaIndex, int count, SameValue sameValue)
-{
-    at(areaIndex);
-    QList<_DATA_> &areas = owner.dataAreas;
-    const QList<_DATA_>::iterator first = areas.begin();
-    int next = position;
-    int otherNext = otherPosition + 1;
-    int passed = 0;
-    while (passed < count) {
-        if (!isAt(next, areaIndex + passed)) {
-            if (!isAt(otherNext, areaIndex + passed))
-                break;
-            qSwap(next, otherNext);
-        }
-        const int inList = sizeOf(areas) - next;
-        const int limit = count - passed < inList ? count - passed : inList;
-        const int run = passRun(first + next, areaIndex + passed, limit, passed, sameValue);
-        passed += run;
-        next += run;
-        if (run == 0)
-            break;
-    }
-    // The next look-up starts at the area that ended the walk.
-    position = next;
-    otherPosition = otherNext - 1;
-    return passed;
-}
-
-/** Along areas that lie beside each other, as long as keys and values fit; result: how many. */
-template <typename SameValue>
-int AreaWalker::passRun(QList<_DATA_>::iterator area, int areaIndex, int limit, int firstElement,
-                        SameValue sameValue) const
-{
-    const int wantedStation = station; // copies: the flags written below could alias the members
-    const QString wantedType = areaType;
-    int passed = 0;
-    UNROLL_4
-    for (; passed < limit; ++passed, ++area) {
-        _DATA_ &candidate = *area;
-        if (candidate.areaIndex != areaIndex + passed || candidate.station != wantedStation
-            || !sharesText(candidate.regType, wantedType))
-            break;
-        if (!sameValue(candidate, firstElement + passed))
-            break;
-        candidate.errorFlag = 0;
-    }
-    return passed;
-}
 
 namespace {
+
+/** Areas beside each other that hold what a reply says. */
+template <typename SameValue>
+class UnchangedRun
+{
+public:
+    UnchangedRun(int walkedStation, const QString &walkedType, SameValue value)
+        : station(walkedStation)
+        , regType(walkedType)
+        , sameValue(value)
+    {
+    }
+
+    /** Along the areas from @p area on, as long as keys and values fit; result: how many. */
+    int pass(QList<_DATA_>::iterator area, int areaIndex, std::size_t element, int limit) const
+    {
+        int passed = 0;
+        // In fours: the counting is a fifth of the work on one area.
+        for (; limit - passed >= 4; passed += 4, areaIndex += 4, element += 4, area += 4) {
+            if (!passOne(area[0], areaIndex, element))
+                return passed;
+            if (!passOne(area[1], areaIndex + 1, element + 1))
+                return passed + 1;
+            if (!passOne(area[2], areaIndex + 2, element + 2))
+                return passed + 2;
+            if (!passOne(area[3], areaIndex + 3, element + 3))
+                return passed + 3;
+        }
+        for (; passed < limit && passOne(*area, areaIndex, element); ++passed, ++areaIndex, ++element)
+            ++area;
+        return passed;
+    }
+
+private:
+    bool passOne(_DATA_ &area, int areaIndex, std::size_t element) const
+    {
+        if (area.areaIndex != areaIndex || area.station != station || !sharesText(area.regType, regType)
+            || !sameValue(area, element))
+            return false;
+        area.errorFlag = 0;
+        return true;
+    }
+
+    const int station;
+    const QString regType;
+    const SameValue sameValue;
+};
 
 struct SameRegister
 {
     const unsigned char *wire;
 
-    bool operator()(const _DATA_ &area, int i) const
+    bool operator()(const _DATA_ &area, std::size_t element) const
     {
-        const unsigned char *bytes = wire + 2 * i;
+        const unsigned char *bytes = wire + 2 * element;
         return static_cast<quint16>(area.readValue) == static_cast<quint16>(bytes[0] << 8 | bytes[1]);
     }
 };
@@ -199,25 +193,46 @@ struct SameRegister
 struct SameCoil
 {
     const unsigned char *packed;
-    int firstBit;
 
-    bool operator()(const _DATA_ &area, int i) const
+    bool operator()(const _DATA_ &area, std::size_t element) const
     {
-        const int bit = firstBit + i;
-        return coilOf(area.readValue) == (packed[bit / 8] >> bit % 8 & 1);
+        return static_cast<quint8>(area.readValue) == (packed[element / 8] >> element % 8 & 1);
     }
 };
 
 } // namespace
 
+template <typename SameValue>
+int AreaWalker::passUnchanged(int areaIndex, std::size_t firstElement, int count, SameValue sameValue)
+{
+    at(areaIndex);
+    const UnchangedRun<SameValue> run(station, areaType, sameValue);
+    const QList<_DATA_>::iterator first = areas.begin();
+    const int known = sizeOf(areas);
+    int passed = 0;
+    while (passed < count) {
+        const int left = count - passed;
+        const int limit = left < known - position ? left : known - position;
+        const int along = run.pass(first + position, areaIndex + passed, firstElement + static_cast<std::size_t>(passed), limit);
+        passed += along;
+        position += along;
+        if (passed == count || isAt(position, areaIndex + passed))
+            break; // all passed, or the next one has another value
+        if (!isAt(otherPosition, areaIndex + passed))
+            break;
+        qSwap(position, otherPosition);
+    }
+    return passed;
+}
+
 int AreaWalker::passUnchangedRegisters(int areaIndex, const unsigned char *wire, int count)
 {
     const SameRegister same = {wire};
-    return passUnchanged(areaIndex, count, same);
+    return passUnchanged(areaIndex, 0, count, same);
 }
 
 int AreaWalker::passUnchangedCoils(int areaIndex, const unsigned char *packed, int firstBit, int count)
 {
-    const SameCoil same = {packed, firstBit};
-    return passUnchanged(areaIndex, count, same);
+    const SameCoil same = {packed};
+    return passUnchanged(areaIndex, static_cast<std::size_t>(firstBit), count, same);
 }

@@ -9,6 +9,8 @@
 #include "driver/modbus_rtu_master.h"
 #include "driver/qt_compat.h"
 
+#include <cstddef>
+
 /**
  * @p value with bit @p bit set (@p on nonzero) or cleared. Only the low 8 bits
  * of the bit number are looked at; numbers from 32 on leave the value unchanged.
@@ -73,8 +75,17 @@ public:
     /** The area at @p areaIndex, created if absent. Valid until the next look-up or callback. */
     _DATA_ &at(int areaIndex)
     {
-        return isAt(position, areaIndex) ? owner.dataAreas[position] : locate(areaIndex);
+        // One comparison for both ends: a negative position is a large unsigned one.
+        if (static_cast<unsigned int>(position) < static_cast<unsigned int>(sizeOf(areas))) {
+            _DATA_ &area = areas[position];
+            if (hasKeys(area, station, areaType, areaIndex))
+                return area;
+        }
+        return locate(areaIndex);
     }
+
+    /** Says that the area last visited is done with: the one beside it is expected next. */
+    void advance() { ++position; }
 
     /**
      * Goes along registers whose areas exist and hold what the reply says,
@@ -99,21 +110,20 @@ private:
 
     bool isAt(int candidate, int areaIndex) const
     {
-        return candidate >= 0 && candidate < sizeOf(owner.dataAreas)
-            && hasKeys(owner.dataAreas.at(candidate), station, areaType, areaIndex);
+        return static_cast<unsigned int>(candidate) < static_cast<unsigned int>(sizeOf(areas))
+            && hasKeys(areas.at(candidate), station, areaType, areaIndex);
     }
 
     _DATA_ &locate(int areaIndex);
 
     template <typename SameValue>
-    int passUnchanged(int areaIndex, int count, SameValue sameValue);
+    int passUnchanged(int areaIndex, std::size_t firstElement, int count, SameValue sameValue);
 
-    template <typename SameValue>
-    int passRun(QList<_DATA_>::iterator area, int areaIndex, int limit, int firstElement, SameValue sameValue) const;
 
     Modbus_rtu_master &owner;
-    int position;      ///< of the area last visited
-    int otherPosition; ///< of the area last visited in the other run
+    QList<_DATA_> &areas;
+    int position;      ///< of the area last visited, or of the one expected next
+    int otherPosition; ///< the same in the other run
 };
 
 #endif

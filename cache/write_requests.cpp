@@ -82,7 +82,7 @@ void Modbus_rtu_master::queueWrite(int station, const QString &regType, int addr
 
     // Bits are cut like registers and two bytes are copied for each, although
     // bit data has one byte a bit.
-    const RequestPieces pieces(count, maxBlockWords);
+    const RequestPieces pieces(boundedCount(count), maxBlockWords);
     for (int k = 0; k < pieces.number(); ++k) {
         const int offset = pieces.offset(k);
         std::memset(var.data, 0, sizeof var.data);

@@ -248,6 +248,7 @@ private:
     bool takeRegister(AreaWalker &areas, int address, int value, bool keepsWritten);
     void unpackCoils(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply);
     bool takeCoil(AreaWalker &areas, int address, int value);
+    int takeChangedCoils(AreaWalker &areas, int address, const unsigned char *packed, int firstBit, int count);
     void fillBitWrite(QByteArray &received);
 
     /** Registered rows first to last - 1 of one recipe block. */
@@ -270,6 +271,7 @@ private:
     void storeRecipeDouble(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply);
     void reportRecipeWord(int word);
 
+    QList<FRAME_PRO> spareFrames; ///< at most one frame that stands by for the next transaction
     DataAreaIndex areaPositions; ///< where the areas of dataAreas are
 };
 

@@ -38,21 +38,45 @@ const CrcTables &tables()
     return instance;
 }
 
+/** The look-ups of rows Row to 0, for the bytes from @p rest on, spelled out whatever the optimisation level. */
+template <int Row>
+struct Fold
+{
+    static std::uint16_t of(std::uint16_t crc, const CrcTables &table, const unsigned char *rest)
+    {
+        crc ^= table.rows[Row][*rest];
+        return Fold<Row - 1>::of(crc, table, rest + 1);
+    }
+};
+
+template <>
+struct Fold<-1>
+{
+    static std::uint16_t of(std::uint16_t crc, const CrcTables &, const unsigned char *) { return crc; }
+};
+
+/** Folds Count bytes into the CRC at once. */
+template <int Count>
+unsigned int foldSlice(unsigned int crc, const CrcTables &table, const unsigned char *bytes)
+{
+    crc ^= static_cast<unsigned int>(bytes[0] | bytes[1] << 8);
+    std::uint16_t folded = table.rows[Count - 1][crc & 0xFFu];
+    folded ^= table.rows[Count - 2][crc >> 8];
+    return Fold<Count - 3>::of(folded, table, bytes + 2);
+}
+
 } // namespace
 
 unsigned int modbusCrc16(const unsigned char *bytes, int length)
 {
     const CrcTables &table = tables();
-    std::uint16_t crc = 0xFFFFu;
-    for (; length >= Slices; length -= Slices, bytes += Slices) {
-        const unsigned int first = static_cast<unsigned int>(bytes[0] | bytes[1] << 8) ^ crc;
-        crc = table.rows[Slices - 1][first & 0xFFu];
-        crc ^= table.rows[Slices - 2][first >> 8];
-        for (int i = 2; i < Slices; ++i)
-            crc ^= table.rows[Slices - 1 - i][bytes[i]];
-    }
+    unsigned int crc = 0xFFFFu;
+    for (; length >= Slices; length -= Slices, bytes += Slices)
+        crc = foldSlice<Slices>(crc, table, bytes);
+    for (; length >= 4; length -= 4, bytes += 4)
+        crc = foldSlice<4>(crc, table, bytes);
     for (; length > 0; --length, ++bytes)
-        crc = static_cast<std::uint16_t>(crc >> 8 ^ table.rows[0][(crc ^ *bytes) & 0xFFu]);
+        crc = crc >> 8 ^ table.rows[0][(crc ^ *bytes) & 0xFFu];
     return crc;
 }
 

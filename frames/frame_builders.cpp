@@ -9,6 +9,7 @@
 #include "driver/arithmetic.h"
 #include "driver/record_copy.h"
 #include "frames/crc.h"
+#include "frames/frame_queue.h"
 
 namespace {
 
@@ -56,12 +57,9 @@ int boundedPayload(int bytes)
     return bytes < static_cast<int>(LargestPayload) ? bytes : static_cast<int>(LargestPayload);
 }
 
-/** Appends an empty frame that serves @p v and has its first six bytes. */
-FRAME_PRO &startFrame(QList<FRAME_PRO> &frames, const VARIABLE &v, int function, int address, int quantity)
+/** Fills in the first six bytes of a frame that serves @p v. */
+FRAME_PRO &startFrame(FRAME_PRO &f, const VARIABLE &v, int function, int address, int quantity)
 {
-    static const FRAME_PRO blank = FRAME_PRO();
-    frames.append(blank);
-    FRAME_PRO &f = frames.last();
     copyUnit(f.var, v);
     f.frame[0] = low(v.station);
     f.frame[1] = low(function);
@@ -84,9 +82,9 @@ void expectEcho(FRAME_PRO &f)
     f.replyLen = f.var.station == 0 ? 0 : static_cast<int>(RequestBytes);
 }
 
-void addRead(QList<FRAME_PRO> &frames, const VARIABLE &v, int function, int address, int quantity)
+void addRead(FrameQueue &frames, const VARIABLE &v, int function, int address, int quantity)
 {
-    FRAME_PRO &f = startFrame(frames, v, function, address, quantity);
+    FRAME_PRO &f = startFrame(frames.add(), v, function, address, quantity);
     closeFrame(f, RequestBytes);
     f.frameKind = ReadReplyHeader;
     const bool bits = function == ReadCoils || function == ReadDiscreteInputs;
@@ -105,16 +103,16 @@ unsigned char packedCoils(const VARIABLE &v, int firstCoil)
     return low(sum);
 }
 
-void addCoilWrite(QList<FRAME_PRO> &frames, const VARIABLE &v)
+void addCoilWrite(FrameQueue &frames, const VARIABLE &v)
 {
     if (v.count == 1) {
         // Only the value 1 switches on; any other value is off.
-        FRAME_PRO &single = startFrame(frames, v, WriteSingleCoil, v.startAddr, v.data[0] == 1 ? 0xFF00 : 0x0000);
+        FRAME_PRO &single = startFrame(frames.add(), v, WriteSingleCoil, v.startAddr, v.data[0] == 1 ? 0xFF00 : 0x0000);
         closeFrame(single, RequestBytes);
         expectEcho(single);
         return;
     }
-    FRAME_PRO &f = startFrame(frames, v, WriteMultipleCoils, v.startAddr, v.count);
+    FRAME_PRO &f = startFrame(frames.add(), v, WriteMultipleCoils, v.startAddr, v.count);
     const int bytes = boundedPayload(divideUp(v.count, ByteBits));
     f.frame[6] = low(bytes);
     for (int i = 0; i < bytes; ++i)
@@ -145,17 +143,17 @@ void putDoubles(FRAME_PRO &f, int count)
     }
 }
 
-void addRegisterWrite(QList<FRAME_PRO> &frames, const VARIABLE &v, RegisterUnit unit)
+void addRegisterWrite(FrameQueue &frames, const VARIABLE &v, RegisterUnit unit)
 {
     if (v.count < 1)
         return;
     if (v.count == 1) {
-        FRAME_PRO &single = startFrame(frames, v, WriteSingleRegister, v.startAddr, v.data[1] << 8 | v.data[0]);
+        FRAME_PRO &single = startFrame(frames.add(), v, WriteSingleRegister, v.startAddr, v.data[1] << 8 | v.data[0]);
         closeFrame(single, RequestBytes);
         expectEcho(single);
         return;
     }
-    FRAME_PRO &f = startFrame(frames, v, WriteMultipleRegisters, v.startAddr, v.count);
+    FRAME_PRO &f = startFrame(frames.add(), v, WriteMultipleRegisters, v.startAddr, v.count);
     // The byte count is one byte and rules the length of the frame; a slave
     // refuses the request whose quantity it no longer fits.
     f.frame[6] = low(v.count % 256 * 2);
@@ -171,7 +169,7 @@ void addRegisterWrite(QList<FRAME_PRO> &frames, const VARIABLE &v, RegisterUnit 
  * Bits of registers are written by reading their registers and writing them
  * back with the bits changed; the reply to the read fills the write.
  */
-void addBitWrite(QList<FRAME_PRO> &frames, const VARIABLE &v)
+void addBitWrite(FrameQueue &frames, const VARIABLE &v)
 {
     const int firstRegister = v.startAddr / RegisterBits;
     const int registers = divideUp(wrapAdd(v.startAddr % RegisterBits, v.count), RegisterBits);
@@ -179,7 +177,7 @@ void addBitWrite(QList<FRAME_PRO> &frames, const VARIABLE &v)
         return;
 
     addRead(frames, v, ReadHoldingRegisters, firstRegister, registers);
-    FRAME_PRO &f = startFrame(frames, v, WriteMultipleRegisters, firstRegister, registers);
+    FRAME_PRO &f = startFrame(frames.add(), v, WriteMultipleRegisters, firstRegister, registers);
     f.frame[6] = low(wrapMul(registers, 2));
     putRegisters(f, registers);
     closeFrame(f, WriteHeaderBytes + boundedPayload(wrapMul(registers, 2)) + CrcBytes);
@@ -194,7 +192,8 @@ void Modbus_rtu_master::getReadFrame(const VARIABLE &v)
         return;
     const RegisterType *type = findRegisterType(v.regType);
     const int function = type ? type->readFunction : static_cast<int>(ReadHoldingRegisters);
-    addRead(frameList, v, function, v.startAddr, v.count);
+    FrameQueue frames(frameList, spareFrames);
+    addRead(frames, v, function, v.startAddr, v.count);
 }
 
 void Modbus_rtu_master::getWriteFrame(const VARIABLE &v)
@@ -202,16 +201,17 @@ void Modbus_rtu_master::getWriteFrame(const VARIABLE &v)
     const RegisterType *type = findRegisterType(v.regType);
     if (!type || !type->writable)
         return;
+    FrameQueue frames(frameList, spareFrames);
     switch (type->unit) {
     case CoilUnit:
-        addCoilWrite(frameList, v);
+        addCoilWrite(frames, v);
         return;
     case WordUnit:
     case DoubleUnit:
-        addRegisterWrite(frameList, v, type->unit);
+        addRegisterWrite(frames, v, type->unit);
         return;
     case RegisterBitUnit:
-        addBitWrite(frameList, v);
+        addBitWrite(frames, v);
         return;
     }
 }

@@ -106,9 +106,11 @@ void Modbus_rtu_master::unpackRegisters(AreaWalker &areas, int startAddr, int co
 {
     const int received = reply.size() / 2;
     const int complete = count < received ? count : received;
+    const unsigned char *wire = reply.data();
     for (int i = 0; i < complete; ++i) {
-        i += areas.passUnchangedRegisters(wrapAdd(startAddr, i), reply.data() + 2 * i, complete - i);
-        while (i < complete && takeRegister(areas, wrapAdd(startAddr, i), reply.registerAt(i), keepsWritten))
+        i += areas.passUnchangedRegisters(wrapAdd(startAddr, i), wire + 2 * i, complete - i);
+        while (i < complete
+               && takeRegister(areas, wrapAdd(startAddr, i), wire[2 * i] << 8 | wire[2 * i + 1], keepsWritten))
             ++i;
     }
     for (int i = complete < 0 ? 0 : complete; i < count; ++i)
@@ -127,24 +129,12 @@ bool Modbus_rtu_master::takeRegister(AreaWalker &areas, int address, int value, 
         area.writtenFlag = 0;
     reportWordChange(MonitorRoles(area), known, value, areas.station, areas.areaType, address, 0);
     storeRegister(areas.at(address).readValue, value);
+    areas.advance();
     return true;
 }
 
-void Modbus_rtu_master::unpackCoils(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply)
-{
-    const int received = reply.size() * ByteBits;
-    const int complete = count < received ? count : received;
-    for (int i = 0; i < complete; ++i) {
-        i += areas.passUnchangedCoils(wrapAdd(startAddr, i), reply.data(), i, complete - i);
-        while (i < complete && takeCoil(areas, wrapAdd(startAddr, i), reply.coilAt(i)))
-            ++i;
-    }
-    for (int i = complete < 0 ? 0 : complete; i < count; ++i)
-        takeCoil(areas, wrapAdd(startAddr, i), reply.coilAt(i));
-}
-
 /** Takes one coil into the cache; true when it was a new value. */
-bool Modbus_rtu_master::takeCoil(AreaWalker &areas, int address, int value)
+inline bool Modbus_rtu_master::takeCoil(AreaWalker &areas, int address, int value)
 {
     _DATA_ &area = areas.at(address);
     area.errorFlag = 0;
@@ -153,7 +143,33 @@ bool Modbus_rtu_master::takeCoil(AreaWalker &areas, int address, int value)
     area.writtenFlag = 0;
     reportChange(linkId, areas.station, areas.areaType, address);
     storeCoil(areas.at(address).readValue, value);
+    areas.advance();
     return true;
+}
+
+void Modbus_rtu_master::unpackCoils(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply)
+{
+    const int received = reply.size() * ByteBits;
+    const int complete = count < received ? count : received;
+    const unsigned char *packed = reply.data();
+    for (int i = 0; i < complete; ++i) {
+        i += areas.passUnchangedCoils(wrapAdd(startAddr, i), packed, i, complete - i);
+        i += takeChangedCoils(areas, wrapAdd(startAddr, i), packed, i, complete - i);
+    }
+    for (int i = complete < 0 ? 0 : complete; i < count; ++i)
+        takeCoil(areas, wrapAdd(startAddr, i), reply.coilAt(i));
+}
+
+/** Takes coils into the cache up to the first that is what it was; result: how many were new values. */
+int Modbus_rtu_master::takeChangedCoils(AreaWalker &areas, int address, const unsigned char *packed, int firstBit,
+                                        int count)
+{
+    for (int i = 0; i < count; ++i) {
+        const unsigned int bit = static_cast<unsigned int>(firstBit + i);
+        if (!takeCoil(areas, wrapAdd(address, i), packed[bit / ByteBits] >> bit % ByteBits & 1))
+            return i;
+    }
+    return count;
 }
 
 /** The read half of a bit write: its registers, with the bits changed, become the payload of the write half. */
@@ -174,7 +190,7 @@ void Modbus_rtu_master::fillBitWrite(QByteArray &received)
 Modbus_rtu_master::RecipeRows Modbus_rtu_master::recipeRowsInTransfer() const
 {
     RecipeRows found;
-    if (sendState != BlockReadSent || rcpIndex < 0 || rcpIndex >= sizeOf(rcpBlockStarts))
+    if (rcpIndex < 0 || rcpIndex >= sizeOf(rcpBlockStarts))
         return found;
     found.rows = rcpAddrs;
     found.first = rcpBlockStarts.at(rcpIndex);

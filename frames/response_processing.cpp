@@ -6,6 +6,7 @@
 #include "cache/data_areas.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
+#include "frames/frame_queue.h"
 #include "frames/reply_bytes.h"
 
 int Modbus_rtu_master::dealRcvFrame(QByteArray &received, QString &errorText)
@@ -40,17 +41,20 @@ int Modbus_rtu_master::finishGoodRead(QByteArray &received)
     const int startAddr = head.var.startAddr;
     const int dataStart = head.frameKind;
     const int dataLen = head.dataLen;
-    const RecipeRows rows = recipeRowsInTransfer();
 
     if (type && type->unit == RegisterBitUnit && type->writable && sendState == WriteSent) {
         fillBitWrite(received);
         return retireHeadFrame();
     }
     const ReplyBytes reply(received, dataStart);
-    if (type)
-        unpackReply(reply, dataLen, station, *type, startAddr);
-    if (rows.first < rows.last)
+    if (sendState == BlockReadSent) {
+        const RecipeRows rows = recipeRowsInTransfer(); // callbacks may register anew
+        if (type)
+            unpackReply(reply, dataLen, station, *type, startAddr);
         unpackRecipeRows(rows, type, reply);
+    } else if (type) {
+        unpackReply(reply, dataLen, station, *type, startAddr);
+    }
     return retireHeadFrame();
 }
 
@@ -66,8 +70,7 @@ int Modbus_rtu_master::finishGoodWrite()
 
 int Modbus_rtu_master::retireHeadFrame()
 {
-    if (!frameList.isEmpty())
-        frameList.removeFirst();
+    FrameQueue(frameList, spareFrames).removeFirst();
     if (frameList.isEmpty())
         dealListWhenFinish();
     failCount = 0;

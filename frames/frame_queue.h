@@ -1,0 +1,35 @@
+/**
+ * @file
+ * Taking frames into and out of the transaction in flight without asking the
+ * allocator for two kilobytes every time: the last frame of a transaction stands
+ * by for the next one.
+ */
+#ifndef FRAME_QUEUE_H
+#define FRAME_QUEUE_H
+
+#include "driver/modbus_rtu_records.h"
+
+#include <QtCore/QList>
+
+class FrameQueue
+{
+public:
+    /** @param spare keeps at most one frame while @p frames is empty */
+    FrameQueue(QList<FRAME_PRO> &frames, QList<FRAME_PRO> &spare)
+        : frames_(frames)
+        , spare_(spare)
+    {
+    }
+
+    /** A frame at the end of the queue, every byte and count of it zero; its unit is left to be filled. */
+    FRAME_PRO &add();
+
+    /** Removes the first frame, if there is one. */
+    void removeFirst();
+
+private:
+    QList<FRAME_PRO> &frames_;
+    QList<FRAME_PRO> &spare_;
+};
+
+#endif
