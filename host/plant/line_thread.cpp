@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <csignal>
 #include <ctime>
 #include <system_error>
 
@@ -83,7 +84,13 @@ LineThread::LineThread(const Port &port, LineSource line, Handler handler)
 {
     if (m_wakeUp < 0)
         throw std::system_error(errno, std::generic_category(), "eventfd");
+    // Signals are for the program's own threads.
+    sigset_t all;
+    sigset_t before;
+    sigfillset(&all);
+    pthread_sigmask(SIG_BLOCK, &all, &before);
     m_thread = std::thread([this] { run(); });
+    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 LineThread::~LineThread()

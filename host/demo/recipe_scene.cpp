@@ -1,0 +1,189 @@
+#include "scenes.h"
+
+#include "recipe.h"
+
+#include <cstdio>
+#include <cstdlib>
+
+#include <unistd.h>
+
+namespace demo {
+
+namespace {
+
+using namespace std::chrono_literals;
+using Values = std::vector<std::vector<std::uint32_t>>;
+
+const rtu::Duration ReadingTime = 1200ms;
+
+/** A file that goes when the scene ends. */
+class RecipeFile
+{
+public:
+    RecipeFile()
+    {
+        char folder[] = "/tmp/rtu_demo.XXXXXX";
+        if (!mkdtemp(folder))
+            throw std::runtime_error("no temporary folder");
+        m_folder = folder;
+    }
+
+    ~RecipeFile()
+    {
+        std::remove(path().c_str());
+        rmdir(m_folder.c_str());
+    }
+
+    RecipeFile(const RecipeFile &) = delete;
+    RecipeFile &operator=(const RecipeFile &) = delete;
+
+    std::string path() const { return m_folder + "/recipe.csv"; }
+
+private:
+    std::string m_folder;
+};
+
+class RecipeScene
+{
+public:
+    RecipeScene(Stage &stage, const std::string &folder, bool lowWordFirst)
+        : m_stage(stage), m_lowWordFirst(lowWordFirst),
+          m_recipe(rtu::readRecipeFile(stage.driver, stage.catalog, folder + "/recipe.csv"))
+    {
+        rtu::DriverProperty property;
+        property.swapAll = lowWordFirst;
+        stage.configure(property);
+        QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(m_recipe.tags, property, rtu::Access::Write);
+        stage.driver.setRcpAddress(&rows);
+    }
+
+    /** Slaves -> host buffer -> file, a change in the slaves, file -> buffer -> slaves. */
+    void play()
+    {
+        const RecipeFile file;
+        const Values original = held();
+        save(file);
+        show("saved", file);
+        expect(inFile(file) == original, "the file is what the slaves held");
+
+        changeSlaves();
+        const Values changed = held();
+        expect(changed != original, "somebody changes the slaves: " + text(original) + " -> " + text(changed));
+
+        load(file);
+        show("loaded", file);
+        expect(held() == original, "after loading the slaves hold what the file says");
+    }
+
+private:
+    void save(const RecipeFile &file)
+    {
+        clearBuffer();
+        m_stage.session.requestBlockRead();
+        m_stage.finishBlockTransfer();
+        rtu::Recipe saved = m_recipe;
+        takeWords(m_stage.session.words(), saved);
+        rtu::writeRecipeFile(file.path(), saved);
+    }
+
+    void load(const RecipeFile &file)
+    {
+        clearBuffer();
+        fillWords(rtu::readRecipeFile(m_stage.driver, m_stage.catalog, file.path()), m_stage.session.words());
+        m_stage.session.requestBlockWrite();
+        m_stage.finishBlockTransfer();
+    }
+
+    void clearBuffer() { m_stage.session.words().assign(m_stage.session.words().size(), 0); }
+
+    Values inFile(const RecipeFile &file) const
+    {
+        return rtu::readRecipeFile(m_stage.driver, m_stage.catalog, file.path()).values;
+    }
+
+    Values inBuffer() const
+    {
+        rtu::Recipe copy = m_recipe;
+        takeWords(m_stage.session.words(), copy);
+        return copy.values;
+    }
+
+    Values held() const
+    {
+        Values values;
+        for (const rtu::Tag &tag : m_recipe.tags) {
+            values.emplace_back();
+            for (int i = 0; i < tag.values; ++i)
+                values.back().push_back(heldValue(tag, i));
+        }
+        return values;
+    }
+
+    std::uint32_t heldValue(const rtu::Tag &tag, int value) const
+    {
+        const std::uint32_t raw = m_stage.held(tag, value);
+        if (!tag.type.isDouble() || !m_lowWordFirst)
+            return raw;
+        return raw << 16 | raw >> 16;
+    }
+
+    void changeSlaves()
+    {
+        for (const rtu::Tag &tag : m_recipe.tags) {
+            for (int register_ = tag.address; register_ < tag.address + tag.count(); ++register_)
+                m_stage.slaves.poke(tag.station, plant::Table::HoldingRegisters, register_,
+                                    static_cast<std::uint16_t>(register_ * 17));
+        }
+    }
+
+    void show(const std::string &what, const RecipeFile &file)
+    {
+        const Values filed = inFile(file);
+        const Values buffered = inBuffer();
+        const Values there = held();
+        std::vector<Row> rows = {{what, "where", "file", "host buffer", "slave holds", ""}};
+        for (std::size_t i = 0; i < m_recipe.tags.size(); ++i) {
+            const rtu::Tag &tag = m_recipe.tags[i];
+            for (std::size_t k = 0; k < there[i].size(); ++k) {
+                const bool same = filed[i][k] == buffered[i][k] && buffered[i][k] == there[i][k];
+                rows.push_back({tag.name, std::to_string(tag.station) + ":" + tag.label(static_cast<int>(k)),
+                                cell(filed[i][k], tag), cell(buffered[i][k], tag), cell(there[i][k], tag),
+                                m_stage.tally.count(same) ? "agree" : "DIFFERENT"});
+            }
+        }
+        m_stage.screen.table(rows);
+        m_stage.pollFor(ReadingTime);
+    }
+
+    void expect(bool holds, const std::string &statement)
+    {
+        m_stage.screen.say((m_stage.tally.count(holds) ? "yes: " : "NO: ") + statement);
+    }
+
+    std::string text(const Values &values) const
+    {
+        std::string result;
+        for (std::size_t i = 0; i < values.size(); ++i) {
+            for (std::uint32_t raw : values[i])
+                result += (result.empty() ? "" : " ") + valueText(raw, m_recipe.tags[i].format);
+        }
+        return result;
+    }
+
+    Stage &m_stage;
+    bool m_lowWordFirst;
+    rtu::Recipe m_recipe;
+};
+
+} // namespace
+
+void showRecipes(Stage &stage, const std::string &folder)
+{
+    for (const bool lowWordFirst : {false, true}) {
+        stage.screen.scene(std::string("A recipe from the slaves to a file and back, 32-bit values ") +
+                           (lowWordFirst ? "low word first" : "high word first"));
+        RecipeScene(stage, folder, lowWordFirst).play();
+    }
+}
+
+} // namespace demo

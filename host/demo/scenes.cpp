@@ -1,0 +1,110 @@
+#include "scenes.h"
+
+namespace demo {
+
+namespace {
+
+using namespace std::chrono_literals;
+
+const rtu::Duration ReadingTime = 1200ms;
+const rtu::Duration DyingTime = 700ms;
+
+/** How often the values are shown while they move: a moving picture, or a few tables to read. */
+struct Pace
+{
+    int pictures;
+    rtu::Duration between;
+};
+
+const Pace Redrawn = {16, 50ms};
+const Pace InLines = {4, 700ms};
+
+struct Write
+{
+    const char *tag;
+    const char *value;
+    const char *kind;
+};
+
+/** The last one goes into the control word, whose other bits have to stay. */
+const Write Writes[] = {
+    {"pump", "1", "a coil"},
+    {"set point", "750", "a register"},
+    {"pieces ordered", "305419896", "a 32-bit value"},
+    {"light", "1", "a bit of a register"},
+};
+
+void showWrite(Stage &stage, const Write &write)
+{
+    const rtu::Tag &tag = stage.tag(write.tag);
+    const std::uint32_t before = stage.held(tag);
+    rtu::TagWrite order;
+    order.tag = tag;
+    order.raw.push_back(rtu::parseValue(write.value, tag.format));
+    rtu::writeTag(stage.driver, order, stage.session.property().maxWords, 1);
+    const std::uint32_t shownAtOnce = rtu::readTag(stage.driver, tag).front();
+    stage.pollOnce();
+    const std::uint32_t after = stage.held(tag);
+    const bool good = stage.tally.count(after == order.raw.front() && shownAtOnce == order.raw.front());
+    stage.slaves.holdMotion(false);
+    stage.screen.say(std::string("write ") + write.kind + ", " + tag.name + " (" + std::to_string(tag.station) + ":" +
+                     tag.label() + "): " + cell(before, tag) + " -> " + cell(order.raw.front(), tag) +
+                     ", slave now holds " + cell(after, tag) + (good ? "" : "  DIFFERENT"));
+}
+
+} // namespace
+
+void showPolling(Stage &stage)
+{
+    stage.screen.scene("Polling two slaves at " + std::to_string(stage.slaves.line().baud) +
+                       " baud; their values move");
+    const Pace pace = stage.screen.redraws() ? Redrawn : InLines;
+    for (int picture = 0; picture < pace.pictures; ++picture) {
+        stage.pollFor(pace.between);
+        stage.showAll();
+    }
+    stage.screen.say(std::to_string(stage.frames) + " frames so far, " + std::to_string(stage.changes) +
+                     " changes reported by the driver");
+}
+
+void showWrites(Stage &stage)
+{
+    stage.screen.scene("Writing a coil, a register, a 32-bit value and a bit of a register");
+    const rtu::Tag &word = stage.tag("control word");
+    const rtu::Tag &bit = stage.tag("light");
+    const std::uint32_t mask = 1u << (bit.address % 16);
+    const std::uint32_t before = stage.held(word);
+    for (const Write &write : Writes)
+        showWrite(stage, write);
+    const std::uint32_t after = stage.held(word);
+    const bool kept = stage.tally.count((before & ~mask) == (after & ~mask));
+    stage.screen.say("control word before and after the bit: " + cell(before, word) + ", " + cell(after, word) +
+                     (kept ? ", its other bits are as they were" : ", OTHER BITS CHANGED"));
+    stage.showAll();
+    stage.pollFor(ReadingTime);
+}
+
+void showDeadSlave(Stage &stage)
+{
+    stage.screen.scene("Station 2 dies and comes back");
+    stage.screen.say("station 2 is switched off");
+    stage.slaves.setStationOn(2, false);
+    const int before = stage.givenUp;
+    stage.pollFor(DyingTime);
+    stage.showAll();
+    stage.screen.say("station 2 does not answer: " + std::to_string(stage.givenUp - before) +
+                     " requests given up, the last one with \"" + stage.lastError + "\"");
+    stage.tally.count(stage.givenUp > before);
+    stage.slaves.setStationOn(2, true);
+    stage.screen.say("station 2 is switched on again");
+    stage.pollFor(DyingTime);
+    stage.showAll();
+    const int since = stage.givenUp;
+    stage.pollOnce();
+    stage.slaves.holdMotion(false);
+    stage.tally.count(stage.givenUp == since);
+    stage.screen.say("station 2 answers, its values are fresh");
+    stage.pollFor(ReadingTime);
+}
+
+} // namespace demo
