@@ -1,12 +1,15 @@
 # The stages of ./check: for each a purpose and a function stage_NAME. Read by
 # ./check, which supplies the counting.
 
-all_stages=(release sanitize thread)
+all_stages=(release sanitize thread clang qt6 arm)
 
 declare -A stage_purpose=(
     [release]="Qt 5, g++, optimised: all tests"
     [sanitize]="Qt 5, g++, address and undefined-behaviour sanitizers: all tests"
     [thread]="Qt 5, g++, thread sanitizer: the tests labelled 'threads'"
+    [clang]="clang++: all tests with Qt 5, the library with Qt 6"
+    [qt6]="Qt 6, g++: all tests"
+    [arm]="Qt 5, armhf, cross-built: all tests under qemu-arm"
 )
 
 # The options that the sanitizers read at run time; set for the tests only, the
@@ -73,4 +76,33 @@ stage_thread()
         return 0
     fi
     with_environment "${sanitizer_options[@]}" -- run_tests build/thread -L threads
+}
+
+stage_clang()
+{
+    install_for build host demo test qt6 clang || return 1
+    whole_preset clang || return 1
+    build_preset qt6-clang --target modbus_rtu_master
+}
+
+stage_qt6()
+{
+    install_for build host demo test qt6 || return 1
+    whole_preset qt6
+}
+
+stage_arm()
+{
+    install_for build arm || return 1
+    local status=0
+    scripts/make-arm-root "$PWD/build/armhf-root" >"$log_folder/arm-root.log" 2>&1 || status=$?
+    if [ "$status" -eq 3 ]; then
+        skip "$(tail -n 1 "$log_folder/arm-root.log")"
+        return 0
+    fi
+    if [ "$status" -ne 0 ]; then
+        show_failure "$log_folder/arm-root.log"
+        return 1
+    fi
+    whole_preset armhf
 }
