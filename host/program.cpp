@@ -1,7 +1,9 @@
 #include "program.h"
 
 #include "editor_calls.h"
+#include "live_view.h"
 #include "options.h"
+#include "plan_view.h"
 #include "poll_program.h"
 #include "serial_line.h"
 #include "signal_watcher.h"
@@ -9,7 +11,10 @@
 
 #include <unistd.h>
 
-#include <atomic>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <mutex>
 #include <stdexcept>
 
 namespace rtu {
@@ -28,7 +33,8 @@ public:
             m_plant = makePlant(options.simFile, options);
             parameters = agreeOnPace(*m_plant, options);
             std::string error;
-            if (!m_plant->start(&error))
+            // By a link the port has the same name again after the plug was pulled and put in.
+            if (!m_plant->start(&error, "/tmp/rtuhost-" + std::to_string(::getpid())))
                 throw std::runtime_error(error);
             device = m_plant->devicePath();
         }
@@ -63,6 +69,8 @@ public:
         case Mode::MultiCopy:
         case Mode::ListTypes:
             return misuseIfInvalid([this] { return runEditorCall(m_driver, m_catalog, m_options, m_out); });
+        case Mode::Plan:
+            return showPlan();
         default:
             return runOnLine();
         }
@@ -92,23 +100,57 @@ private:
         return selection;
     }
 
+    int showPlan()
+    {
+        const TagSelection selection = misuseIfInvalid([this] { return selectNamedTags(); });
+        const PollSettings settings = pollSettings(m_options, m_options.line);
+        PlanCosts costs;
+        costs.timing = settings.timing;
+        costs.line = m_options.line;
+        costs.replyTimeout = settings.replyTimeout;
+        costs.attempts = m_options.property.attempts;
+        const PlanView plan(m_session, m_options.property, selection.reads, costs);
+        if (m_options.planPicture.empty() || !m_options.quiet)
+            m_out << (m_options.form == OutputForm::Json ? planJson(plan) + "\n" : planText(plan));
+        if (m_options.planPicture.empty())
+            return ExitGood;
+        std::ofstream file(m_options.planPicture);
+        file << planPicture(plan);
+        file.close();
+        if (!file)
+            throw std::runtime_error("cannot write " + m_options.planPicture);
+        return ExitGood;
+    }
+
+    /** A screen where there is one, unless the output is for other programs or soon over. */
+    bool wantsLiveView() const
+    {
+        const bool terminal = ::isatty(STDIN_FILENO) && ::isatty(STDOUT_FILENO);
+        const bool lines = m_options.plain || m_options.quiet || m_options.trace || m_options.rounds > 0
+                           || m_options.form != OutputForm::Lines;
+        return m_options.mode == Mode::Poll && terminal && (m_options.live || !lines);
+    }
+
     int runOnLine()
     {
         const TagSelection selection = misuseIfInvalid([this] { return selectNamedTags(); });
-        std::atomic<PollProgram *> program{nullptr};
-        bool ending = false;
         // Before the slaves' thread and the line: every thread must inherit the held-back signals.
-        const SignalWatcher watcher([&](int signal) {
-            if (ending || !program.load())
-                ::_exit(128 + signal);
-            ending = true;
-            program.load()->loop().stop();
-        });
+        const SignalWatcher watcher([this](int signal) { end(signal); });
         LineSource source(m_options, m_err);
         m_session.configure(m_options.property);
-        PollProgram polling(m_session, source.line(), pollSettings(m_options, source.line().parameters()), m_options,
-                            m_out, m_err);
-        program = &polling;
+        const PollSettings settings = pollSettings(m_options, source.line().parameters());
+        if (wantsLiveView() && !selection.reads.empty()) {
+            std::unique_ptr<LiveTerminal> terminal(new LiveTerminal);
+            if (terminal->usable())
+                return showLive(source, settings, selection, std::move(terminal));
+        }
+        PollProgram polling(m_session, source.line(), settings, m_options, m_out, m_err);
+        const Ending ending(*this, [&polling] { polling.loop().stop(); });
+        return runPolling(polling, selection);
+    }
+
+    int runPolling(PollProgram &polling, const TagSelection &selection)
+    {
         switch (m_options.mode) {
         case Mode::ConditionRead:
             return polling.readOnce(selection.reads);
@@ -121,12 +163,63 @@ private:
         }
     }
 
+    int showLive(LineSource &source, const PollSettings &settings, const TagSelection &selection,
+                 std::unique_ptr<LiveTerminal> terminal)
+    {
+        const std::string name = source.plant() ? "simulated slaves of " + m_options.simFile : source.line().device();
+        LiveView view(m_session, source.line(), settings, m_options, source.plant(), name);
+        {
+            const Ending ending(*this, [&view] { view.stop(); });
+            view.run(*terminal, selection);
+        }
+        terminal.reset();
+        if (m_options.printStatistics) {
+            for (const std::string &line : statisticsLines(view.statistics(), source.line().now()))
+                m_out << line << '\n';
+        }
+        return view.statistics().total().giveUps == 0 ? ExitGood : ExitErrors;
+    }
+
+    /** Says how to end what is running, as long as it runs. */
+    class Ending
+    {
+    public:
+        Ending(Program &program, std::function<void()> stop) : m_program(program) { m_program.setStop(std::move(stop)); }
+        ~Ending() { m_program.setStop(nullptr); }
+        Ending(const Ending &) = delete;
+        Ending &operator=(const Ending &) = delete;
+
+    private:
+        Program &m_program;
+    };
+
+    void setStop(std::function<void()> stop)
+    {
+        const std::lock_guard<std::mutex> lock(m_stopMutex);
+        m_stop = std::move(stop);
+    }
+
+    /** The first signal ends in good order, the next at once. */
+    void end(int signal)
+    {
+        const std::lock_guard<std::mutex> lock(m_stopMutex);
+        if (m_ending || !m_stop) {
+            LiveTerminal::restoreNow();
+            ::_exit(128 + signal);
+        }
+        m_ending = true;
+        m_stop();
+    }
+
     const Options &m_options;
     std::ostream &m_out;
     std::ostream &m_err;
     DriverLibrary m_driver;
     RegisterCatalog m_catalog;
     DriverSession m_session;
+    std::mutex m_stopMutex;
+    std::function<void()> m_stop;
+    bool m_ending = false;
 };
 
 int runMode(const Options &options, std::ostream &out, std::ostream &err)

@@ -1,0 +1,57 @@
+/**
+ * @file
+ * Draws the live view as text: the line, its stations, the tags and the trace.
+ */
+#ifndef RTU_HOST_LIVE_PAINTER_H
+#define RTU_HOST_LIVE_PAINTER_H
+
+#include "live_feed.h"
+#include "live_screen.h"
+#include "live_state.h"
+
+#include <functional>
+
+namespace rtu {
+
+class LivePainter
+{
+public:
+    /** The values of a tag as the driver's cache has them. */
+    using ReadTag = std::function<std::vector<std::uint32_t>(const Tag &)>;
+
+    LivePainter(const LiveFeed &feed, const std::string &portName, ReadTag read)
+        : m_feed(feed), m_portName(portName), m_read(std::move(read))
+    {
+    }
+
+    Screen paint(LiveState &state, int rows, int columns, TimePoint now);
+
+private:
+    enum { SmallestRows = 12, SmallestColumns = 50, MostStations = 5 };
+
+    void paintLinePanel(TimePoint now);
+    void paintStations();
+    void paintTags(LiveState &state, int height, TimePoint now);
+    ScreenLine tagLine(const LiveState &state, const LiveRow &row, bool selected, TimePoint now);
+    void paintTrace(const LiveState &state, int height);
+    ScreenLine traceLine(const TraceLine &line) const;
+    void paintFooter(const LiveState &state);
+    void paintInput(const LiveState &state);
+    std::string hint(const LiveState &state) const;
+    void paintHelp(const LiveState &state);
+    void add(const std::string &text, Look look);
+    int nameWidth() const;
+
+    const LiveFeed &m_feed;
+    std::string m_portName;
+    ReadTag m_read;
+    Screen m_screen;
+    int m_columns = 80;
+    std::size_t m_top = 0;                 ///< first row of the tag table on the screen
+    std::vector<TraceLine> m_frozenTrace;
+    bool m_frozen = false;
+};
+
+} // namespace rtu
+
+#endif

@@ -1,0 +1,26 @@
+/**
+ * @file
+ * Text by the columns that it takes on a screen. Texts are UTF-8.
+ */
+#ifndef RTU_HOST_TEXT_WIDTH_H
+#define RTU_HOST_TEXT_WIDTH_H
+
+#include <string>
+
+namespace rtu {
+
+/** Columns that the text takes. */
+int textWidth(const std::string &text);
+
+/** The beginning of the text that fits; never half a character. */
+std::string clippedText(const std::string &text, int width);
+
+/** Exactly so many columns, blanks added behind the text. */
+std::string leftAligned(const std::string &text, int width);
+
+/** Exactly so many columns, blanks added in front of the text. */
+std::string rightAligned(const std::string &text, int width);
+
+} // namespace rtu
+
+#endif
