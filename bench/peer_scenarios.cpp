@@ -4,6 +4,7 @@
 
 #include <modbus/modbus.h>
 
+#include <sys/select.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -86,7 +87,62 @@ private:
     uint8_t values_[2000] = {};
 };
 
+/** The write, waits and reads of one libmodbus transaction: function first, then byte count, then the rest. */
+class SocketPairAlone : public Scenario
+{
+public:
+    SocketPairAlone()
+        : reply_(registerReply(1, 3, 125, 0x1234))
+    {
+        ready_ = socketpair(AF_UNIX, SOCK_STREAM, 0, ends_) == 0;
+    }
+
+    ~SocketPairAlone() override
+    {
+        close(ends_[0]);
+        close(ends_[1]);
+    }
+
+    bool step() override
+    {
+        unsigned char request[8] = {};
+        return ready_ && send(1, reply_.constData(), reply_.size()) && send(0, request, sizeof request)
+            && receive(2) && receive(1) && receive(reply_.size() - 3)
+            && recv(ends_[1], request, sizeof request, MSG_WAITALL) == 8;
+    }
+
+    int elements() const override { return 125; }
+
+    int lineBytes() const override { return 8 + reply_.size(); }
+
+private:
+    bool send(int end, const void *bytes, int count)
+    {
+        return write(ends_[end], bytes, static_cast<std::size_t>(count)) == count;
+    }
+
+    bool receive(int count)
+    {
+        fd_set readable;
+        FD_ZERO(&readable);
+        FD_SET(ends_[0], &readable);
+        timeval patience = {1, 0};
+        return select(ends_[0] + 1, &readable, nullptr, nullptr, &patience) == 1
+            && ::read(ends_[0], buffer_, static_cast<std::size_t>(count)) == count;
+    }
+
+    QByteArray reply_;
+    char buffer_[256] = {};
+    int ends_[2] = {-1, -1};
+    bool ready_ = false;
+};
+
 } // namespace
+
+std::unique_ptr<Scenario> socketPairAlone()
+{
+    return std::unique_ptr<Scenario>(new SocketPairAlone);
+}
 
 std::unique_ptr<Scenario> libmodbusRegisters()
 {

@@ -1,14 +1,31 @@
-# Cost of the driver's operations, beside libmodbus on the same bytes.
+# Cost of the driver's operations, beside libmodbus and Qt's serial-bus module on
+# the same bytes.
 
+find_package(benchmark REQUIRED)
 find_library(LIBMODBUS_LIBRARY modbus REQUIRED)
 
-add_library(bench_scenarios STATIC poll_scenarios.cpp peer_scenarios.cpp replies.cpp)
-set_target_properties(bench_scenarios PROPERTIES CXX_STANDARD 17)
-target_include_directories(bench_scenarios PUBLIC ${CMAKE_SOURCE_DIR})
+add_library(bench_scenarios STATIC plant_keys.cpp poll_scenarios.cpp peer_scenarios.cpp replies.cpp)
+target_include_directories(bench_scenarios PUBLIC ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/driver)
 target_link_libraries(bench_scenarios PUBLIC modbus_rtu_master ModbusQt::Core PRIVATE ${LIBMODBUS_LIBRARY})
-modbus_warnings(bench_scenarios)
+
+# The peer from Qt is measured where it is at hand.
+find_package(Qt${MODBUS_QT_MAJOR}SerialBus QUIET CONFIG)
+if(Qt${MODBUS_QT_MAJOR}SerialBus_FOUND)
+    target_sources(bench_scenarios PRIVATE qt_serialbus_scenarios.cpp)
+    target_compile_definitions(bench_scenarios PRIVATE MODBUS_BENCH_QT_SERIALBUS)
+    target_link_libraries(bench_scenarios PRIVATE Qt${MODBUS_QT_MAJOR}::SerialBus)
+endif()
 
 add_executable(instruction_count instruction_count.cpp)
-set_target_properties(instruction_count PROPERTIES CXX_STANDARD 17)
 target_link_libraries(instruction_count PRIVATE bench_scenarios)
-modbus_warnings(instruction_count)
+
+add_executable(driver_bench driver_bench.cpp)
+target_link_libraries(driver_bench PRIVATE bench_scenarios benchmark::benchmark)
+
+add_executable(area_memory area_memory.cpp)
+target_link_libraries(area_memory PRIVATE bench_scenarios)
+
+foreach(program bench_scenarios instruction_count driver_bench area_memory)
+    set_target_properties(${program} PROPERTIES CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON)
+    modbus_warnings(${program})
+endforeach()

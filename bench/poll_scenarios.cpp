@@ -1,52 +1,13 @@
 #include "bench/poll_scenarios.h"
 
 #include "bench/peer_scenarios.h"
+#include "bench/plant_keys.h"
 #include "bench/replies.h"
-#include "driver/modbus_rtu_interface.h"
 
 #include <functional>
 #include <map>
 
 namespace {
-
-int reportsSeen = 0;
-
-int countReport(int, int, QString *, int)
-{
-    ++reportsSeen;
-    return 0;
-}
-
-KEY_ADDRESS key(int station, const char *regType, int startAddr, int count)
-{
-    KEY_ADDRESS k = KEY_ADDRESS();
-    k.station = station;
-    k.regType = QLatin1String(regType);
-    k.startAddr = startAddr;
-    k.count = count;
-    return k;
-}
-
-void initialise(int maxReadWords)
-{
-    static std::vector<unsigned char> area(60117, 0);
-    static QMutex mutex;
-    int status = 0;
-    const std::string property = "1#0#0#3#" + std::to_string(maxReadWords);
-    intf_setAddrValueChangeCallBack(countReport);
-    intf_initProperty(area.data(), 0, nullptr, &status, property.c_str(), &mutex);
-}
-
-/** Fills the cache with areas of another station, as a large plant would. */
-void fillCache(int areas)
-{
-    std::vector<unsigned char> out(2 * 65536);
-    QString type = QLatin1String("3x");
-    for (int station = 100; areas > 0; ++station, areas -= 65536) {
-        const int count = areas < 65536 ? areas : 65536;
-        intf_getData(station, &type, 0, count, out.data());
-    }
-}
 
 /** Polls one block of the driver with replies that take turns. */
 class DriverPoll : public Scenario
@@ -56,10 +17,10 @@ public:
         : replies_(replies)
         , count_(count)
     {
-        initialise(2000);
-        fillCache(otherAreas);
+        initialiseDriver(2000);
+        cacheAreas(otherAreas);
         QList<KEY_ADDRESS> keys;
-        keys << key(1, regType, 0, count);
+        keys << planKey(1, regType, 0, count);
         intf_addrMerge(&keys);
         for (std::size_t i = 0; i < 2 * replies_.size(); ++i)
             step(); // first reading
@@ -86,6 +47,56 @@ private:
     QString information_;
 };
 
+/** Builds the cyclic plan of a scattered project over and over. */
+class Planning : public Scenario
+{
+public:
+    explicit Planning(int keys)
+        : keys_(scatteredKeys(keys))
+    {
+        initialiseDriver(100);
+        intf_addrMerge(&keys_); // creates the areas
+    }
+
+    bool step() override { return intf_addrMerge(&keys_) > 0; }
+
+    int elements() const override { return static_cast<int>(keys_.size()); }
+
+    int lineBytes() const override { return 0; }
+
+private:
+    QList<KEY_ADDRESS> keys_;
+};
+
+/** Reads one register after the other out of a cache of this size, far apart. */
+class LookUp : public Scenario
+{
+public:
+    explicit LookUp(int areas)
+        : areas_(areas)
+        , type_(QLatin1String("3x"))
+    {
+        initialiseDriver(100);
+        cacheAreas(areas);
+    }
+
+    bool step() override
+    {
+        area_ = (area_ + 7919) % areas_;
+        unsigned char out[2];
+        return intf_getData(100 + area_ / 65536, &type_, area_ % 65536, 1, out) == 1;
+    }
+
+    int elements() const override { return 1; }
+
+    int lineBytes() const override { return 0; }
+
+private:
+    int areas_;
+    int area_ = 0;
+    QString type_;
+};
+
 std::vector<QByteArray> steadyRegisters()
 {
     return {registerReply(1, 3, 125, 0x1234)};
@@ -108,6 +119,16 @@ std::vector<QByteArray> movingCoils()
 
 using Maker = std::function<std::unique_ptr<Scenario>()>;
 
+Maker planning(int keys)
+{
+    return [=] { return std::unique_ptr<Scenario>(new Planning(keys)); };
+}
+
+Maker lookUp(int areas)
+{
+    return [=] { return std::unique_ptr<Scenario>(new LookUp(areas)); };
+}
+
 Maker driverPoll(const char *regType, int count, std::vector<QByteArray> (*replies)(), int otherAreas)
 {
     return [=] { return std::unique_ptr<Scenario>(new DriverPoll(regType, count, replies(), otherAreas)); };
@@ -122,8 +143,17 @@ const std::map<std::string, Maker> &makers()
         {"registers_changed_500k", driverPoll("4x", 125, movingRegisters, 500000)},
         {"coils_unchanged", driverPoll("0x", 2000, steadyCoils, 0)},
         {"coils_changed", driverPoll("0x", 2000, movingCoils, 0)},
+        {"plan_10k_keys", planning(10000)},
+        {"plan_20k_keys", planning(20000)},
+        {"plan_100k_keys", planning(100000)},
+        {"look_up_100", lookUp(100)},
+        {"look_up_500k", lookUp(500000)},
         {"libmodbus_registers", [] { return libmodbusRegisters(); }},
         {"libmodbus_coils", [] { return libmodbusCoils(); }},
+        {"socket_pair_alone", [] { return socketPairAlone(); }},
+#ifdef MODBUS_BENCH_QT_SERIALBUS
+        {"qt_serialbus_registers", [] { return qtSerialBusRegisters(); }},
+#endif
     };
     return table;
 }

@@ -92,10 +92,15 @@ bool Modbus_rtu_master::swapsDoubleWords(int station) const
 
 void Modbus_rtu_master::reportChange(int link, int station, const QString &regType, int address)
 {
+    QString text = regType; // the host gets a copy of its own for the duration of the call
+    callHost(link, station, text, address);
+}
+
+void Modbus_rtu_master::callHost(int link, int station, QString &text, int address)
+{
     const ValueChangeCallBack callBack = valueChangeCallBack;
     if (!callBack)
         return;
-    QString text = regType; // the host gets a copy of its own for the duration of the call
     MonitorRelease released;
     callBack(link, station, &text, address);
 }

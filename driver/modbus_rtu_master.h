@@ -205,6 +205,7 @@ private:
     friend class AreaWalker;
 
     void configure(const char *property);
+    void callHost(int link, int station, QString &text, int address);
     bool swapsDoubleWords(int station) const;
 
     void reportWordChange(const MonitorRoles &roles, int oldValue, int newValue, int station, const QString &regType,
@@ -247,7 +248,7 @@ private:
     void unpackRegisters(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply, bool keepsWritten);
     bool takeRegister(AreaWalker &areas, int address, int value, bool keepsWritten);
     void unpackCoils(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply);
-    bool takeCoil(AreaWalker &areas, int address, int value);
+    bool takeCoil(AreaWalker &areas, int address, int value, QString &text);
     int takeChangedCoils(AreaWalker &areas, int address, const unsigned char *packed, int firstBit, int count);
     void fillBitWrite(QByteArray &received);
 

@@ -6,6 +6,7 @@
 #include "address/register_types.h"
 #include "cache/data_areas.h"
 #include "driver/arithmetic.h"
+#include "driver/record_copy.h"
 #include "frames/crc.h"
 #include "frames/reply_bytes.h"
 
@@ -133,15 +134,19 @@ bool Modbus_rtu_master::takeRegister(AreaWalker &areas, int address, int value, 
     return true;
 }
 
-/** Takes one coil into the cache; true when it was a new value. */
-inline bool Modbus_rtu_master::takeCoil(AreaWalker &areas, int address, int value)
+/**
+ * Takes one coil into the cache; true when it was a new value. @p text is what the
+ * host gets as the type: kept from coil to coil, renewed when the host changed it.
+ */
+inline bool Modbus_rtu_master::takeCoil(AreaWalker &areas, int address, int value, QString &text)
 {
     _DATA_ &area = areas.at(address);
     area.errorFlag = 0;
     if (coilOf(area.readValue) == value)
         return false;
     area.writtenFlag = 0;
-    reportChange(linkId, areas.station, areas.areaType, address);
+    copyText(text, areas.areaType);
+    callHost(linkId, areas.station, text, address);
     storeCoil(areas.at(address).readValue, value);
     areas.advance();
     return true;
@@ -156,17 +161,19 @@ void Modbus_rtu_master::unpackCoils(AreaWalker &areas, int startAddr, int count,
         i += areas.passUnchangedCoils(wrapAdd(startAddr, i), packed, i, complete - i);
         i += takeChangedCoils(areas, wrapAdd(startAddr, i), packed, i, complete - i);
     }
+    QString text;
     for (int i = complete < 0 ? 0 : complete; i < count; ++i)
-        takeCoil(areas, wrapAdd(startAddr, i), reply.coilAt(i));
+        takeCoil(areas, wrapAdd(startAddr, i), reply.coilAt(i), text);
 }
 
 /** Takes coils into the cache up to the first that is what it was; result: how many were new values. */
 int Modbus_rtu_master::takeChangedCoils(AreaWalker &areas, int address, const unsigned char *packed, int firstBit,
                                         int count)
 {
+    QString text;
     for (int i = 0; i < count; ++i) {
         const unsigned int bit = static_cast<unsigned int>(firstBit + i);
-        if (!takeCoil(areas, wrapAdd(address, i), packed[bit / ByteBits] >> bit % ByteBits & 1))
+        if (!takeCoil(areas, wrapAdd(address, i), packed[bit / ByteBits] >> bit % ByteBits & 1, text))
             return i;
     }
     return count;
