@@ -32,6 +32,8 @@ struct Restoration
 Restoration restoration;
 
 const int fatalSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+const std::size_t FatalSignals = sizeof(fatalSignals) / sizeof(fatalSignals[0]);
+struct sigaction earlierActions[FatalSignals];
 
 int keepByte(int byte)
 {
@@ -49,10 +51,16 @@ void keepCapability(const char *name)
         ::tputs(text, 1, keepByte);
 }
 
+void releaseFatalSignals()
+{
+    for (std::size_t i = 0; i < FatalSignals; ++i)
+        ::sigaction(fatalSignals[i], &earlierActions[i], nullptr);
+}
+
 void onFatalSignal(int signal)
 {
     LiveTerminal::restoreNow();
-    ::signal(signal, SIG_DFL);
+    releaseFatalSignals();
     ::raise(signal);
 }
 
@@ -60,16 +68,10 @@ void catchFatalSignals()
 {
     struct sigaction action;
     action.sa_handler = onFatalSignal;
-    action.sa_flags = static_cast<int>(SA_RESETHAND);
+    action.sa_flags = 0;
     sigemptyset(&action.sa_mask);
-    for (int signal : fatalSignals)
-        ::sigaction(signal, &action, nullptr);
-}
-
-void releaseFatalSignals()
-{
-    for (int signal : fatalSignals)
-        ::signal(signal, SIG_DFL);
+    for (std::size_t i = 0; i < FatalSignals; ++i)
+        ::sigaction(fatalSignals[i], &action, &earlierActions[i]);
 }
 
 enum Colour { ChangedColour = 1, ErrorColour, GoodColour, TitleColour };

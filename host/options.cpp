@@ -4,6 +4,7 @@
 
 #include <cctype>
 #include <memory>
+#include <sstream>
 
 namespace rtu {
 
@@ -38,10 +39,43 @@ const char *const Footer =
     "  rtuhost --sim plant.sim --tags plant.csv\n"
     "  rtuhost --plan plan.svg -b 19200 --tags plant.csv";
 
+/** Breaks a text into lines of at most so many columns. */
+std::string wrapped(const std::string &text, std::size_t width)
+{
+    std::istringstream words(text);
+    std::string result;
+    std::string word;
+    std::size_t column = 0;
+    while (words >> word) {
+        const bool fits = column == 0 || column + 1 + word.size() <= width;
+        result += column == 0 ? "" : fits ? " " : "\n";
+        column = fits && column > 0 ? column + 1 + word.size() : word.size();
+        result += word;
+    }
+    return result;
+}
+
+/** Help in 80 columns, with the name of an argument instead of its type and range. */
 class HelpFormatter : public CLI::Formatter
 {
 public:
-    std::string make_usage(const CLI::App *, std::string) const override { return std::string("Usage: ") + Usage + "\n"; }
+    std::string make_usage(const CLI::App *, std::string) const override
+    {
+        return std::string("\nUsage: ") + Usage + "\n";
+    }
+
+    std::string make_option_opts(const CLI::Option *option) const override
+    {
+        if (option->get_positional())
+            return std::string();
+        const std::string type = option->get_type_name();
+        return type.empty() ? type : " " + type.substr(0, type.find(':'));
+    }
+
+    std::string make_option_desc(const CLI::Option *option) const override
+    {
+        return wrapped(option->get_description(), 80 - get_column_width());
+    }
 };
 
 /** Raw results of CLI11 that need a second look. */
@@ -107,10 +141,10 @@ private:
 Parser::Parser() : m_app(Description, "rtuhost")
 {
     m_app.formatter(std::make_shared<HelpFormatter>());
+    m_app.get_formatter()->column_width(26);
     m_app.footer(Footer);
     m_app.set_help_flag("-h,--help", "This text");
-    m_app.set_version_flag("-V,--version", "rtuhost " RTU_HOST_VERSION);
-    m_app.get_formatter()->column_width(34);
+    m_app.set_version_flag("-V,--version", "rtuhost " RTU_HOST_VERSION)->description("The version");
     m_app.add_option("PORT", m_raw.arguments,
                      "Serial port or pseudo-terminal, then addresses and values");
     addWhat();
@@ -125,15 +159,15 @@ Parser::Parser() : m_app(Description, "rtuhost")
 void Parser::addWhat()
 {
     const char *const group = "What to read and write";
-    m_app.add_option("-a", m_raw.stations, "Stations, as in 1,3,5-7; 0 broadcasts writes (1)")->group(group);
+    m_app.add_option("-a", m_raw.stations, "Stations, as in 1,3,5-7; 0 broadcasts writes (1)")->type_name("STATIONS")->group(group);
     m_app.add_option("-t", m_options.typeText,
                      "0 coils, 1 discrete inputs, 3 input registers, 4 holding registers (4); with a format behind a "
-                     "colon: int16, hex, bin for a register, int, float for two")
+                     "colon: int16, hex, bin for a register, int, float for two")->type_name("TABLE")
         ->group(group);
-    m_app.add_option("-r", m_options.referenceText, "First address, counted from 1, or a list of them (1)")
+    m_app.add_option("-r", m_options.referenceText, "First address, counted from 1, or a list of them (1)")->type_name("ADDRESS")
         ->group(group);
     m_app.add_flag("-0", m_options.zeroBased, "-r counts from 0")->group(group);
-    m_app.add_option("-c", m_options.values, "Number of values from each address (1)")
+    m_app.add_option("-c", m_options.values, "Number of values from each address (1)")->type_name("N")
         ->check(CLI::Range(1, 65536))
         ->group(group);
     m_app.add_flag("-B,--high-word-first", m_raw.highWordFirst,
@@ -142,7 +176,7 @@ void Parser::addWhat()
     m_app.add_flag("--low-word-first", m_options.lowWordFirst, "32-bit values have the low word in the first register")
         ->group(group);
     m_app.add_option("--tags", m_options.tagFile,
-                     "CSV file with columns name, station, type, address, count, format, scale, unit")
+                     "CSV file with columns name, station, type, address, count, format, scale, unit")->type_name("FILE")
         ->group(group);
     m_app.add_flag("--condition-read", m_raw.conditionRead, "Read once by one-off reads instead of the cyclic plan")
         ->group(group);
@@ -158,27 +192,27 @@ void Parser::addWhat()
 void Parser::addLine()
 {
     const char *const group = "Line";
-    m_app.add_option("-b", m_options.line.baud, "Baud rate; 0: no pace and no silences (19200)")
+    m_app.add_option("-b", m_options.line.baud, "Baud rate; 0: no pace and no silences (19200)")->type_name("BAUD")
         ->check(CLI::Range(0, 4000000))
         ->group(group);
-    m_app.add_option("-d", m_options.line.dataBits, "Data bits, 7 or 8 (8)")->check(CLI::Range(7, 8))->group(group);
-    m_app.add_option("-s", m_options.line.stopBits, "Stop bits, 1 or 2 (1)")->check(CLI::Range(1, 2))->group(group);
-    m_app.add_option("-P,-p", m_raw.parity, "Parity: none, even or odd (even)")
+    m_app.add_option("-d", m_options.line.dataBits, "Data bits, 7 or 8 (8)")->type_name("BITS")->check(CLI::Range(7, 8))->group(group);
+    m_app.add_option("-s", m_options.line.stopBits, "Stop bits, 1 or 2 (1)")->type_name("BITS")->check(CLI::Range(1, 2))->group(group);
+    m_app.add_option("-P,-p", m_raw.parity, "Parity: none, even or odd (even)")->type_name("PARITY")
         ->check(CLI::IsMember({"none", "even", "odd"}, CLI::ignore_case))
         ->group(group);
     m_app.add_option("--silence", m_raw.silenceMilliseconds,
-                     "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)")
+                     "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)")->type_name("MS")
         ->check(CLI::NonNegativeNumber)
         ->group(group);
     m_app.add_option("--gap", m_raw.gapMilliseconds,
-                     "Pause in ms that ends a reply of other than the expected length (50)")
+                     "Pause in ms that ends a reply of other than the expected length (50)")->type_name("MS")
         ->check(CLI::PositiveNumber)
         ->group(group);
     m_app.add_option("--late-guard", m_raw.lateGuardMilliseconds,
-                     "How long in ms a late reply is listened for before the next request (as -o)")
+                     "How long in ms a late reply is listened for before the next request (as -o)")->type_name("MS")
         ->check(CLI::NonNegativeNumber)
         ->group(group);
-    m_app.add_option("--broadcast-delay", m_raw.broadcastMilliseconds, "Pause in ms after a broadcast (100)")
+    m_app.add_option("--broadcast-delay", m_raw.broadcastMilliseconds, "Pause in ms after a broadcast (100)")->type_name("MS")
         ->check(CLI::NonNegativeNumber)
         ->group(group);
     m_app.add_flag("--remove-echo", m_options.removeEcho, "The RS-485 adapter hears itself: drop the echo")
@@ -188,14 +222,14 @@ void Parser::addLine()
 void Parser::addHow()
 {
     const char *const group = "How long and how often";
-    m_app.add_option("-l", m_raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)")
+    m_app.add_option("-l", m_raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)")->type_name("MS")
         ->check(CLI::NonNegativeNumber)
         ->group(group);
-    m_app.add_option("-o", m_options.replyTimeout, "Reply time-out in seconds (1)")
+    m_app.add_option("-o", m_options.replyTimeout, "Reply time-out in seconds (1)")->type_name("SECONDS")
         ->check(CLI::Range(0.001, 3600.0))
         ->group(group);
     m_app.add_flag("-1", m_raw.once, "One round, then end")->group(group);
-    m_app.add_option("--count", m_options.rounds, "So many rounds, then end")
+    m_app.add_option("--count", m_options.rounds, "So many rounds, then end")->type_name("N")
         ->check(CLI::Range(1, 1000000000))
         ->group(group);
 }
@@ -208,21 +242,21 @@ void Parser::addDriver()
         ->type_name("PATH")
         ->group(group);
     m_app.add_option("--property", m_raw.rawProperty,
-                     "Property string for the driver as it is: link#local#spare#attempts#words[#swap_stations]")
+                     "Property string for the driver as it is: link#local#spare#attempts#words[#swap_stations]")->type_name("TEXT")
         ->group(group);
-    m_app.add_option("--link-id", m_options.property.linkId, "Link id that changes are reported with (1)")->group(group);
+    m_app.add_option("--link-id", m_options.property.linkId, "Link id that changes are reported with (1)")->type_name("N")->group(group);
     m_app.add_flag("--local-only", m_options.property.localWriteOnly, "Writes change the cache, nothing is sent")
         ->group(group);
     m_app.add_option("--retries", m_options.property.attempts,
-                     "Attempts before a request is given up (3)")
+                     "Attempts before a request is given up (3)")->type_name("N")
         ->check(CLI::Range(0, 1000))
         ->group(group);
-    m_app.add_option("--max-words", m_options.property.maxWords, "Longest block in registers, coils: bits (120)")
+    m_app.add_option("--max-words", m_options.property.maxWords, "Longest block in registers, coils: bits (120)")->type_name("N")
         ->check(CLI::Range(2, 500))
         ->group(group);
     m_app.add_flag("--swap", m_options.property.swapAll, "Recipes: low word of 32-bit values first, all stations")
         ->group(group);
-    m_app.add_option("--swap-stations", m_raw.swapStations, "The same for these stations, as in 1,5")->group(group);
+    m_app.add_option("--swap-stations", m_raw.swapStations, "The same for these stations, as in 1,5")->type_name("STATIONS")->group(group);
 }
 
 void Parser::addOutput()
@@ -252,8 +286,8 @@ void Parser::addEditor()
         ->type_name("ADDRESS")
         ->group(group);
     m_app.add_option("--multi-copy", m_raw.multiCopy, "Step an address for copies")->type_name("ADDRESS")->group(group);
-    m_app.add_option("--copies", m_options.copies, "Number of copies (10)")->check(CLI::Range(0, 65536))->group(group);
-    m_app.add_option("--step", m_options.step, "Step from copy to copy (1)")->group(group);
+    m_app.add_option("--copies", m_options.copies, "Number of copies (10)")->type_name("N")->check(CLI::Range(0, 65536))->group(group);
+    m_app.add_option("--step", m_options.step, "Step from copy to copy (1)")->type_name("N")->group(group);
 }
 
 void Parser::addSimulation()
