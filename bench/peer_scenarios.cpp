@@ -1,6 +1,7 @@
 #include "bench/peer_scenarios.h"
 
 #include "bench/replies.h"
+#include "driver/qt_compat.h"
 
 #include <modbus/modbus.h>
 
@@ -35,7 +36,7 @@ public:
 
     bool step() override
     {
-        if (!ready_ || write(ends_[1], reply_.constData(), static_cast<std::size_t>(reply_.size())) != reply_.size())
+        if (!ready_ || write(ends_[1], reply_.constData(), static_cast<std::size_t>(sizeOf(reply_))) != sizeOf(reply_))
             return false;
         const bool done = read() == count_;
         unsigned char request[8];
@@ -44,7 +45,7 @@ public:
 
     int elements() const override { return count_; }
 
-    int lineBytes() const override { return 8 + reply_.size(); }
+    int lineBytes() const override { return 8 + sizeOf(reply_); }
 
 protected:
     virtual int read() = 0;
@@ -106,14 +107,14 @@ public:
     bool step() override
     {
         unsigned char request[8] = {};
-        return ready_ && send(1, reply_.constData(), reply_.size()) && send(0, request, sizeof request)
-            && receive(2) && receive(1) && receive(reply_.size() - 3)
+        return ready_ && send(1, reply_.constData(), sizeOf(reply_)) && send(0, request, sizeof request)
+            && receive(2) && receive(1) && receive(sizeOf(reply_) - 3)
             && recv(ends_[1], request, sizeof request, MSG_WAITALL) == 8;
     }
 
     int elements() const override { return 125; }
 
-    int lineBytes() const override { return 8 + reply_.size(); }
+    int lineBytes() const override { return 8 + sizeOf(reply_); }
 
 private:
     bool send(int end, const void *bytes, int count)

@@ -1,6 +1,7 @@
 #include "bench/peer_scenarios.h"
 
 #include "bench/replies.h"
+#include "driver/qt_compat.h"
 
 #include <QtSerialBus/QModbusClient>
 
@@ -34,14 +35,14 @@ public:
     bool step() override
     {
         const auto function = static_cast<QModbusPdu::FunctionCode>(static_cast<unsigned char>(reply_.at(1)));
-        const QModbusResponse response(function, reply_.mid(2, reply_.size() - 4));
+        const QModbusResponse response(function, reply_.mid(2, sizeOf(reply_) - 4));
         QModbusDataUnit values(type_, 0, static_cast<quint16>(count_));
         return decoder_.decode(response, &values) && values.valueCount() >= static_cast<uint>(count_);
     }
 
     int elements() const override { return count_; }
 
-    int lineBytes() const override { return 8 + reply_.size(); }
+    int lineBytes() const override { return 8 + sizeOf(reply_); }
 
 private:
     int count_;

@@ -41,6 +41,7 @@ int Modbus_rtu_master::getIndexOfDataArea(int station, const QString &regType, i
     if (found >= 0)
         return found;
 
+    makeRoomForOne(areas);
     areas.append(newArea(station, regType, areaIndex));
     if (ownCache)
         areaPositions.appended(areas);
