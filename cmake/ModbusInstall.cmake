@@ -1,0 +1,71 @@
+# What `cmake --install` puts where. Three components, which are the three
+# Debian packages: library, dev (what host authors need), host (the bench host).
+
+include(CMakePackageConfigHelpers)
+
+set(MODBUS_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/modbus_rtu_master)
+set(MODBUS_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/modbus_rtu_master)
+
+# --- library -----------------------------------------------------------------
+
+install(TARGETS modbus_rtu_master
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
+    NAMELINK_COMPONENT dev)
+
+# --- dev ---------------------------------------------------------------------
+
+# Hosts load the library and link nothing; they need the headers and Qt core.
+add_library(modbus_rtu_interface INTERFACE)
+set_target_properties(modbus_rtu_interface PROPERTIES EXPORT_NAME interface)
+target_include_directories(modbus_rtu_interface INTERFACE $<INSTALL_INTERFACE:${MODBUS_INSTALL_INCLUDEDIR}>)
+if(MODBUS_QT_MAJOR GREATER 4) # the Qt 4 of a panel comes without a CMake package
+    target_link_libraries(modbus_rtu_interface INTERFACE Qt${MODBUS_QT_MAJOR}::Core)
+    set(MODBUS_QT_DEPENDENCY "find_dependency(Qt${MODBUS_QT_MAJOR}Core)")
+    set(MODBUS_PKG_CONFIG_QT Qt${MODBUS_QT_MAJOR}Core)
+    set(MODBUS_PKG_CONFIG_CFLAGS -fPIC) # Qt 5 and 6 as distributions build them refuse programs without it
+else()
+    set(MODBUS_QT_DEPENDENCY "# Qt 4 comes from the panel's own tool chain.")
+    set(MODBUS_PKG_CONFIG_QT QtCore)
+    set(MODBUS_PKG_CONFIG_CFLAGS "")
+endif()
+
+install(FILES driver/modbus_rtu_records.h driver/modbus_rtu_interface.h
+    DESTINATION ${MODBUS_INSTALL_INCLUDEDIR} COMPONENT dev)
+install(TARGETS modbus_rtu_interface EXPORT modbus_rtu_master COMPONENT dev)
+install(EXPORT modbus_rtu_master NAMESPACE modbus_rtu_master:: FILE modbus_rtu_master-targets.cmake
+    DESTINATION ${MODBUS_INSTALL_CMAKEDIR} COMPONENT dev)
+
+set(MODBUS_INSTALLED_LIBRARY ${CMAKE_INSTALL_LIBDIR}/libmodbus_rtu_master.so.${PROJECT_VERSION_MAJOR})
+configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/package/modbus_rtu_master-config.cmake.in
+    ${CMAKE_BINARY_DIR}/package/modbus_rtu_master-config.cmake
+    INSTALL_DESTINATION ${MODBUS_INSTALL_CMAKEDIR} PATH_VARS MODBUS_INSTALLED_LIBRARY)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/modbus_rtu_master-config-version.cmake
+    COMPATIBILITY SameMajorVersion)
+# Relative to where the file is found, so that a moved tree still works.
+file(RELATIVE_PATH MODBUS_PKG_CONFIG_TO_PREFIX
+    /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" MODBUS_PKG_CONFIG_TO_PREFIX ${MODBUS_PKG_CONFIG_TO_PREFIX})
+configure_file(${CMAKE_CURRENT_LIST_DIR}/package/modbus_rtu_master.pc.in
+    ${CMAKE_BINARY_DIR}/package/modbus_rtu_master.pc @ONLY)
+install(FILES
+    ${CMAKE_BINARY_DIR}/package/modbus_rtu_master-config.cmake
+    ${CMAKE_BINARY_DIR}/package/modbus_rtu_master-config-version.cmake
+    DESTINATION ${MODBUS_INSTALL_CMAKEDIR} COMPONENT dev)
+install(FILES ${CMAKE_BINARY_DIR}/package/modbus_rtu_master.pc
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+install(DIRECTORY docs/examples/
+    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libmodbus-rtu-master-dev/examples COMPONENT dev)
+
+# --- host --------------------------------------------------------------------
+
+if(TARGET rtuhost)
+    install(TARGETS rtuhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+    if(EXISTS ${PROJECT_SOURCE_DIR}/docs/rtuhost.1)
+        install(FILES docs/rtuhost.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
+    endif()
+endif()
+if(TARGET rtu_demo)
+    install(TARGETS rtu_demo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+    install(DIRECTORY host/demo/ DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/rtuhost/demo COMPONENT host
+        FILES_MATCHING PATTERN *.sim PATTERN *.csv)
+endif()

@@ -1,0 +1,73 @@
+// The host that the documents show, run as a program of its own.
+
+#include "plant/plant.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <string>
+#include <sys/wait.h>
+
+namespace {
+
+struct Outcome
+{
+    int status;
+    std::string output;
+};
+
+Outcome run(const std::string &command)
+{
+    FILE *pipe = ::popen((command + " 2>&1").c_str(), "r");
+    if (!pipe)
+        return {-1, "cannot start " + command};
+    std::string output;
+    char piece[256];
+    while (const std::size_t count = std::fread(piece, 1, sizeof(piece), pipe))
+        output.append(piece, count);
+    const int status = ::pclose(pipe);
+    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
+}
+
+std::string minimalHost(const std::string &library, const std::string &port)
+{
+    return std::string(MINIMAL_HOST_PROGRAM) + " " + library + " " + port + " 3";
+}
+
+class MinimalHost : public ::testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        plant.addStation(1);
+        plant.define(1, plant::Table::HoldingRegisters, 0, 1, 1234);
+        std::string error;
+        ASSERT_TRUE(plant.start(&error)) << error;
+    }
+
+    plant::Plant plant;
+};
+
+TEST_F(MinimalHost, PollsARegister)
+{
+    const Outcome outcome = run(minimalHost(DRIVER_LIBRARY_FILE, plant.devicePath()));
+    EXPECT_EQ(outcome.output, "station 1 4x1 = 1234\n");
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(MinimalHost, TellsThatASlaveIsSilent)
+{
+    plant.setStationOn(1, false);
+    const Outcome outcome = run(minimalHost(DRIVER_LIBRARY_FILE, plant.devicePath()));
+    EXPECT_EQ(outcome.output.rfind("error R,", 0), 0u) << outcome.output;
+    EXPECT_EQ(outcome.status, 0);
+}
+
+TEST_F(MinimalHost, RefusesToRunWithoutADriver)
+{
+    const Outcome outcome = run(minimalHost("/nonexistent", plant.devicePath()));
+    EXPECT_NE(outcome.output.find("usage"), std::string::npos);
+    EXPECT_EQ(outcome.status, 2);
+}
+
+} // namespace
