@@ -30,8 +30,10 @@ int address(Random &random, const QString &regType, Spread spread)
     const bool bits = isBitInRegister(regType);
     if (random.chance(2))
         return bits ? 1048576 - random.between(1, 40) : 65536 - random.between(1, 20);
+    if (random.below(300) == 0)
+        return random.pick({2147483647, 2147483640, -2147483647 - 1, -2147483640});
     if (random.chance(1))
-        return bits ? 0 : -random.between(1, 20);
+        return -random.between(1, 20);
     if (spread == Wide)
         return random.below(bits ? 20000 : 3000);
     return random.below(bits ? 150 : 24);

@@ -38,27 +38,12 @@ void CacheShadow::setPlan(const support::Keys &keys)
     plan = keys;
 }
 
-std::vector<CacheShadow::Place> CacheShadow::placesOf(int station, const QString &regType, int address, int count)
+std::vector<CacheShadow::Place> CacheShadow::each(const PlaceRun &run)
 {
     std::vector<Place> places;
-    if (count < 1 || regType.isEmpty())
-        return places;
-    int first = address;
-    int last = address + count - 1;
-    if (regType.endsWith(QLatin1String("_bit"))) {
-        first = address / 16;
-        last = (address + count - 1) / 16;
-    } else if (regType.endsWith(QLatin1String("_double"))) {
-        last = address + count / 2 * 2 - 1;
-    }
-    for (int i = first; i <= last; ++i)
-        places.push_back(Place(station, regType.at(0).toLatin1(), i));
+    for (int i = run.first; i <= run.last; ++i)
+        places.push_back(Place(run.station, run.area, i));
     return places;
-}
-
-std::vector<CacheShadow::Place> CacheShadow::placesOf(const VARIABLE &unit)
-{
-    return placesOf(unit.station, unit.regType, unit.startAddr, unit.count);
 }
 
 // What intf_getData() shows.
@@ -77,49 +62,46 @@ bool CacheShadow::isCertain(const Place &place)
     return !state.uncertain && !state.lost;
 }
 
-void CacheShadow::spoil(const std::vector<Place> &places)
+void CacheShadow::spoil(const PlaceRun &run)
 {
-    for (const Place &place : places) {
+    for (const Place &place : each(run)) {
         states[place].uncertain = true;
         uncertainPlaces.insert(place);
     }
 }
 
-void CacheShadow::lose(const std::vector<Place> &places)
+void CacheShadow::lose(const PlaceRun &run)
 {
-    for (const Place &place : places)
+    for (const Place &place : each(run))
         states[place].lost = true;
 }
 
 // --- host writes ----------------------------------------------------------------------
 
-void CacheShadow::hostWrote(const VARIABLE &request, const QList<VARIABLE> &queuedBefore, int pieceLimit,
+void CacheShadow::hostWrote(const VARIABLE &request, const std::vector<UnitRange> &queuedBefore, int pieceLimit,
                             bool reachesSlave)
 {
-    const std::vector<Place> places = placesOf(request);
+    const PlaceRun own = placesOf(request);
     if (!reachesSlave) {
-        lose(places);
+        lose(own);
         return;
     }
     const bool split = request.count > pieceLimit && !typeIs(request.regType, "0x");
     // The halves of a value, or two bits of a register, in two requests complete one after the other.
     if (split && !typeIs(request.regType, "4x")) {
-        lose(places);
+        lose(own);
         return;
     }
-    const std::set<Place> own(places.begin(), places.end());
-    for (int i = 0; i < static_cast<int>(queuedBefore.size()); ++i) {
-        const std::vector<Place> queued = placesOf(queuedBefore.at(i));
-        const bool overlaps =
-            std::any_of(queued.begin(), queued.end(), [&own](const Place &place) { return own.count(place) != 0; });
-        if (!overlaps)
+    for (const UnitRange &unit : queuedBefore) {
+        const PlaceRun queued = placesOf(unit);
+        if (!queued.overlaps(own))
             continue;
         spoil(queued);
-        spoil(places);
+        spoil(own);
     }
 }
 
-void CacheShadow::replaced(const VARIABLE &unit, bool samePlace)
+void CacheShadow::replaced(const UnitRange &unit, bool samePlace)
 {
     if (samePlace)
         spoil(placesOf(unit));
@@ -160,7 +142,7 @@ int CacheShadow::writtenValue(const VARIABLE &unit, const Place &place)
 void CacheShadow::writeAccepted(const VARIABLE &unit)
 {
     const bool bits = typeIs(unit.regType, "4x_bit");
-    for (const Place &place : placesOf(unit)) {
+    for (const Place &place : each(placesOf(unit))) {
         if (!isCertain(place))
             continue;
         State &state = states[place];
@@ -186,7 +168,7 @@ void CacheShadow::writeGivenUp(const VARIABLE &unit, const support::Changes &cha
         if (std::count(changes.begin(), changes.end(), expected) < unit.count)
             findings.add("given-up write " + support::unitText(unit) + " was not reported for every bit");
     }
-    for (const Place &place : placesOf(unit)) {
+    for (const Place &place : each(placesOf(unit))) {
         if (!isCertain(place) || !states[place].known)
             continue;
         ++rolledBack;
@@ -240,16 +222,21 @@ void CacheShadow::readAccepted(const FRAME_PRO &request, const QByteArray &reply
     }
 }
 
+bool CacheShadow::isPending(const Place &place, const QList<VARIABLE> &queued)
+{
+    for (int i = 0; i < static_cast<int>(queued.size()); ++i) {
+        const PlaceRun run = placesOf(queued.at(i));
+        if (run.station == std::get<0>(place) && run.area == std::get<1>(place) && run.holds(std::get<2>(place)))
+            return true;
+    }
+    return false;
+}
+
 void CacheShadow::checkReadOut(int station, const QString &regType, int address, int count,
                                const QList<VARIABLE> &queued)
 {
-    std::set<Place> pending;
-    for (int i = 0; i < static_cast<int>(queued.size()); ++i) {
-        const std::vector<Place> places = placesOf(queued.at(i));
-        pending.insert(places.begin(), places.end());
-    }
-    for (const Place &place : placesOf(station, regType, address, count)) {
-        if (pending.count(place) != 0 || !isCertain(place) || !states[place].known)
+    for (const Place &place : each(placesOf(station, regType, address, count))) {
+        if (!isCertain(place) || !states[place].known || isPending(place, queued))
             continue;
         ++comparedReadOuts;
         if (shown(place) != states[place].confirmed)

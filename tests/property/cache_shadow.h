@@ -12,6 +12,7 @@
 #define PROPERTY_CACHE_SHADOW_H
 
 #include "property/findings.h"
+#include "property/unit_range.h"
 #include "support/driver_fixture.h"
 
 #include <map>
@@ -33,10 +34,10 @@ public:
     void setPlan(const support::Keys &keys);
 
     /** A host write, its request unit whole; @p queuedBefore is the write queue before the call. */
-    void hostWrote(const VARIABLE &request, const QList<VARIABLE> &queuedBefore, int pieceLimit, bool reachesSlave);
+    void hostWrote(const VARIABLE &request, const std::vector<UnitRange> &queuedBefore, int pieceLimit, bool reachesSlave);
 
     /** A queued unit was overwritten by a newer one, of the same place or because the queue is full. */
-    void replaced(const VARIABLE &unit, bool samePlace);
+    void replaced(const UnitRange &unit, bool samePlace);
 
     void queueRanEmpty();
 
@@ -50,7 +51,8 @@ public:
     void writeGivenUp(const VARIABLE &unit, const support::Changes &changes);
 
     /** Places that the read-out of the host must show as confirmed. */
-    void checkReadOut(int station, const QString &regType, int address, int count, const QList<VARIABLE> &queued);
+    void checkReadOut(int station, const QString &regType, int address, int count,
+                      const QList<VARIABLE> &queued);
 
     int confirmedWrites = 0;  ///< places compared after an acknowledgement
     int rolledBack = 0;       ///< places compared after a write was given up
@@ -67,12 +69,13 @@ private:
         bool lost = false;
     };
 
-    static std::vector<Place> placesOf(int station, const QString &regType, int address, int count);
-    static std::vector<Place> placesOf(const VARIABLE &unit);
+    /** The single places of a run. */
+    static std::vector<Place> each(const PlaceRun &run);
     static int shown(const Place &place);
     bool isCertain(const Place &place);
-    void spoil(const std::vector<Place> &places);
-    void lose(const std::vector<Place> &places);
+    static bool isPending(const Place &place, const QList<VARIABLE> &queued);
+    void spoil(const PlaceRun &run);
+    void lose(const PlaceRun &run);
     int writtenValue(const VARIABLE &unit, const Place &place);
     bool isWatched(const Place &place, const char *regType) const;
     void checkReported(const VARIABLE &unit, const Place &place, const support::Changes &changes);

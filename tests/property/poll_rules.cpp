@@ -14,7 +14,8 @@ bool typeIs(const VARIABLE &unit, const char *name)
     return unit.regType == QLatin1String(name);
 }
 
-bool sameUnit(const VARIABLE &a, const VARIABLE &b)
+template <typename Unit, typename Other>
+bool sameUnit(const Unit &a, const Other &b)
 {
     return a.userData == b.userData && a.station == b.station && a.regType == b.regType && a.startAddr == b.startAddr
            && a.count == b.count;
@@ -57,11 +58,6 @@ std::set<int> functionsFor(const VARIABLE &unit, int state)
 PollRules::PollRules(Findings &found)
     : findings(found)
 {
-}
-
-PollRules::Token PollRules::tokenOf(const VARIABLE &unit)
-{
-    return Token(unit.userData, unit.startAddr, unit.count);
 }
 
 void PollRules::reset(int link, int retries)
@@ -123,7 +119,7 @@ void PollRules::requested(const VARIABLE &whole)
     requests[whole.userData] = whole;
 }
 
-void PollRules::replaced(const VARIABLE &unit)
+void PollRules::replaced(const UnitRange &unit)
 {
     gone.insert(tokenOf(unit));
 }
@@ -132,8 +128,13 @@ void PollRules::replaced(const VARIABLE &unit)
 
 void PollRules::beforeSend(bool blockWrite, bool blockRead)
 {
-    writesBefore = driver.writeList;
-    conditionsBefore = driver.conditionReadList;
+    const Modbus_rtu_master &state = driver;
+    writeBefore.clear();
+    conditionBefore.clear();
+    if (!state.writeList.isEmpty())
+        writeBefore.push_back(UnitRange(state.writeList.at(0)));
+    if (!state.conditionReadList.isEmpty())
+        conditionBefore.push_back(UnitRange(state.conditionReadList.at(0)));
     blockWriteAsked = blockWrite;
     blockReadAsked = blockRead;
 }
@@ -142,8 +143,8 @@ void PollRules::sent(int result, const FRAME_PRO &frame)
 {
     if (result == 0) {
         findings.require(framesLeft == 0, "nothing is sent although a transaction is unfinished");
-        if (plan.isEmpty())
-            sinceCyclic = 0;
+        findings.require(plan.isEmpty(), "nothing is sent although there is a plan");
+        sinceCyclic = 0;
         return;
     }
     checkBytes(frame);
@@ -199,15 +200,15 @@ void PollRules::checkChoice(const VARIABLE &unit, int state)
     checkBurst(state);
     switch (state) {
     case WriteSent:
-        if (writesBefore.isEmpty() || !sameUnit(writesBefore.at(0), unit))
+        if (writeBefore.empty() || !sameUnit(writeBefore[0], unit))
             findings.add(named("a write that is not the head of its queue", unit));
         checkRequested(unit, state);
         checkOnce(unit);
         break;
     case ConditionReadSent:
-        if (conditionsBefore.isEmpty() || !sameUnit(conditionsBefore.at(0), unit))
+        if (conditionBefore.empty() || !sameUnit(conditionBefore[0], unit))
             findings.add(named("a condition read that is not the head of its queue", unit));
-        findings.require(writesBefore.isEmpty(), "a condition read goes before a waiting write");
+        findings.require(writeBefore.empty(), "a condition read goes before a waiting write");
         checkRequested(unit, state);
         checkOnce(unit);
         break;
@@ -221,17 +222,19 @@ void PollRules::checkChoice(const VARIABLE &unit, int state)
     }
 }
 
-// At most ten writes and condition reads between two cyclic reads, condition reads among the first three.
+// At most ten writes and condition reads between two cyclic reads, condition reads among the first
+// three; and no cyclic read sooner while they wait.
 void PollRules::checkBurst(int state)
 {
     if (state == CyclicReadSent) {
+        findings.require(writeBefore.empty() || sinceCyclic >= 10, "a cyclic read goes before a waiting write");
+        findings.require(conditionBefore.empty() || sinceCyclic >= 3,
+                         "a cyclic read goes before a waiting condition read");
         sinceCyclic = 0;
         return;
     }
-    if (state == ConditionReadSent && !plan.isEmpty())
+    if (state == ConditionReadSent)
         findings.require(sinceCyclic < 3, "a condition read after three other transactions");
-    if (plan.isEmpty())
-        return;
     ++sinceCyclic;
     longestBurst = std::max(longestBurst, sinceCyclic);
     findings.require(sinceCyclic <= 10, "more than ten transactions between two cyclic reads");

@@ -6,6 +6,7 @@
 #define PROPERTY_POLL_RULES_H
 
 #include "property/findings.h"
+#include "property/unit_range.h"
 #include "support/driver_fixture.h"
 
 #include <map>
@@ -31,7 +32,7 @@ public:
     void requested(const VARIABLE &whole);
 
     /** An entry of a queue was overwritten by a newer one and must not be sent any more. */
-    void replaced(const VARIABLE &unit);
+    void replaced(const UnitRange &unit);
 
     /** intf_getSendFrame() is about to be called: what it has to choose from. */
     void beforeSend(bool blockWrite, bool blockRead);
@@ -59,7 +60,12 @@ public:
 private:
     typedef std::tuple<int, int, int> Token; ///< tag, start, count
 
-    static Token tokenOf(const VARIABLE &unit);
+    template <typename Unit>
+    static Token tokenOf(const Unit &unit)
+    {
+        return Token(unit.userData, unit.startAddr, unit.count);
+    }
+
     void checkBytes(const FRAME_PRO &frame);
     void checkChoice(const VARIABLE &unit, int state);
     void checkRequested(const VARIABLE &unit, int state);
@@ -79,8 +85,8 @@ private:
     std::map<int, VARIABLE> requests;
     std::set<Token> gone; ///< started or replaced
 
-    QList<VARIABLE> writesBefore;
-    QList<VARIABLE> conditionsBefore;
+    std::vector<UnitRange> writeBefore;     ///< the head of the queue, if there was one
+    std::vector<UnitRange> conditionBefore; ///< likewise
     bool blockWriteAsked = false;
     bool blockReadAsked = false;
 

@@ -269,21 +269,28 @@ void RandomHost::writeSomething()
         request.data[i] = isBitValued(regType) ? static_cast<unsigned char>(random.below(2)) : random.byte();
     note("intf_setData(" + support::unitText(request) + ", tag " + std::to_string(request.userData) + ")");
 
-    const QList<VARIABLE> before = driver.writeList;
+    const Modbus_rtu_master &state = driver;
+    const std::vector<UnitRange> before = rangesOf(state.writeList);
     const bool queues = !localOnly && isWritable(regType);
     rules.requested(request);
     shadow.hostWrote(request, before, limit, queues);
     VARIABLE handed = request;
     intf_setData(station, &regType, start, count, handed.data, request.userData);
-    findings.require(queues || driver.writeList.size() == before.size(), "a write was queued that cannot reach a slave");
-    for (int i = 0; i < static_cast<int>(before.size()); ++i) {
-        const VARIABLE &now = driver.writeList.at(i);
-        if (now.userData == before.at(i).userData)
+    const std::vector<UnitRange> after = rangesOf(state.writeList);
+    findings.require(queues || after.size() == before.size(), "a write was queued that cannot reach a slave");
+    for (size_t i = 0; i < before.size(); ++i) {
+        if (after[i].userData == before[i].userData)
             continue;
         findings.require(i > 0, "the write in flight was replaced");
-        rules.replaced(before.at(i));
-        shadow.replaced(before.at(i), support::unitText(now) == support::unitText(before.at(i)));
+        rules.replaced(before[i]);
+        shadow.replaced(before[i], support::unitText(after[i]) == support::unitText(before[i]));
     }
+    // In a full queue the pieces of one request push each other out.
+    int queued = 0;
+    for (const UnitRange &unit : after)
+        queued += unit.userData == request.userData ? unit.count : 0;
+    if (queues && queued != count)
+        shadow.replaced(UnitRange(request), false);
 }
 
 void RandomHost::readSomething()
@@ -308,14 +315,16 @@ void RandomHost::askForConditionRead()
     request.regType = regType;
     request.userData = nextTag++;
     note("intf_addConditionRead(" + support::unitText(request) + ", tag " + std::to_string(request.userData) + ")");
-    const QList<VARIABLE> before = driver.conditionReadList;
+    const Modbus_rtu_master &state = driver;
+    const std::vector<UnitRange> before = rangesOf(state.conditionReadList);
     rules.requested(request);
     findings.require(intf_addConditionRead(&key, request.userData) == 1, "intf_addConditionRead() is not 1");
-    for (int i = 0; i < static_cast<int>(before.size()); ++i) {
-        if (driver.conditionReadList.at(i).userData == before.at(i).userData)
+    const std::vector<UnitRange> after = rangesOf(state.conditionReadList);
+    for (size_t i = 0; i < before.size(); ++i) {
+        if (after[i].userData == before[i].userData)
             continue;
         findings.require(i > 0, "the condition read in flight was replaced");
-        rules.replaced(before.at(i));
+        rules.replaced(before[i]);
     }
 }
 
