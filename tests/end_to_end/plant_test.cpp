@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <thread>
 
 #include <fcntl.h>
@@ -57,6 +58,7 @@ public:
         return take(traffic.sent - before);
     }
 
+    /** The next bytes, not one more. */
     Bytes take(std::size_t size)
     {
         Bytes bytes;
@@ -65,7 +67,7 @@ public:
             if (::poll(&wait, 1, GiveUpMilliseconds) <= 0)
                 break;
             std::uint8_t buffer[512];
-            const ssize_t count = ::read(m_port, buffer, sizeof buffer);
+            const ssize_t count = ::read(m_port, buffer, std::min(sizeof buffer, size - bytes.size()));
             if (count <= 0)
                 break;
             bytes.insert(bytes.end(), buffer, buffer + count);
