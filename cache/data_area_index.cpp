@@ -31,6 +31,11 @@ unsigned int keyHash(int station, const QString &regType, int areaIndex)
     return hash ^ (hash >> 16);
 }
 
+unsigned int keyHashOf(const _DATA_ &area)
+{
+    return keyHash(area.station, area.regType, area.areaIndex);
+}
+
 } // namespace
 
 int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
@@ -47,6 +52,8 @@ DataAreaIndex::DataAreaIndex()
     : indexed(0)
     , firstArea(0)
     , lastArea(0)
+    , firstHash(0)
+    , lastHash(0)
 {
 }
 
@@ -58,7 +65,8 @@ int DataAreaIndex::find(const QList<_DATA_> &areas, int station, const QString &
     if (!describes(areas))
         rebuild(areas);
     int position = -1;
-    if (!probe(areas, station, regType, areaIndex, position)) {
+    const bool consistent = probe(areas, station, regType, areaIndex, position);
+    if (!consistent || (position < 0 && !endsHaveTheirKeys(areas))) {
         rebuild(areas);
         probe(areas, station, regType, areaIndex, position);
     }
@@ -85,6 +93,12 @@ bool DataAreaIndex::describes(const QList<_DATA_> &areas) const
     return indexed == sizeOf(areas) && firstArea == &areas.at(0) && lastArea == &areas.at(indexed - 1);
 }
 
+/** Asked on a miss only: a list that was cleared and filled anew can have its size and place again. */
+bool DataAreaIndex::endsHaveTheirKeys(const QList<_DATA_> &areas) const
+{
+    return keyHashOf(areas.first()) == firstHash && keyHashOf(areas.last()) == lastHash;
+}
+
 void DataAreaIndex::rebuild(const QList<_DATA_> &areas)
 {
     const int count = sizeOf(areas);
@@ -102,7 +116,7 @@ void DataAreaIndex::insert(const QList<_DATA_> &areas, int position)
 {
     const _DATA_ &area = areas.at(position);
     const std::size_t mask = slots_.size() - 1;
-    const Slot slot = {keyHash(area.station, area.regType, area.areaIndex), position};
+    const Slot slot = {keyHashOf(area), position};
     std::size_t i = slot.hash & mask;
     while (slots_[i].position != freeSlot)
         i = (i + 1) & mask;
@@ -114,6 +128,8 @@ void DataAreaIndex::remember(const QList<_DATA_> &areas)
     indexed = sizeOf(areas);
     firstArea = &areas.at(0);
     lastArea = &areas.at(indexed - 1);
+    firstHash = keyHashOf(*firstArea);
+    lastHash = keyHashOf(*lastArea);
 }
 
 /** Finds the position, -1 for none. False when an area no longer has the keys it was entered with. */
@@ -130,7 +146,7 @@ bool DataAreaIndex::probe(const QList<_DATA_> &areas, int station, const QString
         const _DATA_ &area = areas.at(position);
         if (hasKeys(area, station, regType, areaIndex))
             return true;
-        if (keyHash(area.station, area.regType, area.areaIndex) != hash)
+        if (keyHashOf(area) != hash)
             return false;
     }
     position = -1;

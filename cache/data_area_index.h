@@ -35,10 +35,10 @@ public:
      * Position of the area with these keys, or -1.
      *
      * Areas that were added to, removed from or moved in the list since the last
-     * call are noticed by the list's size and ends or by a found position whose
-     * keys no longer fit; the index is then built anew. What cannot be noticed
-     * is a key changed in place to one that was not there before, in a list of
-     * more than 64 areas.
+     * call are noticed by the list's size, by the place and keys of its first and
+     * last area, or by a found position whose keys no longer fit; the index is
+     * then built anew. What cannot be noticed is a key changed in place to one
+     * that was not there before, between the ends of a list of more than 64 areas.
      */
     int find(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
 
@@ -53,6 +53,7 @@ private:
     };
 
     bool describes(const QList<_DATA_> &areas) const;
+    bool endsHaveTheirKeys(const QList<_DATA_> &areas) const;
     void rebuild(const QList<_DATA_> &areas);
     void insert(const QList<_DATA_> &areas, int position);
     void remember(const QList<_DATA_> &areas);
@@ -62,6 +63,8 @@ private:
     int indexed;              ///< how many areas of the list are in the slots
     const _DATA_ *firstArea;  ///< the ends of the list as last seen
     const _DATA_ *lastArea;
+    unsigned int firstHash;   ///< the keys at the ends, hashed
+    unsigned int lastHash;
 };
 
 #endif
