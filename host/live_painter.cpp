@@ -37,6 +37,19 @@ std::string ageText(const TagState &state, TimePoint now)
     return state.known ? durationText(std::max(Duration(0), now - state.read)) : "-";
 }
 
+/** Exactly so many columns: the last span grows or the line is cut. */
+ScreenLine fitted(const ScreenLine &line, int columns)
+{
+    ScreenLine result;
+    int room = columns;
+    for (const Span &span : line) {
+        result.push_back(Span{clippedText(span.text, room), span.look});
+        room -= textWidth(result.back().text);
+    }
+    result.back().text.append(static_cast<std::size_t>(room), ' ');
+    return result;
+}
+
 const char *const HelpLines[] = {
     "Up Down PgUp PgDn Home End   choose a value",
     "Enter, e     type a new value; Enter writes it, Esc leaves it",
@@ -59,7 +72,12 @@ const char *const SimulationHelpLines[] = {
 
 void LivePainter::add(const std::string &text, Look look)
 {
-    m_screen.lines.push_back(ScreenLine(1, Span{leftAligned(text, m_columns), look}));
+    add(ScreenLine(1, Span{text, look}));
+}
+
+void LivePainter::add(const ScreenLine &line)
+{
+    m_screen.lines.push_back(fitted(line, m_columns));
 }
 
 Screen LivePainter::paint(LiveState &state, int rows, int columns, TimePoint now)
@@ -67,7 +85,7 @@ Screen LivePainter::paint(LiveState &state, int rows, int columns, TimePoint now
     m_screen = Screen();
     m_columns = columns;
     if (rows < SmallestRows || columns < SmallestColumns) {
-        add("rtuhost: the window is too small", Look::Title);
+        add("window too small", Look::Title);
         m_screen.lines.resize(static_cast<std::size_t>(std::max(1, rows)));
         return m_screen;
     }
@@ -95,8 +113,7 @@ void LivePainter::paintLinePanel(TimePoint now)
     const std::string time = timeOfDay(now).substr(0, 8);
     const std::string title = " " + m_portName + state;
     const int room = m_columns - textWidth(time) - 1;
-    m_screen.lines.push_back({Span{leftAligned(title, room), open ? Look::Title : Look::Error},
-                              Span{time + " ", open ? Look::Title : Look::Error}});
+    add(leftAligned(title, room) + time, open ? Look::Title : Look::Error);
     add(" " + fixed(statistics.framesPerSecond(now), 1) + " frames/s   line "
             + fixed(100 * statistics.lineShare(now), 0) + " % in use   reply " + pairText(total.replyTime)
             + "   age " + pairText(m_feed.states().ages()),
@@ -119,16 +136,12 @@ void LivePainter::paintStations()
         }
         const Counts &counts = station.second;
         const bool alive = m_feed.alive(station.first);
-        m_screen.lines.push_back(
-            {Span{rightAligned(std::to_string(station.first), 8), Look::Plain},
+        add({Span{rightAligned(std::to_string(station.first), 8), Look::Plain},
              Span{leftAligned(alive ? "  answers" : "  silent", 10), alive ? Look::Good : Look::Error},
-             Span{leftAligned(rightAligned(std::to_string(counts.frames), 7)
-                                  + rightAligned(std::to_string(counts.resends), 7)
-                                  + rightAligned(std::to_string(counts.giveUps), 10)
-                                  + rightAligned(std::to_string(counts.timeouts), 11)
-                                  + rightAligned(std::to_string(counts.exceptions), 9) + "  "
-                                  + pairText(counts.replyTime),
-                              m_columns - 18),
+             Span{rightAligned(std::to_string(counts.frames), 7) + rightAligned(std::to_string(counts.resends), 7)
+                      + rightAligned(std::to_string(counts.giveUps), 10)
+                      + rightAligned(std::to_string(counts.timeouts), 11)
+                      + rightAligned(std::to_string(counts.exceptions), 9) + "  " + pairText(counts.replyTime),
                   Look::Plain}});
     }
 }
@@ -138,7 +151,7 @@ int LivePainter::nameWidth() const
     int width = 4;
     for (const Tag &tag : m_feed.tags())
         width = std::max(width, textWidth(tag.name) + (tag.values > 1 && !tag.name.empty() ? 5 : 0));
-    return std::min(width, m_columns - 62);
+    return std::max(4, std::min(width, m_columns - 67));
 }
 
 void LivePainter::paintTags(LiveState &state, int height, TimePoint now)
@@ -154,13 +167,13 @@ void LivePainter::paintTags(LiveState &state, int height, TimePoint now)
         m_top = state.selected() - page + 1;
     for (std::size_t i = m_top; i < m_top + page; ++i) {
         if (i < state.rows().size())
-            m_screen.lines.push_back(tagLine(state, state.rows()[i], i == state.selected(), now));
+            add(tagLine(state.rows()[i], i == state.selected(), now));
         else
             add("", Look::Plain);
     }
 }
 
-ScreenLine LivePainter::tagLine(const LiveState &, const LiveRow &row, bool selected, TimePoint now)
+ScreenLine LivePainter::tagLine(const LiveRow &row, bool selected, TimePoint now)
 {
     const Tag &tag = m_feed.tags()[row.tag];
     const TagState state = m_feed.states().state(row.tag);
@@ -178,7 +191,7 @@ ScreenLine LivePainter::tagLine(const LiveState &, const LiveRow &row, bool sele
             Span{" " + leftAligned(tag.unit, 6) + leftAligned(rawText(raw, tag.format), 11)
                      + rightAligned(ageText(state, now), 8) + "  ",
                  base},
-            Span{leftAligned(mark, m_columns - nameWidth() - 60), state.failed ? Look::Error : base}};
+            Span{mark, state.failed ? Look::Error : base}};
 }
 
 void LivePainter::paintTrace(const LiveState &state, int height)
@@ -190,7 +203,7 @@ void LivePainter::paintTrace(const LiveState &state, int height)
     const std::size_t lines = static_cast<std::size_t>(std::max(0, height - 1));
     const std::size_t first = m_frozenTrace.size() - std::min(lines, m_frozenTrace.size());
     for (std::size_t i = first; i < m_frozenTrace.size(); ++i)
-        m_screen.lines.push_back(traceLine(m_frozenTrace[i]));
+        add(traceLine(m_frozenTrace[i]));
 }
 
 /** The meaning matters more than the bytes, so these are cut to what room is left. */
@@ -204,8 +217,7 @@ ScreenLine LivePainter::traceLine(const TraceLine &line) const
     const int bytes = std::max(least, std::min(textWidth(line.bytes), room - 2 - textWidth(tail)));
     const std::string shown = bytes < textWidth(line.bytes) ? clippedText(line.bytes, bytes - 3) + "..." : line.bytes;
     return {Span{head, Look::Dim}, Span{shown + (bytes > 0 ? "  " : ""), Look::Dim},
-            Span{leftAligned(tail, room - textWidth(shown) - (bytes > 0 ? 2 : 0)),
-                 line.bad ? Look::Error : Look::Plain}};
+            Span{tail, line.bad ? Look::Error : Look::Plain}};
 }
 
 std::string LivePainter::hint(const LiveState &state) const

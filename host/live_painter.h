@@ -32,7 +32,7 @@ private:
     void paintLinePanel(TimePoint now);
     void paintStations();
     void paintTags(LiveState &state, int height, TimePoint now);
-    ScreenLine tagLine(const LiveState &state, const LiveRow &row, bool selected, TimePoint now);
+    ScreenLine tagLine(const LiveRow &row, bool selected, TimePoint now);
     void paintTrace(const LiveState &state, int height);
     ScreenLine traceLine(const TraceLine &line) const;
     void paintFooter(const LiveState &state);
@@ -40,6 +40,7 @@ private:
     std::string hint(const LiveState &state) const;
     void paintHelp(const LiveState &state);
     void add(const std::string &text, Look look);
+    void add(const ScreenLine &line);
     int nameWidth() const;
 
     const LiveFeed &m_feed;

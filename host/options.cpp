@@ -21,7 +21,7 @@ const char *const Footer =
     "  4x100            holding register 100        0x5      coil 5\n"
     "  4x_bit3.5        bit 5 of register 3         1x5      discrete input 5\n"
     "  4x_double7       32 bits from register 7     3x20     input register 20\n"
-    "  4x1..10          ten registers               4x100:hex, :int16, :float  formats\n"
+    "  4x1..10          ten registers               4x100:hex  a format (int16...)\n"
     "  4x100@2,5-7      stations 2, 5, 6 and 7      4x100=12,13                writes\n"
     "or as -t, -r and -c say: -t 4:float -r 7 -c 2 is 4x_double7..9:float.\n"
     "Numbers after an address, or after -r, are written from there on. Put -- in\n"
@@ -303,8 +303,7 @@ void Parser::addSimulation()
     m_app.add_option("--fault", m_options.faults,
                      "A fault of the slaves, as in \"wrong-crc rate 0.1 seed 7\"; may be given again")
         ->type_name("TEXT")
-        ->expected(1)
-        ->take_all()
+        ->allow_extra_args(false)
         ->group(group);
 }
 

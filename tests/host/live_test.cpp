@@ -1,0 +1,350 @@
+#include "driver_test.h"
+#include "frames.h"
+
+#include "live_painter.h"
+
+namespace {
+
+using namespace test_host;
+using rtu::LiveState;
+
+const rtu::TimePoint Start{std::chrono::seconds(1000)};
+
+struct Actions : rtu::LiveActions
+{
+    std::string refusal(const rtu::LiveRow &) override { return refused; }
+    std::string currentValue(const rtu::LiveRow &) override { return "12"; }
+    std::string write(const rtu::LiveRow &row, const std::string &text) override
+    {
+        calls.push_back("write " + std::to_string(row.tag) + "." + std::to_string(row.value) + " " + text);
+        return "written";
+    }
+    std::string readNow(const rtu::LiveRow &row) override
+    {
+        calls.push_back("read " + std::to_string(row.tag));
+        return "";
+    }
+    bool simulated() const override { return hasSlaves; }
+    std::string addFault(const std::string &text) override
+    {
+        calls.push_back("fault " + text);
+        return "";
+    }
+    std::string clearFaults() override
+    {
+        calls.push_back("clear");
+        return "";
+    }
+    std::string switchStation(const rtu::LiveRow &row) override
+    {
+        calls.push_back("switch " + std::to_string(row.tag));
+        return "";
+    }
+    std::string pullPlug() override
+    {
+        calls.push_back("plug");
+        return "";
+    }
+
+    std::vector<std::string> calls;
+    std::string refused;
+    bool hasSlaves = true;
+};
+
+class LiveKeys : public testing::Test
+{
+protected:
+    LiveKeys() : state({{0, 0}, {0, 1}, {1, 0}}, actions) {}
+
+    void press(const std::string &keys)
+    {
+        for (char key : keys)
+            state.press(key);
+    }
+
+    Actions actions;
+    LiveState state;
+};
+
+TEST_F(LiveKeys, ChooseAValueWithinTheTable)
+{
+    state.press(rtu::KeyUp);
+    EXPECT_EQ(0u, state.selected());
+    state.press(rtu::KeyDown);
+    EXPECT_EQ(1u, state.selected());
+    state.press(rtu::KeyPageDown);
+    EXPECT_EQ(2u, state.selected());
+    state.press(rtu::KeyHome);
+    EXPECT_EQ(0u, state.selected());
+    state.press(rtu::KeyEnd);
+    EXPECT_EQ(2u, state.selected());
+}
+
+TEST_F(LiveKeys, EditAValueInPlace)
+{
+    state.press(rtu::KeyDown);
+    state.press(rtu::KeyEnter);
+    EXPECT_EQ(LiveState::Mode::Edit, state.mode());
+    EXPECT_EQ("12", state.input());
+    state.press(rtu::KeyBackspace);
+    press("7");
+    state.press(rtu::KeyLeft);
+    state.press(rtu::KeyLeft);
+    press("-");
+    EXPECT_EQ("-17", state.input());
+    state.press(rtu::KeyDelete);
+    EXPECT_EQ("-7", state.input());
+    state.press(rtu::KeyEnter);
+    EXPECT_EQ(std::vector<std::string>(1, "write 0.1 -7"), actions.calls);
+    EXPECT_EQ("written", state.message());
+    EXPECT_EQ(LiveState::Mode::Browse, state.mode());
+}
+
+TEST_F(LiveKeys, LeaveAnEditWithoutWriting)
+{
+    press("e5");
+    state.press(rtu::KeyEscape);
+    EXPECT_TRUE(actions.calls.empty());
+    EXPECT_EQ(LiveState::Mode::Browse, state.mode());
+}
+
+TEST_F(LiveKeys, DoNotQuitWhileEditing)
+{
+    press("eq");
+    EXPECT_FALSE(state.quit());
+    EXPECT_EQ("12q", state.input());
+}
+
+TEST_F(LiveKeys, SayWhyAValueCannotBeWritten)
+{
+    actions.refused = "3x is read-only";
+    press("e");
+    EXPECT_EQ(LiveState::Mode::Browse, state.mode());
+    EXPECT_EQ("3x is read-only", state.message());
+}
+
+TEST_F(LiveKeys, WorkOnTheSimulatedSlaves)
+{
+    press("fwrong-crc");
+    state.press(rtu::KeyEnter);
+    press("Foru");
+    EXPECT_EQ((std::vector<std::string>{"fault wrong-crc", "clear", "switch 0", "read 0", "plug"}), actions.calls);
+}
+
+TEST_F(LiveKeys, LeaveARealPortAlone)
+{
+    actions.hasSlaves = false;
+    press("fFou");
+    EXPECT_TRUE(actions.calls.empty());
+    EXPECT_EQ(LiveState::Mode::Browse, state.mode());
+}
+
+TEST(LiveKeysWithoutTags, DoNothing)
+{
+    Actions actions;
+    LiveState state({}, actions);
+    for (int key : {int(rtu::KeyUp), int(rtu::KeyDown), int(rtu::KeyEnd), int(rtu::KeyEnter), int('r'), int('o')})
+        state.press(key);
+    EXPECT_TRUE(actions.calls.empty());
+    state.press('q');
+    EXPECT_TRUE(state.quit());
+}
+
+class LiveScreen : public DriverTest
+{
+protected:
+    void show(const std::vector<std::string> &addresses)
+    {
+        std::vector<rtu::Tag> tags;
+        for (const std::string &address : addresses) {
+            tags.push_back(tag(address));
+            tags.back().name = "n" + std::to_string(tags.size());
+        }
+        feed.reset(new rtu::LiveFeed(tags, 120, rtu::LineTiming(rtu::LineParameters()), Start));
+        state.reset(new LiveState(rtu::liveRows(tags), actions));
+        painter.reset(new rtu::LivePainter(*feed, "/dev/ttyUSB0", [this](const rtu::Tag &t) {
+            return std::vector<std::uint32_t>(static_cast<std::size_t>(t.values), value);
+        }));
+    }
+
+    rtu::Screen paint(int rows = 24, int columns = 80)
+    {
+        return painter->paint(*state, rows, columns, Start + milliseconds(500));
+    }
+
+    /** The first line of the screen that holds the text; empty for none. */
+    static std::string lineWith(const rtu::Screen &screen, const std::string &part)
+    {
+        for (std::size_t row = 0; row < screen.lines.size(); ++row) {
+            if (contains(screen.text(row), part))
+                return screen.text(row);
+        }
+        return std::string();
+    }
+
+    rtu::Transaction read(const std::string &request, bool good)
+    {
+        rtu::Transaction t;
+        const Bytes bytes = frame(request);
+        t.station = bytes[0];
+        t.isRead = true;
+        t.regType = QLatin1String("4x");
+        t.startAddr = bytes[2] * 256 + bytes[3];
+        t.count = bytes[4] * 256 + bytes[5];
+        t.request = array(bytes);
+        t.requestEnd = Start;
+        t.sent = Start;
+        t.finished = Start + milliseconds(100);
+        t.verdict = good ? rtu::VerdictGood : rtu::VerdictGivenUp;
+        if (good) {
+            t.reply = array(goodReply(bytes));
+            t.expectedReply = t.reply.size();
+            t.end = rtu::ReplyEnd::Complete;
+        } else {
+            t.information = QLatin1String("R,1#4x1(1)");
+        }
+        return t;
+    }
+
+    Actions actions;
+    std::uint32_t value = 42;
+    std::unique_ptr<rtu::LiveFeed> feed;
+    std::unique_ptr<LiveState> state;
+    std::unique_ptr<rtu::LivePainter> painter;
+};
+
+TEST_F(LiveScreen, FillsEveryLineExactly)
+{
+    show({"4x1..30", "0x1", "4x_bit3.5"});
+    feed->add(read("01 03 00 00 00 1E", true), 100);
+    for (int rows : {12, 24, 50}) {
+        for (int columns : {50, 80, 132}) {
+            const rtu::Screen screen = paint(rows, columns);
+            EXPECT_EQ(static_cast<std::size_t>(rows), screen.lines.size());
+            for (std::size_t row = 0; row < screen.lines.size(); ++row) {
+                const int width = rtu::textWidth(screen.text(row));
+                EXPECT_TRUE(width == columns || width == 0) << rows << 'x' << columns << " line " << row << ": " << width;
+            }
+        }
+    }
+}
+
+TEST_F(LiveScreen, ShowsValueRawAgeAndMark)
+{
+    show({"4x1", "4x9"});
+    feed->add(read("01 03 00 00 00 01", true), 100);
+    const std::string line = lineWith(paint(), "1:4x1 ");
+    EXPECT_TRUE(contains(line, "42")) << line;
+    EXPECT_TRUE(contains(line, "0x002A")) << line;
+    EXPECT_TRUE(contains(line, "400 ms")) << line;
+    EXPECT_FALSE(contains(lineWith(paint(), "1:4x9 "), "42")); // not read yet
+}
+
+TEST_F(LiveScreen, MarksErrors)
+{
+    show({"4x1"});
+    feed->add(read("01 03 00 00 00 01", false), 100);
+    const rtu::Screen screen = paint();
+    EXPECT_TRUE(contains(lineWith(screen, "1:4x1 "), "error"));
+    EXPECT_TRUE(contains(screen.text(23), "Error: R,1#4x1(1)")) << screen.text(23);
+    EXPECT_TRUE(contains(lineWith(screen, "silent"), "1"));
+}
+
+TEST_F(LiveScreen, HighlightsChanges)
+{
+    show({"4x9", "4x1"});
+    feed->add(read("01 03 00 00 00 0A", true), 100);
+    feed->add(rtu::ValueChange{1, 1, QLatin1String("4x"), 0}, Start);
+    EXPECT_TRUE(contains(lineWith(paint(), "1:4x1 "), "new"));
+    EXPECT_FALSE(contains(lineWith(paint(), "1:4x9 "), "new"));
+    const rtu::Screen later = painter->paint(*state, 24, 80, Start + std::chrono::seconds(10));
+    EXPECT_FALSE(contains(lineWith(later, "1:4x1 "), "new"));
+}
+
+TEST_F(LiveScreen, KeepsTheChosenValueInView)
+{
+    show({"4x1..100"});
+    for (int i = 0; i < 60; ++i)
+        state->press(rtu::KeyDown);
+    EXPECT_FALSE(lineWith(paint(), "1:4x61 ").empty());
+    EXPECT_TRUE(lineWith(paint(), "1:4x1 ").empty());
+    state->press(rtu::KeyHome);
+    EXPECT_FALSE(lineWith(paint(), "1:4x1 ").empty());
+}
+
+TEST_F(LiveScreen, PutsTheCursorIntoTheInput)
+{
+    show({"4x1"});
+    state->press(rtu::KeyEnter);
+    const rtu::Screen screen = paint();
+    EXPECT_EQ(23, screen.cursorRow);
+    EXPECT_TRUE(contains(screen.text(23), "New value of 1:4x1 (uint16): 12"));
+    EXPECT_EQ(static_cast<int>(screen.text(23).find("12 ")) + 2, screen.cursorColumn);
+    state->press(rtu::KeyEscape);
+    EXPECT_EQ(-1, paint().cursorRow);
+}
+
+TEST_F(LiveScreen, ShowsAndHoldsTheTrace)
+{
+    show({"4x1"});
+    feed->add(read("01 03 00 00 00 01", true), 100);
+    EXPECT_FALSE(lineWith(paint(), "read holding registers 4x1").empty());
+    state->press('p');
+    paint();
+    feed->add(read("01 03 00 63 00 01", true), 100);
+    EXPECT_TRUE(lineWith(paint(), "4x100").empty());
+    EXPECT_FALSE(lineWith(paint(), "(held)").empty());
+    state->press('p');
+    EXPECT_FALSE(lineWith(paint(), "4x100").empty());
+}
+
+TEST_F(LiveScreen, TellsThatThePortIsGone)
+{
+    show({"4x1"});
+    EXPECT_TRUE(contains(paint().text(0), "open"));
+    feed->setPort(false);
+    EXPECT_TRUE(contains(paint().text(0), "GONE"));
+}
+
+TEST_F(LiveScreen, SaysThatTheWindowIsTooSmall)
+{
+    show({"4x1"});
+    EXPECT_TRUE(contains(paint(5, 30).text(0), "too small"));
+    EXPECT_EQ(1u, paint(1, 1).lines.size());
+}
+
+TEST_F(LiveScreen, NewsOfAWriteComeOnce)
+{
+    show({"4x1"});
+    rtu::Transaction t = read("01 03 00 00 00 01", true);
+    t.request = array(frame("01 06 00 00 00 07"));
+    t.isRead = false;
+    t.tag = 100;
+    feed->add(t, 100);
+    EXPECT_TRUE(contains(feed->takeNews(), "write register 4x1 = 7, acknowledged"));
+    EXPECT_EQ("", feed->takeNews());
+}
+
+TEST_F(LiveScreen, HelpNamesTheSlavesKeysOnlyWhereThereAreAny)
+{
+    show({"4x1"});
+    state->press('?');
+    EXPECT_FALSE(lineWith(paint(), "add a fault").empty());
+    state->press('?');
+    actions.hasSlaves = false;
+    state->press('?');
+    EXPECT_TRUE(lineWith(paint(), "add a fault").empty());
+}
+
+TEST(TextWidth, CutsAtWholeCharacters)
+{
+    const std::string degrees = "\xC2\xB0" "C";
+    EXPECT_EQ(2, rtu::textWidth(degrees));
+    EXPECT_EQ("\xC2\xB0", rtu::clippedText(degrees, 1));
+    EXPECT_EQ(degrees + "  ", rtu::leftAligned(degrees, 4));
+    EXPECT_EQ("  " + degrees, rtu::rightAligned(degrees, 4));
+    EXPECT_EQ("ab", rtu::leftAligned("abc", 2));
+    EXPECT_EQ("", rtu::clippedText("abc", 0));
+}
+
+} // namespace

@@ -1,0 +1,290 @@
+#include "driver_test.h"
+
+#include "options.h"
+#include "poll_program.h"
+#include "tag_selection.h"
+
+namespace {
+
+using namespace test_host;
+using rtu::Mode;
+using rtu::Options;
+
+Options parse(std::vector<const char *> arguments)
+{
+    arguments.insert(arguments.begin(), "rtuhost");
+    return rtu::parseOptions(static_cast<int>(arguments.size()), arguments.data());
+}
+
+std::string misuse(const std::vector<const char *> &arguments)
+{
+    try {
+        parse(arguments);
+    } catch (const rtu::Misuse &error) {
+        return error.what();
+    }
+    return "nothing thrown";
+}
+
+TEST(Options, HaveTheFieldsUsualDefaults)
+{
+    const Options o = parse({"/dev/ttyUSB0"});
+    EXPECT_EQ(Mode::Poll, o.mode);
+    EXPECT_EQ("/dev/ttyUSB0", o.port);
+    EXPECT_EQ(19200, o.line.baud);
+    EXPECT_EQ(8, o.line.dataBits);
+    EXPECT_EQ('E', o.line.parity);
+    EXPECT_EQ(1, o.line.stopBits);
+    EXPECT_EQ(std::vector<int>(1, 1), o.stations);
+    EXPECT_EQ("4", o.typeText);
+    EXPECT_EQ(1, o.values);
+    EXPECT_DOUBLE_EQ(1.0, o.pollInterval);
+    EXPECT_DOUBLE_EQ(1.0, o.replyTimeout);
+    EXPECT_EQ(0, o.rounds);
+    EXPECT_EQ("1#0#0#3#120#0", o.property.text());
+}
+
+TEST(Options, TakeTheHabitOfTheField)
+{
+    const Options o = parse({"-a", "1,3-4", "-b", "9600", "-d", "7", "-s", "2", "-P", "none", "-t", "3:float", "-r", "100",
+                             "-c", "5", "-l", "250", "-o", "0.2", "-1", "-v", "-q", "/dev/ttyS0"});
+    EXPECT_EQ((std::vector<int>{1, 3, 4}), o.stations);
+    EXPECT_EQ(9600, o.line.baud);
+    EXPECT_EQ(7, o.line.dataBits);
+    EXPECT_EQ(2, o.line.stopBits);
+    EXPECT_EQ('N', o.line.parity);
+    EXPECT_EQ("3:float", o.typeText);
+    EXPECT_EQ("100", o.referenceText);
+    EXPECT_EQ(5, o.values);
+    EXPECT_DOUBLE_EQ(0.25, o.pollInterval);
+    EXPECT_DOUBLE_EQ(0.2, o.replyTimeout);
+    EXPECT_EQ(1, o.rounds);
+    EXPECT_TRUE(o.trace);
+    EXPECT_TRUE(o.quiet);
+}
+
+TEST(Options, ReachThePropertyOfTheDriver)
+{
+    EXPECT_EQ("7#1#0#5#32#1", parse({"--link-id", "7", "--local-only", "--retries", "5", "--max-words", "32", "--swap", "p"})
+                                  .property.text());
+    EXPECT_EQ("1#0#0#3#120#0_2,5", parse({"--swap-stations", "2,5", "p"}).property.text());
+    EXPECT_EQ("9#0#1#2#3", parse({"--property", "9#0#1#2#3", "p"}).property.text());
+}
+
+TEST(Options, ReachTheLine)
+{
+    const Options o = parse({"-b", "38400", "--silence", "3", "--gap", "80", "--late-guard", "0", "--broadcast-delay", "200",
+                             "--remove-echo", "-o", "0.5", "p"});
+    const rtu::PollSettings settings = rtu::pollSettings(o, o.line);
+    EXPECT_EQ(std::chrono::milliseconds(3), settings.timing.silence());
+    EXPECT_EQ(std::chrono::milliseconds(80), settings.timing.replyGap());
+    EXPECT_EQ(std::chrono::milliseconds(0), settings.lateReplyGuard);
+    EXPECT_EQ(std::chrono::milliseconds(200), settings.broadcastDelay);
+    EXPECT_EQ(std::chrono::milliseconds(500), settings.replyTimeout);
+    EXPECT_TRUE(settings.removeEcho);
+}
+
+TEST(Options, TheGuardIsAsLongAsTheTimeOutByItself)
+{
+    const Options o = parse({"-o", "0.5", "p"});
+    EXPECT_EQ(std::chrono::milliseconds(500), rtu::pollSettings(o, o.line).lateReplyGuard);
+}
+
+struct ModeCase
+{
+    std::vector<const char *> arguments;
+    Mode mode;
+};
+
+TEST(Options, ChooseWhatToDo)
+{
+    const ModeCase cases[] = {
+        {{"--condition-read", "p", "4x1"}, Mode::ConditionRead}, {{"--recipe-read", "f", "p"}, Mode::RecipeRead},
+        {{"--recipe-write", "f", "p"}, Mode::RecipeWrite},       {{"--plan", "4x1"}, Mode::Plan},
+        {{"--list-types"}, Mode::ListTypes},                     {{"--describe", "4x"}, Mode::Describe},
+        {{"--check", "4x1"}, Mode::Check},                       {{"--multi-copy", "4x1"}, Mode::MultiCopy},
+        {{"--serve", "f", "p"}, Mode::Serve},
+    };
+    for (const ModeCase &choice : cases)
+        EXPECT_EQ(choice.mode, parse(choice.arguments).mode) << choice.arguments[0];
+}
+
+TEST(Options, APlanMayBeAPicture)
+{
+    const Options picture = parse({"--plan", "out.svg", "4x1"});
+    EXPECT_EQ("out.svg", picture.planPicture);
+    EXPECT_EQ(std::vector<std::string>(1, "4x1"), picture.arguments);
+    const Options text = parse({"--plan", "4x1"});
+    EXPECT_EQ("", text.planPicture);
+    EXPECT_EQ(std::vector<std::string>(1, "4x1"), text.arguments);
+    EXPECT_EQ(Mode::Plan, parse({"--tags", "f", "--plan"}).mode);
+}
+
+TEST(Options, SimulatedSlavesStandInPlaceOfThePort)
+{
+    const Options o = parse({"--sim", "f", "--fault", "wrong-crc rate 0.1", "--fault", "no-reply", "4x1", "4x2"});
+    EXPECT_EQ("f", o.simFile);
+    EXPECT_EQ("", o.port);
+    EXPECT_EQ((std::vector<std::string>{"4x1", "4x2"}), o.arguments);
+    EXPECT_EQ((std::vector<std::string>{"wrong-crc rate 0.1", "no-reply"}), o.faults);
+}
+
+struct MisuseCase
+{
+    std::vector<const char *> arguments;
+    const char *reason;
+};
+
+TEST(Options, MisuseIsExplained)
+{
+    const MisuseCase cases[] = {
+        {{}, "no port given"},
+        {{"-x", "p"}, "-x"},
+        {{"-b", "abc", "p"}, "-b"},
+        {{"-d", "9", "p"}, "-d"},
+        {{"-s", "3", "p"}, "-s"},
+        {{"-P", "mark", "p"}, "-P"},
+        {{"-c", "0", "p"}, "-c"},
+        {{"-o", "0", "p"}, "-o"},
+        {{"-a", "300", "p"}, "a station is from 0 to 255"},
+        {{"--json", "--csv", "p"}, "exclude each other"},
+        {{"--live", "--plain", "p"}, "exclude each other"},
+        {{"--check", "4x1", "--list-types"}, "two things at once"},
+        {{"--fault", "no-reply", "p"}, "for simulated slaves"},
+        {{"--sim", "f", "/dev/ttyUSB0"}, "in place of a port"},
+        {{"--serve", "f"}, "--serve"},
+        {{"--max-words", "1", "p"}, "--max-words"},
+    };
+    for (const MisuseCase &wrong : cases)
+        EXPECT_TRUE(contains(misuse(wrong.arguments), wrong.reason)) << wrong.reason << ": " << misuse(wrong.arguments);
+}
+
+TEST(Options, HelpFitsATerminal)
+{
+    const std::string help = rtu::helpText();
+    std::size_t begin = 0;
+    while (begin < help.size()) {
+        const std::size_t end = std::min(help.find('\n', begin), help.size());
+        EXPECT_LE(end - begin, 80u) << help.substr(begin, end - begin);
+        begin = end + 1;
+    }
+}
+
+class Selection : public DriverTest
+{
+protected:
+    rtu::TagSelection select(std::vector<const char *> arguments)
+    {
+        arguments.insert(arguments.begin(), {"-1"});
+        const Options options = parse(std::move(arguments));
+        return rtu::selectTags(driver, catalog, options);
+    }
+
+    std::string refusal(const std::vector<const char *> &arguments)
+    {
+        return refusalOf([&] { select(arguments); });
+    }
+};
+
+TEST_F(Selection, OfNothingIsTheFirstHoldingRegister)
+{
+    const rtu::TagSelection selection = select({"port"});
+    ASSERT_EQ(1u, selection.reads.size());
+    EXPECT_EQ("4x1", selection.reads[0].label());
+}
+
+struct TypeCase
+{
+    const char *type;
+    const char *label;
+    rtu::Format format;
+};
+
+TEST_F(Selection, TakesTypesByNumber)
+{
+    const TypeCase cases[] = {
+        {"0", "0x7", rtu::Format::Bit},          {"1", "1x7", rtu::Format::Bit},
+        {"3", "3x7", rtu::Format::Unsigned},     {"4", "4x7", rtu::Format::Unsigned},
+        {"4:int16", "4x7", rtu::Format::Signed}, {"3:hex", "3x7", rtu::Format::Hex},
+        {"4:int", "4x_double7", rtu::Format::Signed}, {"3:float", "3x_double7", rtu::Format::Float},
+    };
+    for (const TypeCase &type : cases) {
+        const rtu::TagSelection selection = select({"-t", type.type, "-r", "7", "-c", "3", "port"});
+        ASSERT_EQ(1u, selection.reads.size()) << type.type;
+        EXPECT_EQ(type.label, selection.reads[0].label());
+        EXPECT_EQ(type.format, selection.reads[0].format.format) << type.type;
+        EXPECT_EQ(3, selection.reads[0].values);
+    }
+}
+
+TEST_F(Selection, CountsReferencesFromZeroOnRequest)
+{
+    EXPECT_EQ("4x101", select({"-0", "-r", "100", "port"}).reads[0].label());
+    EXPECT_EQ("4x1", select({"-0", "-r", "0", "port"}).reads[0].label());
+}
+
+TEST_F(Selection, TakesListsOfReferencesAndStations)
+{
+    const rtu::TagSelection selection = select({"-a", "1,2", "-r", "5,9", "port"});
+    ASSERT_EQ(4u, selection.reads.size());
+}
+
+TEST_F(Selection, WritesTheNumbersBehindAReference)
+{
+    const rtu::TagSelection selection = select({"-t", "4", "-r", "7", "port", "5", "0x10", "65535"});
+    EXPECT_TRUE(selection.reads.empty());
+    ASSERT_EQ(1u, selection.writes.size());
+    EXPECT_EQ((std::vector<std::uint32_t>{5, 16, 65535}), selection.writes[0].raw);
+    EXPECT_EQ(3, selection.writes[0].tag.values);
+}
+
+TEST_F(Selection, WritesNegativeNumbersBehindDashes)
+{
+    const rtu::TagSelection selection = select({"-t", "4:int16", "-r", "7", "port", "--", "-5", "-1"});
+    ASSERT_EQ(1u, selection.writes.size());
+    EXPECT_EQ((std::vector<std::uint32_t>{0xFFFB, 0xFFFF}), selection.writes[0].raw);
+}
+
+TEST_F(Selection, WritesTheNumbersBehindAnAddress)
+{
+    const rtu::TagSelection selection = select({"port", "4x7", "5", "6", "0x3", "1", "4x100"});
+    ASSERT_EQ(2u, selection.writes.size());
+    EXPECT_EQ((std::vector<std::uint32_t>{5, 6}), selection.writes[0].raw);
+    EXPECT_EQ("0x3", selection.writes[1].tag.label());
+    ASSERT_EQ(1u, selection.reads.size());
+    EXPECT_EQ("4x100", selection.reads[0].label());
+}
+
+TEST_F(Selection, WritesBehindAnEqualsSign)
+{
+    const rtu::TagSelection selection = select({"port", "4x7=5,6", "0x3=on", "4x_double9:float=1.5"});
+    ASSERT_EQ(3u, selection.writes.size());
+    EXPECT_EQ(2u, selection.writes[0].raw.size());
+    EXPECT_EQ(1u, selection.writes[1].raw[0]);
+    EXPECT_EQ(0x3FC00000u, selection.writes[2].raw[0]);
+}
+
+TEST_F(Selection, BroadcastsWrites)
+{
+    EXPECT_EQ(0, select({"-a", "0", "-r", "7", "port", "5"}).writes[0].tag.station);
+}
+
+TEST_F(Selection, IsRefusedWithTheReason)
+{
+    const MisuseCase cases[] = {
+        {{"-t", "2", "port"}, "the table is 0 (coils)"},
+        {{"-t", "0:float", "port"}, "formats are"},
+        {{"-t", "4:word", "port"}, "formats are"},
+        {{"-a", "0", "port"}, "nobody answers a broadcast read"},
+        {{"port", "4x_bit1.0@0=1"}, "cannot be broadcast"},
+        {{"port", "3x5=1"}, "read-only"},
+        {{"port", "4x5=70000"}, "must be from"},
+        {{"port", "4x65536=1,2"}, "out of range"},
+        {{"port", "4x1", "hello"}, "not a value here"},
+        {{"-t", "1", "-r", "3", "port", "1"}, "read-only"},
+    };
+    for (const MisuseCase &wrong : cases)
+        EXPECT_TRUE(contains(refusal(wrong.arguments), wrong.reason)) << wrong.reason << ": " << refusal(wrong.arguments);
+}
+
+} // namespace

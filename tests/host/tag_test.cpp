@@ -1,0 +1,218 @@
+#include "driver_test.h"
+
+#include "tag_table.h"
+
+#include <sstream>
+
+namespace {
+
+using namespace test_host;
+using rtu::Tag;
+
+class Tags : public DriverTest
+{
+protected:
+    std::vector<Tag> parse(const std::string &text, int values = 1, std::vector<int> stations = std::vector<int>(1, 1))
+    {
+        return rtu::parseTags(driver, catalog, text, stations, values);
+    }
+
+    std::vector<Tag> table(const std::string &text)
+    {
+        std::istringstream in(text);
+        return rtu::readTagTable(driver, catalog, in, "tags.csv");
+    }
+
+    std::string refusal(const std::string &text)
+    {
+        return refusalOf([&] { parse(text); });
+    }
+
+    std::string tableRefusal(const std::string &text)
+    {
+        return refusalOf([&] { table(text); });
+    }
+};
+
+TEST_F(Tags, AreReadInTheDriversNotation)
+{
+    const Tag word = parse("4x100").front();
+    EXPECT_EQ("4x", word.type.name);
+    EXPECT_EQ(99, word.address);
+    EXPECT_EQ(1, word.values);
+    EXPECT_EQ(1, word.station);
+
+    const Tag bit = parse("4x_bit3.5").front();
+    EXPECT_EQ(37, bit.address);
+    EXPECT_EQ("4x_bit3.5", bit.label());
+
+    const Tag both = parse("4x_double7:float@2").front();
+    EXPECT_EQ(6, both.address);
+    EXPECT_EQ(2, both.count());
+    EXPECT_EQ(2, both.station);
+    EXPECT_EQ(rtu::Format::Float, both.format.format);
+}
+
+TEST_F(Tags, HaveRanges)
+{
+    EXPECT_EQ(10, parse("4x1..10").front().values);
+    EXPECT_EQ(10, parse("4x1..10:hex@3", 5).front().values); // the range beats -c
+    const Tag doubles = parse("4x_double1..5").front();
+    EXPECT_EQ(3, doubles.values);
+    EXPECT_EQ(6, doubles.count());
+    EXPECT_EQ("4x_double3", doubles.label(1));
+    EXPECT_EQ(5, parse("4x_bit1.14..2.2").front().values);
+    EXPECT_EQ(7, parse("0x5", 7).front().values);
+}
+
+TEST_F(Tags, AreMadeForEachStation)
+{
+    const std::vector<Tag> tags = parse("4x1@2,5-7");
+    ASSERT_EQ(4u, tags.size());
+    EXPECT_EQ(7, tags[3].station);
+    EXPECT_EQ(2u, parse("4x1", 1, {8, 9}).size());
+}
+
+struct Refused
+{
+    const char *text;
+    const char *reason;
+};
+
+TEST_F(Tags, AreRefusedWithTheReason)
+{
+    const Refused refusals[] = {
+        {"9x1", "must begin with one of 0x, 1x"},
+        {"4x0", "out of range"},
+        {"4x65537", "out of range"},
+        {"4xabc", "not an address in the notation"},
+        {"4x", "not an address in the notation"},
+        {"4x+5", "not an address in the notation"},
+        {"4x_bit5", "ddddd.DD"},
+        {"4x_bit1.16", "ddddd.DD"},
+        {"4x65535..65537", "out of range"},
+        {"4x9..5", "ends before it begins"},
+        {"4x1:float", "does not fit 4x"},
+        {"4x1@300", "a station is from 0 to 255"},
+        {"4x1@x", "not a station"},
+    };
+    for (const Refused &refused : refusals)
+        EXPECT_TRUE(contains(refusal(refused.text), refused.reason)) << refused.text << ": " << refusal(refused.text);
+}
+
+TEST_F(Tags, LongOnesAreCutIntoRequests)
+{
+    const auto counts = [&](const std::string &text, int values, int maxWords) {
+        std::vector<int> result;
+        const QList<KEY_ADDRESS> keys = rtu::keysOf(std::vector<Tag>(1, tag(text, values)), maxWords);
+        for (int i = 0; i < keys.size(); ++i)
+            result.push_back(keys.at(i).count);
+        return result;
+    };
+    EXPECT_EQ((std::vector<int>{120, 120, 10}), counts("4x1", 250, 120));
+    EXPECT_EQ((std::vector<int>{125, 125}), counts("4x1", 250, 300)); // the protocol's own limit
+    EXPECT_EQ((std::vector<int>{6, 6, 2}), counts("4x_double1", 7, 7)); // never half a value
+    EXPECT_EQ((std::vector<int>{2000, 10}), counts("0x1", 2010, 120));
+    EXPECT_EQ((std::vector<int>{144, 6}), counts("4x_bit1.5", 150, 10));
+}
+
+TEST_F(Tags, CarryTheDriversFormatCodes)
+{
+    EXPECT_EQ(-1, rtu::keyOf(tag("0x1"), 0, 1).field7);
+    EXPECT_NE(-1, rtu::keyOf(tag("4x1"), 0, 1).field7);
+}
+
+TEST_F(Tags, OfATableAreReadInTheUsualOrder)
+{
+    const std::vector<Tag> tags = table("flow,2,4x,100,1,int16,0.1,l/h\n"
+                                        "\n"
+                                        "# a comment\n"
+                                        "pump,,0x,5\n");
+    ASSERT_EQ(2u, tags.size());
+    EXPECT_EQ("flow", tags[0].name);
+    EXPECT_EQ(2, tags[0].station);
+    EXPECT_EQ(99, tags[0].address);
+    EXPECT_EQ(rtu::Format::Signed, tags[0].format.format);
+    EXPECT_DOUBLE_EQ(0.1, tags[0].format.scale);
+    EXPECT_EQ("l/h", tags[0].unit);
+    EXPECT_EQ(1, tags[1].station);
+    EXPECT_EQ(1, tags[1].values);
+}
+
+TEST_F(Tags, OfATableMayNameTheColumns)
+{
+    const std::vector<Tag> tags = table("Address,Type,Unit,Name\n7,4x_double,kWh,\"energy, \"\"total\"\"\"\n");
+    ASSERT_EQ(1u, tags.size());
+    EXPECT_EQ("energy, \"total\"", tags[0].name);
+    EXPECT_EQ("kWh", tags[0].unit);
+    EXPECT_EQ(6, tags[0].address);
+}
+
+TEST_F(Tags, OfATableAreRefusedWithFileAndLine)
+{
+    const Refused refusals[] = {
+        {"a,1,4x,1\nb,1,5x,1\n", "tags.csv:2: unknown register type \"5x\""},
+        {"a,1,4x,0\n", "tags.csv:1: 4x0: out of range"},
+        {"a,0,4x,1\n", "tags.csv:1: \"0\": a station is from 1 to 255"},
+        {"a,1,4x,1,1,float\n", "does not fit 4x"},
+        {"a,1,4x,1,1,,0\n", "scale"},
+        {"a,1,4x,1,1,,x\n", "scale"},
+        {"a,1,4x,1,x\n", "not a count"},
+        {"address,colour\n1,red\n", "tags.csv:1: unknown column \"colour\""},
+        {"address,name\n1,a\n", "columns type and address are needed"},
+    };
+    for (const Refused &refused : refusals)
+        EXPECT_TRUE(contains(tableRefusal(refused.text), refused.reason))
+            << refused.text << ": " << tableRefusal(refused.text);
+}
+
+TEST(Csv, FieldsAreQuotedWhereNeeded)
+{
+    for (const char *text : {"plain", "with, comma", "with \"quotes\"", "", " blanks "}) {
+        const std::vector<std::string> fields = rtu::splitCsv(rtu::csvField(text) + ",x");
+        ASSERT_EQ(2u, fields.size());
+        EXPECT_EQ("x", fields[1]);
+        if (std::string(text) != " blanks ") {
+            EXPECT_EQ(text, fields[0]);
+        }
+    }
+}
+
+TEST(NumberList, HasNumbersAndRanges)
+{
+    EXPECT_EQ((std::vector<int>{1, 3, 5, 6, 7}), rtu::parseNumberList("1,3,5-7", 1, 255, "station"));
+    EXPECT_EQ((std::vector<int>{32, 33, 36, 37}), rtu::parseNumberList("32,33,36:37", 1, 255, "station"));
+    for (const char *text : {"", "1,", "7-5", "0", "256", "a", "1--2"})
+        EXPECT_NE("nothing thrown", refusalOf([&] { rtu::parseNumberList(text, 1, 255, "station"); })) << text;
+}
+
+class Property : public DriverTest
+{
+};
+
+TEST_F(Property, IsWrittenAsTheDriverReadsIt)
+{
+    rtu::DriverProperty property;
+    EXPECT_EQ("1#0#0#3#120#0", property.text());
+    property.linkId = 3;
+    property.localWriteOnly = true;
+    property.attempts = 5;
+    property.maxWords = 32;
+    property.swapStations = {1, 5};
+    EXPECT_EQ("3#1#0#5#32#0_1,5", property.text());
+    property.swapAll = true;
+    property.swapStations.clear();
+    EXPECT_EQ("3#1#0#5#32#1", property.text());
+}
+
+TEST_F(Property, AsGivenIsUsedAsGiven)
+{
+    rtu::DriverProperty property;
+    property.adopt("4#0#9#2#50#0_3");
+    EXPECT_EQ("4#0#9#2#50#0_3", property.text());
+    EXPECT_EQ(4, property.linkId);
+    EXPECT_EQ(2, property.attempts);
+    EXPECT_EQ(50, property.maxWords);
+}
+
+} // namespace

@@ -1,0 +1,152 @@
+#include "driver_test.h"
+
+#include "value_format.h"
+
+namespace {
+
+using namespace test_host;
+using rtu::Format;
+using rtu::ValueFormat;
+
+ValueFormat format(Format kind, int width, double scale = 1.0, bool lowWordFirst = false)
+{
+    ValueFormat result;
+    result.format = kind;
+    result.width = width;
+    result.scale = scale;
+    result.lowWordFirst = lowWordFirst;
+    return result;
+}
+
+struct Shown
+{
+    Format kind;
+    int width;
+    double scale;
+    std::uint32_t raw;
+    const char *text;
+};
+
+class ValueText : public testing::TestWithParam<Shown>
+{
+};
+
+TEST_P(ValueText, ShowsAndReadsBack)
+{
+    const Shown &shown = GetParam();
+    const ValueFormat f = format(shown.kind, shown.width, shown.scale);
+    EXPECT_EQ(shown.text, rtu::valueText(shown.raw, f));
+    // A binary text has no prefix, so it is not meant to be typed in again.
+    if (shown.kind != Format::Binary) {
+        EXPECT_EQ(shown.raw, rtu::parseValue(shown.text, f));
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Formats, ValueText,
+    testing::Values(Shown{Format::Bit, 0, 1, 1, "1"}, Shown{Format::Bit, 0, 1, 0, "0"},
+                    Shown{Format::Unsigned, 1, 1, 65535, "65535"}, Shown{Format::Signed, 1, 1, 0xFFFF, "-1"},
+                    Shown{Format::Signed, 1, 1, 0x8000, "-32768"}, Shown{Format::Hex, 1, 1, 0x1F, "0x001F"},
+                    Shown{Format::Binary, 1, 1, 0x8001, "1000000000000001"},
+                    Shown{Format::Unsigned, 2, 1, 0xFFFFFFFF, "4294967295"},
+                    Shown{Format::Signed, 2, 1, 0x80000000, "-2147483648"},
+                    Shown{Format::Hex, 2, 1, 0x12345678, "0x12345678"}, Shown{Format::Float, 2, 1, 0x40490FDB, "3.1415927"},
+                    Shown{Format::Float, 2, 1, 0x41200000, "10"}, Shown{Format::Unsigned, 1, 0.1, 255, "25.5"},
+                    Shown{Format::Signed, 1, 0.01, 0xFFFF, "-0.01"}, Shown{Format::Unsigned, 1, 10, 7, "70"}));
+
+TEST(ParseValue, TakesOtherWaysOfWriting)
+{
+    EXPECT_EQ(1u, rtu::parseValue("on", format(Format::Bit, 0)));
+    EXPECT_EQ(0u, rtu::parseValue("false", format(Format::Bit, 0)));
+    EXPECT_EQ(0x1Fu, rtu::parseValue("0x1f", format(Format::Unsigned, 1)));
+    EXPECT_EQ(5u, rtu::parseValue("0b101", format(Format::Unsigned, 1)));
+    EXPECT_EQ(0xFFFFu, rtu::parseValue("-1", format(Format::Unsigned, 1)));
+    EXPECT_EQ(0x40490FDBu, rtu::parseValue("0x40490FDB", format(Format::Float, 2)));
+}
+
+struct Refused
+{
+    Format kind;
+    int width;
+    const char *text;
+    const char *reason;
+};
+
+class ParseValueRefusal : public testing::TestWithParam<Refused>
+{
+};
+
+TEST_P(ParseValueRefusal, SaysWhy)
+{
+    const Refused &refused = GetParam();
+    const std::string reason = refusalOf([&] { rtu::parseValue(refused.text, format(refused.kind, refused.width)); });
+    EXPECT_TRUE(contains(reason, refused.reason)) << reason;
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Texts, ParseValueRefusal,
+    testing::Values(Refused{Format::Bit, 0, "2", "0 or 1"}, Refused{Format::Unsigned, 1, "65536", "-32768 to 65535"},
+                    Refused{Format::Signed, 1, "32768", "-32768 to 32767"},
+                    Refused{Format::Unsigned, 1, "1.5", "whole numbers"}, Refused{Format::Unsigned, 1, "abc", "a number"},
+                    Refused{Format::Unsigned, 1, "", "a number"}, Refused{Format::Unsigned, 1, "12x", "a number"},
+                    Refused{Format::Unsigned, 1, "0x10000", "more than 16 bits"},
+                    Refused{Format::Unsigned, 1, "nan", "must be from"},
+                    Refused{Format::Signed, 2, "2147483648", "2147483647"}, Refused{Format::Float, 2, "1,5", "a number"}));
+
+TEST(RawValue, HasTheDriversByteOrder)
+{
+    const unsigned char bytes[] = {0x78, 0x56, 0x34, 0x12};
+    EXPECT_EQ(0x5678u, rtu::rawValue(bytes, format(Format::Unsigned, 1)));
+    EXPECT_EQ(0x12345678u, rtu::rawValue(bytes, format(Format::Unsigned, 2)));
+    EXPECT_EQ(0x56781234u, rtu::rawValue(bytes, format(Format::Unsigned, 2, 1, true)));
+}
+
+TEST(RawValue, IsStoredAsItIsRead)
+{
+    for (int width = 0; width <= 2; ++width) {
+        for (bool lowWordFirst : {false, true}) {
+            const ValueFormat f = format(Format::Hex, width, 1, lowWordFirst);
+            const std::uint32_t raw = width == 0 ? 1u : width == 1 ? 0xABCDu : 0x89ABCDEFu;
+            unsigned char bytes[4] = {0, 0, 0, 0};
+            rtu::storeRawValue(raw, f, bytes);
+            EXPECT_EQ(raw, rtu::rawValue(bytes, f)) << width << lowWordFirst;
+        }
+    }
+}
+
+TEST(JsonNumber, IsToldFromOtherTexts)
+{
+    for (const char *number : {"0", "-5", "12.5", "1e+06", "0.25"})
+        EXPECT_TRUE(rtu::isJsonNumber(number)) << number;
+    for (const char *text : {"0x1F", "nan", "inf", "0011"})
+        EXPECT_FALSE(rtu::isJsonNumber(text)) << text;
+}
+
+class FormatNames : public DriverTest
+{
+};
+
+TEST_F(FormatNames, FitTheirTypes)
+{
+    EXPECT_EQ(Format::Unsigned, rtu::formatFromName("", *catalog.find("4x")));
+    EXPECT_EQ(Format::Bit, rtu::formatFromName("", *catalog.find("0x")));
+    EXPECT_EQ(Format::Signed, rtu::formatFromName("int16", *catalog.find("4x")));
+    EXPECT_EQ(Format::Float, rtu::formatFromName("float", *catalog.find("3x_double")));
+    const std::string reason = refusalOf([&] { rtu::formatFromName("float", *catalog.find("4x")); });
+    EXPECT_TRUE(contains(reason, "uint16, int16, uint, int, hex, bin")) << reason;
+}
+
+TEST_F(FormatNames, AreReadBack)
+{
+    for (const rtu::RegisterType &type : catalog.types()) {
+        for (Format kind : {Format::Bit, Format::Unsigned, Format::Signed, Format::Hex, Format::Binary, Format::Float}) {
+            const bool fits = type.isBit() ? kind == Format::Bit
+                                           : kind != Format::Bit && (kind != Format::Float || type.isDouble());
+            if (fits) {
+                EXPECT_EQ(kind, rtu::formatFromName(rtu::formatName(kind, type.width), type)) << type.name;
+            }
+        }
+    }
+}
+
+} // namespace
