@@ -302,17 +302,15 @@ TEST_F(BitWrite, MissingWriteHalfEndsTheTransaction)
 
 TEST_F(BitWrite, WriteHalfLongerThanTheReplyIsFilledWithZeroes)
 {
-    writeBits(0x20, Bits(32, 1));
-    const FRAME_PRO read = nextFrame();
-    EXPECT_EQ(read.replyLen, 9);
+    writeBits(0x20, Bits(100, 1));
+    EXPECT_EQ(nextFrame().replyLen, 19);
     driver.frameList[0].replyLen = 7;
     driver.frameList[0].dataLen = 2;
-    QByteArray reply = wordsReply(1, 3, {0x0000});
-    QString text;
-    EXPECT_EQ(intf_dealRcvFrame(&reply, &text), ReplyAccepted);
+    EXPECT_EQ(deal(wordsReply(1, 3, {0x0000})), ReplyAccepted);
     const QByteArray written = nextRequest();
     EXPECT_EQ(written.mid(7, 2), support::bytes("FF FF"));
-    EXPECT_EQ(written, support::withCrc(written.left(11)));
+    EXPECT_EQ(written.mid(11, 10), QByteArray(10, '\0')) << "behind the last byte of the reply";
+    EXPECT_EQ(written, support::withCrc(written.left(21)));
 }
 
 TEST_F(BitWrite, MoreBitsThanThePayloadHoldsStayInsideIt)

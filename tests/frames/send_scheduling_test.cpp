@@ -80,7 +80,8 @@ TEST_F(SendScheduling, NowhereToPutTheFrameIsSurvived)
 TEST_F(SendScheduling, HandsOutTheWholeHeadFrame)
 {
     plan(keysOf("1:4x 0+10"));
-    const FRAME_PRO frame = nextFrame();
+    FRAME_PRO frame = FRAME_PRO();
+    EXPECT_EQ(intf_getSendFrame(&frame), 1);
     EXPECT_EQ(requestBytes(frame), adu("01 03 00 00 00 0A"));
     EXPECT_EQ(frame.frameLen, 8);
     EXPECT_EQ(frame.replyLen, 25);

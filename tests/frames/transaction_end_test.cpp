@@ -330,26 +330,55 @@ TEST_F(OwnDriver, EndOfABlockWithoutHostObjectsOrBlocksIsSurvived)
     master.initProperty(nullptr, 0, nullptr, "1#0#0#3#100", nullptr);
     finish(BlockWriteSent, 0);
     EXPECT_EQ(master.rcpIndex, 0);
+    master.initProperty(nullptr, 0, nullptr, "1#0#0#3#100", &mutex);
+    finish(BlockReadSent, 1);
+    EXPECT_EQ(master.rcpIndex, 0);
     master.rcpIndex = 2147483647;
     finish(BlockReadSent, 0);
 }
 
-TEST_F(OwnDriver, OtherStatesRetireNothing)
+namespace {
+
+struct RetirementCase
 {
-    for (int state : {0, 1, 7, -1}) {
-        master.writeList.clear();
-        master.conditionReadList.clear();
-        master.cyclicReadList.clear();
-        master.writeList << variable(1, "4x", 1, 1);
-        master.conditionReadList << variable(1, "4x", 1, 1);
-        master.cyclicReadList << variable(1, "4x", 1, 1) << variable(1, "4x", 2, 1);
-        master.rcpIndex = 3;
+    int sendState;
+    const char *writes;
+    const char *conditionReads;
+    const char *cyclicReads;
+    int blockIndex;
+};
+
+const RetirementCase retirements[] = {
+    {WriteSent, "1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
+    {ConditionReadSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
+    {CyclicReadSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 2+1 | 1:4x 1+1", 1},
+    {BlockWriteSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 2},
+    {BlockReadSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 2},
+    {NothingSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
+    {1, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
+    {7, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
+    {-1, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
+};
+
+} // namespace
+
+TEST_F(OwnDriver, EachStateRetiresItsOwnOnly)
+{
+    QList<VARIABLE> both;
+    both << variable(1, "4x", 1, 1) << variable(1, "4x", 2, 1);
+    master.rcpBlocks << row(0, 1, "4x", 0, 1, 0) << row(0, 1, "4x", 9, 1, 0) << row(0, 1, "4x", 20, 1, 0);
+    for (const RetirementCase &c : retirements) {
+        SCOPED_TRACE(c.sendState);
+        master.writeList = both;
+        master.conditionReadList = both;
+        master.cyclicReadList = both;
+        master.rcpIndex = 1;
         raiseBoth();
-        finish(state, 0);
-        EXPECT_EQ(unitsText(master.writeList), "1:4x 1+1");
-        EXPECT_EQ(unitsText(master.conditionReadList), "1:4x 1+1");
-        EXPECT_EQ(unitsText(master.cyclicReadList), "1:4x 1+1 | 1:4x 2+1");
-        EXPECT_EQ(master.rcpIndex, 3);
+        finish(c.sendState, 0);
+        EXPECT_EQ(unitsText(master.writeList), c.writes);
+        EXPECT_EQ(unitsText(master.conditionReadList), c.conditionReads);
+        EXPECT_EQ(unitsText(master.cyclicReadList), c.cyclicReads);
+        EXPECT_EQ(master.rcpIndex, c.blockIndex);
         EXPECT_EQ(area[WriteRequestByte], 1);
         EXPECT_EQ(area[ReadRequestByte], 1);
     }

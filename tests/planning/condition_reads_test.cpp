@@ -107,6 +107,7 @@ INSTANTIATE_TEST_SUITE_P(Ranges, ConditionReadSplit, ::testing::Values(
     SplitCase{"NoWords", 100, "4x", 16, 0, WordObject, "1:4x 16+0"},
     SplitCase{"NegativeCount", 100, "4x", 16, -300, WordObject, "1:4x 16+-300"},
     SplitCase{"UnknownTypesAreQueuedAsGiven", 100, "5x", 1, 2, WordObject, "1:5x 1+2"},
+    SplitCase{"LimitOfOneIsOneRequestAnElement", 1, "4x", 7, 3, WordObject, "1:4x 7+1 | 1:4x 8+1 | 1:4x 9+1"},
     SplitCase{"LimitOfZeroIsOneRequest", 0, "4x", 0, 250, WordObject, "1:4x 0+250"},
     SplitCase{"LimitOfZeroIsOneRequestForBits", 0, "0x", 0, 250, BitObject, "1:0x 0+250"},
     SplitCase{"NegativeLimitIsOneRequest", -7, "4x", 0, 250, WordObject, "1:4x 0+250"},
