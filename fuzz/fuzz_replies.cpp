@@ -1,0 +1,153 @@
+// Replies of any content and length to the requests of arbitrary plans. What a
+// good reply says must then be what the host reads.
+
+#include "fuzz_host.h"
+
+#include <fuzzer/FuzzedDataProvider.h>
+
+#include <cstdio>
+
+namespace {
+
+using fuzz::Host;
+using fuzz::require;
+
+const int retryLimits[] = {3, 1, 0, 2};
+const int blockLimits[] = {40, 125, 8, 600, 0, -1};
+
+void initialise(Host &host, FuzzedDataProvider &input)
+{
+    char property[64];
+    std::snprintf(property, sizeof property, "1#0#0#%d#%d#%d_2", input.PickValueInArray(retryLimits),
+                  input.PickValueInArray(blockLimits), input.ConsumeIntegralInRange(0, 1));
+    host.initProperty(property);
+    host.useCallBack(input.ConsumeBool());
+}
+
+int stationFrom(FuzzedDataProvider &input)
+{
+    return input.ConsumeIntegralInRange(0, 3);
+}
+
+int addressFrom(FuzzedDataProvider &input)
+{
+    return input.ConsumeBool() ? input.ConsumeIntegralInRange(0, 40) : input.ConsumeIntegralInRange(-40, 0x100010);
+}
+
+int countFrom(FuzzedDataProvider &input)
+{
+    return input.ConsumeBool() ? input.ConsumeIntegralInRange(1, 20) : input.ConsumeIntegralInRange(-30, 2100);
+}
+
+QString typeFrom(FuzzedDataProvider &input)
+{
+    return fuzz::typeText(input.ConsumeIntegralInRange(0u, 9u));
+}
+
+void plan(FuzzedDataProvider &input)
+{
+    QList<KEY_ADDRESS> keys;
+    for (int n = input.ConsumeIntegralInRange(0, 6); n > 0; --n) {
+        KEY_ADDRESS key = KEY_ADDRESS();
+        key.station = stationFrom(input);
+        key.regType = typeFrom(input);
+        key.startAddr = addressFrom(input);
+        key.count = countFrom(input);
+        key.field7 = input.ConsumeBool() ? -1 : 1;
+        if (input.ConsumeBool())
+            intf_addConditionRead(&key, n);
+        else
+            keys << key;
+    }
+    intf_addrMerge(&keys);
+}
+
+void registerRecipe(Host &host, FuzzedDataProvider &input)
+{
+    QVector<_RCP_VAR_PRO> rows;
+    for (int n = input.ConsumeIntegralInRange(0, 3); n > 0; --n) {
+        _RCP_VAR_PRO row = _RCP_VAR_PRO();
+        row.userData = 1;
+        row.station = stationFrom(input);
+        row.regType = typeFrom(input);
+        row.startAddr = addressFrom(input);
+        row.count = countFrom(input);
+        row.hostOffset = input.ConsumeIntegralInRange(0, Host::RecipeWords - 2100);
+        rows << row;
+    }
+    intf_setRcpAddress(&rows);
+    host.area[Host::BlockReadRequest] = input.ConsumeBool();
+    host.area[Host::BlockWriteRequest] = input.ConsumeBool();
+}
+
+bool isPlainRead(const FRAME_PRO &frame, const char *type)
+{
+    return frame.frame[1] <= 4 && frame.var.regType == QLatin1String(type);
+}
+
+/** With no write in between, the host must see what the slave sent. */
+void requireSeen(Host &host, const QByteArray &reply)
+{
+    const FRAME_PRO &frame = host.lastFrame;
+    const int count = frame.var.count;
+    if (count < 1 || count > 2100)
+        return;
+    const unsigned char *data = reinterpret_cast<const unsigned char *>(reply.constData()) + 3;
+    if (isPlainRead(frame, "3x")) {
+        const std::vector<unsigned char> seen = host.getData(frame.var.station, frame.var.regType, frame.var.startAddr,
+                                                             count);
+        for (int i = 0; i < 2 * count; ++i)
+            require(seen[static_cast<size_t>(i)] == data[i ^ 1], "registers of a good reply");
+    }
+    if (isPlainRead(frame, "1x")) {
+        const std::vector<unsigned char> seen = host.getData(frame.var.station, frame.var.regType, frame.var.startAddr,
+                                                             count);
+        for (int i = 0; i < count; ++i)
+            require(seen[static_cast<size_t>(i)] == (data[i / 8] >> i % 8 & 1), "inputs of a good reply");
+    }
+}
+
+QByteArray replyFrom(Host &host, FuzzedDataProvider &input)
+{
+    const std::vector<unsigned char> content = input.ConsumeBytes<unsigned char>(input.ConsumeIntegralInRange(0u, 40u));
+    QByteArray reply = host.wholeReply(content);
+    const int size = static_cast<int>(reply.size());
+    switch (input.ConsumeIntegralInRange(0, 7)) {
+    case 0:
+        return QByteArray(reinterpret_cast<const char *>(content.data()), static_cast<int>(content.size()));
+    case 1:
+        return QByteArray();
+    case 2:
+        return reply.left(input.ConsumeIntegralInRange(0, size));
+    case 3:
+        if (size > 0)
+            reply[input.ConsumeIntegralInRange(0, size - 1)] = static_cast<char>(input.ConsumeIntegral<char>());
+        return reply;
+    default:
+        return reply;
+    }
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
+{
+    FuzzedDataProvider input(bytes, size);
+    Host host;
+    initialise(host, input);
+    plan(input);
+    registerRecipe(host, input);
+    while (input.remaining_bytes() > 0) {
+        if (input.ConsumeIntegralInRange(0, 15) == 0)
+            host.setData(stationFrom(input), typeFrom(input), addressFrom(input), countFrom(input), 1, 5);
+        if (!host.nextFrame())
+            host.area[Host::BlockReadRequest] = 0; // blocks that cannot be asked for would be waited for in vain
+        const QByteArray reply = replyFrom(host, input);
+        const int state = driver.sendState;
+        if (host.deal(reply) == ReplyAccepted && (state == CyclicReadSent || state == ConditionReadSent))
+            requireSeen(host, reply);
+        host.check();
+    }
+    host.checkCache();
+    return 0;
+}
