@@ -352,36 +352,49 @@ void Duel::hostRequest(Random &random)
 
 // --- values -------------------------------------------------------------------------
 
+// A host likes to write to the same place again, and to look at what it has written.
+Duel::Target Duel::pickTarget(Random &random, Spread spread)
+{
+    if (random.chance(spread == Narrow ? 25 : 5))
+        return lastWritten;
+    Target target;
+    target.station = station(random);
+    target.regType = regType(random);
+    target.address = address(random, target.regType, spread);
+    target.count = moderateCount(random);
+    return target;
+}
+
 std::string Duel::getData(Random &random, Spread spread)
 {
-    const int where = station(random);
-    QString type = regType(random);
-    const int start = address(random, type, spread);
-    const int n = moderateCount(random);
-    note("intf_getData(" + std::to_string(where) + ", " + text(type) + ", " + std::to_string(start) + ", "
-         + std::to_string(n) + ")");
-    std::vector<unsigned char> real(static_cast<size_t>(std::max(1, hostByteCount(type, n))), 0xEE);
+    Target target = pickTarget(random, spread);
+    note("intf_getData(" + std::to_string(target.station) + ", " + text(target.regType) + ", "
+         + std::to_string(target.address) + ", " + std::to_string(target.count) + ")");
+    const int size = std::max(1, hostByteCount(target.regType, target.count));
+    std::vector<unsigned char> real(static_cast<size_t>(size), 0xEE);
     std::vector<unsigned char> expected(real);
-    const int realResult = intf_getData(where, &type, start, n, real.data());
-    const std::string difference =
-        unequal("result", realResult, plain.getData(where, type, start, n, expected.data()));
+    const int realResult =
+        intf_getData(target.station, &target.regType, target.address, target.count, real.data());
+    const int plainResult =
+        plain.getData(target.station, target.regType, target.address, target.count, expected.data());
+    const std::string difference = unequal("result", realResult, plainResult);
     return difference.empty() ? unequalBytes("output", real, expected) : difference;
 }
 
 std::string Duel::setData(Random &random, Spread spread)
 {
-    const int where = station(random);
-    QString type = regType(random);
-    const int start = address(random, type, spread);
-    const int n = moderateCount(random);
-    std::vector<unsigned char> bytes = hostBytes(random, type, n);
+    Target target = pickTarget(random, spread);
+    lastWritten = target;
+    std::vector<unsigned char> bytes = hostBytes(random, target.regType, target.count);
     const int userData = random.below(1000);
-    note("intf_setData(" + std::to_string(where) + ", " + text(type) + ", " + std::to_string(start) + ", "
-         + std::to_string(n) + ", " + text(bytes.data(), static_cast<int>(bytes.size())) + ", "
-         + std::to_string(userData) + ")");
+    note("intf_setData(" + std::to_string(target.station) + ", " + text(target.regType) + ", "
+         + std::to_string(target.address) + ", " + std::to_string(target.count) + ", "
+         + text(bytes.data(), static_cast<int>(bytes.size())) + ", " + std::to_string(userData) + ")");
     const std::vector<unsigned char> before(bytes);
-    const int expected = plain.setData(where, type, start, n, before.data(), userData);
-    const int real = intf_setData(where, &type, start, n, bytes.data(), userData);
+    const int expected = plain.setData(target.station, target.regType, target.address, target.count, before.data(),
+                                       userData);
+    const int real =
+        intf_setData(target.station, &target.regType, target.address, target.count, bytes.data(), userData);
     const std::string difference = unequal("result", real, expected);
     return difference.empty() ? unequalBytes("the host's bytes", bytes, before) : difference;
 }

@@ -137,6 +137,17 @@ private:
     FRAME_PRO lastFrame = FRAME_PRO();
     bool answered = true;
     int readBackMode = 0;
+
+    /** What the last write went to: some calls come back to it. */
+    struct Target
+    {
+        int station = 1;
+        QString regType = QLatin1String("4x_bit");
+        int address = 3;
+        int count = 2;
+    };
+    Target pickTarget(Random &random, Spread spread);
+    Target lastWritten;
 };
 
 } // namespace model

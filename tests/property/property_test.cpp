@@ -28,6 +28,7 @@ struct Reach
     long long rolledBack = 0;
     long long readOuts = 0;
     long long recipeWords = 0;
+    long long slaveElements = 0;
     int longestBurst = 0;
     int longestWriteQueue = 0;
     int longestConditionQueue = 0;
@@ -53,6 +54,7 @@ void add(Reach &reach, const property::RandomHost &host)
     reach.rolledBack += host.shadow.rolledBack;
     reach.readOuts += host.shadow.comparedReadOuts;
     reach.recipeWords += host.recipeWordsCompared;
+    reach.slaveElements += host.slaveElementsCompared;
     reach.virtualSeconds += host.line.now() / 1000000;
 }
 
@@ -64,8 +66,8 @@ void print(const Reach &reach)
                 reach.failedTransfers, reach.longestBurst, reach.virtualSeconds);
     std::printf("longest queues: %d writes, %d condition reads\n", reach.longestWriteQueue,
                 reach.longestConditionQueue);
-    std::printf("compared: acknowledged %lld, rolled back %lld, read out %lld, recipe words %lld\n",
-                reach.confirmedWrites, reach.rolledBack, reach.readOuts, reach.recipeWords);
+    std::printf("compared: acknowledged %lld, in slaves %lld, rolled back %lld, read out %lld, recipe words %lld\n",
+                reach.confirmedWrites, reach.slaveElements, reach.rolledBack, reach.readOuts, reach.recipeWords);
 }
 
 TEST(DriverProperties, HoldForRandomHostsOnAFaultyLine)
@@ -104,6 +106,7 @@ TEST(DriverProperties, HoldForRandomHostsOnAFaultyLine)
     EXPECT_EQ(reach.longestWriteQueue, 513);
     EXPECT_EQ(reach.longestConditionQueue, 513);
     EXPECT_GT(reach.confirmedWrites, 1000);
+    EXPECT_GT(reach.slaveElements, 1000);
     EXPECT_GT(reach.rolledBack, 100);
     EXPECT_GT(reach.readOuts, 1000);
     EXPECT_GT(reach.recipeWords, 500);

@@ -238,8 +238,12 @@ void RandomHost::deal(const FRAME_PRO &frame, const QByteArray &reply)
         return;
     const support::Changes changes = recorder.take();
     const bool isWriteState = state == WriteSent;
-    if (verdict == ReplyAccepted && isWriteState && frame.dataLen == 0)
+    const bool secondHalf = frame.frame[1] == 16;
+    transactionGenuine = (transactionGenuine || !secondHalf) && line.lastWasGenuine();
+    if (verdict == ReplyAccepted && isWriteState && frame.dataLen == 0) {
         shadow.writeAccepted(frame.var);
+        checkSlave(frame.var);
+    }
     if (verdict == ReplyAccepted && !isWriteState && frame.dataLen != 0)
         shadow.readAccepted(frame, reply);
     if (verdict == RequestGivenUp && isWriteState)
@@ -251,6 +255,36 @@ void RandomHost::deal(const FRAME_PRO &frame, const QByteArray &reply)
         const int requestByte = state == BlockWriteSent ? BlockWriteRequest : BlockReadRequest;
         if (!requestSet(requestByte))
             compareTransfer(requestByte);
+    }
+}
+
+// Without a fault on the way, the slave holds what was acknowledged.
+void RandomHost::checkSlave(const VARIABLE &unit)
+{
+    const bool bits = unit.regType == QLatin1String("4x_bit");
+    if (unit.station == 0 || !line.lastWasGenuine() || (bits && !transactionGenuine))
+        return;
+    support::SlaveTables &tables = line.station(unit.station);
+    for (int i = 0; i < unit.count; ++i) {
+        int held = 0;
+        int written = unit.data[2 * i] + 256 * unit.data[2 * i + 1];
+        if (unit.regType == QLatin1String("0x")) {
+            held = tables.coils[unit.startAddr + i];
+            written = unit.data[i];
+        } else if (bits) {
+            const int bit = unit.startAddr + i;
+            held = tables.holdingRegisters[bit / 16] >> (bit % 16) & 1;
+            written = unit.data[i];
+        } else {
+            // The high word of a value comes first on the wire and last in the data.
+            const bool exchanged = unit.regType == QLatin1String("4x_double") && (i % 2 == 1 || i + 1 < unit.count);
+            held = tables.holdingRegisters[unit.startAddr + (exchanged ? i ^ 1 : i)];
+        }
+        ++slaveElementsCompared;
+        if (held != written)
+            findings.add("acknowledged write " + support::unitText(unit) + ": the slave holds "
+                         + std::to_string(held) + " instead of " + std::to_string(written) + " in element "
+                         + std::to_string(i));
     }
 }
 

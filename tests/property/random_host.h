@@ -33,6 +33,7 @@ public:
     VirtualLine line;
 
     int recipeWordsCompared = 0;
+    int slaveElementsCompared = 0;
     int editorCalls = 0;
 
     /** The last steps, oldest first. */
@@ -52,6 +53,7 @@ private:
     void registerRecipes();
     void poll();
     void deal(const FRAME_PRO &frame, const QByteArray &reply);
+    void checkSlave(const VARIABLE &unit);
     void writeSomething();
     void readSomething();
     void askForConditionRead();
@@ -71,6 +73,7 @@ private:
     std::deque<std::string> history;
     QVector<_RCP_VAR_PRO> rows;
     bool rowsWritable = false;
+    bool transactionGenuine = false; ///< every reply of the transaction so far was the right one
     bool transferGenuine = false; ///< every reply of the transfer so far was the right one
     bool flooding = false;
     int linkId = 0;
