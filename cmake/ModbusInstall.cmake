@@ -6,6 +6,16 @@ include(CMakePackageConfigHelpers)
 set(MODBUS_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/modbus_rtu_master)
 set(MODBUS_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/modbus_rtu_master)
 
+# modbus_compress(FILE RESULT): the same bytes for the same file, whenever it runs.
+find_program(MODBUS_GZIP gzip REQUIRED)
+function(modbus_compress file result)
+    execute_process(COMMAND ${MODBUS_GZIP} -9 --no-name --stdout ${file} OUTPUT_FILE ${result} RESULT_VARIABLE status)
+    if(status)
+        message(FATAL_ERROR "Cannot compress ${file}")
+    endif()
+    set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
+endfunction()
+
 # --- library -----------------------------------------------------------------
 
 install(TARGETS modbus_rtu_master
@@ -22,11 +32,9 @@ if(MODBUS_QT_MAJOR GREATER 4) # the Qt 4 of a panel comes without a CMake packag
     target_link_libraries(modbus_rtu_interface INTERFACE Qt${MODBUS_QT_MAJOR}::Core)
     set(MODBUS_QT_DEPENDENCY "find_dependency(Qt${MODBUS_QT_MAJOR}Core)")
     set(MODBUS_PKG_CONFIG_QT Qt${MODBUS_QT_MAJOR}Core)
-    set(MODBUS_PKG_CONFIG_CFLAGS -fPIC) # Qt 5 and 6 as distributions build them refuse programs without it
 else()
     set(MODBUS_QT_DEPENDENCY "# Qt 4 comes from the panel's own tool chain.")
     set(MODBUS_PKG_CONFIG_QT QtCore)
-    set(MODBUS_PKG_CONFIG_CFLAGS "")
 endif()
 
 install(FILES driver/modbus_rtu_records.h driver/modbus_rtu_interface.h
@@ -61,7 +69,8 @@ install(DIRECTORY docs/examples/
 if(TARGET rtuhost)
     install(TARGETS rtuhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
     if(EXISTS ${PROJECT_SOURCE_DIR}/docs/rtuhost.1)
-        install(FILES docs/rtuhost.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
+        modbus_compress(${PROJECT_SOURCE_DIR}/docs/rtuhost.1 ${CMAKE_BINARY_DIR}/package/rtuhost.1.gz)
+        install(FILES ${CMAKE_BINARY_DIR}/package/rtuhost.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
     endif()
 endif()
 if(TARGET rtu_demo)

@@ -88,12 +88,21 @@ run_tests()
     return 1
 }
 
-# has_tests BUILD_FOLDER [ctest argument...]
-has_tests()
+# number_of_tests BUILD_FOLDER [ctest argument...]
+number_of_tests()
 {
     local folder=$1
     shift
-    [ "$(ctest --test-dir "$folder" -N "$@" | sed -n 's/^Total Tests: //p')" -gt 0 ]
+    ctest --test-dir "$folder" -N "$@" | sed -n 's/^Total Tests: //p'
+}
+
+# count_left_out BUILD_FOLDER LABEL: says and counts the tests that this stage cannot run.
+count_left_out()
+{
+    local number
+    number=$(number_of_tests "$1" -L "$2")
+    echo "  left out: $number tests labelled '$2'"
+    count 0 0 "$number"
 }
 
 clock()

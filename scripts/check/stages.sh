@@ -1,7 +1,7 @@
 # The stages of ./check: for each a purpose and a function stage_NAME. Read by
 # ./check, which supplies the counting.
 
-all_stages=(release sanitize thread clang qt6 arm)
+all_stages=(release sanitize thread clang qt6 package arm)
 
 declare -A stage_purpose=(
     [release]="Qt 5, g++, optimised: all tests"
@@ -9,7 +9,8 @@ declare -A stage_purpose=(
     [thread]="Qt 5, g++, thread sanitizer: the tests labelled 'threads'"
     [clang]="clang++: all tests with Qt 5, the library with Qt 6"
     [qt6]="Qt 6, g++: all tests"
-    [arm]="Qt 5, armhf, cross-built: all tests under qemu-arm"
+    [package]="installation, hosts built outside the tree, Debian packages"
+    [arm]="Qt 5, armhf, cross-built: all tests under qemu-arm, and packages"
 )
 
 # The options that the sanitizers read at run time; set for the tests only, the
@@ -71,7 +72,7 @@ stage_thread()
 {
     install_for build host demo test || return 1
     build_preset thread --target thread_tests || return 1
-    if ! has_tests build/thread -L threads; then
+    if [ "$(number_of_tests build/thread -L threads)" -eq 0 ]; then
         skip "no test is labelled 'threads'"
         return 0
     fi
@@ -104,5 +105,8 @@ stage_arm()
         show_failure "$log_folder/arm-root.log"
         return 1
     fi
-    whole_preset armhf
+    build_preset armhf || return 1
+    run_tests build/armhf -LE native
+    count_left_out build/armhf native
+    check_arm_packages
 }

@@ -1,0 +1,155 @@
+# The stages around installing: a host built outside the tree, and the Debian
+# packages. Read by ./check.
+
+consumer_folder=build/consumer
+
+# Everything of the package build, installed into a folder.
+install_to_prefix()
+{
+    rm -rf "$consumer_folder"
+    cmake --install build/package --prefix "$PWD/$consumer_folder/prefix"
+}
+
+installed_pkg_config()
+{
+    local folder
+    folder=$(dirname "$(find "$consumer_folder/prefix" -name modbus_rtu_master.pc)")
+    PKG_CONFIG_PATH=$folder pkg-config "$@" modbus_rtu_master
+}
+
+installed_example()
+{
+    find "$PWD/$consumer_folder/prefix" -type d -name examples
+}
+
+build_by_pkg_config()
+{
+    # Qt as distributions build it wants -fPIC of those who use it.
+    # shellcheck disable=SC2046
+    g++ -std=c++11 -Wall -Wextra -Werror -fPIC "$(installed_example)/minimal_host.cpp" \
+        -o "$consumer_folder/by_pkg_config" $(installed_pkg_config --cflags --libs)
+}
+
+build_by_find_package()
+{
+    cmake -S "$(installed_example)" -B "$consumer_folder/find_package" \
+        -DCMAKE_PREFIX_PATH="$PWD/$consumer_folder/prefix" || return 1
+    cmake --build "$consumer_folder/find_package"
+}
+
+# poll_simulated_slave HOST: HOST polls a register that holds 1234.
+poll_simulated_slave()
+{
+    local work slave status=0 output
+    work=$(mktemp -d)
+    printf 'station 1\n4x 1 = 1234\n' >"$work/slave.sim"
+    "$consumer_folder/prefix/bin/rtuhost" --serve "$work/slave.sim" "pty:$work/line" &
+    slave=$!
+    for _ in $(seq 100); do
+        [ ! -e "$work/line" ] || break
+        sleep 0.1
+    done
+    output=$("$1" "$(installed_pkg_config --variable=library)" "$work/line" 3) || status=$?
+    kill "$slave"
+    wait "$slave" || true
+    rm -rf "$work"
+    echo "$output"
+    [ "$status" -eq 0 ] && [ "$output" = "station 1 4x1 = 1234" ]
+}
+
+# make_packages BUILD_FOLDER
+make_packages()
+{
+    rm -f "$1"/*.deb
+    (cd "$1" && cpack -G DEB) && ls "$1"/*.deb
+}
+
+lint_packages()
+{
+    lintian --fail-on error --allow-root "$1"/*.deb
+}
+
+# Installs library and host with apt in a Debian made for it, with nothing else
+# in it, and runs both programs there.
+try_packages_in_clean_system()
+{
+    local suite uri mode=unshare
+    suite=$(. /etc/os-release && echo "$VERSION_CODENAME")
+    read -r uri _ < <(scripts/own-package-source)
+    [ "$(id -u)" = 0 ] && mode=root
+    mmdebstrap --mode="$mode" --variant=minbase --format=null --aptopt='APT::Install-Recommends "false"' \
+        --customize-hook="copy-in $(ls build/package/libmodbus-rtu-master1_*.deb) $(ls build/package/rtuhost_*.deb) /tmp" \
+        --customize-hook='chroot "$1" sh -c "apt-get install -y /tmp/*.deb"' \
+        --customize-hook='chroot "$1" rtuhost -V' \
+        --customize-hook='chroot "$1" rtuhost -1 --sim /usr/share/rtuhost/demo/plant.sim 4x101 | grep -w 500' \
+        --customize-hook='chroot "$1" rtu_demo /usr/share/rtuhost/demo' \
+        "$suite" - "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $uri $suite main"
+}
+
+# apt must find everything that the -dev package needs.
+dev_package_is_installable()
+{
+    apt-get install --simulate --no-install-recommends ./build/package/*.deb
+}
+
+stage_package()
+{
+    install_for build host demo package || return 1
+    build_preset package || return 1
+    step "install into a folder" install_to_prefix || return 1
+    step "host by pkg-config" build_by_pkg_config
+    step "host by find_package" build_by_find_package
+    step "that host polls" poll_simulated_slave "$consumer_folder/by_pkg_config"
+    step "the other polls" poll_simulated_slave "$consumer_folder/find_package/minimal_host"
+    step "packages" make_packages build/package || return 1
+    step "lintian" lint_packages build/package
+    step "dev package is installable" dev_package_is_installable
+    if ! scripts/own-package-source >/dev/null; then
+        skip "installing in a clean system: the package source of this machine cannot be reached"
+        return 0
+    fi
+    step "installs and runs in a clean system" try_packages_in_clean_system
+}
+
+# --- armhf: the same as far as a foreign architecture allows ------------------------
+
+# Names of the packages that a package depends on, in order.
+dependency_names()
+{
+    dpkg-deb -f "$1" Depends | tr ',' '\n' | sed 's/(.*)//; s/[[:space:]]//g' | sort
+}
+
+# The dependencies of the armhf packages are written down, not looked up; they
+# are the same packages as on this architecture.
+same_dependencies()
+{
+    local name
+    for name in libmodbus-rtu-master1 rtuhost; do
+        diff <(dependency_names build/package/${name}_*.deb) <(dependency_names build/armhf/${name}_*.deb) || return 1
+    done
+}
+
+run_arm_host()
+{
+    local root=build/armhf-packages package output
+    rm -rf "$root"
+    for package in build/armhf/*.deb; do
+        dpkg-deb -x "$package" "$root"
+    done
+    qemu-arm -L build/armhf-root "$root/usr/bin/rtuhost" -V || return 1
+    output=$(qemu-arm -L build/armhf-root "$root/usr/bin/rtuhost" -1 \
+        --driver "$root/usr/lib/arm-linux-gnueabihf" --sim "$root/usr/share/rtuhost/demo/plant.sim" 4x101)
+    echo "$output"
+    grep -qw 500 <<<"$output"
+}
+
+check_arm_packages()
+{
+    install_for package || return 1
+    step "armhf packages" make_packages build/armhf || return 1
+    step "armhf lintian" lint_packages build/armhf
+    step "armhf packaged host runs" run_arm_host
+    if compgen -G 'build/package/*.deb' >/dev/null; then
+        step "armhf dependencies" same_dependencies
+    fi
+}
