@@ -68,7 +68,7 @@ public:
         case Mode::Check:
         case Mode::MultiCopy:
         case Mode::ListTypes:
-            return misuseIfInvalid([this] { return runEditorCall(m_driver, m_catalog, m_options, m_out); });
+            return runEditorCall(m_driver, m_catalog, m_options, m_out);
         case Mode::Plan:
             return showPlan();
         default:
@@ -77,16 +77,6 @@ public:
     }
 
 private:
-    /** What a bad address or value on the command line throws is misuse. */
-    template <typename Call> auto misuseIfInvalid(Call call) -> decltype(call())
-    {
-        try {
-            return call();
-        } catch (const std::invalid_argument &error) {
-            throw Misuse(error.what());
-        }
-    }
-
     TagSelection selectNamedTags()
     {
         const bool recipe = m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite;
@@ -102,7 +92,7 @@ private:
 
     int showPlan()
     {
-        const TagSelection selection = misuseIfInvalid([this] { return selectNamedTags(); });
+        const TagSelection selection = selectNamedTags();
         const PollSettings settings = pollSettings(m_options, m_options.line);
         PlanCosts costs;
         costs.timing = settings.timing;
@@ -133,7 +123,7 @@ private:
 
     int runOnLine()
     {
-        const TagSelection selection = misuseIfInvalid([this] { return selectNamedTags(); });
+        const TagSelection selection = selectNamedTags();
         // Before the slaves' thread and the line: every thread must inherit the held-back signals.
         const SignalWatcher watcher([this](int signal) { end(signal); });
         LineSource source(m_options, m_err);
@@ -238,6 +228,9 @@ int runProgram(int argc, const char *const *argv, std::ostream &out, std::ostrea
     try {
         return runMode(parseOptions(argc, argv), out, err);
     } catch (const Misuse &error) {
+        err << "rtuhost: " << error.what() << '\n';
+        return ExitMisuse;
+    } catch (const std::invalid_argument &error) { // a bad address, value or file
         err << "rtuhost: " << error.what() << '\n';
         return ExitMisuse;
     } catch (const std::exception &error) {

@@ -37,6 +37,12 @@ TableType tableType(const std::string &text)
     return TableType{table + "x" + ending->second, format};
 }
 
+/** Such as 9x1: of no type that there is, but no value either. */
+bool looksLikeAddress(const std::string &text)
+{
+    return text.size() > 2 && text[0] >= '1' && text[0] <= '9' && text[1] == 'x';
+}
+
 bool isNumber(const std::string &text)
 {
     return !text.empty() && text.find_first_not_of("0123456789+-.eE") == std::string::npos;
@@ -106,7 +112,7 @@ private:
     void addArgument(const std::string &argument)
     {
         if (!isAddress(argument)) {
-            if (m_target.empty())
+            if (m_target.empty() || looksLikeAddress(argument))
                 throw std::invalid_argument("\"" + argument + "\" is neither an address nor a value for one; addresses "
                                             "begin with one of " + m_catalog.names() + ", such as 4x100");
             m_values.push_back(argument);

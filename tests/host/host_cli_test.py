@@ -1,0 +1,393 @@
+"""The command line of rtuhost on simulated slaves: every option, end to end."""
+import csv
+import io
+import json
+import os
+import re
+import signal
+import subprocess
+import unittest
+import xml.etree.ElementTree
+
+from rtuhost_under_test import SOURCE, RtuHostTest, wait_for
+
+OPTIONS = re.compile(r"^\s{2}((?:-[^\s,]+,?)+)", re.MULTILINE)
+
+
+class Documents(RtuHostTest):
+    def options(self):
+        text = self.run_host("--help").out
+        names = [name for group in OPTIONS.findall(text) for name in group.split(",") if name]
+        self.assertGreater(len(names), 40)
+        return names
+
+    def test_help_goes_to_standard_output(self):
+        self.assertIn("Usage: rtuhost", self.run_host("-h").out)
+
+    def test_version(self):
+        self.assertRegex(self.run_host("-V").out, r"^rtuhost \d+\.\d+\.\d+\n$")
+
+    def test_man_page_has_every_option(self):
+        page = self.read(os.path.join(SOURCE, "docs", "rtuhost.1")).replace("\\-", "-")
+        for name in self.options():
+            self.assertRegex(page, r"(?m)%s(?![\w-])" % re.escape(name), name)
+
+
+class Reading(RtuHostTest):
+    def values(self, *arguments):
+        result = self.simulate("-1", "-q", *arguments)
+        return [line.split()[1] for line in result.lines]
+
+    def test_each_type_in_the_drivers_notation(self):
+        self.assertEqual(["10", "20"], self.values("4x1..2"))
+        self.assertEqual(["0", "1"], self.values("0x1..2"))
+        self.assertEqual(["1", "0"], self.values("1x1..2"))
+        self.assertEqual(["7", "-3"], self.values("3x1..2:int16"))
+        self.assertEqual(["0", "1", "0", "1"], self.values("4x_bit1.0..1.3"))
+        self.assertEqual(["1"], self.values("3x_bit1.0"))
+        self.assertEqual(["305419896"], self.values("4x_double101"))
+        self.assertEqual([str((7 << 16) + 65533)], self.values("3x_double1"))
+
+    def test_the_habit_of_the_field(self):
+        self.assertEqual(["10", "20", "30"], self.values("-a", "1", "-t", "4", "-r", "1", "-c", "3"))
+        self.assertEqual(["0x1234"], self.values("-t", "4:hex", "-r", "100"))
+        self.assertEqual(["0x1234"], self.values("-t", "4:hex", "-0", "-r", "99"))
+        self.assertEqual(["1.5"], self.values("-t", "4:float", "-r", "103"))
+        self.assertEqual(["305419896", "1069547520"], self.values("-t", "4:int", "-r", "101", "-c", "2"))
+        self.assertEqual(["0", "1"], self.values("-t", "0", "-c", "2"))
+        self.assertEqual(["1", "0"], self.values("-t", "1", "-c", "2"))
+        self.assertEqual(["7", "65533"], self.values("-t", "3", "-c", "2"))
+        self.assertEqual(["10", "5"], self.values("-a", "1,2", "-r", "1"))
+
+    def test_word_order(self):
+        self.assertEqual(["0x56781234"], self.values("--low-word-first", "4x_double101:hex"))
+        self.assertEqual(["0x12345678"], self.values("-B", "4x_double101:hex"))
+
+    def test_tag_file(self):
+        tags = self.file("tags.csv", "name,station,type,address,count,format,scale,unit\n"
+                                     "level,1,4x,1,1,int16,0.1,m\nlamp,1,0x,2,,,,\n")
+        result = self.simulate("-1", "-q", "--tags", tags)
+        self.assertEqual("1:4x1 level 1 m".split(), result.lines[0].split())
+        self.assertEqual("1:0x2 lamp 1".split(), result.lines[1].split())
+
+    def test_more_values_than_one_request_carries(self):
+        sim = self.file("big.sim", "station 1\n4x 1..500 = 1 2 3 4 5\n")
+        result = self.run_host("--sim", sim, "-1", "-q", "4x1..500")
+        self.assertEqual(500, len(result.lines))
+        self.assertEqual("5", result.lines[-1].split()[1])
+
+    def test_count_of_rounds(self):
+        result = self.simulate("--count", "3", "-l", "10", "-q", "4x1")
+        self.assertEqual(3, len(result.lines))
+
+    def test_condition_read(self):
+        result = self.simulate("--condition-read", "4x1..2", "4x_double101:hex")
+        self.assertIn("condition read of 1:4x1: done", result.out)
+        self.assertIn("0x12345678", result.out)
+
+    def test_failed_condition_read(self):
+        result = self.simulate("--condition-read", "4x60", status=1)
+        self.assertIn("condition read of 1:4x60: failed", result.out)
+        self.assertIn("illegal data address", result.err)
+
+
+class Output(RtuHostTest):
+    def test_json(self):
+        result = self.simulate("-1", "--json", "--stats", "4x1", "4x_double103:float", "4x1:hex@2")
+        objects = [json.loads(line) for line in result.lines]
+        self.assertEqual([10, 1.5, "0x0005"], [o["value"] for o in objects[:3]])
+        self.assertEqual(["1", "103", "1"], [o["address"] for o in objects[:3]])
+        self.assertEqual(3, objects[3]["statistics"]["good"])
+        self.assertEqual(2, objects[3]["statistics"]["stations"][0]["frames"])
+
+    def test_json_of_what_could_not_be_read(self):
+        result = self.simulate("-1", "--json", "4x60", status=1)
+        value = json.loads(result.lines[0])
+        self.assertIsNone(value["value"])
+        self.assertEqual("error", value["status"])
+        self.assertEqual("R,1#4x60(1),error code:3", value["error"])
+
+    def test_csv(self):
+        result = self.simulate("-1", "--csv", "--stats", "4x1..2")
+        rows = list(csv.DictReader(io.StringIO(result.out)))
+        self.assertEqual(["10", "20"], [row["value"] for row in rows])
+        self.assertRegex(rows[0]["time"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d{4}$")
+        self.assertIn("line: 1 frames, 1 good", result.err)
+
+    def test_trace_is_decoded(self):
+        result = self.simulate("-1", "-v", "4x1..2", "4x60@2", status=1)
+        self.assertIn(">1  01 03 00 00 00 02 C4 0B  read holding registers 4x1..2", result.out)
+        self.assertIn("2 registers: 10 20  [good]", result.out)
+        self.assertIn("exception 2: illegal data address  [bad, send again]", result.out)
+        self.assertIn("[given up: R,2#4x60(1),error code:3]", result.out)
+
+    def test_quiet(self):
+        self.assertEqual(1, len(self.simulate("-1", "-q", "4x1").lines))
+        self.assertGreater(len(self.simulate("-1", "4x1").lines), 1)
+
+    def test_statistics(self):
+        result = self.simulate("-1", "--stats", "4x1", "4x1@2")
+        self.assertIn("line: 2 frames, 2 good", result.out)
+        self.assertIn("station 2: 1 frames, 1 good", result.out)
+
+    def test_lines_where_there_is_no_terminal(self):
+        result = self.simulate("--live", "--count", "1", "4x1")
+        self.assertIn("1:4x1", result.out)
+        self.assertNotIn("\x1b", result.out)
+
+
+class Writing(RtuHostTest):
+    def test_values_behind_a_reference(self):
+        result = self.simulate("-1", "-v", "-t", "4", "-r", "5", "7", "8")
+        self.assertIn("write registers 4x5..6 = 7 8", result.out)
+        self.assertIn("[good]", result.out)
+
+    def read_back(self, write, *read):
+        result = self.simulate("-1", "-q", write, *read)
+        return [line.split()[1] for line in result.lines]
+
+    def test_each_writable_type_is_read_back(self):
+        self.assertEqual(["9"], self.read_back("4x5=9", "4x5"))
+        self.assertEqual(["9", "8"], self.read_back("4x5=9,8", "4x5..6"))
+        self.assertEqual(["1"], self.read_back("0x1=on", "0x1"))
+        self.assertEqual(["1", "1", "0"], self.read_back("0x1=1,1,0", "0x1..3"))
+        self.assertEqual(["2.5"], self.read_back("4x_double11:float=2.5", "4x_double11:float"))
+        self.assertEqual(["-7"], self.read_back("4x5:int16=-7", "4x5:int16"))
+
+    def test_a_bit_leaves_its_neighbours_alone(self):
+        self.assertEqual([str(10 | 32), "20"], self.read_back("4x_bit1.5=1", "4x1..2"))
+
+    def test_negative_numbers_behind_dashes(self):
+        result = self.simulate("-1", "-v", "-t", "4:int16", "-r", "5", "--", "-2")
+        self.assertIn("write register 4x5 = 65534", result.out)
+
+    def test_broadcast_reaches_all_stations(self):
+        self.assertEqual(["77", "77"], self.read_back("4x3@0=77", "4x3@1,2"))
+
+    def test_broadcast_by_station_zero(self):
+        result = self.simulate("-1", "-v", "-a", "0", "-r", "3", "77")
+        self.assertIn(">0  00 06 00 02 00 4D", result.out)
+        self.assertIn("broadcast, no reply expected  [good]", result.out)
+
+    def test_a_failed_write_is_an_error(self):
+        result = self.simulate("-1", "4x60=1", status=1)
+        self.assertIn("error: station 1, write register 4x60 = 1: exception 2", result.err)
+
+    def test_local_writes_send_nothing(self):
+        result = self.simulate("-1", "-v", "--local-only", "4x5=9")
+        self.assertNotIn("write register", result.out)
+
+    def test_many_values(self):
+        sim = self.file("big.sim", "station 1\n4x 1..500 = 0\n")
+        values = ",".join(str(i) for i in range(300))
+        result = self.run_host("--sim", sim, "-1", "-q", "4x1=" + values, "4x1..300")
+        self.assertEqual([str(i) for i in range(300)], [line.split()[1] for line in result.lines])
+
+    def test_many_bits_and_doubles_with_an_odd_limit(self):
+        sim = self.file("big.sim", "station 1\n4x 1..500 = 0\n")
+        bits = [str(i * 7 // 3 % 2) for i in range(70)]
+        result = self.run_host("--sim", sim, "-1", "-q", "--max-words", "9", "4x_bit3.4=" + ",".join(bits),
+                               "4x_bit3.4..7.9")
+        self.assertEqual(bits, [line.split()[1] for line in result.lines])
+        doubles = [str(i * 1000003) for i in range(20)]
+        result = self.run_host("--sim", sim, "-1", "-q", "--max-words", "9", "4x_double101=" + ",".join(doubles),
+                               "4x_double101..139")
+        self.assertEqual(doubles, [line.split()[1] for line in result.lines])
+
+
+class Recipes(RtuHostTest):
+    def test_saved_and_loaded(self):
+        recipe = self.file("recipe.csv")
+        self.simulate("--recipe-read", recipe, "4x1..3", "4x_double101:hex", "4x1@2")
+        text = self.read(recipe)
+        self.assertIn(",1,4x,1,3,uint16,1,,10 20 30\n", text)
+        self.assertIn(",1,4x_double,101,1,hex,1,,0x12345678\n", text)
+        changed = self.file("changed.csv", text.replace("10 20 30", "11 21 31"))
+        result = self.simulate("--recipe-write", changed, "-v")
+        self.assertIn("write registers 4x1..3 = 11 21 31", result.out)
+        self.assertIn("recipe of 3 rows written to the slaves", result.out)
+
+    def test_both_word_orders(self):
+        recipe = self.file("recipe.csv", "address,type,values\n101,4x_double,305419896\n")
+        plain = self.simulate("--recipe-write", recipe, "-v")
+        self.assertIn("write registers 4x101..102 = 4660 22136", plain.out)
+        for swapped in (["--swap"], ["--swap-stations", "1"], ["--property", "1#0#0#3#120#0_1"]):
+            result = self.simulate("--recipe-write", recipe, "-v", *swapped)
+            self.assertIn("write registers 4x101..102 = 22136 4660", result.out)
+
+    def test_the_file_itself_may_name_the_registers(self):
+        recipe = self.file("recipe.csv", "address,type,count,values\n1,4x,2,\n")
+        self.simulate("--recipe-read", recipe)
+        self.assertIn(",1,4x,1,2,uint16,1,,10 20\n", self.read(recipe))
+
+    def test_a_failure_leaves_the_file_alone(self):
+        recipe = self.file("recipe.csv", "address,type,count,values\n60,4x,1,5\n")
+        result = self.simulate("--recipe-read", recipe, status=1)
+        self.assertIn("not transferred whole", result.err)
+        self.assertIn("60,4x,1,5", self.read(recipe))
+
+
+class Editor(RtuHostTest):
+    def test_types(self):
+        lines = self.run_host("--list-types").lines
+        self.assertEqual(8, len(lines))
+        self.assertIn("4x_bit: bit, written ddddd.DD (DD:0~15), from 1.0 to 65536.15, writable", lines)
+        self.assertEqual("3x: 16-bit register, written ddddd, from 1 to 65536, read-only",
+                         self.run_host("--describe", "3x").out.strip())
+        self.assertEqual("double", json.loads(self.run_host("--json", "--describe", "4x_double").out)["kind"])
+
+    def test_addresses(self):
+        self.assertIn("valid, zero-based address 37; writing: valid", self.run_host("--check", "4x_bit3.5").out)
+        self.assertIn("writing: 3x is read-only", self.run_host("--check", "3x5").out)
+        for address, reason in (("4x0", "out of range"), ("4x_bit1.16", "not an address in the notation"),
+                                ("9x1", "unknown register type"), ("4x+5", "not an address in the notation")):
+            self.assertIn(reason, self.run_host("--check", address, status=1).out)
+        self.assertIn("out of range", self.run_host("--check", "4x65536", "-c", "2", status=1).out)
+        checked = json.loads(self.run_host("--check", "3x5", "--json").out)
+        self.assertEqual((0, 6, 4), (checked["result"], checked["write_result"], checked["zero_based"]))
+
+    def test_multi_copy(self):
+        result = self.run_host("--multi-copy", "4x_bit1.14", "--copies", "3", "--step", "1")
+        self.assertEqual(["4x_bit1.14 (zero-based 14)", "4x_bit1.15 (zero-based 15)", "4x_bit2.0 (zero-based 16)"],
+                         result.lines)
+        clamped = self.run_host("--multi-copy", "4x65535", "--copies", "3", status=1)
+        self.assertIn("set to the last element", clamped.out)
+
+
+class Plan(RtuHostTest):
+    def test_as_text(self):
+        out = self.run_host("--plan", "-b", "9600", "-o", "0.5", "--retries", "2", "4x1..10", "4x15", "4x_double9").out
+        self.assertIn("4x1..15", out)
+        self.assertIn("8+35", out)
+        self.assertIn("2 attempts x 500 ms time-out", out)
+        self.assertIn("read twice a round, as 4x and as 4x_double", out)
+        self.assertIn("9600 baud 8E1", out)
+
+    def test_as_json(self):
+        plan = json.loads(self.run_host("--plan", "--json", "4x1..10", "4x15").out)
+        self.assertEqual(4, plan["blocks"][0]["unused"])
+
+    def test_as_picture(self):
+        picture = self.file("plan.svg")
+        self.run_host("--plan", picture, "4x1..10", "4x15", "0x1@2")
+        root = xml.etree.ElementTree.parse(picture).getroot()
+        texts = [element.text for element in root.iter("{http://www.w3.org/2000/svg}text")]
+        self.assertTrue(any(text.startswith("Station 2") for text in texts), texts)
+        self.assertIn("4x1..15", texts)
+
+    def test_an_unwritable_picture_is_an_error(self):
+        self.assertIn("cannot write", self.run_host("--plan", "/nowhere/plan.svg", "4x1", status=1).err)
+
+
+class Faults(RtuHostTest):
+    def test_polling_goes_on_after_each_fault(self):
+        for fault in ("no-reply", "late-reply 350", "wrong-crc", "flipped-bit", "truncated", "too-long", "exception 4",
+                      "garbage-before"):
+            result = self.simulate("--count", "4", "-l", "0", "-o", "0.2", "-q", "--fault", fault + " times 1",
+                                   "4x1..10", "4x1..10@2")
+            self.assertEqual(80, len(result.lines), fault)
+            self.assertEqual("50", result.lines[-16].split()[1], fault)
+            self.assertEqual("5", result.lines[-1].split()[1], fault)
+
+    def test_warnings_of_what_the_driver_accepts(self):
+        for fault, words in (("wrong-station", "the reply is from station"),
+                             ("wrong-function", "the reply has function")):
+            result = self.simulate("-1", "--fault", fault, "4x1")
+            self.assertIn("warning: read holding registers 4x1: accepted although " + words, result.err)
+
+    def test_a_dead_station_is_given_up(self):
+        result = self.simulate("-1", "-o", "0.05", "--retries", "2", "--stats", "4x1@3", "4x1", status=1)
+        self.assertIn("given up (R,3#4x1(1))", result.err)
+        self.assertIn("station 3: 2 frames, 0 good, 1 resent, 1 given up (2 time-outs", result.out)
+        self.assertIn("station 1: 1 frames, 1 good", result.out)
+
+    def test_echo_is_removed(self):
+        result = self.simulate("-1", "-v", "--remove-echo", "--fault", "echo", "4x5=9", "4x5", "0x1")
+        self.assertNotIn("bad", result.out)
+        self.assertIn("1:4x5            9", result.out)
+
+    def test_a_bad_fault_is_refused(self):
+        self.assertIn("--fault \"nonsense\"", self.simulate("-1", "--fault", "nonsense", "4x1", status=2).err)
+
+
+class Ports(RtuHostTest):
+    def test_a_pseudo_terminal_has_no_parity(self):
+        link = self.file("port")
+        self.serve(link)
+        result = self.run_host("-1", link, "4x1")
+        self.assertIn("is a pseudo-terminal and has no 8E1: using 8N2", result.err)
+        self.assertIn("1:4x1            10", result.out)
+        quiet = self.run_host("-1", "-P", "none", "-s", "2", link, "4x1")
+        self.assertEqual("", quiet.err)
+
+    def test_an_existing_port_is_served(self):
+        ends = [self.file("a"), self.file("b")]
+        relay = subprocess.Popen(["socat", "pty,rawer,link=" + ends[0], "pty,rawer,link=" + ends[1]])
+        self.addCleanup(relay.wait)
+        self.addCleanup(relay.kill)
+        wait_for(lambda: all(os.path.exists(end) for end in ends), "the pair of pseudo-terminals")
+        slaves = self.start("--serve", self.sim, ends[0])
+        self.read_until(slaves, "serving 3 stations")
+        self.assertIn("1:4x1            10", self.run_host("-1", ends[1], "4x1").out)
+        status, rest = self.end(slaves)
+        self.assertEqual(0, status)
+        self.assertIn("station 1: 1 requests, 1 answers", rest)
+
+    def test_unplugged_and_plugged_in_again(self):
+        link = self.file("port")
+        slaves = self.serve(link)
+        host = self.start("-l", "50", link, "4x1")
+        self.read_until(host, "1:4x1            10")
+        self.end(slaves)
+        self.read_until(host, "the port is gone")
+        self.serve(link)
+        self.read_until(host, "the port is back")
+        self.read_until(host, "1:4x1            10")
+
+    def test_one_round_does_not_wait_for_a_lost_port(self):
+        self.assertIn("cannot open", self.run_host("-1", self.file("nothing"), "4x1", status=1).err)
+
+    def test_a_port_is_used_by_one_master_only(self):
+        link = self.file("port")
+        self.serve(link)
+        host = self.start("-l", "50", link, "4x1")
+        self.read_until(host, "1:4x1            10")
+        self.assertIn("in use by another program", self.run_host("-1", link, "4x1", status=1).err)
+
+    def test_signals_end_in_good_order(self):
+        for number in (signal.SIGINT, signal.SIGTERM):
+            host = self.start("--sim", self.sim, "-l", "50", "--stats", "4x1")
+            self.read_until(host, "1:4x1            10")
+            status, rest = self.end(host, number)
+            self.assertEqual(0, status)
+            self.assertIn("given up", rest)
+
+
+class Misuse(RtuHostTest):
+    def test_exit_status_two_with_the_reason(self):
+        cases = ((["-1"], "no port given"), (["--nonsense", "p"], "--nonsense"),
+                 (["-1", "p", "4x0"], "4x0: out of range"), (["-1", "p", "9x1"], "is neither an address nor a value"),
+                 (["-1", "p", "3x5=1"], "3x is read-only"), (["-a", "x", "p"], "not a station"),
+                 (["--tags", "/nowhere.csv", "p"], "cannot read the tag file"),
+                 (["--describe", "5x"], "unknown register type"), (["--property"], "--property"))
+        for arguments, reason in cases:
+            result = self.run_host(*arguments, status=2)
+            self.assertIn(reason, result.err)
+            self.assertEqual("", result.out)
+
+    def test_tag_file_errors_name_the_line(self):
+        tags = self.file("tags.csv", "a,1,4x,1\nb,1,4x,0\n")
+        self.assertIn("tags.csv:2: 4x0: out of range", self.simulate("-1", "--tags", tags, status=2).err)
+
+    def test_a_missing_driver_is_an_error(self):
+        self.assertIn("cannot load the driver /nowhere.so",
+                      self.run_host("--driver", "/nowhere.so", "--list-types", status=1).err)
+
+    def test_a_bad_simulation_file_is_an_error(self):
+        sim = self.file("bad.sim", "station 1\n5x 1 = 1\n")
+        result = self.run_host("--sim", sim, "-1", "4x1", status=2)
+        self.assertIn("bad.sim", result.err)
+
+
+if __name__ == "__main__":
+    unittest.main()
