@@ -102,6 +102,11 @@ std::vector<QByteArray> steadyRegisters()
     return {registerReply(1, 3, 125, 0x1234)};
 }
 
+std::vector<QByteArray> fewRegisters()
+{
+    return {registerReply(1, 3, 25, 0x1234)};
+}
+
 std::vector<QByteArray> movingRegisters()
 {
     return {registerReply(1, 3, 125, 0x1234), registerReply(1, 3, 125, 0x4321)};
@@ -138,6 +143,7 @@ const std::map<std::string, Maker> &makers()
 {
     static const std::map<std::string, Maker> table = {
         {"registers_unchanged", driverPoll("4x", 125, steadyRegisters, 0)},
+        {"registers_unchanged_few", driverPoll("4x", 25, fewRegisters, 0)},
         {"registers_unchanged_500k", driverPoll("4x", 125, steadyRegisters, 500000)},
         {"registers_changed", driverPoll("4x", 125, movingRegisters, 0)},
         {"registers_changed_500k", driverPoll("4x", 125, movingRegisters, 500000)},

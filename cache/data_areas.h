@@ -70,6 +70,7 @@ struct MonitorRoles
 class AreaWalker
 {
 public:
+    /** @param areaType outlives the walker */
     AreaWalker(Modbus_rtu_master &master, int station, const QString &areaType);
 
     /** The area at @p areaIndex, created if absent. Valid until the next look-up or callback. */
@@ -82,6 +83,16 @@ public:
                 return area;
         }
         return locate(areaIndex);
+    }
+
+    /** Position in the cache of the area last visited, or of the one expected next. */
+    int where() const { return position; }
+
+    /** Where the areas probably are, from an earlier walk; guesses that are wrong cost a comparison. */
+    void expectAt(int likely, int alsoLikely)
+    {
+        position = likely;
+        otherPosition = alsoLikely;
     }
 
     /** Says that the area last visited is done with: the one beside it is expected next. */
@@ -102,7 +113,7 @@ public:
     int passUnchangedCoils(int areaIndex, const unsigned char *packed, int firstBit, int count);
 
     const int station;
-    const QString areaType;
+    const QString &areaType;
 
 private:
     AreaWalker(const AreaWalker &);

@@ -133,10 +133,13 @@ int intf_getSendFrame(FRAME_PRO *out)
 
 int intf_dealRcvFrame(QByteArray *reply, QString *information)
 {
+    if (reply && information) {
+        MonitorLock locked;
+        return driver.dealRcvFrame(*reply, *information);
+    }
     QByteArray nothing;
     QString unused;
-    MonitorLock locked;
-    return driver.dealRcvFrame(reply ? *reply : nothing, information ? *information : unused);
+    return intf_dealRcvFrame(reply ? reply : &nothing, information ? information : &unused);
 }
 
 int intf_getData(int station, QString *regType, int address, int count, unsigned char *out)

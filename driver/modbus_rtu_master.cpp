@@ -31,6 +31,8 @@ Modbus_rtu_master::Modbus_rtu_master()
     , spareFlagB(0)
     , rcpIndex(0)
     , doubleSwapMode(0)
+    , lastReplyStart(0)
+    , lastReplyEnd(0)
 {
 }
 

@@ -272,6 +272,8 @@ private:
     void storeRecipeDouble(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply);
     void reportRecipeWord(int word);
 
+    int lastReplyStart;           ///< where in dataAreas the areas of the last reply began,
+    int lastReplyEnd;             ///< and where they ended: guesses, never relied on
     QList<FRAME_PRO> spareFrames; ///< at most one frame that stands by for the next transaction
     DataAreaIndex areaPositions; ///< where the areas of dataAreas are
 };

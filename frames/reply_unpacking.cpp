@@ -88,15 +88,25 @@ void putWord(unsigned char *buffer, int word, int value)
 void Modbus_rtu_master::unpackReply(const ReplyBytes &reply, int dataLen, int station, const RegisterType &type,
                                     int startAddr)
 {
-    AreaWalker areas(*this, station, areaTypeText(type));
-    if (type.unit == CoilUnit) {
-        unpackCoils(areas, startAddr, dataLen, reply);
+    const bool coils = type.unit == CoilUnit;
+    const int elements = coils ? dataLen : dataLen / 2;
+    if (elements < 1)
         return;
-    }
+
+    // A plan of one block starts again where it started, a longer one goes on
+    // where the last block ended.
+    AreaWalker areas(*this, station, areaTypeText(type));
+    areas.expectAt(lastReplyEnd, lastReplyStart);
+    areas.at(startAddr);
+    lastReplyStart = areas.where();
     // While host writes are queued, a panel goes on showing what was written to
     // holding registers read as such.
     const bool keepsWritten = type.writable && type.unit != RegisterBitUnit;
-    unpackRegisters(areas, startAddr, dataLen / 2, reply, keepsWritten);
+    if (coils)
+        unpackCoils(areas, startAddr, elements, reply);
+    else
+        unpackRegisters(areas, startAddr, elements, reply, keepsWritten);
+    lastReplyEnd = areas.where();
 }
 
 // Unchanged elements are passed in one go; changed ones mostly come in numbers
