@@ -19,6 +19,14 @@ Bytes numbered(int size)
     return data;
 }
 
+// A whole payload: `size` bytes of a value, then zeros.
+Bytes padded(int size, unsigned char value)
+{
+    Bytes whole(static_cast<size_t>(size), value);
+    whole.resize(ModbusRtuRecordBytes, 0);
+    return whole;
+}
+
 class WriteQueue : public DriverFixture
 {
 protected:
@@ -126,6 +134,26 @@ TEST_F(WriteQueue, SingleBitIsOneUnit)
     EXPECT_EQ(unitData(0, 1), payload("01"));
 }
 
+TEST_F(WriteQueue, SingleCoilIsOneUnit)
+{
+    setData(1, "0x", 3, 1, "01");
+    ASSERT_EQ(queued(), 1);
+    expectUnit(0, "0x", 3, 1);
+    EXPECT_EQ(unitData(0, 1), payload("01"));
+    EXPECT_EQ(nextRequest(), bytes("01 05 00 03 FF 00 7C 3A"));
+}
+
+TEST_F(WriteQueue, LimitOfOneGivesOneRequestARegister)
+{
+    init("1#0#0#3#1");
+    setData(1, "4x", 10, 3, "01 00 02 00 03 00");
+    ASSERT_EQ(queued(), 3);
+    for (int i = 0; i < 3; ++i) {
+        expectUnit(i, "4x", 10 + i, 1);
+        EXPECT_EQ(unitData(i, 1), Bytes(1, static_cast<unsigned char>(i + 1)));
+    }
+}
+
 TEST_F(WriteQueue, CoilsAreNotSplit)
 {
     init("1#0#0#3#10");
@@ -150,6 +178,32 @@ TEST_F(WriteQueue, LimitOfZeroOrBelowGivesOneUnsplitRequest)
         setData(1, "4x_double", 50, 30, numbered(60));
         EXPECT_EQ(queued(), 3) << property;
     }
+}
+
+TEST_F(WriteQueue, LimitOfZeroOrBelowQueuesSinglesAndSkipsNothings)
+{
+    const char *const properties[] = {"1#0#0#3#0", "1#0#0#3#-5"};
+    const char *const types[] = {"4x", "4x_bit", "4x_double"};
+    for (const char *property : properties)
+        for (const char *type : types) {
+            init(property);
+            setData(1, type, 10, 0, "");
+            setData(1, type, 10, -1, "");
+            EXPECT_EQ(queued(), 0) << property << type;
+            setData(1, type, 10, 1, "01 00");
+            ASSERT_EQ(queued(), 1) << property << type;
+            expectUnit(0, type, 10, 1);
+        }
+}
+
+TEST_F(WriteQueue, PayloadBehindTheValuesIsZero)
+{
+    setData(1, "4x", 0, 150, Bytes(300, 0x77));
+    setData(1, "0x", 0, 3, "01 01 01");
+    ASSERT_EQ(queued(), 3);
+    EXPECT_EQ(unitData(0, 1024), padded(200, 0x77));
+    EXPECT_EQ(unitData(1, 1024), padded(100, 0x77));
+    EXPECT_EQ(unitData(2, 1024), padded(3, 1));
 }
 
 TEST_F(WriteQueue, ReadOnlyAndUnknownTypesAreNotQueued)

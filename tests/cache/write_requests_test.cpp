@@ -2,6 +2,11 @@
 
 #include "support/driver_fixture.h"
 
+#include <atomic>
+#include <chrono>
+#include <future>
+#include <thread>
+
 namespace {
 
 using namespace support;
@@ -349,6 +354,26 @@ TEST_F(WriteRequests, OnlyTheScanForPendingBitsTakesTheListMutex)
     setData(1, "3x_bit", 5, 1, "01");
     setData(1, "4x_bit", 36, 1, "01 00"); // first write of this bit: no scan
     EXPECT_EQ(queued(), 5);
+}
+
+// The scan must wait for whoever holds the list. The pause only gives a scan
+// that does not wait the time to be caught; it never fails one that does.
+TEST_F(WriteRequests, ScanForPendingBitsWaitsForTheListMutex)
+{
+    setData(1, "4x_bit", 35, 1, "01 00");
+    std::promise<void> held;
+    std::atomic<bool> released(false);
+    std::thread holder([&] {
+        QMutexLocker list(&driver.listMutex);
+        held.set_value();
+        std::this_thread::sleep_for(std::chrono::milliseconds(50));
+        released = true;
+    });
+    held.get_future().wait();
+    setData(1, "4x_bit", 35, 1, "00 00");
+    EXPECT_TRUE(released);
+    holder.join();
+    EXPECT_EQ(area(1, "4x", 2).bitWriteState, (1 << 6) | (1 << 7));
 }
 
 TEST_F(WriteRequests, CallbacksRunOutsideTheListMutex)

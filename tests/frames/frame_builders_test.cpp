@@ -500,6 +500,15 @@ TEST_F(WriteFrames, CoilsOfAnySizeStayInsideTheFrame)
     }
 }
 
+TEST_F(WriteFrames, CoilsBehindThePayloadAreOff)
+{
+    const FRAME_PRO &frame = write(variable(1, "0x", 0, 1040, Bytes(1024, 1)));
+    ASSERT_EQ(frame.frameLen, 130 + 9);
+    EXPECT_EQ(frame.frame[7 + 127], 0xFF);
+    EXPECT_EQ(frame.frame[7 + 128], 0x00);
+    EXPECT_EQ(frame.frame[7 + 129], 0x00);
+}
+
 TEST_F(WriteFrames, RegistersOfAnySizeStayInsideTheFrame)
 {
     const int counts[] = {508, 509, 511, 512, 513, 65535, 65536, 65537, INT_MAX, INT_MAX - 1, 0x40000001};
