@@ -1,7 +1,7 @@
 # The stages of ./check: for each a purpose and a function stage_NAME. Read by
 # ./check, which supplies the counting.
 
-all_stages=(release sanitize thread clang qt6 package arm)
+all_stages=(release sanitize thread clang qt6 abi package arm)
 
 declare -A stage_purpose=(
     [release]="Qt 5, g++, optimised: all tests"
@@ -9,6 +9,7 @@ declare -A stage_purpose=(
     [thread]="Qt 5, g++, thread sanitizer: the tests labelled 'threads'"
     [clang]="clang++: all tests with Qt 5, the library with Qt 6"
     [qt6]="Qt 6, g++: all tests"
+    [abi]="the binary interface against its baseline"
     [package]="installation, hosts built outside the tree, Debian packages"
     [arm]="Qt 5, armhf, cross-built: all tests under qemu-arm, and packages"
 )
