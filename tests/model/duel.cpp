@@ -22,8 +22,8 @@ std::string unequalBytes(const char *what, const std::vector<unsigned char> &rea
 std::string eventText(const Event &event)
 {
     return "(" + std::to_string(event.link) + ", " + std::to_string(event.station) + ", " + text(event.regType) + ", "
-           + std::to_string(event.address) + ", read " + text(event.readBack.data(), static_cast<int>(event.readBack.size()))
-           + ")";
+           + std::to_string(event.address) + ", read "
+           + text(event.readBack.data(), static_cast<int>(event.readBack.size())) + ")";
 }
 
 bool sameEvent(const Event &a, const Event &b)
@@ -97,7 +97,7 @@ void Duel::onRealChange(int linkId, int station, const QString &regType, int add
     if (readsBack(regType, address)) {
         QString type = regType;
         event.readBack.assign(8, 0xEE);
-        intf_getData(station, &type, readBackMode == 1 ? address : address + 3, 2, event.readBack.data());
+        intf_getData(station, &type, readBackMode == 1 ? address : plain::sum(address, 3), 2, event.readBack.data());
     }
     realSide.events.push_back(event);
 }
@@ -107,7 +107,8 @@ void Duel::onPlainChange(int linkId, int station, const QString &regType, int ad
     Event event = {linkId, station, regType, address, std::vector<unsigned char>()};
     if (readsBack(regType, address)) {
         event.readBack.assign(8, 0xEE);
-        plain.getData(station, regType, readBackMode == 1 ? address : address + 3, 2, event.readBack.data());
+        plain.getData(station, regType, readBackMode == 1 ? address : plain::sum(address, 3), 2,
+                      event.readBack.data());
     }
     plainSide.events.push_back(event);
 }
@@ -346,7 +347,8 @@ void Duel::hostRequest(Random &random)
         return;
     note(", word buffer filled");
     for (size_t i = 0; i < 700; ++i)
-        realSide.words[i] = static_cast<unsigned short>(random.pick({0u, 1u, 0x0102u, 0xFF00u, random.next() & 0xFFFFu}));
+        realSide.words[i] =
+            static_cast<unsigned short>(random.pick({0u, 1u, 0x0102u, 0xFF00u, random.next() & 0xFFFFu}));
     std::copy(realSide.words.begin(), realSide.words.begin() + 700, plainSide.words.begin());
 }
 

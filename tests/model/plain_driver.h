@@ -185,7 +185,8 @@ private:
     int giveUp(const QByteArray &received, QString *errorText);
     void finishHead();
     void unpack(const FRAME_PRO &head, QByteArray *received);
-    void unpackRegisters(const FRAME_PRO &head, const QByteArray &received, const char *areaType, bool keepWhileWriting);
+    void unpackRegisters(const FRAME_PRO &head, const QByteArray &received, const char *areaType,
+                         bool keepWhileWriting);
     void unpackCoils(const FRAME_PRO &head, const QByteArray &received);
     void fillBitWrite(const FRAME_PRO &head, QByteArray *received);
     void unpackRecipeRows(const FRAME_PRO &head, const QByteArray &received);

@@ -272,9 +272,8 @@ TEST(StageAgainstPlainModel, JudgesReplies)
         }
         const int verdict = plain.checkRcvData(reply);
         ++verdicts[verdict];
-        ASSERT_EQ(real.check_rcv_data(reinterpret_cast<const unsigned char *>(reply.constData()), length < 0 ? 0 : length),
-                  verdict)
-            << "round " << round;
+        const unsigned char *bytes = reinterpret_cast<const unsigned char *>(reply.constData());
+        ASSERT_EQ(real.check_rcv_data(bytes, length < 0 ? 0 : length), verdict) << "round " << round;
     }
     EXPECT_GT(verdicts[0], 1000);
     EXPECT_GT(verdicts[1], 1000);

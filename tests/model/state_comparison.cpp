@@ -42,7 +42,8 @@ std::string inside(const std::string &what, const std::string &difference)
 template <typename Real, typename Plain, typename Compare>
 std::string listDifference(const char *name, const Real &real, const Plain &plain, Compare compare)
 {
-    const std::string sizes = unequal("size", static_cast<long long>(real.size()), static_cast<long long>(plain.size()));
+    const std::string sizes =
+        unequal("size", static_cast<long long>(real.size()), static_cast<long long>(plain.size()));
     if (!sizes.empty())
         return inside(name, sizes);
     for (int i = 0; i < static_cast<int>(real.size()); ++i) {
@@ -113,7 +114,8 @@ std::string writeDifference(const VARIABLE &real, const VARIABLE &plain)
 std::string listsDifference(const PlainDriver &plain)
 {
     const Modbus_rtu_master &real = driver;
-    std::string difference = listDifference("cyclicReadList", real.cyclicReadList, plain.cyclicReadList, readDifference);
+    std::string difference =
+        listDifference("cyclicReadList", real.cyclicReadList, plain.cyclicReadList, readDifference);
     if (difference.empty())
         difference = listDifference("writeList", real.writeList, plain.writeList, writeDifference);
     if (difference.empty())

@@ -34,7 +34,8 @@ public:
     void setPlan(const support::Keys &keys);
 
     /** A host write, its request unit whole; @p queuedBefore is the write queue before the call. */
-    void hostWrote(const VARIABLE &request, const std::vector<UnitRange> &queuedBefore, int pieceLimit, bool reachesSlave);
+    void hostWrote(const VARIABLE &request, const std::vector<UnitRange> &queuedBefore, int pieceLimit,
+                   bool reachesSlave);
 
     /** A queued unit was overwritten by a newer one, of the same place or because the queue is full. */
     void replaced(const UnitRange &unit, bool samePlace);

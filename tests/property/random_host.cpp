@@ -124,8 +124,9 @@ void RandomHost::initialise()
     localOnly = random.chance(5);
     limit = random.pick({5, 20, 32, 100, 125});
     const int retries = random.between(0, 3);
-    std::string property = std::to_string(linkId) + "#" + (localOnly ? "1" : "0") + "#0#" + std::to_string(retries) + "#"
-                           + std::to_string(limit) + random.pick({"", "#0", "#1", "#0_1", "#0_2,3"});
+    const std::string property = std::to_string(linkId) + "#" + (localOnly ? "1" : "0") + "#0#"
+                                 + std::to_string(retries) + "#" + std::to_string(limit)
+                                 + random.pick({"", "#0", "#1", "#0_1", "#0_2,3"});
     note("intf_initProperty(" + property + ")");
     int status = -1;
     intf_initProperty(hostArea.data(), 0, hostWords.data(), &status, property.c_str(), &hostMutex);
@@ -149,7 +150,9 @@ void RandomHost::buildPlan()
     const int n = random.chance(5) ? 0 : random.between(1, 25);
     for (int i = 0; i < n; ++i) {
         const QString regType = randomType(random);
-        KEY_ADDRESS key = support::key(randomStation(), "", randomStart(regType), randomCount(random, regType));
+        const int station = randomStation();
+        const int start = randomStart(regType);
+        KEY_ADDRESS key = support::key(station, "", start, randomCount(random, regType));
         key.regType = regType;
         keys << key;
     }
@@ -172,8 +175,8 @@ void RandomHost::registerRecipes()
         const bool isDouble = regType == QLatin1String("4x_double");
         // Rows may not overlap, or the last one written wins.
         const int count = isDouble ? 2 : random.between(1, 8);
-        _RCP_VAR_PRO row =
-            support::row(random.chance(10) ? linkId + 1 : linkId, randomStation(), "", 10 * i + 300, count, offset, i);
+        const int link = random.chance(10) ? linkId + 1 : linkId;
+        _RCP_VAR_PRO row = support::row(link, randomStation(), "", 10 * i + 300, count, offset, i);
         row.regType = regType;
         if (random.chance(60) && !rows.isEmpty()) {
             row.station = rows.last().station;

@@ -1,7 +1,8 @@
 /**
  * @file
  * Random choices for generated tests: the same on every machine for the same
- * seed, and biased where a test says so.
+ * seed, as long as no two of them are arguments of one call (compilers evaluate
+ * arguments in either order).
  */
 #ifndef SUPPORT_RANDOM_H
 #define SUPPORT_RANDOM_H
