@@ -74,6 +74,16 @@ void catchFatalSignals()
         ::sigaction(fatalSignals[i], &action, &earlierActions[i]);
 }
 
+/** Asked before curses is set up, which leaves memory behind where it cannot be. */
+bool terminalIsKnown()
+{
+    int problem = 0;
+    if (::setupterm(nullptr, STDOUT_FILENO, &problem) != OK)
+        return false;
+    ::del_curterm(::set_curterm(nullptr));
+    return true;
+}
+
 enum Colour { ChangedColour = 1, ErrorColour, GoodColour, TitleColour };
 
 void prepareColours()
@@ -160,7 +170,8 @@ LiveTerminal::LiveTerminal()
     std::setlocale(LC_CTYPE, "");
     if (::tcgetattr(STDIN_FILENO, &restoration.settings) != 0)
         return;
-    m_screen = ::newterm(nullptr, stdout, stdin);
+    if (terminalIsKnown())
+        m_screen = ::newterm(nullptr, stdout, stdin);
     if (!m_screen)
         return;
     restoration.size = 0;

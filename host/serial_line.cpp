@@ -91,9 +91,9 @@ void askForLowLatency(int descriptor)
 {
     serial_struct settings;
     std::memset(&settings, 0, sizeof(settings));
-    if (::ioctl(descriptor, TIOCGSERIAL, &settings) != 0 || (settings.flags & ASYNC_LOW_LATENCY))
+    if (::ioctl(descriptor, TIOCGSERIAL, &settings) != 0 || (static_cast<unsigned int>(settings.flags) & ASYNC_LOW_LATENCY) != 0)
         return;
-    settings.flags |= ASYNC_LOW_LATENCY;
+    settings.flags |= static_cast<int>(ASYNC_LOW_LATENCY);
     (void)::ioctl(descriptor, TIOCSSERIAL, &settings);
 }
 

@@ -102,10 +102,10 @@ int serve(const Options &options, std::ostream &out, std::ostream &err)
     const std::unique_ptr<plant::Plant> slaves = makePlant(options.serveFile, options);
     std::string error;
     // Threads inherit the held-back signals, so the watcher must be there before the plant's thread.
-    sigset_t signals;
-    sigfillset(&signals);
+    sigset_t held;
+    sigfillset(&held);
     sigset_t before;
-    pthread_sigmask(SIG_BLOCK, &signals, &before);
+    pthread_sigmask(SIG_BLOCK, &held, &before);
     const bool serving = startServing(*slaves, options, &error);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (!serving)

@@ -105,7 +105,7 @@ void Statistics::add(const Transaction &transaction)
 
 void Statistics::addRecent(const Transaction &transaction)
 {
-    const int bytes = transaction.request.size() + transaction.reply.size();
+    const auto bytes = transaction.request.size() + transaction.reply.size();
     const Duration busy = m_timing.characters(static_cast<std::size_t>(bytes));
     m_busy += busy;
     m_recent.push_back(Recent{transaction.finished, busy});

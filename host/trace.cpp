@@ -101,7 +101,8 @@ std::string quantity(int count, const char *what)
 std::string readReplyMeaning(const Transaction &t)
 {
     const bool bits = byteAt(t.request, 1) <= 2;
-    const int count = std::min(wordAt(t.request, 4), bits ? (t.reply.size() - 5) * 8 : (t.reply.size() - 5) / 2);
+    const int payload = static_cast<int>(t.reply.size()) - 5;
+    const int count = std::min(wordAt(t.request, 4), bits ? payload * 8 : payload / 2);
     return bits ? quantity(count, "bit") + ": " + bitValues(t.reply, 3, count)
                 : quantity(count, "register") + ": " + wordValues(t.reply, 3, count);
 }
@@ -172,7 +173,7 @@ std::string replyMeaning(const Transaction &t)
     if (t.end == ReplyEnd::Exception)
         return exceptionText(byteAt(t.reply, 2));
     if (t.reply.size() != t.expectedReply)
-        return quantity(t.reply.size(), "byte") + " instead of " + std::to_string(t.expectedReply);
+        return quantity(static_cast<int>(t.reply.size()), "byte") + " instead of " + std::to_string(t.expectedReply);
     return crcIsRight(t.reply) ? "refused" : "wrong CRC";
 }
 

@@ -79,7 +79,7 @@ std::string print(const char *pattern, double value)
 std::string shortest(double value, int mostDigits)
 {
     for (int digits = 6; digits < mostDigits; ++digits) {
-        char text[64];
+        char text[400];
         std::snprintf(text, sizeof(text), "%.*g", digits, value);
         const double back = std::strtod(text, nullptr);
         const bool same = mostDigits == 9 ? static_cast<float>(back) == static_cast<float>(value)

@@ -198,7 +198,7 @@ protected:
         t.verdict = good ? rtu::VerdictGood : rtu::VerdictGivenUp;
         if (good) {
             t.reply = array(goodReply(bytes));
-            t.expectedReply = t.reply.size();
+            t.expectedReply = static_cast<int>(t.reply.size());
             t.end = rtu::ReplyEnd::Complete;
         } else {
             t.information = QLatin1String("R,1#4x1(1)");

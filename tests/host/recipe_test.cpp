@@ -26,8 +26,9 @@ protected:
         const int count = request[4] * 256 + request[5];
         Bytes reply(request.begin(), request.begin() + 6);
         if (request[1] == 16) {
-            for (int i = 0; i < count; ++i)
-                registers[request[0] * 65536 + address + i] = request[7 + 2 * i] * 256 + request[8 + 2 * i];
+            std::size_t position = 7;
+            for (int i = 0; i < count; ++i, position += 2)
+                registers[request[0] * 65536 + address + i] = request[position] * 256 + request[position + 1];
         } else if (request[1] == 6) {
             registers[request[0] * 65536 + address] = count;
         } else {
