@@ -7,6 +7,7 @@
 #include "model/state_comparison.h"
 
 #include "driver/modbus_rtu_master.h"
+#include "support/driver_fixture.h"
 
 #include <gtest/gtest.h>
 
@@ -278,6 +279,37 @@ TEST(StageAgainstPlainModel, JudgesReplies)
     EXPECT_GT(verdicts[0], 1000);
     EXPECT_GT(verdicts[1], 1000);
     EXPECT_GT(verdicts[2], 1000);
+}
+
+// A run of areas that wraps around the 32 bits of an address, read twice: first it is made, then it
+// is found unchanged.
+TEST(StageAgainstPlainModel, ReadsARunThatWrapsTwice)
+{
+    const struct
+    {
+        const char *type;
+        int address;
+        int count;
+    } cases[] = {{"4x", 2147483647, 3}, {"3x", 2147483645, 9}, {"0x", 2147483647, 3}, {"1x", 2147483640, 12}};
+    for (const auto &row : cases) {
+        const VARIABLE unit = support::variable(1, row.type, row.address, row.count);
+        Modbus_rtu_master real;
+        PlainDriver plain;
+        real.sendState = plain.sendState = CyclicReadSent;
+        for (int round = 0; round < 2; ++round) {
+            real.getReadFrame(unit);
+            plain.getReadFrame(unit);
+            QByteArray reply = support::withCrc(QByteArray(plain.frameList.at(0).replyLen - 2, '\x01'));
+            QString errorText;
+            ASSERT_EQ(real.dealRcvFrame(reply, errorText), ReplyAccepted);
+            ASSERT_EQ(plain.dealRcvFrame(&reply, &errorText), ReplyAccepted);
+        }
+        ASSERT_EQ(real.dataAreas.size(), plain.dataAreas.size()) << row.type;
+        for (int i = 0; i < row.count; ++i) {
+            EXPECT_EQ(real.dataAreas.at(i).areaIndex, plain.dataAreas.at(i).areaIndex) << row.type << " " << i;
+            EXPECT_EQ(real.dataAreas.at(i).readValue, plain.dataAreas.at(i).readValue) << row.type << " " << i;
+        }
+    }
 }
 
 // --- queues -----------------------------------------------------------------------------
