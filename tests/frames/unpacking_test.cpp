@@ -190,6 +190,20 @@ TEST_F(Unpacking, CoilsBeyondTheReplyReadAsOff)
     EXPECT_GE(recorder.take().size(), 26u) << "those behind the CRC at least";
 }
 
+TEST_F(Unpacking, ReplyThatEndsBeforeItsDataReadsAsZero)
+{
+    for (const char *type : {"4x", "0x"}) {
+        init("1#0#0#3#100");
+        makeArea(1, type, 7).readValue = 1;
+        driver.sendState = CyclicReadSent;
+        driver.getReadFrame(variable(1, type, 7, 2));
+        driver.frameList[0].replyLen = 2;
+        EXPECT_EQ(deal(support::bytes("FF FF")), ReplyAccepted);
+        EXPECT_EQ(area(1, type, 7).readValue, 0);
+        EXPECT_EQ(area(1, type, 8).readValue, 0);
+    }
+}
+
 TEST_F(Unpacking, ConsecutiveRepliesFindTheirAreasWhereverTheyLie)
 {
     support::Random random(31);
