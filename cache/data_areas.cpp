@@ -3,6 +3,8 @@
 #include "address/register_types.h"
 #include "driver/arithmetic.h"
 
+#include <climits>
+
 namespace {
 
 enum { RegisterBits = 16, AreaCoils = 8 };
@@ -206,6 +208,8 @@ struct SameCoil
 template <typename SameValue>
 int AreaWalker::passUnchanged(int areaIndex, std::size_t firstElement, int count, SameValue sameValue)
 {
+    if (count > 0 && areaIndex > INT_MAX - count)
+        return 0; // such a run wraps around; the caller takes its elements one by one
     at(areaIndex);
     const UnchangedRun<SameValue> run(station, areaType, sameValue);
     const QList<_DATA_>::iterator first = areas.begin();
