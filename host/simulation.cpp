@@ -2,9 +2,12 @@
 
 #include "signal_watcher.h"
 
-#include <chrono>
-#include <condition_variable>
-#include <mutex>
+#include <poll.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <atomic>
+#include <sstream>
 #include <stdexcept>
 
 namespace rtu {
@@ -21,20 +24,111 @@ plant::PortSettings portSettings(const LineParameters &line)
     return settings;
 }
 
-/** Waits for a signal or for the port to go away; true for a signal. */
-bool waitForEnd(const plant::Plant &plant)
+std::string addFault(plant::Plant &plant, const std::string &text)
 {
-    std::mutex mutex;
-    std::condition_variable ended;
-    bool signalled = false;
-    const SignalWatcher watcher([&](int) {
-        const std::lock_guard<std::mutex> lock(mutex);
-        signalled = true;
-        ended.notify_all();
-    });
-    std::unique_lock<std::mutex> lock(mutex);
-    while (!signalled && plant.running())
-        ended.wait_for(lock, std::chrono::milliseconds(200));
+    plant::Fault fault;
+    std::string error;
+    if (!plant::parseFault(text, &fault, &error))
+        return error;
+    plant.addFault(fault);
+    return std::string();
+}
+
+/** "station N on", "station N off" */
+std::string switchStation(plant::Plant &plant, std::istringstream &words)
+{
+    int station = 0;
+    std::string state;
+    if (!(words >> station >> state) || (state != "on" && state != "off"))
+        return "station N on, or station N off";
+    const std::vector<int> stations = plant.stations();
+    if (std::find(stations.begin(), stations.end(), station) == stations.end())
+        return "there is no station " + std::to_string(station);
+    plant.setStationOn(station, state == "on");
+    return std::string();
+}
+
+/** Does what the line says; result: what is wrong with it, empty for nothing. */
+std::string obeyCommand(plant::Plant &plant, const std::string &line, bool *unplugged)
+{
+    std::istringstream words(line);
+    std::string command;
+    if (!(words >> command))
+        return std::string();
+    if (command == "fault") {
+        std::string text;
+        std::getline(words >> std::ws, text);
+        return addFault(plant, text);
+    }
+    std::string error;
+    if (command == "clear")
+        plant.clearFaults();
+    else if (command == "station")
+        error = switchStation(plant, words);
+    else if (command == "unplug" && !*unplugged)
+        plant.unplug();
+    else if (command == "replug" && *unplugged)
+        plant.replug(&error);
+    else
+        return "\"" + line + "\": commands are fault TEXT, clear, station N on|off, unplug, replug";
+    if (command == "unplug" || command == "replug")
+        *unplugged = command == "unplug" || !error.empty();
+    return error;
+}
+
+/** Reads commands, one a line, from a descriptor that may end at any time. */
+class CommandReader
+{
+public:
+    explicit CommandReader(int descriptor) : m_descriptor(descriptor) {}
+
+    /** The next whole line, waiting a moment for it; false when there is none. */
+    bool next(std::string *line, int milliseconds)
+    {
+        if (takeLine(line))
+            return true;
+        pollfd watched = {m_descriptor, POLLIN, 0};
+        if (::poll(&watched, 1, milliseconds) <= 0)
+            return false;
+        char text[512];
+        const ssize_t count = ::read(m_descriptor, text, sizeof(text));
+        if (count <= 0)
+            m_descriptor = -1; // poll() passes over negative descriptors, so it goes on waiting
+        else
+            m_text.append(text, static_cast<std::size_t>(count));
+        return takeLine(line);
+    }
+
+private:
+    bool takeLine(std::string *line)
+    {
+        const std::size_t end = m_text.find('\n');
+        if (end == std::string::npos)
+            return false;
+        *line = m_text.substr(0, end);
+        m_text.erase(0, end + 1);
+        return true;
+    }
+
+    int m_descriptor;
+    std::string m_text;
+};
+
+/** Answers on the port and to commands until a signal comes; false when the port went away. */
+bool serveUntilSignal(plant::Plant &plant, std::ostream &err)
+{
+    std::atomic<bool> signalled{false};
+    const SignalWatcher watcher([&](int) { signalled = true; });
+    CommandReader commands(STDIN_FILENO);
+    bool unplugged = false;
+    while (!signalled && (plant.running() || unplugged)) {
+        std::string line;
+        if (!commands.next(&line, 100))
+            continue;
+        const std::string problem = obeyCommand(plant, line, &unplugged);
+        if (!problem.empty())
+            err << problem << '\n' << std::flush;
+    }
     return signalled;
 }
 
@@ -114,7 +208,7 @@ int serve(const Options &options, std::ostream &out, std::ostream &err)
         out << "serving " << slaves->stations().size() << " stations on "
             << (slaves->devicePath().empty() ? options.port : slaves->devicePath()) << ", Ctrl-C ends\n"
             << std::flush;
-    const bool signalled = waitForEnd(*slaves);
+    const bool signalled = serveUntilSignal(*slaves, err);
     slaves->stop();
     if (!options.quiet)
         printCounters(*slaves, out);

@@ -344,6 +344,30 @@ class Ports(RtuHostTest):
         self.read_until(host, "the port is back")
         self.read_until(host, "1:4x1            10")
 
+    def test_served_slaves_take_commands(self):
+        link = self.file("port")
+        slaves = self.start("--serve", self.sim, "pty:" + link, stdin=subprocess.PIPE)
+        self.read_until(slaves, "serving 3 stations")
+
+        def command(text):
+            slaves.stdin.write(text + "\n")
+            slaves.stdin.flush()
+        host = self.start("-l", "50", "-o", "0.1", link, "4x1", "4x1@3")
+        self.read_until(host, "3:4x1            -   error")
+        command("station 3 on")
+        self.read_until(host, "3:4x1            1")
+        command("fault exception 4 station 1")
+        self.read_until(host, "exception 4: slave device failure, given up")
+        command("clear")
+        self.read_until(host, "1:4x1            10\n")
+        command("unplug")
+        self.read_until(host, "the port is gone")
+        command("replug")
+        self.read_until(host, "the port is back")
+        self.read_until(host, "1:4x1            10\n")
+        command("dance")
+        self.read_until(slaves, "commands are fault TEXT, clear")
+
     def test_one_round_does_not_wait_for_a_lost_port(self):
         self.assertIn("cannot open", self.run_host("-1", self.file("nothing"), "4x1", status=1).err)
 

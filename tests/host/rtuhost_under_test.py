@@ -77,9 +77,9 @@ class RtuHostTest(unittest.TestCase):
         """One quick run on the simulated slaves."""
         return self.run_host("--sim", self.sim, *arguments, status=status)
 
-    def start(self, *arguments):
+    def start(self, *arguments, stdin=subprocess.DEVNULL):
         """A run that goes on beside the test."""
-        process = subprocess.Popen([RTUHOST, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+        process = subprocess.Popen([RTUHOST, *arguments], stdin=stdin, stdout=subprocess.PIPE,
                                    stderr=subprocess.STDOUT, text=True)
 
         def end():
@@ -87,6 +87,8 @@ class RtuHostTest(unittest.TestCase):
                 process.kill()
             process.wait()
             process.stdout.close()
+            if process.stdin:
+                process.stdin.close()
         self.addCleanup(end)
         return process
 
