@@ -1,17 +1,23 @@
 # The stages of ./check: for each a purpose and a function stage_NAME. Read by
 # ./check, which supplies the counting.
 
-all_stages=(release sanitize thread clang qt6 abi package arm)
+# Those of a run without arguments, the quick ones with the most to say first.
+all_stages=(release sanitize thread fuzz demo abi clang qt6 package arm)
+extra_stages=(style coverage)
 
 declare -A stage_purpose=(
     [release]="Qt 5, g++, optimised: all tests"
     [sanitize]="Qt 5, g++, address and undefined-behaviour sanitizers: all tests"
     [thread]="Qt 5, g++, thread sanitizer: the tests labelled 'threads'"
+    [fuzz]="the fuzz targets: corpora, and a bounded number of further inputs each"
+    [demo]="./demo: the driver against simulated slaves"
     [clang]="clang++: all tests with Qt 5, the library with Qt 6"
     [qt6]="Qt 6, g++: all tests"
     [abi]="the binary interface against its baseline"
     [package]="installation, hosts built outside the tree, Debian packages"
     [arm]="Qt 5, armhf, cross-built: all tests under qemu-arm, and packages"
+    [style]="clang-format over all of our sources, clang-tidy over driver and host"
+    [coverage]="line and branch coverage of the product folders"
 )
 
 # The options that the sanitizers read at run time; set for the tests only, the
@@ -110,4 +116,44 @@ stage_arm()
     run_tests build/armhf -LE native
     count_left_out build/armhf native
     check_arm_packages
+}
+
+stage_fuzz()
+{
+    local target
+    install_for build fuzz test || return 1
+    prepare "build fuzz targets" bash -c 'source fuzz/common.sh && build_fuzz_targets' || return 1
+    for target in addresses properties replies calls model; do
+        step "fuzz $target" fuzz/replay "$target"
+        grep executions "$log_folder/fuzz-fuzz-$target.log" | sed 's/^/        /' || true
+    done
+}
+
+stage_demo()
+{
+    install_for build host demo || return 1
+    step "demo" ./demo
+    tail -n 1 "$log_folder/demo-demo.log"
+}
+
+stage_style()
+{
+    install_for build host demo test clang style || return 1
+    step "clang-format" scripts/format --check
+    prepare "configure clang" cmake --preset clang || return 1
+    prepare "generate" cmake --build --preset clang --target modbus_version_header || return 1
+    step "clang-tidy" tidy_sources
+}
+
+# Warnings are errors: xargs fails when one of its commands did.
+tidy_sources()
+{
+    git ls-files 'address/*.cpp' 'cache/*.cpp' 'driver/*.cpp' 'frames/*.cpp' 'planning/*.cpp' 'host/*.cpp' \
+        | xargs -P "$jobs" -n 4 clang-tidy -p build/clang --quiet
+}
+
+stage_coverage()
+{
+    step "coverage" scripts/coverage
+    cat "$log_folder/coverage-coverage.log"
 }
