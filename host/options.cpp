@@ -1,5 +1,7 @@
 #include "options.h"
 
+#include "version.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cctype>
@@ -144,7 +146,7 @@ Parser::Parser() : m_app(Description, "rtuhost")
     m_app.get_formatter()->column_width(26);
     m_app.footer(Footer);
     m_app.set_help_flag("-h,--help", "This text");
-    m_app.set_version_flag("-V,--version", "rtuhost " RTU_HOST_VERSION)->description("The version");
+    m_app.set_version_flag("-V,--version", "rtuhost " MODBUS_RTU_VERSION_TEXT)->description("The version");
     m_app.add_option("PORT", m_raw.arguments,
                      "Serial port or pseudo-terminal, then addresses and values");
     addWhat();
