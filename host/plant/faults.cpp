@@ -201,7 +201,7 @@ void spoil(Bytes &answer, ArmedFault &armed)
         return;
     case FaultKind::WrongFunction:
         // Another function of an ordinary answer, never an exception.
-        answer[1] = static_cast<std::uint8_t>((answer[1] + 1 + dice.below(126)) & ~ExceptionFlag);
+        answer[1] = static_cast<std::uint8_t>((answer[1] + 1 + dice.below(126)) & 0x7F);
         renewCheckSum(answer);
         return;
     case FaultKind::GarbageBefore:
