@@ -49,7 +49,7 @@ prepare()
 
 show_failure()
 {
-    grep -nE 'error:|FAILED|\*\*\*Failed|ERROR: |Error' "$1" | head -n 40 || true
+    grep -nE ' error: |^FAILED|\*\*\*(Failed|Timeout)|ERROR: ' "$1" | cut -c1-200 | head -n 40 || true
     echo "  ... end of $1:"
     tail -n 60 "$1"
 }
