@@ -133,8 +133,11 @@ class OnTheScreen(LiveViewTest):
 
     def test_the_trace_is_decoded(self):
         screen = self.open()
-        self.assertRegex(screen.line("read holding registers 4x1..4"), r"\d\d:\d\d:\d\d\.\d{3} >1 +01 03 00 00 00 04")
-        screen.line_with("4 registers: 10 20 30 40", "[good]")
+        # Which requests of a round the screen shows when it is drawn is up to both their periods.
+        self.assertRegex(screen.line("read holding registers 4x"),
+                         r"\d\d:\d\d:\d\d\.\d{3} >([12]) +0\1 03 00 .* read holding registers 4x\d+\.\.\d+")
+        self.assertRegex(screen.line_with(" registers: ", "[good]"),
+                         r"\d\d:\d\d:\d\d\.\d{3} <([12]) +0\1 0[34] .* \d+ registers: [\d ]+ \[good\]")
 
     def test_changes_are_highlighted(self):
         screen = self.open()
