@@ -10,7 +10,7 @@ namespace {
 // Where a call costs time or memory for each element, the counts end here; the
 // driver's own limits lie far beyond and take seconds.
 const int largestRun = 3000;
-const int largestSplit = 20000;
+const int mostRequests = 600;
 const int deepestCallBack = 3;
 
 int stationOf(const CallRecord &record)
@@ -191,10 +191,11 @@ void CallPlayer::addRow(const CallRecord &record)
     rows << row;
 }
 
-/** A range is cut into requests of maxReadWords; with a small one a huge range takes a million. */
+/** A range is cut into requests of maxReadWords: a few more than the queue holds are enough. */
 int CallPlayer::waitingReadsLimit() const
 {
-    return driver.maxReadWords > largestSplit ? largestRun : largestSplit;
+    const int limit = std::min(std::max(driver.maxReadWords, 1), largestRun);
+    return mostRequests * limit;
 }
 
 // --- replies --------------------------------------------------------------------------

@@ -1,0 +1,128 @@
+"""A private copy of the project in which mutants are built and tested.
+
+The driver becomes a shared library there, so that a mutant costs compiling what
+it touches and linking one library; the test programs are built once. Functions
+of the library call each other and not what the programs have of the same name.
+"""
+
+import os
+import resource
+import subprocess
+from pathlib import Path
+
+PRODUCT = ("address", "cache", "driver", "frames", "planning")
+COPIED = PRODUCT + ("bench", "cmake", "tests")
+# The test programs in the order in which they are asked, those of the mutant's own folder before all.
+PROGRAMS = {
+    "address": "tests/address/address_tests",
+    "cache": "tests/cache/cache_tests",
+    "driver": "tests/driver/driver_tests",
+    "frames": "tests/frames/frames_tests",
+    "planning": "tests/planning/planning_tests",
+    "unloaded": "tests/driver/before_initialisation_tests",
+    "threads": "tests/threads/concurrency_tests",
+    "property": "tests/property/property_test",
+    "model": "tests/model/model_test",
+    "soak": "bench/soak/soak",
+}
+ARGUMENTS = {"soak": ["--transactions", "30000"]}
+SANITIZERS = {"plain": "", "sanitize": "address,undefined"}
+SANITIZER_OPTIONS = {"ASAN_OPTIONS": "detect_leaks=0:detect_stack_use_after_return=1:hard_rss_limit_mb=4096",
+                     "UBSAN_OPTIONS": "halt_on_error=1"}
+MEMORY_LIMIT = 4 << 30
+
+
+class BuildFailed(Exception):
+    pass
+
+
+class Workshop:
+    """One copy of the sources with a build folder for each kind of build."""
+
+    def __init__(self, root, folder, jobs):
+        self.root = Path(root)
+        self.source = Path(folder) / "source"
+        self.builds = {kind: Path(folder) / kind for kind in SANITIZERS}
+        self.jobs = str(jobs)
+        self.seconds = {}  # (kind, program) -> processor time of the tests without a mutant
+
+    def copy_sources(self):
+        """Brings the copy up to date; files that did not change keep their time, so they are not built again."""
+        wanted = {Path("CMakeLists.txt")}
+        for folder in COPIED:
+            wanted |= {path.relative_to(self.root) for path in (self.root / folder).rglob("*") if path.is_file()}
+        for path in [path for path in self.source.rglob("*") if path.is_file()]:
+            if path.relative_to(self.source) not in wanted:
+                path.unlink()
+        for path in wanted - {Path("CMakeLists.txt")}:
+            self._update(path, (self.root / path).read_bytes())
+        self._update("CMakeLists.txt", self._with_shared_driver().encode())
+
+    def _update(self, path, content):
+        target = self.source / path
+        target.parent.mkdir(parents=True, exist_ok=True)
+        if not target.exists() or target.read_bytes() != content:
+            target.write_bytes(content)
+
+    def _with_shared_driver(self):
+        text = (self.root / "CMakeLists.txt").read_text()
+        text = text.replace("add_library(driver_static STATIC", "add_library(driver_static SHARED")
+        text = text.replace("CXX_VISIBILITY_PRESET hidden", "CXX_VISIBILITY_PRESET default")
+        return text.replace("VISIBILITY_INLINES_HIDDEN ON", "VISIBILITY_INLINES_HIDDEN OFF")
+
+    def prepare(self, kind):
+        """Builds all test programs and measures them; a failing test here makes all results worthless."""
+        build = self.builds[kind]
+        command = ["cmake", "-S", self.source, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
+                   "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DCMAKE_CXX_FLAGS=-w", "-DMODBUS_WERROR=OFF",
+                   "-DMODBUS_BUILD_HOST=OFF", f"-DMODBUS_SANITIZE={SANITIZERS[kind]}",
+                   "-DCMAKE_SHARED_LINKER_FLAGS=-Wl,-Bsymbolic-functions"]
+        subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
+        targets = [Path(program).name for program in PROGRAMS.values()]
+        self._ninja(build, targets)
+        for name in PROGRAMS:
+            before = resource.getrusage(resource.RUSAGE_CHILDREN)
+            if not self._passes(kind, name, 600):
+                raise SystemExit(f"mutate: {PROGRAMS[name]} fails without a mutant ({kind} build)")
+            after = resource.getrusage(resource.RUSAGE_CHILDREN)
+            self.seconds[kind, name] = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
+
+    def _ninja(self, build, targets):
+        done = subprocess.run(["ninja", "-C", build, "-j", self.jobs, *targets], capture_output=True, text=True,
+                              check=False)
+        if done.returncode != 0:
+            raise BuildFailed(done.stdout[-2000:])
+
+    def build_driver(self, kind):
+        self._ninja(self.builds[kind], ["driver_static", "modbus_rtu_master"])
+
+    def _passes(self, kind, name, seconds):
+        """Processor time limits a test, and so a busy machine does not; the clock only ends what sleeps for good."""
+
+        def limit():
+            resource.setrlimit(resource.RLIMIT_CPU, (seconds, seconds))
+            resource.setrlimit(resource.RLIMIT_CORE, (0, 0))
+            if not SANITIZERS[kind]:
+                resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
+
+        command = [self.builds[kind] / PROGRAMS[name], *ARGUMENTS.get(name, ["--gtest_fail_fast", "--gtest_brief=1"])]
+        environment = dict(os.environ, **SANITIZER_OPTIONS, LD_LIBRARY_PATH=str(self.builds[kind]))
+        try:
+            done = subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=environment,
+                                  preexec_fn=limit, timeout=20 * seconds, check=False)
+        except subprocess.TimeoutExpired:
+            return False
+        return done.returncode == 0
+
+    def killer(self, kind, folder):
+        """The first test program that fails, None when all pass."""
+        order = sorted(PROGRAMS, key=lambda name: name != folder)
+        for name in order:
+            if not self._passes(kind, name, int(3 * self.seconds[kind, name]) + 5):
+                return name
+        return None
+
+    def write(self, file, text):
+        path = self.source / file
+        path.write_text(text)
+        return path
