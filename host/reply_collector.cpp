@@ -13,13 +13,25 @@ const std::size_t ExceptionReplyBytes = 5;
 const unsigned char ExceptionFlag = 0x80;
 
 /**
- * The last byte of a reply is awaited instead of slept for: its own arrival ends
- * the wait, so that the lateness of earlier wake-ups does not add up.
+ * The end of a reply is awaited instead of slept for, at least its last byte: its
+ * own arrival ends the wait, so that late wake-ups do not add up. Brief replies,
+ * where lateness is a greater share, are met a little earlier.
  */
-const std::size_t AwaitedBytes = 1;
+const Duration AwaitedEnd = std::chrono::microseconds(250);
+const Duration BriefReply = std::chrono::milliseconds(5);
 
-/** Replies shorter than this are slept through whole: finding an exception earlier is not worth a wake-up. */
-const Duration ShortReply = std::chrono::milliseconds(3);
+/**
+ * Replies shorter than this are slept through whole. An exception in their place
+ * is noticed that much later, which is little beside a time-out, and every good
+ * reply is spared a wake-up.
+ */
+const Duration ShortReply = std::chrono::milliseconds(30);
+
+/** How much earlier the next reply is looked for after one was slept through. */
+const std::size_t EarlierBytes = 3;
+
+/** Longer delays are awaited: a slave that is suddenly quicker should not lose much of the line. */
+const Duration LongestLearntDelay = std::chrono::milliseconds(20);
 
 } // namespace
 
@@ -35,10 +47,46 @@ void ReplyCollector::collect(Transaction &transaction)
     m_skip = 0;
     m_echoPending = m_removeEcho;
     m_replyBegun = false;
+    m_reads = 0;
+    m_expectedBegin = TimePoint::max();
     m_lastByte = transaction.requestEnd;
     transaction.firstByte = transaction.requestEnd;
     transaction.echoRemoved = false;
+    sleepUntilReply();
     finish(take());
+    learnDelay();
+}
+
+bool ReplyCollector::longReply() const
+{
+    return m_timing.characters(static_cast<std::size_t>(m_transaction->expectedReply)) > ShortReply;
+}
+
+/** Sleeps through the begin of the reply as well, where the station's usual delay is known. */
+void ReplyCollector::sleepUntilReply()
+{
+    const auto known = m_delays.find(m_transaction->station);
+    if (known == m_delays.end() || known->second > LongestLearntDelay || m_removeEcho)
+        return;
+    m_expectedBegin = m_transaction->requestEnd + known->second;
+    m_line.sleepUntil(m_expectedBegin + timeToSleepThrough());
+}
+
+/**
+ * Follows shorter delays at once and longer ones slowly: to wake up early costs
+ * little. A reply that was whole at the first look says only that it was slept
+ * through too long.
+ */
+void ReplyCollector::learnDelay()
+{
+    if (m_transaction->end != ReplyEnd::Complete || m_timing.characters(1) == Duration(0))
+        return;
+    const Duration delay = std::max(Duration(0), m_begin - m_transaction->requestEnd);
+    Duration &known = m_delays.emplace(m_transaction->station, delay).first->second;
+    if (m_reads == 1)
+        known = std::max(Duration(0), std::min(delay, known) - m_timing.characters(EarlierBytes));
+    else
+        known = delay < known ? delay : known + (delay - known) / 8;
 }
 
 ReplyEnd ReplyCollector::take()
@@ -58,6 +106,9 @@ ReplyEnd ReplyCollector::take()
             return ReplyEnd::Interrupted;
         if (count == DeadlinePassed)
             return payload() > 0 ? ReplyEnd::Silence : ReplyEnd::TimedOut;
+        ++m_reads;
+        if (count == 1) // bytes come one by one: what was read tells exactly when the reply began
+            m_expectedBegin = TimePoint::max();
         m_size += static_cast<std::size_t>(count);
         m_lastByte = m_line.now();
         matchEcho();
@@ -120,20 +171,22 @@ TimePoint ReplyCollector::deadline() const
     return m_transaction->requestEnd + m_replyTimeout;
 }
 
-/** When the bytes that decide what comes next can be there at the earliest. */
-TimePoint ReplyCollector::wakeUpTime() const
+/** From the begin of the reply until the bytes that decide what comes next are near. */
+Duration ReplyCollector::timeToSleepThrough() const
 {
-    const std::size_t expected = static_cast<std::size_t>(m_transaction->expectedReply);
-    const bool mayBeException = payload() < ExceptionReplyBytes && m_timing.characters(expected) > ShortReply;
-    const std::size_t wanted = mayBeException ? ExceptionReplyBytes : expected - std::min(expected, AwaitedBytes);
-    return m_begin + m_timing.characters(wanted);
+    const Duration whole = m_timing.characters(static_cast<std::size_t>(m_transaction->expectedReply));
+    const Duration character = m_timing.characters(1);
+    if (longReply() && payload() < ExceptionReplyBytes)
+        return m_timing.characters(ExceptionReplyBytes);
+    return whole - (whole < BriefReply ? std::max(character, AwaitedEnd) : character);
 }
 
 void ReplyCollector::sleepThroughReply()
 {
     if (!m_replyBegun)
         return;
-    const TimePoint wakeUp = wakeUpTime();
+    // What was read may have waited in an adapter; what the station usually does tells more then.
+    const TimePoint wakeUp = std::min(m_begin, m_expectedBegin) + timeToSleepThrough();
     if (wakeUp > m_lastByte)
         m_line.sleepUntil(wakeUp);
 }

@@ -170,6 +170,7 @@ public:
     LineParameters used;
     std::string notice;
     int wakeUp;
+    bool emptied = false; ///< the last read took all there was: worth waiting before the next
 
 private:
     /** Two masters on one line garble each other's replies. */
@@ -265,6 +266,7 @@ TimePoint SerialLine::now()
 void SerialLine::sleepUntil(TimePoint when)
 {
     askForPunctuality();
+    m_port->emptied = false;
     // steady_clock is CLOCK_MONOTONIC, so its times serve as absolute deadlines.
     // Long sleeps go in slices: an interruption must not wait for a slow line.
     while (SteadyClock::now() < when) {
@@ -313,7 +315,10 @@ int SerialLine::read(unsigned char *out, std::size_t room, TimePoint deadline)
     if (!m_port->serial.is_open())
         return LineLost;
     for (;;) {
+        if (m_port->emptied && SteadyClock::now() < deadline && !m_port->await(POLLIN, deadline))
+            return m_port->interrupted() ? Interrupted : DeadlinePassed;
         const ssize_t count = ::read(m_port->descriptor(), out, room);
+        m_port->emptied = count < static_cast<ssize_t>(room);
         if (count > 0)
             return static_cast<int>(count);
         const bool empty = count < 0 && (errno == EAGAIN || errno == EINTR);
@@ -323,8 +328,6 @@ int SerialLine::read(unsigned char *out, std::size_t room, TimePoint deadline)
         }
         if (SteadyClock::now() >= deadline)
             return DeadlinePassed;
-        if (!m_port->await(POLLIN, deadline))
-            return m_port->interrupted() ? Interrupted : DeadlinePassed;
     }
 }
 

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
+
 namespace {
 
 using namespace test_host;
@@ -33,8 +35,10 @@ protected:
         transaction.sent = line.now();
         transaction.requestEnd = line.now() + timing.characters(sent.size());
         start = line.now();
-        rtu::ReplyCollector collector(line, timing, ReplyTimeout, removeEcho);
-        collector.collect(transaction);
+        line.wakeUps = 0;
+        if (!collector)
+            collector.reset(new rtu::ReplyCollector(line, timing, ReplyTimeout, removeEcho));
+        collector->collect(transaction);
         return transaction;
     }
 
@@ -44,6 +48,7 @@ protected:
     VirtualLine line;
     rtu::LineTiming timing;
     rtu::TimePoint start;
+    std::unique_ptr<rtu::ReplyCollector> collector;
 };
 
 TEST_F(ReplyCollector, EndsWithTheLastExpectedByte)
@@ -66,6 +71,83 @@ TEST_F(ReplyCollector, SleepsThroughALongReply)
     EXPECT_EQ(ReplyEnd::Complete, t.end);
     EXPECT_LE(line.wakeUps, 4);
     EXPECT_EQ(milliseconds(10) + 254 * character(), elapsed());
+}
+
+TEST_F(ReplyCollector, LearnsHowLongAStationTakes)
+{
+    const Bytes big = frame("01 03 00 00 00 7D");
+    for (int i = 0; i < 3; ++i) {
+        line.receivePaced(milliseconds(10), character(), readReply(big));
+        EXPECT_EQ(ReplyEnd::Complete, collect(big, 255).end);
+        EXPECT_EQ(milliseconds(10) + 254 * character(), elapsed());
+    }
+    EXPECT_LE(line.wakeUps, 3);
+}
+
+TEST_F(ReplyCollector, LearnsQuickerAndSlowerDelays)
+{
+    const Bytes big = frame("01 03 00 00 00 7D");
+    for (int delay : {10, 6, 6, 15, 9, 18, 6}) {
+        line.receivePaced(milliseconds(delay), character(), readReply(big));
+        EXPECT_EQ(ReplyEnd::Complete, collect(big, 255).end);
+        EXPECT_EQ(milliseconds(delay) + 254 * character(), elapsed()) << delay;
+    }
+}
+
+TEST_F(ReplyCollector, LearnsForShortRepliesToo)
+{
+    setBaud(115200);
+    for (int i = 0; i < 3; ++i) {
+        line.receivePaced(milliseconds(3), character(), readReply(request));
+        EXPECT_EQ(ReplyEnd::Complete, collect(request, 25).end);
+        EXPECT_EQ(milliseconds(3) + 24 * character(), elapsed());
+    }
+    EXPECT_LE(line.wakeUps, 4); // one, and the last bytes one by one
+}
+
+TEST_F(ReplyCollector, FindsAnExceptionOfAStationThatItKnows)
+{
+    const Bytes big = frame("01 03 00 00 00 7D");
+    line.receivePaced(milliseconds(10), character(), readReply(big));
+    collect(big, 255);
+    line.receivePaced(milliseconds(8), character(), frame("01 83 02"));
+    EXPECT_EQ(ReplyEnd::Exception, collect(big, 255).end);
+    EXPECT_LE(elapsed(), milliseconds(10) + 5 * character());
+}
+
+TEST_F(ReplyCollector, DoesNotSleepThroughLongDelays)
+{
+    const Bytes big = frame("01 03 00 00 00 7D");
+    line.receivePaced(milliseconds(500), character(), readReply(big));
+    collect(big, 255);
+    line.receivePaced(milliseconds(5), character(), readReply(big));
+    collect(big, 255);
+    EXPECT_EQ(milliseconds(5) + 254 * character(), elapsed());
+}
+
+TEST_F(ReplyCollector, ANewDelayCostsAFewWakeUpsOnly)
+{
+    setBaud(115200);
+    const Bytes big = frame("01 03 00 00 00 7D");
+    line.receivePaced(milliseconds(3), character(), readReply(big));
+    collect(big, 255);
+    line.receivePaced(milliseconds(9), character(), readReply(big));
+    EXPECT_EQ(ReplyEnd::Complete, collect(big, 255).end);
+    EXPECT_EQ(milliseconds(9) + 254 * character(), elapsed());
+    EXPECT_LE(line.wakeUps, 4);
+}
+
+TEST_F(ReplyCollector, AQuickerStationIsFollowed)
+{
+    setBaud(115200);
+    const Bytes big = frame("01 03 00 00 00 7D");
+    line.receivePaced(milliseconds(9), character(), readReply(big));
+    collect(big, 255);
+    for (int i = 0; i < 40; ++i) {
+        line.receivePaced(milliseconds(3), character(), readReply(big));
+        collect(big, 255);
+    }
+    EXPECT_EQ(milliseconds(3) + 254 * character(), elapsed());
 }
 
 TEST_F(ReplyCollector, MakesUpForALateWakeUp)
@@ -124,7 +206,7 @@ TEST_F(ReplyCollector, AnExceptionReplyCostsNoTimeOut)
     EXPECT_LE(elapsed(), milliseconds(10) + 5 * character());
 }
 
-TEST_F(ReplyCollector, AnExceptionReplyToAShortReadIsFoundWithinItsLength)
+TEST_F(ReplyCollector, AnExceptionIsFoundWithinTheLengthOfAShortReply)
 {
     setBaud(115200);
     line.receivePaced(milliseconds(10), character(), frame("01 83 02"));
