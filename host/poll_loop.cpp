@@ -11,6 +11,9 @@ namespace {
 
 const Duration IdlePause = std::chrono::milliseconds(200);
 
+/** So many time-outs that nothing followed make a station dead: one or two requests may be lost on a bad line. */
+const int DeadAfter = 3;
+
 bool isReadFunction(const FRAME_PRO &frame)
 {
     return frame.frame[1] >= 1 && frame.frame[1] <= 4;
@@ -32,6 +35,7 @@ StepResult PollLoop::step()
         return StepResult::Idle;
     if (!openPort())
         return StepResult::NoPort;
+    m_transaction.strayBytes = 0;
     awaitLateReply();
     waitForSilence();
     if (stopping())
@@ -72,7 +76,6 @@ bool PollLoop::openPort()
  */
 void PollLoop::waitForSilence()
 {
-    m_transaction.strayBytes = 0;
     const TimePoint patience = m_line.now() + m_settings.replyTimeout;
     Duration silence = m_settings.timing.silence();
     for (;;) {
@@ -84,18 +87,19 @@ void PollLoop::waitForSilence()
             return;
         m_transaction.strayBytes += stray;
         m_quietSince = m_line.now();
-        if (m_unanswered) // a late reply is coming in; it may come in lumps
+        if (m_unheard) // a late reply is coming in; it may come in lumps
             silence = std::max(silence, m_settings.timing.replyGap());
     }
 }
 
 /**
- * After a time-out the missing reply may still come. Sent the same frame again,
- * it does no harm: it is the answer to that frame, too. But once that frame is
- * done with, it would be taken for the answer to the next, and since a reply
- * carries no address, nobody could tell. So the line is listened to for a while
- * first. A station that lets this time pass without a sound is dead, not late,
- * and is not waited for again until it has answered.
+ * After a time-out the missing reply may still come. It would be taken for the
+ * answer to whatever is sent next, and since a reply carries no address, nobody
+ * could tell. Sent the same frame again it would be the right answer, but then
+ * the answer to that second sending would be the one too many. So the line is
+ * listened to for a while first. A station that lets this time pass without a
+ * sound several times running is dead, not late, and is not waited for again
+ * until it has answered.
  */
 void PollLoop::awaitLateReply()
 {
@@ -104,14 +108,30 @@ void PollLoop::awaitLateReply()
     m_expectLate = false;
     const TimePoint deadline = m_transaction.finished + m_settings.lateReplyGuard;
     unsigned char dropped[512];
-    if (m_line.read(dropped, sizeof(dropped), deadline) <= 0) {
-        m_muteStations.insert(m_transaction.station);
+    int count = m_line.read(dropped, sizeof(dropped), deadline);
+    if (count <= 0) {
+        ++m_listenedInVain[m_transaction.station];
         return;
     }
-    m_muteStations.erase(m_transaction.station);
-    while (m_line.read(dropped, sizeof(dropped), m_line.now() + m_settings.timing.replyGap()) > 0) {
+    m_listenedInVain.erase(m_transaction.station);
+    for (; count > 0; count = m_line.read(dropped, sizeof(dropped), m_line.now() + m_settings.timing.replyGap())) {
+        m_transaction.strayBytes += static_cast<std::size_t>(count);
+        m_quietSince = m_line.now();
     }
-    m_quietSince = m_line.now();
+}
+
+/** Whether to listen before the next frame for a reply that is still missing. */
+bool PollLoop::expectLateReply()
+{
+    const Transaction &t = m_transaction;
+    if (t.end == ReplyEnd::PortLost || t.end == ReplyEnd::NoneExpected || m_settings.lateReplyGuard <= Duration(0))
+        return false;
+    if (t.end != ReplyEnd::TimedOut) {
+        m_listenedInVain.erase(t.station);
+        return m_unheard && !m_resend; // this may have been the answer to an earlier attempt
+    }
+    const auto vain = m_listenedInVain.find(t.station);
+    return vain == m_listenedInVain.end() || vain->second < DeadAfter;
 }
 
 bool PollLoop::send()
@@ -129,7 +149,7 @@ bool PollLoop::send()
     t.request = QByteArray(reinterpret_cast<const char *>(m_frame.frame), m_frame.frameLen);
     t.expectedReply = m_frame.replyLen;
     if (!m_resend)
-        m_unanswered = false;
+        m_unheard = false;
     t.sent = m_line.now();
     if (!m_line.write(m_frame.frame, size)) {
         openPort();
@@ -163,12 +183,9 @@ void PollLoop::handOver()
     t.verdict = m_driver.dealRcvFrame(&reply, &t.information);
     t.warning = t.verdict == VerdictGood && t.expectedReply > 0 ? describeMismatch(t.request, t.reply) : std::string();
     m_resend = t.verdict == VerdictSendAgain;
-    if (t.end == ReplyEnd::TimedOut)
-        m_unanswered = true;
-    else if (t.end != ReplyEnd::PortLost && t.end != ReplyEnd::NoneExpected)
-        m_muteStations.erase(t.station);
-    m_expectLate = !m_resend && m_unanswered && m_settings.lateReplyGuard > Duration(0)
-                   && m_muteStations.count(t.station) == 0;
+    m_expectLate = expectLateReply();
+    if (t.end == ReplyEnd::TimedOut && !m_expectLate)
+        m_unheard = true;
 }
 
 void PollLoop::notify()

@@ -26,8 +26,8 @@
 #include <atomic>
 #include <condition_variable>
 #include <functional>
+#include <map>
 #include <mutex>
-#include <set>
 #include <vector>
 
 namespace rtu {
@@ -96,6 +96,7 @@ private:
     bool openPort();
     void waitForSilence();
     void awaitLateReply();
+    bool expectLateReply();
     bool send();
     void collectReply();
     void handOver();
@@ -116,9 +117,9 @@ private:
     Transaction m_transaction;
     TimePoint m_quietSince;       ///< the line has been silent from here on
     bool m_resend = false;        ///< the driver asked for the same frame again
-    bool m_unanswered = false;    ///< an attempt of the frame in flight got no answer at all
-    bool m_expectLate = false;    ///< such an attempt may still be answered
-    std::set<int> m_muteStations; ///< stations that were listened for in vain
+    bool m_unheard = false;       ///< an attempt of the frame in flight was neither answered nor listened for
+    bool m_expectLate = false;    ///< the last attempt may still be answered
+    std::map<int, int> m_listenedInVain; ///< by station, how often since it last made a sound
     bool m_portOpen = true;
     std::atomic<bool> m_stopping{false};
     std::mutex m_mutex;

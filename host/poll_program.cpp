@@ -218,7 +218,7 @@ int PollProgram::transferRecipe(const std::vector<Tag> &tags, bool write)
         writeRecipeFile(m_options.recipeFile, recipe);
     }
     if (done)
-        say("recipe of " + std::to_string(rows.size()) + " rows " + (write ? "written to the slaves" : "saved to ")
+        say("recipe of " + std::to_string(rows.size()) + (rows.size() == 1 ? " row " : " rows ") + (write ? "written to the slaves" : "saved to ")
             + (write ? std::string() : m_options.recipeFile));
     const int status = finish();
     return done ? status : 1;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <thread>
 
 namespace {
@@ -174,14 +175,15 @@ TEST_F(PollLoop, DropsWhatCameBetweenTheFrames)
     EXPECT_TRUE(seen[1].good());
 }
 
-TEST_F(PollLoop, ALateReplyIsTheAnswerToTheSameFrameSentAgain)
+TEST_F(PollLoop, ALateReplyIsDroppedBeforeTheSameFrameIsSentAgain)
 {
     start("4x8 4x300");
-    late(Timeout); // arrives while the second attempt is waited for
-    silent();
+    late(Timeout);
     loop->step();
     loop->step();
     EXPECT_EQ(ReplyEnd::TimedOut, seen[0].end);
+    EXPECT_EQ(2, seen[1].attempt);
+    EXPECT_EQ(7u, seen[1].strayBytes);
     EXPECT_TRUE(seen[1].good());
     EXPECT_EQ(7u, value(0));
 }
@@ -224,17 +226,80 @@ TEST_F(PollLoop, ALateReplyAfterGivingUpIsNotTakenForTheNext)
     EXPECT_EQ(299u, value(1));
 }
 
-TEST_F(PollLoop, ADeadStationIsWaitedForOnceOnly)
+/** One request in fifty is lost and one in fifty answered late, by less than the loop listens. */
+class LateAndLost : public PollLoop, public testing::WithParamInterface<int>
+{
+};
+
+TEST_P(LateAndLost, NoReplyIsEverTakenForAnother)
+{
+    start("4x8 4x300 4x500 4x7@2", GetParam());
+    std::mt19937 random(20);
+    rtu::TimePoint slaveFree = line.now();
+    line.slave = [&](VirtualLine &, const Bytes &request) {
+        const auto fate = random() % 50;
+        if (fate == 0)
+            return;
+        const rtu::Duration lateness = fate == 1 ? Timeout * static_cast<int>(random() % 180) / 100 : rtu::Duration(0);
+        const rtu::TimePoint begin = std::max(slaveFree, line.now() + settings.timing.characters(8) + milliseconds(4))
+                                     + lateness;
+        const Bytes reply = goodReply(request);
+        line.receivePaced(begin - line.now(), settings.timing.characters(1), reply);
+        slaveFree = begin + settings.timing.characters(reply.size());
+    };
+    int good = 0;
+    for (int i = 0; i < 20000; ++i) {
+        loop->step();
+        const rtu::Transaction &t = seen.back();
+        if (!t.good())
+            continue;
+        ++good;
+        const Bytes wanted = goodReply(Bytes(t.request.begin(), t.request.end()));
+        ASSERT_EQ(wanted, Bytes(t.reply.begin(), t.reply.end())) << "step " << i;
+    }
+    EXPECT_GT(good, 15000);
+}
+
+INSTANTIATE_TEST_SUITE_P(Attempts, LateAndLost, testing::Values(1, 2, 3, 5));
+
+TEST_F(PollLoop, ADeadStationIsWaitedForThreeTimesOnly)
+{
+    start("4x1 4x300", 1);
+    for (int i = 0; i < 5; ++i)
+        silent();
+    for (int i = 0; i < 5; ++i)
+        loop->step();
+    for (std::size_t i = 1; i <= 3; ++i)
+        EXPECT_GE(line.sent[i].when - line.sent[i - 1].when, 2 * Timeout) << i;
+    EXPECT_LT(line.sent[4].when - line.sent[3].when, Timeout + milliseconds(20));
+}
+
+TEST_F(PollLoop, AStationThatIsBackIsWaitedForAgain)
 {
     start("4x1 4x300", 1);
     for (int i = 0; i < 4; ++i)
         silent();
-    for (int i = 0; i < 4; ++i)
+    script.push_back([this](const Bytes &request, rtu::Duration delay) { line.receive(delay, goodReply(request)); });
+    silent();
+    for (int i = 0; i < 7; ++i)
         loop->step();
-    // Guard after the first give-up, none after the following ones.
-    EXPECT_GE(line.sent[1].when - line.sent[0].when, 2 * Timeout);
-    EXPECT_LT(line.sent[2].when - line.sent[1].when, Timeout + milliseconds(20));
-    EXPECT_LT(line.sent[3].when - line.sent[2].when, Timeout + milliseconds(20));
+    EXPECT_TRUE(seen[4].good());
+    EXPECT_GE(line.sent[6].when - line.sent[5].when, 2 * Timeout);
+}
+
+TEST_F(PollLoop, TheAnswerOfAStationThatIsBackMayBeToAnEarlierAttempt)
+{
+    start("4x8 4x300", 5);
+    for (int i = 0; i < 3; ++i)
+        silent();              // dead from here on
+    late(Timeout);             // comes while the fifth attempt is waited for,
+    late(Timeout / 2);         // whose own answer comes when the next request is due
+    for (int i = 0; i < 6; ++i)
+        loop->step();
+    EXPECT_TRUE(seen[4].good());
+    EXPECT_TRUE(seen[5].good());
+    EXPECT_EQ(7u, value(0));
+    EXPECT_EQ(299u, value(1));
 }
 
 TEST_F(PollLoop, ALateReplyThatIsComingInIsWaitedForBeforeTheNextAttempt)
