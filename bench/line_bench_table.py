@@ -1,12 +1,14 @@
 #!/usr/bin/env python3
 """Runs line_bench and line_bench_libmodbus on the paced simulator and prints a table.
 
-usage: bench/line_bench_table.py BUILD_FOLDER [--seconds T] [--repeat N]
+usage: bench/line_bench_table.py BUILD_FOLDER [--seconds T] [--repeat N] [--lump MS]
 
 The share compares the time taken with what request characters, reply characters
 and two silences take at least: the master's before the request and the slave's
 before the reply. The best of N runs is shown, with the range in brackets,
-because other programs on the machine only ever make a run slower.
+because other programs on the machine only ever make a run slower. --lump is how
+often the slaves hand over what they have sent; 0.05 is less than a character, so
+that every byte comes on its own.
 """
 import argparse
 import json
@@ -46,12 +48,12 @@ def be_punctual():
 class Plant:
     """The simulated slaves on a pseudo-terminal, in a process of their own."""
 
-    def __init__(self, build, folder, baud):
+    def __init__(self, build, folder, baud, lump):
         self.port = os.path.join(folder, "port%d" % baud)
         registers = "\n".join("4x %d..%d = %d" % (i + 1, i + 1, i) for i in range(1000))
-        sim = write(os.path.join(folder, "plant.sim"), "baud %d\nstation 1\n%s\n" % (baud, registers))
+        sim = write(os.path.join(folder, "plant.sim"), "baud %d\nlump %g\nstation 1\n%s\n" % (baud, lump, registers))
         self.process = subprocess.Popen([os.path.join(build, "bin/rtuhost"), "--serve", sim, "pty:" + self.port],
-                                        stdout=subprocess.PIPE, text=True, preexec_fn=be_punctual)
+                                        stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, text=True, preexec_fn=be_punctual)
         self.process.stdout.readline()  # it is serving now
 
     def end(self):
@@ -70,6 +72,7 @@ def main():
     parser.add_argument("build")
     parser.add_argument("--seconds", type=float, default=5)
     parser.add_argument("--repeat", type=int, default=3)
+    parser.add_argument("--lump", type=float, default=1)
     arguments = parser.parse_args()
     missed = False
     print("| Baud | Registers | Program | Share of the line | Wanted | CPU a transaction | Transactions | Checksum |")
@@ -78,7 +81,7 @@ def main():
         for baud, registers, wanted in CASES:
             plan = write(os.path.join(folder, "plan"), "".join("1 4x %d %d\n" % (i * registers, registers)
                                                                for i in range(8)))
-            plant = Plant(arguments.build, folder, baud)
+            plant = Plant(arguments.build, folder, baud, arguments.lump)
             for program in ("line_bench", "line_bench_libmodbus"):
                 runs = [measure(arguments.build, program, plant.port, baud, plan, arguments.seconds)
                         for _ in range(arguments.repeat)]
