@@ -10,7 +10,7 @@
 namespace {
 
 const int registerBits = 16;
-const int firstPastPlain = 65537;                  // one-based
+const int firstPastPlain = 65537;                    // one-based
 const int firstPastBit = (65536 + 1) * registerBits; // R x 16 + B
 
 const int longestPlainText = 5; // "65536"
@@ -100,8 +100,7 @@ int a2i_ddd_DD(QString text, int &value)
     return 1;
 }
 
-int checkAddressForKind(const QString &regType, const QString &addressText, int &outAddress, int count,
-                        int objectKind)
+int checkAddressForKind(const QString &regType, const QString &addressText, int &outAddress, int count, int objectKind)
 {
     const RegisterType *type = findRegisterType(regType);
     if (type && isBitType(*type) != (objectKind == 0))

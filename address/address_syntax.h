@@ -42,8 +42,7 @@ int a2i_ddd_DD(QString text, int &value);
  * @param outAddress zero-based address on AddressValid; meaningless otherwise
  * @return an AddressCheck value
  */
-int checkAddressForKind(const QString &regType, const QString &addressText, int &outAddress, int count,
-                        int objectKind);
+int checkAddressForKind(const QString &regType, const QString &addressText, int &outAddress, int count, int objectKind);
 
 /**
  * Checks an address for an object with a data format (-1: a bit object without

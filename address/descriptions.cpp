@@ -14,10 +14,10 @@ struct Description
 
 /** By RegisterUnit. The width is "0" for a bit, "1" for a register, "2" for a 32-bit value. */
 const Description descriptions[] = {
-    {"ddddd", "1", "65536", "0"},                        // CoilUnit
-    {"ddddd", "1", "65536", "1"},                        // WordUnit
-    {"ddddd.DD (DD:0~15)", "1.0", "65536.15", "0"},      // RegisterBitUnit
-    {"ddddd", "1", "65535", "2"},                        // DoubleUnit
+    {"ddddd", "1", "65536", "0"},                   // CoilUnit
+    {"ddddd", "1", "65536", "1"},                   // WordUnit
+    {"ddddd.DD (DD:0~15)", "1.0", "65536.15", "0"}, // RegisterBitUnit
+    {"ddddd", "1", "65535", "2"},                   // DoubleUnit
 };
 
 } // namespace

@@ -15,7 +15,7 @@ QString addressText(const RegisterType &type, int address)
     if (type.unit != RegisterBitUnit)
         return QString::number(static_cast<unsigned int>(wrapAdd(address, 1)));
     return QString::number(static_cast<unsigned int>(address / 16 + 1)) + QLatin1Char('.')
-        + QString::number(static_cast<unsigned int>(address % 16));
+           + QString::number(static_cast<unsigned int>(address % 16));
 }
 
 } // namespace

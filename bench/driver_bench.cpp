@@ -37,8 +37,8 @@ void runScenario(benchmark::State &state, const std::string &name)
     // CPU time as a share of the time that the transaction takes on the line;
     // below 0.001 is below 0.1 %.
     const double lineTime = static_cast<double>(state.iterations()) * lineSeconds(scenario->lineBytes());
-    state.counters["cpu_per_line_time"]
-        = benchmark::Counter(lineTime, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
+    state.counters["cpu_per_line_time"] =
+        benchmark::Counter(lineTime, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
 
 /** One register at a random address, as a screen asks for it. */

@@ -20,7 +20,7 @@ struct Block
     int station;
     std::string type; ///< one of the driver's register types
     int start;
-    int count;        ///< bits or registers, as the driver counts
+    int count; ///< bits or registers, as the driver counts
 };
 
 struct Arguments

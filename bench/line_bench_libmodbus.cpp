@@ -84,7 +84,8 @@ private:
     {
         const auto target = (m_quietSince + m_timing.silence()).time_since_epoch();
         const std::int64_t nanoseconds = std::chrono::nanoseconds(target).count();
-        const timespec when = {static_cast<time_t>(nanoseconds / 1000000000), static_cast<long>(nanoseconds % 1000000000)};
+        const timespec when = {static_cast<time_t>(nanoseconds / 1000000000),
+                               static_cast<long>(nanoseconds % 1000000000)};
         if (m_timing.silence() > rtu::Duration(0))
             ::clock_nanosleep(CLOCK_MONOTONIC, TIMER_ABSTIME, &when, nullptr);
     }

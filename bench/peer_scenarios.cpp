@@ -63,10 +63,7 @@ private:
 class LibmodbusRegisters : public LibmodbusPoll
 {
 public:
-    LibmodbusRegisters()
-        : LibmodbusPoll(125, registerReply(1, 3, 125, 0x1234))
-    {
-    }
+    LibmodbusRegisters() : LibmodbusPoll(125, registerReply(1, 3, 125, 0x1234)) {}
 
 private:
     int read() override { return modbus_read_registers(context(), 0, 125, values_); }
@@ -77,10 +74,7 @@ private:
 class LibmodbusCoils : public LibmodbusPoll
 {
 public:
-    LibmodbusCoils()
-        : LibmodbusPoll(2000, coilReply(1, 1, 2000, 0x5A))
-    {
-    }
+    LibmodbusCoils() : LibmodbusPoll(2000, coilReply(1, 1, 2000, 0x5A)) {}
 
 private:
     int read() override { return modbus_read_bits(context(), 0, 2000, values_); }
@@ -92,8 +86,7 @@ private:
 class SocketPairAlone : public Scenario
 {
 public:
-    SocketPairAlone()
-        : reply_(registerReply(1, 3, 125, 0x1234))
+    SocketPairAlone() : reply_(registerReply(1, 3, 125, 0x1234))
     {
         ready_ = socketpair(AF_UNIX, SOCK_STREAM, 0, ends_) == 0;
     }
@@ -107,9 +100,9 @@ public:
     bool step() override
     {
         unsigned char request[8] = {};
-        return ready_ && send(1, reply_.constData(), sizeOf(reply_)) && send(0, request, sizeof request)
-            && receive(2) && receive(1) && receive(sizeOf(reply_) - 3)
-            && recv(ends_[1], request, sizeof request, MSG_WAITALL) == 8;
+        return ready_ && send(1, reply_.constData(), sizeOf(reply_)) && send(0, request, sizeof request) && receive(2)
+               && receive(1) && receive(sizeOf(reply_) - 3)
+               && recv(ends_[1], request, sizeof request, MSG_WAITALL) == 8;
     }
 
     int elements() const override { return 125; }
@@ -129,7 +122,7 @@ private:
         FD_SET(ends_[0], &readable);
         timeval patience = {1, 0};
         return select(ends_[0] + 1, &readable, nullptr, nullptr, &patience) == 1
-            && ::read(ends_[0], buffer_, static_cast<std::size_t>(count)) == count;
+               && ::read(ends_[0], buffer_, static_cast<std::size_t>(count)) == count;
     }
 
     QByteArray reply_;

@@ -51,8 +51,7 @@ private:
 class Planning : public Scenario
 {
 public:
-    explicit Planning(int keys)
-        : keys_(scatteredKeys(keys))
+    explicit Planning(int keys) : keys_(scatteredKeys(keys))
     {
         initialiseDriver(100);
         intf_addrMerge(&keys_); // creates the areas
@@ -72,9 +71,7 @@ private:
 class LookUp : public Scenario
 {
 public:
-    explicit LookUp(int areas)
-        : areas_(areas)
-        , type_(QLatin1String("3x"))
+    explicit LookUp(int areas) : areas_(areas), type_(QLatin1String("3x"))
     {
         initialiseDriver(100);
         cacheAreas(areas);

@@ -11,10 +11,7 @@ namespace {
 class ReplyDecoder : public QModbusClient
 {
 public:
-    bool decode(const QModbusResponse &response, QModbusDataUnit *values)
-    {
-        return processResponse(response, values);
-    }
+    bool decode(const QModbusResponse &response, QModbusDataUnit *values) { return processResponse(response, values); }
 
 protected:
     bool open() override { return false; }

@@ -48,14 +48,7 @@ int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType,
     return -1;
 }
 
-DataAreaIndex::DataAreaIndex()
-    : indexed(0)
-    , firstArea(0)
-    , lastArea(0)
-    , firstHash(0)
-    , lastHash(0)
-{
-}
+DataAreaIndex::DataAreaIndex() : indexed(0), firstArea(0), lastArea(0), firstHash(0), lastHash(0) {}
 
 int DataAreaIndex::find(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
 {

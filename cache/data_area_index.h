@@ -20,7 +20,7 @@
 inline bool hasKeys(const _DATA_ &area, int station, const QString &regType, int areaIndex)
 {
     return area.station == station && area.areaIndex == areaIndex
-        && (sharesText(area.regType, regType) || area.regType == regType);
+           && (sharesText(area.regType, regType) || area.regType == regType);
 }
 
 /** Position of the first area with these keys, by walking the list; -1 when there is none. */
@@ -63,7 +63,7 @@ private:
     int indexed;              ///< how many areas of the list are in the slots
     const _DATA_ *firstArea;  ///< the ends of the list as last seen
     const _DATA_ *lastArea;
-    unsigned int firstHash;   ///< the keys at the ends, hashed
+    unsigned int firstHash; ///< the keys at the ends, hashed
     unsigned int lastHash;
 };
 

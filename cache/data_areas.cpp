@@ -218,7 +218,8 @@ int AreaWalker::passUnchanged(int areaIndex, std::size_t firstElement, int count
     while (passed < count) {
         const int left = count - passed;
         const int limit = left < known - position ? left : known - position;
-        const int along = run.pass(first + position, areaIndex + passed, firstElement + static_cast<std::size_t>(passed), limit);
+        const int along =
+            run.pass(first + position, areaIndex + passed, firstElement + static_cast<std::size_t>(passed), limit);
         passed += along;
         position += along;
         if (passed == count || isAt(position, areaIndex + passed))

@@ -53,11 +53,7 @@ struct MonitorRoles
     int words;
     int bits;
 
-    explicit MonitorRoles(const _DATA_ &area)
-        : words(area.wordMonitor)
-        , bits(area.bitMonitor)
-    {
-    }
+    explicit MonitorRoles(const _DATA_ &area) : words(area.wordMonitor), bits(area.bitMonitor) {}
 };
 
 /**
@@ -122,14 +118,13 @@ private:
     bool isAt(int candidate, int areaIndex) const
     {
         return static_cast<unsigned int>(candidate) < static_cast<unsigned int>(sizeOf(areas))
-            && hasKeys(areas.at(candidate), station, areaType, areaIndex);
+               && hasKeys(areas.at(candidate), station, areaType, areaIndex);
     }
 
     _DATA_ &locate(int areaIndex);
 
     template <typename SameValue>
     int passUnchanged(int areaIndex, std::size_t firstElement, int count, SameValue sameValue);
-
 
     Modbus_rtu_master &owner;
     QList<_DATA_> &areas;

@@ -53,8 +53,8 @@ struct BitPlace
 
 } // namespace
 
-void Modbus_rtu_master::setData(int station, const QString &regType, int address, int count,
-                                const unsigned char *data, int tag)
+void Modbus_rtu_master::setData(int station, const QString &regType, int address, int count, const unsigned char *data,
+                                int tag)
 {
     if (!localWriteOnly)
         queueWrite(station, regType, address, count, data, tag);

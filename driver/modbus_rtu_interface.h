@@ -113,8 +113,8 @@ MODBUS_RTU_EXPORT int intf_checkAddrValidity(QString *regType, QString *addressT
  *         other than 1, 3, 5, 6, 9; also 6 write access to a read-only type, 14
  *         a 32-bit type with format 9 and count 1, 16 address text too long
  */
-MODBUS_RTU_EXPORT int intf_checkAddr(QString *regType, QString *addressText, int *outAddress, int dataFormat,
-                                     int count, int accessMode);
+MODBUS_RTU_EXPORT int intf_checkAddr(QString *regType, QString *addressText, int *outAddress, int dataFormat, int count,
+                                     int accessMode);
 
 /**
  * Appends the register types for a bit object (0) or a word object (1).

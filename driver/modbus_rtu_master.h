@@ -164,39 +164,39 @@ public:
     // --- state ---------------------------------------------------------------
 
     ValueChangeCallBack valueChangeCallBack;
-    int linkId;                      ///< property field 0; first argument of every callback
-    int localWriteOnly;              ///< property field 1; nonzero: writes change the cache only
-    int spareProperty;               ///< property field 2; never read
-    int retryLimit;                  ///< property field 3; attempts before a request is given up
-    int maxReadWords;                ///< property field 4; largest merged block
-    unsigned char *hostArea;         ///< host block with the two request bytes; borrowed
-    int hostArg;                     ///< stored, never read
-    unsigned char *hostWordBuffer;   ///< 16-bit words of recipe values, low byte first; any alignment; borrowed
-    QMutex *hostMutex;               ///< the host's mutex over the request bytes; borrowed
-    QList<VARIABLE> cyclicReadList;  ///< cyclic plan, served round robin
-    QList<VARIABLE> writeList;       ///< pending writes, the first in flight; at most 513
+    int linkId;                        ///< property field 0; first argument of every callback
+    int localWriteOnly;                ///< property field 1; nonzero: writes change the cache only
+    int spareProperty;                 ///< property field 2; never read
+    int retryLimit;                    ///< property field 3; attempts before a request is given up
+    int maxReadWords;                  ///< property field 4; largest merged block
+    unsigned char *hostArea;           ///< host block with the two request bytes; borrowed
+    int hostArg;                       ///< stored, never read
+    unsigned char *hostWordBuffer;     ///< 16-bit words of recipe values, low byte first; any alignment; borrowed
+    QMutex *hostMutex;                 ///< the host's mutex over the request bytes; borrowed
+    QList<VARIABLE> cyclicReadList;    ///< cyclic plan, served round robin
+    QList<VARIABLE> writeList;         ///< pending writes, the first in flight; at most 513
     QList<VARIABLE> conditionReadList; ///< pending one-off reads; at most 513
-    QList<_DATA_> dataAreas;         ///< the cache
-    QVector<_RCP_VAR_PRO> rcpAddrs;  ///< registered recipe rows, sorted
-    QVector<_RCP_VAR_PRO> rcpBlocks; ///< merged recipe blocks; userData and extra mean nothing here
-    QList<int> rcpBlockStarts;       ///< for each block, the position in rcpAddrs of its first row
-    VARIABLE conditionVar;           ///< the condition read whose end is reported
-    QList<QString> regTypeNames;     ///< order of the register types for sorting
-    VARIABLE currentVar;             ///< request unit of the transaction in flight
-    int sendState;                   ///< a SendState value
-    int burstCount;                  ///< writes and condition reads since the last cyclic read
-    int spareCounter;                ///< never read
-    int failCount;                   ///< consecutive failed attempts of the frame in flight
-    int maxBlockBits;                ///< maxReadWords x 8
-    int maxBlockWords;               ///< maxReadWords; also the chunk size of host writes
-    int lastFailed;                  ///< 1 after a request was given up, 0 after a good reply
-    int spareFlagA;                  ///< never read
-    int spareFlagB;                  ///< never read
-    QList<FRAME_PRO> frameList;      ///< frames of the transaction in flight, [0] on the line
-    int rcpIndex;                    ///< block of the block transfer in progress
-    QMutex listMutex;                ///< non-recursive; guards writeList
-    int doubleSwapMode;              ///< 1: low word first for every station
-    QList<int> doubleSwapStations;   ///< stations with the low word first in other modes
+    QList<_DATA_> dataAreas;           ///< the cache
+    QVector<_RCP_VAR_PRO> rcpAddrs;    ///< registered recipe rows, sorted
+    QVector<_RCP_VAR_PRO> rcpBlocks;   ///< merged recipe blocks; userData and extra mean nothing here
+    QList<int> rcpBlockStarts;         ///< for each block, the position in rcpAddrs of its first row
+    VARIABLE conditionVar;             ///< the condition read whose end is reported
+    QList<QString> regTypeNames;       ///< order of the register types for sorting
+    VARIABLE currentVar;               ///< request unit of the transaction in flight
+    int sendState;                     ///< a SendState value
+    int burstCount;                    ///< writes and condition reads since the last cyclic read
+    int spareCounter;                  ///< never read
+    int failCount;                     ///< consecutive failed attempts of the frame in flight
+    int maxBlockBits;                  ///< maxReadWords x 8
+    int maxBlockWords;                 ///< maxReadWords; also the chunk size of host writes
+    int lastFailed;                    ///< 1 after a request was given up, 0 after a good reply
+    int spareFlagA;                    ///< never read
+    int spareFlagB;                    ///< never read
+    QList<FRAME_PRO> frameList;        ///< frames of the transaction in flight, [0] on the line
+    int rcpIndex;                      ///< block of the block transfer in progress
+    QMutex listMutex;                  ///< non-recursive; guards writeList
+    int doubleSwapMode;                ///< 1: low word first for every station
+    QList<int> doubleSwapStations;     ///< stations with the low word first in other modes
 
 private:
     Modbus_rtu_master(const Modbus_rtu_master &);
@@ -259,11 +259,7 @@ private:
         int first;
         int last;
 
-        RecipeRows()
-            : first(0)
-            , last(0)
-        {
-        }
+        RecipeRows() : first(0), last(0) {}
     };
 
     RecipeRows recipeRowsInTransfer() const;
@@ -275,7 +271,7 @@ private:
     int lastReplyStart;           ///< where in dataAreas the areas of the last reply began,
     int lastReplyEnd;             ///< and where they ended: guesses, never relied on
     QList<FRAME_PRO> spareFrames; ///< at most one frame that stands by for the next transaction
-    DataAreaIndex areaPositions; ///< where the areas of dataAreas are
+    DataAreaIndex areaPositions;  ///< where the areas of dataAreas are
 };
 
 /** The one object behind the exported entry points. */

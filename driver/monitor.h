@@ -23,10 +23,7 @@
 class LightLock
 {
 public:
-    LightLock()
-        : state(Free)
-    {
-    }
+    LightLock() : state(Free) {}
 
     void lock()
     {
@@ -59,10 +56,7 @@ private:
 class Monitor
 {
 public:
-    Monitor()
-        : owner(std::thread::id())
-    {
-    }
+    Monitor() : owner(std::thread::id()) {}
 
     void enter()
     {
@@ -107,8 +101,7 @@ private:
 class MonitorRelease
 {
 public:
-    MonitorRelease()
-        : released(monitor.heldHere())
+    MonitorRelease() : released(monitor.heldHere())
     {
         if (released)
             monitor.leave();

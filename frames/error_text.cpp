@@ -27,7 +27,7 @@ QString addressText(const QString &regType, int startAddr)
     if (!regType.endsWith(QLatin1String("_bit")))
         return regType + QString::number(wrapAdd(startAddr, 1));
     return regType + QString::number(startAddr / RegisterBits + 1) + QLatin1Char('.')
-        + QString::number(startAddr % RegisterBits);
+           + QString::number(startAddr % RegisterBits);
 }
 
 } // namespace
@@ -37,5 +37,5 @@ QString Modbus_rtu_master::getErrorInfo(const QByteArray &received, const QStrin
 {
     const QString pattern = QString::fromLatin1(sendState == WriteSent ? "W,%1#%2(%3)" : "R,%1#%2(%3)");
     return pattern.arg(QString::number(station), addressText(regType, startAddr), QString::number(count))
-        + exceptionSuffix(received);
+           + exceptionSuffix(received);
 }

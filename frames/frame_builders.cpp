@@ -27,9 +27,9 @@ enum {
     RegisterBits = 16,
     ByteBits = 8,
     CrcBytes = 2,
-    RequestBytes = 8,        // read requests, single writes and the echoes of writes
-    WriteHeaderBytes = 7,    // station to byte count of a multiple write
-    ReadReplyOverhead = 5,   // station, function, byte count, CRC
+    RequestBytes = 8,      // read requests, single writes and the echoes of writes
+    WriteHeaderBytes = 7,  // station to byte count of a multiple write
+    ReadReplyOverhead = 5, // station, function, byte count, CRC
     ReadReplyHeader = 3,
     LargestPayload = ModbusRtuRecordBytes - WriteHeaderBytes - CrcBytes
 };
@@ -231,8 +231,7 @@ int Modbus_rtu_master::check_rcv_data(const unsigned char *reply, int length) co
         // Two bytes leave nothing to check: an idle line's 0xFF 0xFF is accepted.
         if (crcBytes[0] != 0xFF || crcBytes[1] != 0xFF)
             return BadReply;
-    } else if (modbusCrc16(reply, length - CrcBytes)
-               != static_cast<unsigned int>(crcBytes[0] | crcBytes[1] << 8)) {
+    } else if (modbusCrc16(reply, length - CrcBytes) != static_cast<unsigned int>(crcBytes[0] | crcBytes[1] << 8)) {
         return BadReply;
     }
     return head.dataLen != 0 ? GoodReadReply : GoodReplyWithoutData;

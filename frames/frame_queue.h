@@ -15,11 +15,7 @@ class FrameQueue
 {
 public:
     /** @param spare keeps at most one frame while @p frames is empty */
-    FrameQueue(QList<FRAME_PRO> &frames, QList<FRAME_PRO> &spare)
-        : frames_(frames)
-        , spare_(spare)
-    {
-    }
+    FrameQueue(QList<FRAME_PRO> &frames, QList<FRAME_PRO> &spare) : frames_(frames), spare_(spare) {}
 
     /** A frame at the end of the queue, every byte and count of it zero; its unit is left to be filled. */
     FRAME_PRO &add();

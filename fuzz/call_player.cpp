@@ -35,8 +35,8 @@ int addressOf(const CallRecord &record)
 
 int countOf(const CallRecord &record, int largest)
 {
-    static const int edges[] = {0,   1,   7,   8,   9,   15,  16,   17,   125,     126,     127,        128,
-                                256, 507, 508, 511, 512, 513, 1015, 1016, INT_MIN, -1, -24, -1000};
+    static const int edges[] = {0,   1,   7,   8,   9,   15,  16,   17,   125,     126, 127, 128,
+                                256, 507, 508, 511, 512, 513, 1015, 1016, INT_MIN, -1,  -24, -1000};
     int count = static_cast<int>(record.count);
     switch (record.scale >> 2 & 3) {
     case 0:
@@ -56,9 +56,7 @@ int countOf(const CallRecord &record, int largest)
 
 } // namespace
 
-CallPlayer::CallPlayer(const std::uint8_t *bytes, std::size_t size)
-    : script(bytes, size)
-    , depth(0)
+CallPlayer::CallPlayer(const std::uint8_t *bytes, std::size_t size) : script(bytes, size), depth(0)
 {
     host.onReport = [this](const Report &report) { onReport(report); };
 }

@@ -6,10 +6,7 @@ namespace fuzz {
 
 static_assert(sizeof(CallRecord) == RecordBytes, "a record is as long as its members");
 
-CallScript::CallScript(const std::uint8_t *bytes, std::size_t size)
-    : data(bytes)
-    , records(size / RecordBytes)
-    , next(0)
+CallScript::CallScript(const std::uint8_t *bytes, std::size_t size) : data(bytes), records(size / RecordBytes), next(0)
 {
 }
 

@@ -33,13 +33,13 @@ enum CallKind {
 /** One call; the members are raw, and CallPlayer makes arguments of them. */
 struct CallRecord
 {
-    std::uint8_t kind;     ///< CallKind; from 128 on it is played inside the next callback
+    std::uint8_t kind; ///< CallKind; from 128 on it is played inside the next callback
     std::uint8_t station;
     std::uint8_t type;
-    std::uint8_t scale;    ///< how large address (bits 0-1) and count (bits 2-3) are
+    std::uint8_t scale; ///< how large address (bits 0-1) and count (bits 2-3) are
     std::uint32_t address;
     std::uint32_t count;
-    std::uint32_t extra;   ///< seed of payloads, kind of reply and the like
+    std::uint32_t extra; ///< seed of payloads, kind of reply and the like
 };
 
 enum { RecordBytes = 16 };

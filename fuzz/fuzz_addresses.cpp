@@ -15,9 +15,8 @@ namespace {
 using fuzz::fail;
 using fuzz::require;
 
-const int edges[] = {0,  1,     2,          -1,         3,          5,         6,       9,
-                     16, 65535, 65536,      65537,      1048575,    1048576,   1048592, 0x7FFFFFFF,
-                     32, -16,   -2147483647 - 1};
+const int edges[] = {
+    0, 1, 2, -1, 3, 5, 6, 9, 16, 65535, 65536, 65537, 1048575, 1048576, 1048592, 0x7FFFFFFF, 32, -16, -2147483647 - 1};
 
 int numberFrom(FuzzedDataProvider &input)
 {

@@ -26,8 +26,7 @@ void failOnMessage(QtMsgType, const QMessageLogContext &, const QString &text)
 class SilenceKeeper
 {
 public:
-    SilenceKeeper()
-        : output(memfd_create("stdout", 0))
+    SilenceKeeper() : output(memfd_create("stdout", 0))
     {
         qInstallMessageHandler(failOnMessage);
         if (output < 0 || dup2(output, STDOUT_FILENO) < 0)
@@ -109,10 +108,7 @@ std::vector<unsigned char> Noise::bytes(int count)
 
 Host *Host::current = nullptr;
 
-Host::Host()
-    : lastFrame(FRAME_PRO())
-    , area(AreaBytes, 0)
-    , words(2 * (RecipeWords + LargestBlock), 0)
+Host::Host() : lastFrame(FRAME_PRO()), area(AreaBytes, 0), words(2 * (RecipeWords + LargestBlock), 0)
 {
     silence();
     // As unloading and loading the library would do.

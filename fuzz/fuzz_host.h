@@ -34,10 +34,7 @@ QString typeText(unsigned int number);
 class Noise
 {
 public:
-    explicit Noise(std::uint32_t seed)
-        : state(seed | 1u)
-    {
-    }
+    explicit Noise(std::uint32_t seed) : state(seed | 1u) {}
 
     unsigned char byte();
     std::vector<unsigned char> bytes(int count);

@@ -94,14 +94,14 @@ void requireSeen(Host &host, const QByteArray &reply)
         return;
     const unsigned char *data = reinterpret_cast<const unsigned char *>(reply.constData()) + 3;
     if (isPlainRead(frame, "3x")) {
-        const std::vector<unsigned char> seen = host.getData(frame.var.station, frame.var.regType, frame.var.startAddr,
-                                                             count);
+        const std::vector<unsigned char> seen =
+            host.getData(frame.var.station, frame.var.regType, frame.var.startAddr, count);
         for (int i = 0; i < 2 * count; ++i)
             require(seen[static_cast<size_t>(i)] == data[i ^ 1], "registers of a good reply");
     }
     if (isPlainRead(frame, "1x")) {
-        const std::vector<unsigned char> seen = host.getData(frame.var.station, frame.var.regType, frame.var.startAddr,
-                                                             count);
+        const std::vector<unsigned char> seen =
+            host.getData(frame.var.station, frame.var.regType, frame.var.startAddr, count);
         for (int i = 0; i < count; ++i)
             require(seen[static_cast<size_t>(i)] == (data[i / 8] >> i % 8 & 1), "inputs of a good reply");
     }

@@ -108,7 +108,8 @@ void DriverLibrary::setChangeListener(ChangeListener listener)
     setAddrValueChangeCallBack(&reportChange);
 }
 
-template <typename Function> void DriverLibrary::resolve(Function &function, const char *name)
+template <typename Function>
+void DriverLibrary::resolve(Function &function, const char *name)
 {
     void *symbol = ::dlsym(m_handle, name);
     if (!symbol)

@@ -71,7 +71,8 @@ public:
 
 private:
     void resolveAll();
-    template <typename Function> void resolve(Function &function, const char *name);
+    template <typename Function>
+    void resolve(Function &function, const char *name);
 
     void *m_handle = nullptr;
     std::string m_path;

@@ -23,9 +23,9 @@ struct DriverProperty
     bool localWriteOnly = false;
     int attempts = 3;
     int maxWords = 120;
-    bool swapAll = false;           ///< block transfers: low word of 32-bit values first
-    std::vector<int> swapStations;  ///< the same for these stations only
-    std::string raw;                ///< used as it is when not empty
+    bool swapAll = false;          ///< block transfers: low word of 32-bit values first
+    std::vector<int> swapStations; ///< the same for these stations only
+    std::string raw;               ///< used as it is when not empty
 
     std::string text() const;
     /** Takes the fields out of a property string; those that it does not have stay. */

@@ -41,9 +41,9 @@ std::string typeLine(const RegisterType &type)
 std::string typeJson(const RegisterType &type)
 {
     const char *const kinds[] = {"bit", "register", "double"};
-    return "{\"type\":" + jsonString(type.name) + ",\"kind\":\"" + kinds[type.width] + "\",\"notation\":"
-           + jsonString(type.notation) + ",\"lowest\":" + jsonString(type.lowest) + ",\"highest\":"
-           + jsonString(type.highest) + ",\"writable\":" + (type.writable ? "true" : "false") + "}";
+    return "{\"type\":" + jsonString(type.name) + ",\"kind\":\"" + kinds[type.width]
+           + "\",\"notation\":" + jsonString(type.notation) + ",\"lowest\":" + jsonString(type.lowest)
+           + ",\"highest\":" + jsonString(type.highest) + ",\"writable\":" + (type.writable ? "true" : "false") + "}";
 }
 
 void printType(const RegisterType &type, const Options &options, std::ostream &out)
@@ -83,9 +83,9 @@ int checkOne(DriverLibrary &driver, const RegisterCatalog &catalog, const Option
     const AddressCheck reading = checkAddress(driver, type, address.text, count, address.format, Access::Read);
     const AddressCheck writing = checkAddress(driver, type, address.text, count, address.format, Access::Write);
     if (options.form == OutputForm::Json) {
-        out << "{\"address\":" << jsonString(options.subject) << ",\"result\":" << reading.result << ",\"reason\":"
-            << jsonString(verdict(address, reading)) << ",\"write_result\":" << writing.result << ",\"write_reason\":"
-            << jsonString(verdict(address, writing));
+        out << "{\"address\":" << jsonString(options.subject) << ",\"result\":" << reading.result
+            << ",\"reason\":" << jsonString(verdict(address, reading)) << ",\"write_result\":" << writing.result
+            << ",\"write_reason\":" << jsonString(verdict(address, writing));
         if (reading.result == 0)
             out << ",\"zero_based\":" << reading.address;
         out << "}\n";
@@ -106,8 +106,8 @@ int multiCopy(DriverLibrary &driver, const RegisterCatalog &catalog, const Optio
     if (!address.type)
         throw std::invalid_argument("unknown register type in \"" + options.subject + "\"; there are "
                                     + catalog.names());
-    const AddressCheck check = checkAddress(driver, *address.type, address.text, address.type->unitsPerValue(),
-                                            address.format, Access::Read);
+    const AddressCheck check =
+        checkAddress(driver, *address.type, address.text, address.type->unitsPerValue(), address.format, Access::Read);
     if (check.result != 0)
         throw std::invalid_argument(options.subject + ": " + verdict(address, check));
     QString type = QString::fromStdString(address.typeName);

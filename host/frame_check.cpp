@@ -54,7 +54,7 @@ std::string describeMismatch(const QByteArray &request, const QByteArray &reply)
                + std::to_string(byteAt(request, 1));
     if (isRead(byteAt(request, 1)))
         return byteAt(reply, 2) == (requestedBytes(request) & 0xFF) ? std::string()
-                                                                   : "the byte count of the reply is wrong";
+                                                                    : "the byte count of the reply is wrong";
     // A write is acknowledged with its address and, by function, its value or count.
     return reply.mid(2, 4) == request.mid(2, 4) ? std::string() : "the reply acknowledges another write";
 }

@@ -20,7 +20,9 @@ class LiveFeed
 {
 public:
     LiveFeed(const std::vector<Tag> &tags, int maxWords, const LineTiming &timing, TimePoint start)
-        : m_tags(tags), m_states(tags, maxWords), m_statistics(timing, start)
+        : m_tags(tags)
+        , m_states(tags, maxWords)
+        , m_statistics(timing, start)
     {
     }
 

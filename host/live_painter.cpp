@@ -50,6 +50,7 @@ ScreenLine fitted(const ScreenLine &line, int columns)
     return result;
 }
 
+// clang-format off
 const char *const HelpLines[] = {
     "Up Down PgUp PgDn Home End   choose a value",
     "Enter, e     type a new value; Enter writes it, Esc leaves it",
@@ -58,6 +59,7 @@ const char *const HelpLines[] = {
     "p            hold the trace, let it go on",
     "q, Ctrl-C    end",
 };
+// clang-format on
 
 const char *const SimulationHelpLines[] = {
     "",
@@ -115,12 +117,12 @@ void LivePainter::paintLinePanel(TimePoint now)
     const int room = m_columns - textWidth(time) - 1;
     add(leftAligned(title, room) + time, open ? Look::Title : Look::Error);
     add(" " + fixed(statistics.framesPerSecond(now), 1) + " frames/s   line "
-            + fixed(100 * statistics.lineShare(now), 0) + " % in use   reply " + pairText(total.replyTime)
-            + "   age " + pairText(m_feed.states().ages()),
+            + fixed(100 * statistics.lineShare(now), 0) + " % in use   reply " + pairText(total.replyTime) + "   age "
+            + pairText(m_feed.states().ages()),
         Look::Plain);
-    add(" " + plural(total.frames, "frames  ") + plural(total.resends, "resent  ")
-            + plural(total.giveUps, "given up  ") + plural(total.timeouts, "time-outs  ")
-            + plural(total.damaged, "damaged  ") + plural(total.warnings, "warnings"),
+    add(" " + plural(total.frames, "frames  ") + plural(total.resends, "resent  ") + plural(total.giveUps, "given up  ")
+            + plural(total.timeouts, "time-outs  ") + plural(total.damaged, "damaged  ")
+            + plural(total.warnings, "warnings"),
         total.giveUps + total.warnings > 0 ? Look::Error : Look::Plain);
 }
 
@@ -187,7 +189,10 @@ ScreenLine LivePainter::tagLine(const LiveRow &row, bool selected, TimePoint now
     return {Span{" " + leftAligned(tag.name + index, nameWidth()) + " "
                      + leftAligned(std::to_string(tag.station) + ":" + tag.label(row.value), 17),
                  base},
-            Span{rightAligned(value, 14), selected ? base : fresh ? Look::Changed : state.failed ? Look::Error : base},
+            Span{rightAligned(value, 14), selected       ? base
+                                          : fresh        ? Look::Changed
+                                          : state.failed ? Look::Error
+                                                         : base},
             Span{" " + leftAligned(tag.unit, 6) + leftAligned(rawText(raw, tag.format), 11)
                      + rightAligned(ageText(state, now), 8) + "  ",
                  base},
@@ -209,8 +214,8 @@ void LivePainter::paintTrace(const LiveState &state, int height)
 /** The meaning matters more than the bytes, so these are cut to what room is left. */
 ScreenLine LivePainter::traceLine(const TraceLine &line) const
 {
-    const std::string head = " " + timeOfDay(line.time) + " " + line.direction
-                             + leftAligned(std::to_string(line.station), 4);
+    const std::string head =
+        " " + timeOfDay(line.time) + " " + line.direction + leftAligned(std::to_string(line.station), 4);
     const std::string tail = line.meaning + (line.verdict.empty() ? "" : " [" + line.verdict + "]");
     const int room = m_columns - textWidth(head);
     const int least = std::min(textWidth(line.bytes), 17);

@@ -20,7 +20,9 @@ public:
     using ReadTag = std::function<std::vector<std::uint32_t>(const Tag &)>;
 
     LivePainter(const LiveFeed &feed, const std::string &portName, ReadTag read)
-        : m_feed(feed), m_portName(portName), m_read(std::move(read))
+        : m_feed(feed)
+        , m_portName(portName)
+        , m_read(std::move(read))
     {
     }
 
@@ -48,7 +50,7 @@ private:
     ReadTag m_read;
     Screen m_screen;
     int m_columns = 80;
-    std::size_t m_top = 0;                 ///< first row of the tag table on the screen
+    std::size_t m_top = 0; ///< first row of the tag table on the screen
     std::vector<TraceLine> m_frozenTrace;
     bool m_frozen = false;
 };

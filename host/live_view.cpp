@@ -14,8 +14,12 @@ const int RedrawMilliseconds = 100;
 
 LiveView::LiveView(DriverSession &session, Line &line, const PollSettings &settings, const Options &options,
                    plant::Plant *plant, const std::string &portName)
-    : m_session(session), m_line(line), m_options(options), m_plant(plant), m_portName(portName),
-      m_loop(session.driver(), line, settings)
+    : m_session(session)
+    , m_line(line)
+    , m_options(options)
+    , m_plant(plant)
+    , m_portName(portName)
+    , m_loop(session.driver(), line, settings)
 {
 }
 

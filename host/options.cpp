@@ -14,32 +14,30 @@ namespace {
 
 const char *const Usage = "rtuhost [OPTIONS] PORT [ADDRESS...] [VALUE...]";
 
-const char *const Description =
-    "Polls, reads and writes Modbus RTU slaves through the communication driver\n"
-    "libmodbus_rtu_master.so.1, loaded as an operator panel loads it.";
+const char *const Description = "Polls, reads and writes Modbus RTU slaves through the communication driver\n"
+                                "libmodbus_rtu_master.so.1, loaded as an operator panel loads it.";
 
-const char *const Footer =
-    "Addresses are written as the driver writes them, counted from 1:\n"
-    "  4x100            holding register 100        0x5      coil 5\n"
-    "  4x_bit3.5        bit 5 of register 3         1x5      discrete input 5\n"
-    "  4x_double7       32 bits from register 7     3x20     input register 20\n"
-    "  4x1..10          ten registers               4x100:hex  a format (int16...)\n"
-    "  4x100@2,5-7      stations 2, 5, 6 and 7      4x100=12,13                writes\n"
-    "or as -t, -r and -c say: -t 4:float -r 7 -c 2 is 4x_double7..9:float.\n"
-    "Numbers after an address, or after -r, are written from there on. Put -- in\n"
-    "front of negative numbers.\n"
-    "\n"
-    "On a terminal the values are shown in a live view; in a pipe, and with -1,\n"
-    "--count, --json, --csv, --plain or -q, they are printed.\n"
-    "\n"
-    "Exit status: 0 no errors, 1 errors on the line or in files, 2 misuse.\n"
-    "\n"
-    "Examples:\n"
-    "  rtuhost -a 1 -b 19200 -t 4 -r 100 -c 10 /dev/ttyUSB0\n"
-    "  rtuhost -b 9600 -P none -s 2 /dev/ttyUSB0 4x100..109 4x_double7:float@2\n"
-    "  rtuhost -1 /dev/ttyUSB0 4x100=1234 0x5=on\n"
-    "  rtuhost --sim plant.sim --tags plant.csv\n"
-    "  rtuhost --plan plan.svg -b 19200 --tags plant.csv";
+const char *const Footer = "Addresses are written as the driver writes them, counted from 1:\n"
+                           "  4x100            holding register 100        0x5      coil 5\n"
+                           "  4x_bit3.5        bit 5 of register 3         1x5      discrete input 5\n"
+                           "  4x_double7       32 bits from register 7     3x20     input register 20\n"
+                           "  4x1..10          ten registers               4x100:hex  a format (int16...)\n"
+                           "  4x100@2,5-7      stations 2, 5, 6 and 7      4x100=12,13                writes\n"
+                           "or as -t, -r and -c say: -t 4:float -r 7 -c 2 is 4x_double7..9:float.\n"
+                           "Numbers after an address, or after -r, are written from there on. Put -- in\n"
+                           "front of negative numbers.\n"
+                           "\n"
+                           "On a terminal the values are shown in a live view; in a pipe, and with -1,\n"
+                           "--count, --json, --csv, --plain or -q, they are printed.\n"
+                           "\n"
+                           "Exit status: 0 no errors, 1 errors on the line or in files, 2 misuse.\n"
+                           "\n"
+                           "Examples:\n"
+                           "  rtuhost -a 1 -b 19200 -t 4 -r 100 -c 10 /dev/ttyUSB0\n"
+                           "  rtuhost -b 9600 -P none -s 2 /dev/ttyUSB0 4x100..109 4x_double7:float@2\n"
+                           "  rtuhost -1 /dev/ttyUSB0 4x100=1234 0x5=on\n"
+                           "  rtuhost --sim plant.sim --tags plant.csv\n"
+                           "  rtuhost --plan plan.svg -b 19200 --tags plant.csv";
 
 /** Breaks a text into lines of at most so many columns. */
 std::string wrapped(const std::string &text, std::size_t width)
@@ -147,8 +145,7 @@ Parser::Parser() : m_app(Description, "rtuhost")
     m_app.footer(Footer);
     m_app.set_help_flag("-h,--help", "This text");
     m_app.set_version_flag("-V,--version", "rtuhost " MODBUS_RTU_VERSION_TEXT)->description("The version");
-    m_app.add_option("PORT", m_raw.arguments,
-                     "Serial port or pseudo-terminal, then addresses and values");
+    m_app.add_option("PORT", m_raw.arguments, "Serial port or pseudo-terminal, then addresses and values");
     addWhat();
     addLine();
     addHow();
@@ -161,29 +158,38 @@ Parser::Parser() : m_app(Description, "rtuhost")
 void Parser::addWhat()
 {
     const char *const group = "What to read and write";
-    m_app.add_option("-a", m_raw.stations, "Stations, as in 1,3,5-7; 0 broadcasts writes (1)")->type_name("STATIONS")->group(group);
-    m_app.add_option("-t", m_options.typeText,
-                     "0 coils, 1 discrete inputs, 3 input registers, 4 holding registers (4); with a format behind a "
-                     "colon: int16, hex, bin for a register, int, float for two")->type_name("TABLE")
+    m_app.add_option("-a", m_raw.stations, "Stations, as in 1,3,5-7; 0 broadcasts writes (1)")
+        ->type_name("STATIONS")
         ->group(group);
-    m_app.add_option("-r", m_options.referenceText, "First address, counted from 1, or a list of them (1)")->type_name("ADDRESS")
+    m_app
+        .add_option("-t", m_options.typeText,
+                    "0 coils, 1 discrete inputs, 3 input registers, 4 holding registers (4); with a format behind a "
+                    "colon: int16, hex, bin for a register, int, float for two")
+        ->type_name("TABLE")
+        ->group(group);
+    m_app.add_option("-r", m_options.referenceText, "First address, counted from 1, or a list of them (1)")
+        ->type_name("ADDRESS")
         ->group(group);
     m_app.add_flag("-0", m_options.zeroBased, "-r counts from 0")->group(group);
-    m_app.add_option("-c", m_options.values, "Number of values from each address (1)")->type_name("N")
+    m_app.add_option("-c", m_options.values, "Number of values from each address (1)")
+        ->type_name("N")
         ->check(CLI::Range(1, 65536))
         ->group(group);
-    m_app.add_flag("-B,--high-word-first", m_raw.highWordFirst,
-                   "32-bit values have the high word in the first register (usual)")
+    m_app
+        .add_flag("-B,--high-word-first", m_raw.highWordFirst,
+                  "32-bit values have the high word in the first register (usual)")
         ->group(group);
     m_app.add_flag("--low-word-first", m_options.lowWordFirst, "32-bit values have the low word in the first register")
         ->group(group);
-    m_app.add_option("--tags", m_options.tagFile,
-                     "CSV file with columns name, station, type, address, count, format, scale, unit")->type_name("FILE")
+    m_app
+        .add_option("--tags", m_options.tagFile,
+                    "CSV file with columns name, station, type, address, count, format, scale, unit")
+        ->type_name("FILE")
         ->group(group);
     m_app.add_flag("--condition-read", m_raw.conditionRead, "Read once by one-off reads instead of the cyclic plan")
         ->group(group);
-    m_app.add_option("--recipe-read", m_raw.recipeRead,
-                     "Read the addresses (or those in FILE) as a recipe and save it")
+    m_app
+        .add_option("--recipe-read", m_raw.recipeRead, "Read the addresses (or those in FILE) as a recipe and save it")
         ->type_name("FILE")
         ->group(group);
     m_app.add_option("--recipe-write", m_raw.recipeWrite, "Write the recipe in FILE to the slaves")
@@ -194,27 +200,42 @@ void Parser::addWhat()
 void Parser::addLine()
 {
     const char *const group = "Line";
-    m_app.add_option("-b", m_options.line.baud, "Baud rate; 0: no pace and no silences (19200)")->type_name("BAUD")
+    m_app.add_option("-b", m_options.line.baud, "Baud rate; 0: no pace and no silences (19200)")
+        ->type_name("BAUD")
         ->check(CLI::Range(0, 4000000))
         ->group(group);
-    m_app.add_option("-d", m_options.line.dataBits, "Data bits, 7 or 8 (8)")->type_name("BITS")->check(CLI::Range(7, 8))->group(group);
-    m_app.add_option("-s", m_options.line.stopBits, "Stop bits, 1 or 2 (1)")->type_name("BITS")->check(CLI::Range(1, 2))->group(group);
-    m_app.add_option("-P,-p", m_raw.parity, "Parity: none, even or odd (even)")->type_name("PARITY")
+    m_app.add_option("-d", m_options.line.dataBits, "Data bits, 7 or 8 (8)")
+        ->type_name("BITS")
+        ->check(CLI::Range(7, 8))
+        ->group(group);
+    m_app.add_option("-s", m_options.line.stopBits, "Stop bits, 1 or 2 (1)")
+        ->type_name("BITS")
+        ->check(CLI::Range(1, 2))
+        ->group(group);
+    m_app.add_option("-P,-p", m_raw.parity, "Parity: none, even or odd (even)")
+        ->type_name("PARITY")
         ->check(CLI::IsMember({"none", "even", "odd"}, CLI::ignore_case))
         ->group(group);
-    m_app.add_option("--silence", m_raw.silenceMilliseconds,
-                     "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)")->type_name("MS")
+    m_app
+        .add_option("--silence", m_raw.silenceMilliseconds,
+                    "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)")
+        ->type_name("MS")
         ->check(CLI::NonNegativeNumber)
         ->group(group);
-    m_app.add_option("--gap", m_raw.gapMilliseconds,
-                     "Pause in ms that ends a reply of other than the expected length (50)")->type_name("MS")
+    m_app
+        .add_option("--gap", m_raw.gapMilliseconds,
+                    "Pause in ms that ends a reply of other than the expected length (50)")
+        ->type_name("MS")
         ->check(CLI::PositiveNumber)
         ->group(group);
-    m_app.add_option("--late-guard", m_raw.lateGuardMilliseconds,
-                     "How long in ms a late reply is listened for before the next request (as -o)")->type_name("MS")
+    m_app
+        .add_option("--late-guard", m_raw.lateGuardMilliseconds,
+                    "How long in ms a late reply is listened for before the next request (as -o)")
+        ->type_name("MS")
         ->check(CLI::NonNegativeNumber)
         ->group(group);
-    m_app.add_option("--broadcast-delay", m_raw.broadcastMilliseconds, "Pause in ms after a broadcast (100)")->type_name("MS")
+    m_app.add_option("--broadcast-delay", m_raw.broadcastMilliseconds, "Pause in ms after a broadcast (100)")
+        ->type_name("MS")
         ->check(CLI::NonNegativeNumber)
         ->group(group);
     m_app.add_flag("--remove-echo", m_options.removeEcho, "The RS-485 adapter hears itself: drop the echo")
@@ -224,14 +245,17 @@ void Parser::addLine()
 void Parser::addHow()
 {
     const char *const group = "How long and how often";
-    m_app.add_option("-l", m_raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)")->type_name("MS")
+    m_app.add_option("-l", m_raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)")
+        ->type_name("MS")
         ->check(CLI::NonNegativeNumber)
         ->group(group);
-    m_app.add_option("-o", m_options.replyTimeout, "Reply time-out in seconds (1)")->type_name("SECONDS")
+    m_app.add_option("-o", m_options.replyTimeout, "Reply time-out in seconds (1)")
+        ->type_name("SECONDS")
         ->check(CLI::Range(0.001, 3600.0))
         ->group(group);
     m_app.add_flag("-1", m_raw.once, "One round, then end")->group(group);
-    m_app.add_option("--count", m_options.rounds, "So many rounds, then end")->type_name("N")
+    m_app.add_option("--count", m_options.rounds, "So many rounds, then end")
+        ->type_name("N")
         ->check(CLI::Range(1, 1000000000))
         ->group(group);
 }
@@ -239,26 +263,34 @@ void Parser::addHow()
 void Parser::addDriver()
 {
     const char *const group = "Driver";
-    m_app.add_option("--driver", m_options.driverPath,
-                     "The library, or its folder (beside the program, its lib folders, then the system)")
+    m_app
+        .add_option("--driver", m_options.driverPath,
+                    "The library, or its folder (beside the program, its lib folders, then the system)")
         ->type_name("PATH")
         ->group(group);
-    m_app.add_option("--property", m_raw.rawProperty,
-                     "Property string for the driver as it is: link#local#spare#attempts#words[#swap_stations]")->type_name("TEXT")
+    m_app
+        .add_option("--property", m_raw.rawProperty,
+                    "Property string for the driver as it is: link#local#spare#attempts#words[#swap_stations]")
+        ->type_name("TEXT")
         ->group(group);
-    m_app.add_option("--link-id", m_options.property.linkId, "Link id that changes are reported with (1)")->type_name("N")->group(group);
+    m_app.add_option("--link-id", m_options.property.linkId, "Link id that changes are reported with (1)")
+        ->type_name("N")
+        ->group(group);
     m_app.add_flag("--local-only", m_options.property.localWriteOnly, "Writes change the cache, nothing is sent")
         ->group(group);
-    m_app.add_option("--retries", m_options.property.attempts,
-                     "Attempts before a request is given up (3)")->type_name("N")
+    m_app.add_option("--retries", m_options.property.attempts, "Attempts before a request is given up (3)")
+        ->type_name("N")
         ->check(CLI::Range(0, 1000))
         ->group(group);
-    m_app.add_option("--max-words", m_options.property.maxWords, "Longest block in registers, coils: bits (120)")->type_name("N")
+    m_app.add_option("--max-words", m_options.property.maxWords, "Longest block in registers, coils: bits (120)")
+        ->type_name("N")
         ->check(CLI::Range(2, 500))
         ->group(group);
     m_app.add_flag("--swap", m_options.property.swapAll, "Recipes: low word of 32-bit values first, all stations")
         ->group(group);
-    m_app.add_option("--swap-stations", m_raw.swapStations, "The same for these stations, as in 1,5")->type_name("STATIONS")->group(group);
+    m_app.add_option("--swap-stations", m_raw.swapStations, "The same for these stations, as in 1,5")
+        ->type_name("STATIONS")
+        ->group(group);
 }
 
 void Parser::addOutput()
@@ -288,7 +320,10 @@ void Parser::addEditor()
         ->type_name("ADDRESS")
         ->group(group);
     m_app.add_option("--multi-copy", m_raw.multiCopy, "Step an address for copies")->type_name("ADDRESS")->group(group);
-    m_app.add_option("--copies", m_options.copies, "Number of copies (10)")->type_name("N")->check(CLI::Range(0, 65536))->group(group);
+    m_app.add_option("--copies", m_options.copies, "Number of copies (10)")
+        ->type_name("N")
+        ->check(CLI::Range(0, 65536))
+        ->group(group);
     m_app.add_option("--step", m_options.step, "Step from copy to copy (1)")->type_name("N")->group(group);
 }
 
@@ -298,12 +333,16 @@ void Parser::addSimulation()
     m_app.add_option("--sim", m_options.simFile, "Simulated slaves described in FILE, in place of PORT")
         ->type_name("FILE")
         ->group(group);
-    m_app.add_option("--serve", m_raw.serve, "Put simulated slaves on a port for another master; pty or pty:LINK as PORT makes a pseudo-terminal")
+    m_app
+        .add_option(
+            "--serve", m_raw.serve,
+            "Put simulated slaves on a port for another master; pty or pty:LINK as PORT makes a pseudo-terminal")
         ->type_name("FILE PORT")
         ->expected(2)
         ->group(group);
-    m_app.add_option("--fault", m_options.faults,
-                     "A fault of the slaves, as in \"wrong-crc rate 0.1 seed 7\"; may be given again")
+    m_app
+        .add_option("--fault", m_options.faults,
+                    "A fault of the slaves, as in \"wrong-crc rate 0.1 seed 7\"; may be given again")
         ->type_name("TEXT")
         ->allow_extra_args(false)
         ->group(group);

@@ -36,8 +36,8 @@ struct Options
 
     std::string driverPath;
     std::string port;
-    std::string simFile;              ///< simulated slaves in place of a port
-    std::vector<std::string> faults;  ///< of the simulated slaves
+    std::string simFile;             ///< simulated slaves in place of a port
+    std::vector<std::string> faults; ///< of the simulated slaves
     bool baudGiven = false;
     LineParameters line;
 
@@ -53,30 +53,30 @@ struct Options
 
     DriverProperty property;
 
-    double pollInterval = 1.0;    ///< all times in seconds
+    double pollInterval = 1.0; ///< all times in seconds
     double replyTimeout = 1.0;
-    double silence = -1;          ///< below 0: by the baud rate
+    double silence = -1; ///< below 0: by the baud rate
     double replyGap = -1;
-    double lateGuard = -1;        ///< below 0: as long as the reply time-out
+    double lateGuard = -1; ///< below 0: as long as the reply time-out
     double broadcastDelay = 0.1;
-    int rounds = 0;               ///< 0: for ever
+    int rounds = 0; ///< 0: for ever
     bool removeEcho = false;
 
     OutputForm form = OutputForm::Lines;
     bool trace = false;
     bool quiet = false;
     bool printStatistics = false;
-    bool live = false;            ///< live view asked for
-    bool plain = false;           ///< live view refused
+    bool live = false;  ///< live view asked for
+    bool plain = false; ///< live view refused
 
-    std::string planPicture;      ///< SVG file of --plan
+    std::string planPicture; ///< SVG file of --plan
     std::string recipeFile;
-    std::string subject;          ///< of --check, --describe, --multi-copy
+    std::string subject; ///< of --check, --describe, --multi-copy
     int copies = 10;
     int step = 1;
     std::string serveFile;
 
-    int exitStatus = 0;           ///< of Mode::Nothing
+    int exitStatus = 0; ///< of Mode::Nothing
 };
 
 /** A command line that makes no sense; what() says what would be right. */

@@ -93,17 +93,18 @@ private:
 
     void drawTitle()
     {
-        m_body += textAt(Margin, m_y += LineStep, "Cyclic plan: " + std::to_string(m_plan.blocks().size())
-                                                      + " requests a round, " + durationText(m_plan.roundTime())
-                                                      + " of line time",
+        m_body += textAt(Margin, m_y += LineStep,
+                         "Cyclic plan: " + std::to_string(m_plan.blocks().size()) + " requests a round, "
+                             + durationText(m_plan.roundTime()) + " of line time",
                          "font-size=\"15\" font-weight=\"bold\"");
     }
 
     void drawStation(int station)
     {
         m_y += LineStep + 8;
-        m_body += textAt(Margin, m_y, "Station " + std::to_string(station) + " (dead: "
-                                          + durationText(m_plan.deadTime(station)) + " a round)",
+        m_body += textAt(Margin, m_y,
+                         "Station " + std::to_string(station) + " (dead: " + durationText(m_plan.deadTime(station))
+                             + " a round)",
                          "font-size=\"13\" font-weight=\"bold\"");
         m_y += 8;
     }

@@ -134,7 +134,8 @@ std::string PlanBlock::rangeText() const
 
 PlanView::PlanView(DriverSession &session, const DriverProperty &property, const std::vector<Tag> &tags,
                    const PlanCosts &costs)
-    : m_tags(tags), m_costs(costs)
+    : m_tags(tags)
+    , m_costs(costs)
 {
     session.configure(property);
     readPlan(session, session.plan(tags));
@@ -279,11 +280,11 @@ std::string planJson(const PlanView &plan)
     for (std::size_t i = 0; i < plan.blocks().size(); ++i) {
         const PlanBlock &block = plan.blocks()[i];
         text += (i ? ",{" : "{") + std::string("\"station\":") + std::to_string(block.station) + ",\"type\":\""
-                + block.type + "\",\"first\":" + std::to_string(block.start + 1) + ",\"count\":"
-                + std::to_string(block.count) + ",\"unused\":" + std::to_string(block.unused) + ",\"request_bytes\":"
-                + std::to_string(block.requestBytes) + ",\"reply_bytes\":" + std::to_string(block.replyBytes)
-                + ",\"line_ms\":" + number(1e3 * toSeconds(plan.lineTime(block)), 3) + ",\"tags\":"
-                + jsonTagNames(plan, block) + "}";
+                + block.type + "\",\"first\":" + std::to_string(block.start + 1)
+                + ",\"count\":" + std::to_string(block.count) + ",\"unused\":" + std::to_string(block.unused)
+                + ",\"request_bytes\":" + std::to_string(block.requestBytes) + ",\"reply_bytes\":"
+                + std::to_string(block.replyBytes) + ",\"line_ms\":" + number(1e3 * toSeconds(plan.lineTime(block)), 3)
+                + ",\"tags\":" + jsonTagNames(plan, block) + "}";
     }
     text += "],\"round_ms\":" + number(1e3 * toSeconds(plan.roundTime()), 3) + ",\"dead_station_ms\":{";
     const char *separator = "\"";

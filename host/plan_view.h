@@ -26,12 +26,12 @@ struct PlannedTag
 struct PlanBlock
 {
     int station = 0;
-    std::string type;   ///< of the request: the bits of registers are read as registers
+    std::string type; ///< of the request: the bits of registers are read as registers
     int start = 0;
-    int count = 0;      ///< bits or registers
+    int count = 0; ///< bits or registers
     int requestBytes = 0;
     int replyBytes = 0;
-    int unused = 0;     ///< elements that no tag wants
+    int unused = 0; ///< elements that no tag wants
     std::vector<PlannedTag> tags;
     std::vector<bool> used; ///< for each element
 

@@ -22,8 +22,10 @@ bool isReadFunction(const FRAME_PRO &frame)
 } // namespace
 
 PollLoop::PollLoop(DriverLibrary &driver, Line &line, const PollSettings &settings)
-    : m_driver(driver), m_line(line), m_settings(settings),
-      m_collector(line, settings.timing, settings.replyTimeout, settings.removeEcho)
+    : m_driver(driver)
+    , m_line(line)
+    , m_settings(settings)
+    , m_collector(line, settings.timing, settings.replyTimeout, settings.removeEcho)
 {
 }
 

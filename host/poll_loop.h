@@ -35,20 +35,20 @@ namespace rtu {
 struct PollSettings
 {
     LineTiming timing;
-    Duration replyTimeout = std::chrono::milliseconds(1000); ///< from the end of the request to the first byte
-    Duration broadcastDelay = std::chrono::milliseconds(100); ///< time that slaves get to act on a broadcast
+    Duration replyTimeout = std::chrono::milliseconds(1000);   ///< from the end of the request to the first byte
+    Duration broadcastDelay = std::chrono::milliseconds(100);  ///< time that slaves get to act on a broadcast
     Duration lateReplyGuard = std::chrono::milliseconds(1000); ///< see PollLoop::awaitLateReply()
-    Duration reopenInterval = std::chrono::milliseconds(500); ///< pause between tries to open a lost port
+    Duration reopenInterval = std::chrono::milliseconds(500);  ///< pause between tries to open a lost port
     Duration roundInterval{0}; ///< run(): start of one round of the cyclic plan to the start of the next
     bool removeEcho = false;   ///< the adapter hears itself: drop the request in front of the reply
 };
 
 /** What a step did. */
 enum class StepResult {
-    Idle,    ///< the driver has nothing to send
-    Done,    ///< one frame was sent and judged
-    NoPort,  ///< the port is not there; nothing was sent
-    Stopped  ///< stop() was called
+    Idle,   ///< the driver has nothing to send
+    Done,   ///< one frame was sent and judged
+    NoPort, ///< the port is not there; nothing was sent
+    Stopped ///< stop() was called
 };
 
 class PollLoop
@@ -115,10 +115,10 @@ private:
     ReplyCollector m_collector;
     FRAME_PRO m_frame;
     Transaction m_transaction;
-    TimePoint m_quietSince;       ///< the line has been silent from here on
-    bool m_resend = false;        ///< the driver asked for the same frame again
-    bool m_unheard = false;       ///< an attempt of the frame in flight was neither answered nor listened for
-    bool m_expectLate = false;    ///< the last attempt may still be answered
+    TimePoint m_quietSince;              ///< the line has been silent from here on
+    bool m_resend = false;               ///< the driver asked for the same frame again
+    bool m_unheard = false;              ///< an attempt of the frame in flight was neither answered nor listened for
+    bool m_expectLate = false;           ///< the last attempt may still be answered
     std::map<int, int> m_listenedInVain; ///< by station, how often since it last made a sound
     bool m_portOpen = true;
     std::atomic<bool> m_stopping{false};

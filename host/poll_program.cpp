@@ -47,11 +47,18 @@ PollSettings pollSettings(const Options &options, const LineParameters &line)
 
 PollProgram::PollProgram(DriverSession &session, Line &line, const PollSettings &settings, const Options &options,
                          std::ostream &out, std::ostream &err)
-    : m_session(session), m_line(line), m_options(options), m_out(out), m_err(err),
-      m_loop(session.driver(), line, settings), m_statistics(settings.timing, line.now()), m_printer(out, options.form)
+    : m_session(session)
+    , m_line(line)
+    , m_options(options)
+    , m_out(out)
+    , m_err(err)
+    , m_loop(session.driver(), line, settings)
+    , m_statistics(settings.timing, line.now())
+    , m_printer(out, options.form)
 {
     m_loop.addObserver([this](const Transaction &transaction) { noteTransaction(transaction); });
-    m_loop.setPortObserver([this](bool open) { m_err << (open ? "the port is back\n" : "error: the port is gone, waiting for it\n"); });
+    m_loop.setPortObserver(
+        [this](bool open) { m_err << (open ? "the port is back\n" : "error: the port is gone, waiting for it\n"); });
     session.driver().setChangeListener([this](const ValueChange &change) {
         if (endsCondition(change))
             m_conditionEnd = conditionEnd(change);
@@ -218,8 +225,8 @@ int PollProgram::transferRecipe(const std::vector<Tag> &tags, bool write)
         writeRecipeFile(m_options.recipeFile, recipe);
     }
     if (done)
-        say("recipe of " + std::to_string(rows.size()) + (rows.size() == 1 ? " row " : " rows ") + (write ? "written to the slaves" : "saved to ")
-            + (write ? std::string() : m_options.recipeFile));
+        say("recipe of " + std::to_string(rows.size()) + (rows.size() == 1 ? " row " : " rows ")
+            + (write ? "written to the slaves" : "saved to ") + (write ? std::string() : m_options.recipeFile));
     const int status = finish();
     return done ? status : 1;
 }

@@ -56,8 +56,12 @@ class Program
 {
 public:
     Program(const Options &options, std::ostream &out, std::ostream &err)
-        : m_options(options), m_out(out), m_err(err), m_driver(options.driverPath), m_catalog(m_driver),
-          m_session(m_driver)
+        : m_options(options)
+        , m_out(out)
+        , m_err(err)
+        , m_driver(options.driverPath)
+        , m_catalog(m_driver)
+        , m_session(m_driver)
     {
     }
 
@@ -80,8 +84,8 @@ private:
     TagSelection selectNamedTags()
     {
         const bool recipe = m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite;
-        const bool nothingNamed = m_options.arguments.empty() && m_options.tagFile.empty()
-                                  && !m_options.typeOrReferenceGiven;
+        const bool nothingNamed =
+            m_options.arguments.empty() && m_options.tagFile.empty() && !m_options.typeOrReferenceGiven;
         if (recipe && nothingNamed)
             return TagSelection(); // the recipe file names the registers
         TagSelection selection = selectTags(m_driver, m_catalog, m_options);
@@ -174,7 +178,10 @@ private:
     class Ending
     {
     public:
-        Ending(Program &program, std::function<void()> stop) : m_program(program) { m_program.setStop(std::move(stop)); }
+        Ending(Program &program, std::function<void()> stop) : m_program(program)
+        {
+            m_program.setStop(std::move(stop));
+        }
         ~Ending() { m_program.setStop(nullptr); }
         Ending(const Ending &) = delete;
         Ending &operator=(const Ending &) = delete;

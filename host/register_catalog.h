@@ -16,10 +16,10 @@ namespace rtu {
 struct RegisterType
 {
     std::string name;
-    std::string notation;      ///< as the editor shows it, such as "ddddd"
+    std::string notation; ///< as the editor shows it, such as "ddddd"
     std::string lowest;
     std::string highest;
-    int width = 1;             ///< 0 a bit, 1 a register, 2 a 32-bit value in two registers
+    int width = 1; ///< 0 a bit, 1 a register, 2 a 32-bit value in two registers
     bool writable = false;
     bool bitInRegister = false; ///< addresses are written register.bit
 

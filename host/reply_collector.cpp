@@ -36,7 +36,10 @@ const Duration LongestLearntDelay = std::chrono::milliseconds(20);
 } // namespace
 
 ReplyCollector::ReplyCollector(Line &line, const LineTiming &timing, Duration replyTimeout, bool removeEcho)
-    : m_line(line), m_timing(timing), m_replyTimeout(replyTimeout), m_removeEcho(removeEcho)
+    : m_line(line)
+    , m_timing(timing)
+    , m_replyTimeout(replyTimeout)
+    , m_removeEcho(removeEcho)
 {
 }
 

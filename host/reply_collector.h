@@ -57,13 +57,13 @@ private:
     Transaction *m_transaction = nullptr;
     unsigned char m_bytes[Capacity]; ///< as received, the echo in front
     std::size_t m_size = 0;
-    std::size_t m_skip = 0;          ///< length of the echo in m_bytes
-    bool m_echoPending = false;      ///< the echo is not complete yet
+    std::size_t m_skip = 0;     ///< length of the echo in m_bytes
+    bool m_echoPending = false; ///< the echo is not complete yet
     bool m_replyBegun = false;
-    int m_reads = 0;                 ///< that brought bytes
-    TimePoint m_firstByte;           ///< when the first bytes of the reply were read
-    TimePoint m_expectedBegin;       ///< when the reply usually begins; never, where that is not known
-    TimePoint m_begin;               ///< latest time at which the reply can have begun
+    int m_reads = 0;           ///< that brought bytes
+    TimePoint m_firstByte;     ///< when the first bytes of the reply were read
+    TimePoint m_expectedBegin; ///< when the reply usually begins; never, where that is not known
+    TimePoint m_begin;         ///< latest time at which the reply can have begun
     TimePoint m_lastByte;
 };
 

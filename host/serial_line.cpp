@@ -91,7 +91,8 @@ void askForLowLatency(int descriptor)
 {
     serial_struct settings;
     std::memset(&settings, 0, sizeof(settings));
-    if (::ioctl(descriptor, TIOCGSERIAL, &settings) != 0 || (static_cast<unsigned int>(settings.flags) & ASYNC_LOW_LATENCY) != 0)
+    if (::ioctl(descriptor, TIOCGSERIAL, &settings) != 0
+        || (static_cast<unsigned int>(settings.flags) & ASYNC_LOW_LATENCY) != 0)
         return;
     settings.flags |= static_cast<int>(ASYNC_LOW_LATENCY);
     (void)::ioctl(descriptor, TIOCSSERIAL, &settings);
@@ -108,7 +109,11 @@ class SerialLine::Port
 {
 public:
     Port(const std::string &path, const LineParameters &parameters)
-        : serial(context), device(path), wanted(parameters), used(parameters), wakeUp(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
+        : serial(context)
+        , device(path)
+        , wanted(parameters)
+        , used(parameters)
+        , wakeUp(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC))
     {
         if (wakeUp < 0)
             throw std::runtime_error("cannot create an event descriptor");
@@ -182,7 +187,8 @@ private:
             throw std::runtime_error(device + " is in use by another program");
     }
 
-    template <typename Option> void set(const Option &option, const std::string &what)
+    template <typename Option>
+    void set(const Option &option, const std::string &what)
     {
         asio::error_code error;
         serial.set_option(option, error);

@@ -205,7 +205,8 @@ int serve(const Options &options, std::ostream &out, std::ostream &err)
     if (!serving)
         throw std::runtime_error(error);
     if (!options.quiet)
-        out << "serving " << slaves->stations().size() << (slaves->stations().size() == 1 ? " station on " : " stations on ")
+        out << "serving " << slaves->stations().size()
+            << (slaves->stations().size() == 1 ? " station on " : " stations on ")
             << (slaves->devicePath().empty() ? options.port : slaves->devicePath()) << ", Ctrl-C ends\n"
             << std::flush;
     const bool signalled = serveUntilSignal(*slaves, err);

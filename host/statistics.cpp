@@ -53,8 +53,8 @@ std::string countsLine(const std::string &name, const Counts &c)
                        + std::to_string(c.timeouts) + " time-outs, " + std::to_string(c.exceptions) + " exceptions, "
                        + std::to_string(c.damaged) + " damaged)";
     if (!c.replyTime.empty())
-        text += ", reply " + durationText(c.replyTime.median()) + " median, "
-                + durationText(c.replyTime.percentile95()) + " 95 %";
+        text += ", reply " + durationText(c.replyTime.median()) + " median, " + durationText(c.replyTime.percentile95())
+                + " 95 %";
     if (c.warnings > 0)
         text += ", " + std::to_string(c.warnings) + " accepted with a warning";
     return text;
@@ -62,12 +62,12 @@ std::string countsLine(const std::string &name, const Counts &c)
 
 std::string countsJson(const Counts &c)
 {
-    return "\"frames\":" + std::to_string(c.frames) + ",\"good\":" + std::to_string(c.good) + ",\"resent\":"
-           + std::to_string(c.resends) + ",\"given_up\":" + std::to_string(c.giveUps) + ",\"timeouts\":"
-           + std::to_string(c.timeouts) + ",\"exceptions\":" + std::to_string(c.exceptions) + ",\"damaged\":"
-           + std::to_string(c.damaged) + ",\"warnings\":" + std::to_string(c.warnings) + ",\"reply_median_ms\":"
-           + fixed(1e3 * toSeconds(c.replyTime.median()), 3) + ",\"reply_p95_ms\":"
-           + fixed(1e3 * toSeconds(c.replyTime.percentile95()), 3);
+    return "\"frames\":" + std::to_string(c.frames) + ",\"good\":" + std::to_string(c.good)
+           + ",\"resent\":" + std::to_string(c.resends) + ",\"given_up\":" + std::to_string(c.giveUps)
+           + ",\"timeouts\":" + std::to_string(c.timeouts) + ",\"exceptions\":" + std::to_string(c.exceptions)
+           + ",\"damaged\":" + std::to_string(c.damaged) + ",\"warnings\":" + std::to_string(c.warnings)
+           + ",\"reply_median_ms\":" + fixed(1e3 * toSeconds(c.replyTime.median()), 3)
+           + ",\"reply_p95_ms\":" + fixed(1e3 * toSeconds(c.replyTime.percentile95()), 3);
 }
 
 } // namespace
@@ -87,8 +87,8 @@ Duration Quantiles::quantile(double share) const
     if (m_samples.empty())
         return Duration(0);
     std::vector<Duration> sorted = m_samples;
-    const std::size_t rank = std::min(sorted.size() - 1,
-                                      static_cast<std::size_t>(share * static_cast<double>(sorted.size())));
+    const std::size_t rank =
+        std::min(sorted.size() - 1, static_cast<std::size_t>(share * static_cast<double>(sorted.size())));
     std::nth_element(sorted.begin(), sorted.begin() + static_cast<std::ptrdiff_t>(rank), sorted.end());
     return sorted[rank];
 }
@@ -176,9 +176,9 @@ std::vector<std::string> statisticsLines(const Statistics &statistics, TimePoint
 
 std::string statisticsJson(const Statistics &statistics, TimePoint now)
 {
-    std::string text = "{\"statistics\":{" + countsJson(statistics.total()) + ",\"frames_per_second\":"
-                       + fixed(statistics.meanFramesPerSecond(now), 2) + ",\"line_share\":"
-                       + fixed(statistics.meanLineShare(now), 4) + ",\"stations\":[";
+    std::string text = "{\"statistics\":{" + countsJson(statistics.total())
+                       + ",\"frames_per_second\":" + fixed(statistics.meanFramesPerSecond(now), 2)
+                       + ",\"line_share\":" + fixed(statistics.meanLineShare(now), 4) + ",\"stations\":[";
     const char *separator = "";
     for (const auto &station : statistics.stations()) {
         text += separator + ("{\"station\":" + std::to_string(station.first)) + "," + countsJson(station.second) + "}";

@@ -37,16 +37,16 @@ private:
 
 struct Counts
 {
-    std::uint64_t frames = 0;     ///< sent, resends included
+    std::uint64_t frames = 0; ///< sent, resends included
     std::uint64_t good = 0;
-    std::uint64_t resends = 0;    ///< frames sent again after a bad or missing reply
+    std::uint64_t resends = 0; ///< frames sent again after a bad or missing reply
     std::uint64_t giveUps = 0;
     std::uint64_t timeouts = 0;   ///< frames without one byte of reply
     std::uint64_t exceptions = 0; ///< exception replies
     std::uint64_t damaged = 0;    ///< other replies that the driver refused
     std::uint64_t warnings = 0;   ///< accepted replies that do not fit the request
     std::uint64_t strayBytes = 0;
-    Quantiles replyTime;          ///< end of request to end of reply
+    Quantiles replyTime; ///< end of request to end of reply
 };
 
 class Statistics

@@ -84,8 +84,8 @@ AddressCheck checkAddress(DriverLibrary &driver, const RegisterType &type, const
 
 std::string addressCheckText(int result, const std::string &typeName, const RegisterType *type)
 {
-    const std::string range = type ? " (" + type->name + " goes from " + type->lowest + " to " + type->highest + ")"
-                                   : std::string();
+    const std::string range =
+        type ? " (" + type->name + " goes from " + type->lowest + " to " + type->highest + ")" : std::string();
     switch (result) {
     case 0:
         return "valid";
@@ -115,8 +115,8 @@ void setAddress(DriverLibrary &driver, Tag &tag, const std::string &text, Access
 {
     const AddressCheck check = checkAddress(driver, tag.type, text, tag.count(), tag.format.format, access);
     if (check.result != 0)
-        throw std::invalid_argument(tag.type.name + text + (tag.values > 1 ? ", " + std::to_string(tag.values)
-                                                                               + " values" : std::string())
+        throw std::invalid_argument(tag.type.name + text
+                                    + (tag.values > 1 ? ", " + std::to_string(tag.values) + " values" : std::string())
                                     + ": " + addressCheckText(check.result, tag.type.name, &tag.type));
     tag.address = check.address;
 }
@@ -126,8 +126,8 @@ std::vector<Tag> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog
 {
     const RegisterType *type = catalog.prefixOf(text);
     if (!type)
-        throw std::invalid_argument("\"" + text + "\" is not an address: it must begin with one of "
-                                    + catalog.names() + ", such as 4x100");
+        throw std::invalid_argument("\"" + text + "\" is not an address: it must begin with one of " + catalog.names()
+                                    + ", such as 4x100");
     std::string rest = text.substr(type->name.size());
     const std::string stationText = cutAfter(rest, "@");
     const std::string format = cutAfter(rest, ":");

@@ -18,11 +18,11 @@ namespace rtu {
 
 struct Tag
 {
-    std::string name;  ///< may be empty
+    std::string name; ///< may be empty
     int station = 1;
     RegisterType type;
-    int address = 0;   ///< zero-based, as the driver counts
-    int values = 1;    ///< consecutive values
+    int address = 0; ///< zero-based, as the driver counts
+    int values = 1;  ///< consecutive values
     ValueFormat format;
     std::string unit;
 

@@ -22,18 +22,20 @@ TableType tableType(const std::string &text)
     const std::string table = text.substr(0, colon);
     const std::string format = colon == std::string::npos ? std::string() : text.substr(colon + 1);
     if (table != "0" && table != "1" && table != "3" && table != "4")
-        throw std::invalid_argument("-t " + text + ": the table is 0 (coils), 1 (discrete inputs), 3 (input registers) "
-                                    "or 4 (holding registers)");
+        throw std::invalid_argument("-t " + text
+                                    + ": the table is 0 (coils), 1 (discrete inputs), 3 (input registers) "
+                                      "or 4 (holding registers)");
     if (format.empty())
         return TableType{table + "x", std::string()};
     static const std::map<std::string, std::string> endings = {
-        {"int16", ""}, {"uint16", ""}, {"hex", ""}, {"bin", ""},
-        {"int", "_double"}, {"int32", "_double"}, {"uint", "_double"}, {"uint32", "_double"}, {"float", "_double"},
+        {"int16", ""},        {"uint16", ""},      {"hex", ""},           {"bin", ""},          {"int", "_double"},
+        {"int32", "_double"}, {"uint", "_double"}, {"uint32", "_double"}, {"float", "_double"},
     };
     const auto ending = endings.find(format);
     if (ending == endings.end() || table == "0" || table == "1")
-        throw std::invalid_argument("-t " + text + ": formats are int16, uint16, hex, bin, int, uint and float, for "
-                                    "tables 3 and 4");
+        throw std::invalid_argument("-t " + text
+                                    + ": formats are int16, uint16, hex, bin, int, uint and float, for "
+                                      "tables 3 and 4");
     return TableType{table + "x" + ending->second, format};
 }
 
@@ -52,7 +54,9 @@ class Selector
 {
 public:
     Selector(DriverLibrary &driver, const RegisterCatalog &catalog, const Options &options)
-        : m_driver(driver), m_catalog(catalog), m_options(options)
+        : m_driver(driver)
+        , m_catalog(catalog)
+        , m_options(options)
     {
     }
 
@@ -94,8 +98,8 @@ private:
         const int lowest = m_options.zeroBased ? 0 : 1;
         const int highest = lowest + 65535;
         for (int reference : parseNumberList(m_options.referenceText, lowest, highest, "reference")) {
-            const std::string text = table.type + std::to_string(reference + 1 - lowest)
-                                     + (table.format.empty() ? "" : ":" + table.format);
+            const std::string text =
+                table.type + std::to_string(reference + 1 - lowest) + (table.format.empty() ? "" : ":" + table.format);
             const std::vector<Tag> tags = parse(text);
             m_target.insert(m_target.end(), tags.begin(), tags.end());
         }
@@ -113,8 +117,10 @@ private:
     {
         if (!isAddress(argument)) {
             if (m_target.empty() || looksLikeAddress(argument))
-                throw std::invalid_argument("\"" + argument + "\" is neither an address nor a value for one; addresses "
-                                            "begin with one of " + m_catalog.names() + ", such as 4x100");
+                throw std::invalid_argument("\"" + argument
+                                            + "\" is neither an address nor a value for one; addresses "
+                                              "begin with one of "
+                                            + m_catalog.names() + ", such as 4x100");
             m_values.push_back(argument);
             return;
         }
@@ -173,8 +179,9 @@ private:
         }
         for (const TagWrite &write : m_selection.writes) {
             if (write.tag.station == 0 && write.tag.type.bitInRegister)
-                throw std::invalid_argument(write.tag.label() + ": bits of registers cannot be broadcast, since the "
-                                            "register must be read first");
+                throw std::invalid_argument(write.tag.label()
+                                            + ": bits of registers cannot be broadcast, since the "
+                                              "register must be read first");
         }
     }
 

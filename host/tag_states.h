@@ -21,10 +21,10 @@ namespace rtu {
 
 struct TagState
 {
-    bool known = false;       ///< read at least once
-    TimePoint read;           ///< the oldest of the last good reads that cover the values
-    bool failed = false;      ///< the last read of some of the values was given up
-    std::string error;        ///< the driver's text about it
+    bool known = false;  ///< read at least once
+    TimePoint read;      ///< the oldest of the last good reads that cover the values
+    bool failed = false; ///< the last read of some of the values was given up
+    std::string error;   ///< the driver's text about it
 };
 
 class TagStates
@@ -55,8 +55,8 @@ private:
     struct Piece
     {
         int station = 0;
-        std::string area;  ///< "0x", "1x", "3x" or "4x": where the driver keeps the values
-        int first = 0;     ///< bits for coils and inputs, registers otherwise
+        std::string area; ///< "0x", "1x", "3x" or "4x": where the driver keeps the values
+        int first = 0;    ///< bits for coils and inputs, registers otherwise
         int count = 0;
         std::size_t tag = 0;
         bool known = false;
@@ -70,7 +70,7 @@ private:
     void update(Piece &piece, const Transaction &transaction);
 
     mutable std::mutex m_mutex;
-    std::vector<Piece> m_pieces;                      ///< sorted by station, area, first
+    std::vector<Piece> m_pieces;                          ///< sorted by station, area, first
     std::map<std::pair<int, std::string>, int> m_longest; ///< longest piece of a station and area
     std::vector<std::vector<std::size_t>> m_piecesOfTag;
     std::vector<Tag> m_tags;

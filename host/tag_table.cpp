@@ -41,7 +41,8 @@ Columns usualColumns()
 
 bool namesColumns(const std::vector<std::string> &fields)
 {
-    return std::any_of(fields.begin(), fields.end(), [](const std::string &field) { return lowered(field) == "address"; });
+    return std::any_of(fields.begin(), fields.end(),
+                       [](const std::string &field) { return lowered(field) == "address"; });
 }
 
 Columns readColumns(const std::vector<std::string> &fields)
@@ -51,8 +52,9 @@ Columns readColumns(const std::vector<std::string> &fields)
     for (std::size_t position = 0; position < fields.size(); ++position) {
         const auto found = std::find(std::begin(columnNames), std::end(columnNames), lowered(fields[position]));
         if (found == std::end(columnNames))
-            throw std::invalid_argument("unknown column \"" + fields[position]
-                                        + "\"; there are name, station, type, address, count, format, scale, unit, values");
+            throw std::invalid_argument(
+                "unknown column \"" + fields[position]
+                + "\"; there are name, station, type, address, count, format, scale, unit, values");
         columns[static_cast<std::size_t>(found - std::begin(columnNames))] = static_cast<int>(position);
     }
     if (columns[Type] < 0)

@@ -19,8 +19,8 @@ struct FunctionText
 };
 
 const FunctionText functionTexts[] = {
-    {1, "read coils", "0x"},           {2, "read discrete inputs", "1x"},   {3, "read holding registers", "4x"},
-    {4, "read input registers", "3x"}, {5, "write coil", "0x"},             {6, "write register", "4x"},
+    {1, "read coils", "0x"},           {2, "read discrete inputs", "1x"}, {3, "read holding registers", "4x"},
+    {4, "read input registers", "3x"}, {5, "write coil", "0x"},           {6, "write register", "4x"},
     {15, "write coils", "0x"},         {16, "write registers", "4x"},
 };
 
@@ -148,8 +148,8 @@ std::string requestMeaning(const QByteArray &request)
     if (!text)
         return "function " + std::to_string(code);
     const bool single = code == 5 || code == 6;
-    const std::string meaning = text->action + std::string(" ")
-                                + rangeText(text->table, wordAt(request, 2), single ? 1 : wordAt(request, 4));
+    const std::string meaning =
+        text->action + std::string(" ") + rangeText(text->table, wordAt(request, 2), single ? 1 : wordAt(request, 4));
     switch (code) {
     case 5:
         return meaning + (byteAt(request, 4) ? " on" : " off");

@@ -17,10 +17,10 @@ struct TraceLine
 {
     TimePoint time;
     int station = 0;
-    char direction = '>';  ///< '>' request, '<' reply, '!' a warning
-    std::string bytes;     ///< hexadecimal
+    char direction = '>'; ///< '>' request, '<' reply, '!' a warning
+    std::string bytes;    ///< hexadecimal
     std::string meaning;
-    std::string verdict;   ///< of the driver, replies only
+    std::string verdict; ///< of the driver, replies only
     bool bad = false;
 };
 

@@ -38,21 +38,21 @@ struct Transaction
     QString regType;
     int startAddr = 0;
     int count = 0;
-    int tag = 0;              ///< VARIABLE::userData; CyclicTag for the cyclic plan
+    int tag = 0; ///< VARIABLE::userData; CyclicTag for the cyclic plan
     bool isRead = false;
     QByteArray request;
-    int expectedReply = 0;    ///< bytes
-    QByteArray reply;         ///< as received, the echo removed
+    int expectedReply = 0; ///< bytes
+    QByteArray reply;      ///< as received, the echo removed
     ReplyEnd end = ReplyEnd::TimedOut;
-    TimePoint sent;           ///< request handed to the port
-    TimePoint requestEnd;     ///< its last character is out
-    TimePoint firstByte;      ///< of the reply; requestEnd when there was none
-    TimePoint finished;       ///< reply complete, or waiting ended
+    TimePoint sent;             ///< request handed to the port
+    TimePoint requestEnd;       ///< its last character is out
+    TimePoint firstByte;        ///< of the reply; requestEnd when there was none
+    TimePoint finished;         ///< reply complete, or waiting ended
     std::size_t strayBytes = 0; ///< dropped before sending and after a time-out
     bool echoRemoved = false;
     int verdict = VerdictNothingPending;
-    QString information;      ///< the driver's error text, with VerdictGivenUp
-    std::string warning;      ///< what the driver accepted although it looks wrong; else empty
+    QString information; ///< the driver's error text, with VerdictGivenUp
+    std::string warning; ///< what the driver accepted although it looks wrong; else empty
 
     bool good() const { return verdict == VerdictGood; }
 };

@@ -18,9 +18,9 @@ struct NamedFormat
 };
 
 const NamedFormat namedFormats[] = {
-    {"bit", Format::Bit, 0},        {"bool", Format::Bit, 0},       {"uint16", Format::Unsigned, 1},
+    {"bit", Format::Bit, 0},        {"bool", Format::Bit, 0},        {"uint16", Format::Unsigned, 1},
     {"int16", Format::Signed, 1},   {"uint32", Format::Unsigned, 2}, {"int32", Format::Signed, 2},
-    {"uint", Format::Unsigned, -1}, {"int", Format::Signed, -1},    {"hex", Format::Hex, -1},
+    {"uint", Format::Unsigned, -1}, {"int", Format::Signed, -1},     {"hex", Format::Hex, -1},
     {"bin", Format::Binary, -1},    {"float", Format::Float, 2},
 };
 

@@ -18,9 +18,9 @@ enum class Format { Bit, Unsigned, Signed, Hex, Binary, Float };
 struct ValueFormat
 {
     Format format = Format::Unsigned;
-    int width = 1;              ///< of the register type: 0 bit, 1 register, 2 two registers
-    double scale = 1.0;         ///< shown value = scale x stored value
-    bool lowWordFirst = false;  ///< the slave keeps the low word of 32-bit values in the first register
+    int width = 1;             ///< of the register type: 0 bit, 1 register, 2 two registers
+    double scale = 1.0;        ///< shown value = scale x stored value
+    bool lowWordFirst = false; ///< the slave keeps the low word of 32-bit values in the first register
 };
 
 /**

@@ -84,11 +84,12 @@ void ValuePrinter::printJson(const Tag &tag, int value, std::uint32_t raw, const
 {
     const std::string shown = valueText(raw, tag.format);
     const std::string json = !state.known ? "null" : isJsonNumber(shown) ? shown : jsonString(shown);
-    m_out << "{\"time\":" << jsonString(timeStamp(now)) << ",\"station\":" << tag.station << ",\"type\":"
-          << jsonString(tag.type.name) << ",\"address\":" << jsonString(addressText(tag.type, tag.addressOf(value)))
-          << ",\"name\":" << jsonString(nameOf(tag, value)) << ",\"value\":" << json << ",\"raw\":"
-          << jsonString(rawText(raw, tag.format)) << ",\"unit\":" << jsonString(tag.unit) << ",\"status\":"
-          << jsonString(statusOf(state)) << ",\"error\":" << jsonString(state.error) << "}\n";
+    m_out << "{\"time\":" << jsonString(timeStamp(now)) << ",\"station\":" << tag.station
+          << ",\"type\":" << jsonString(tag.type.name)
+          << ",\"address\":" << jsonString(addressText(tag.type, tag.addressOf(value)))
+          << ",\"name\":" << jsonString(nameOf(tag, value)) << ",\"value\":" << json
+          << ",\"raw\":" << jsonString(rawText(raw, tag.format)) << ",\"unit\":" << jsonString(tag.unit)
+          << ",\"status\":" << jsonString(statusOf(state)) << ",\"error\":" << jsonString(state.error) << "}\n";
 }
 
 void ValuePrinter::printCsv(const Tag &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)

@@ -13,7 +13,7 @@ const int lastPlace = 512;
 bool isRange(const VARIABLE &unit, int station, const QString &regType, int startAddr, int count)
 {
     return unit.station == station && unit.startAddr == startAddr && unit.count == count
-        && (sharesText(unit.regType, regType) || unit.regType == regType);
+           && (sharesText(unit.regType, regType) || unit.regType == regType);
 }
 
 void addVarToList(QList<VARIABLE> &list, const VARIABLE &var)
@@ -30,10 +30,7 @@ void addVarToList(QList<VARIABLE> &list, const VARIABLE &var)
         list.append(var);
 }
 
-RequestPieces::RequestPieces(int count, int limit)
-    : pieces(count > 0 ? 1 : 0)
-    , each(count)
-    , last(count)
+RequestPieces::RequestPieces(int count, int limit) : pieces(count > 0 ? 1 : 0), each(count), last(count)
 {
     if (limit <= 0)
         return;

@@ -15,11 +15,7 @@ struct WeightedPosition
     unsigned int weight;
     int position;
 
-    WeightedPosition(unsigned int recordWeight, int recordPosition)
-        : weight(recordWeight)
-        , position(recordPosition)
-    {
-    }
+    WeightedPosition(unsigned int recordWeight, int recordPosition) : weight(recordWeight), position(recordPosition) {}
 
     bool operator<(const WeightedPosition &other) const { return weight < other.weight; }
 };

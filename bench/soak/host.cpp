@@ -28,7 +28,7 @@ int functionOf(const FRAME_PRO &frame)
 bool isRecipe(const VARIABLE &unit)
 {
     return unit.startAddr >= FirstRecipe && unit.regType.startsWith(QLatin1String("4x"))
-        && unit.regType != QLatin1String("4x_bit");
+           && unit.regType != QLatin1String("4x_bit");
 }
 
 bool isHostWrite(const FRAME_PRO &frame)
@@ -50,7 +50,7 @@ bool isDouble(const char *type)
 unsigned int mixed(int a, int b, int c)
 {
     unsigned int value = static_cast<unsigned int>(a) * 0x9E3779B1u + static_cast<unsigned int>(b) * 0x85EBCA77u
-        + static_cast<unsigned int>(c) * 0xC2B2AE3Du;
+                         + static_cast<unsigned int>(c) * 0xC2B2AE3Du;
     value ^= value >> 15;
     value *= 0x2C1B3C6Du;
     return value ^ value >> 13;
@@ -161,8 +161,13 @@ void Host::registerRecipes()
 {
     QVector<_RCP_VAR_PRO> rows;
     const auto add = [&rows](int station, const char *type, int offset, int count) {
-        const _RCP_VAR_PRO row = {7, station, QString::fromLatin1(type), FirstRecipe + offset, count,
-                                  (station - 1) * RecipeRegisters + offset, 0};
+        const _RCP_VAR_PRO row = {7,
+                                  station,
+                                  QString::fromLatin1(type),
+                                  FirstRecipe + offset,
+                                  count,
+                                  (station - 1) * RecipeRegisters + offset,
+                                  0};
         rows << row;
     };
     for (int station = 1; station <= recipeStations; ++station) {
@@ -428,7 +433,8 @@ void Host::judgeWrite(const FRAME_PRO &frame, int verdict, const QString &inform
     Place &place = places[static_cast<size_t>(frame.var.userData % tags)];
     const int number = frame.var.userData / tags;
     if (number <= place.ended || number > place.issued)
-        books.disagree("a write that ends twice or was never made: " + nameOf(place.station, place.type, place.address));
+        books.disagree("a write that ends twice or was never made: "
+                       + nameOf(place.station, place.type, place.address));
     books.writesReplaced += number - place.ended - 1;
     place.ended = number;
     place.failed = verdict == 2;
@@ -461,8 +467,8 @@ bool Host::slaveHolds(const Place &place, int number)
 
 bool Host::busy() const
 {
-    const bool writing = std::any_of(places.begin(), places.end(),
-                                     [](const Place &place) { return place.ended != place.issued; });
+    const bool writing =
+        std::any_of(places.begin(), places.end(), [](const Place &place) { return place.ended != place.issued; });
     return writing || readWaits || recipeRequest != 0;
 }
 

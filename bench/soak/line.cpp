@@ -86,8 +86,8 @@ void Line::send(const QByteArray &request)
 void Line::arrive(long long when, const QByteArray &bytes)
 {
     const Arrival arrival = {when, bytes};
-    const auto later = std::find_if(arrivals.begin(), arrivals.end(),
-                                    [when](const Arrival &other) { return other.when > when; });
+    const auto later =
+        std::find_if(arrivals.begin(), arrivals.end(), [when](const Arrival &other) { return other.when > when; });
     arrivals.insert(later, arrival);
 }
 

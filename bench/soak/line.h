@@ -65,7 +65,7 @@ private:
     Random random;
     bool faulty;
     int offStation;
-    long long time; ///< microseconds
+    long long time;               ///< microseconds
     std::deque<Arrival> arrivals; ///< in the order of their times
     long struck[FaultKinds];
     long droppedReplies;

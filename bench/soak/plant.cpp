@@ -138,8 +138,8 @@ bool hasRightCrc(const QByteArray &bytes)
 {
     const int length = static_cast<int>(bytes.size());
     return length >= 4
-        && crcOf(bytes, length - 2)
-            == static_cast<unsigned int>(byteAt(bytes, length - 2) | byteAt(bytes, length - 1) << 8);
+           && crcOf(bytes, length - 2)
+                  == static_cast<unsigned int>(byteAt(bytes, length - 2) | byteAt(bytes, length - 1) << 8);
 }
 
 QByteArray withCrc(QByteArray bytes)
@@ -150,19 +150,9 @@ QByteArray withCrc(QByteArray bytes)
     return bytes;
 }
 
-Slave::Slave()
-    : coils(Coils, 0)
-    , inputs(Inputs, 0)
-    , inputRegisters(InputRegisters, 0)
-    , holding(HoldingRegisters, 0)
-{
-}
+Slave::Slave() : coils(Coils, 0), inputs(Inputs, 0), inputRegisters(InputRegisters, 0), holding(HoldingRegisters, 0) {}
 
-Plant::Plant(std::uint32_t seed)
-    : slaves(Stations)
-    , random(seed)
-{
-}
+Plant::Plant(std::uint32_t seed) : slaves(Stations), random(seed) {}
 
 void Plant::move()
 {

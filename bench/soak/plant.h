@@ -18,10 +18,7 @@ namespace soak {
 class Random
 {
 public:
-    explicit Random(std::uint32_t seed)
-        : engine(seed)
-    {
-    }
+    explicit Random(std::uint32_t seed) : engine(seed) {}
 
     unsigned int operator()() { return static_cast<unsigned int>(engine()); }
 
@@ -33,14 +30,14 @@ enum { FirstStation = 1, Stations = 20 };
 
 /** Which elements of each station are what; zero-based addresses. */
 enum Layout {
-    Coils = 32,           ///< written by the host
-    Inputs = 32,          ///< discrete inputs, moving
-    InputRegisters = 20,  ///< moving
-    MovingRegisters = 40, ///< holding registers 0 to 39, moving
-    FirstWord = 40,       ///< 20 holding registers, written as words
-    FirstDouble = 60,     ///< 20 holding registers, written as 32-bit values
+    Coils = 32,            ///< written by the host
+    Inputs = 32,           ///< discrete inputs, moving
+    InputRegisters = 20,   ///< moving
+    MovingRegisters = 40,  ///< holding registers 0 to 39, moving
+    FirstWord = 40,        ///< 20 holding registers, written as words
+    FirstDouble = 60,      ///< 20 holding registers, written as 32-bit values
     FirstBitRegister = 80, ///< 10 holding registers, written by the bit
-    FirstRecipe = 100,    ///< 60 holding registers, written by recipes alone
+    FirstRecipe = 100,     ///< 60 holding registers, written by recipes alone
     RecipeRegisters = 60,
     HoldingRegisters = FirstRecipe + RecipeRegisters
 };

@@ -94,8 +94,8 @@ std::vector<Memory> runTenths(soak::Host &host, long transactions)
             host.step();
         host.rest(); // what waits in a queue is no leak
         tenths.push_back(memoryNow());
-        std::printf("%10ld transactions: heap %ld KiB, resident %ld KiB\n", host.books.transactions,
-                    tenths.back().heap, tenths.back().resident);
+        std::printf("%10ld transactions: heap %ld KiB, resident %ld KiB\n", host.books.transactions, tenths.back().heap,
+                    tenths.back().resident);
         std::fflush(stdout);
     }
     return tenths;

@@ -58,8 +58,8 @@ static void pollOnce(int port)
 {
     static FRAME_PRO frame;
     if (!DRIVER(intf_getSendFrame)(&frame))
-        return; // nothing to send
-    usleep(4000); // 3.5 characters of silence before each frame
+        return;              // nothing to send
+    usleep(4000);            // 3.5 characters of silence before each frame
     tcflush(port, TCIFLUSH); // what a late reply left behind
     if (write(port, frame.frame, static_cast<size_t>(frame.frameLen)) != frame.frameLen)
         return;

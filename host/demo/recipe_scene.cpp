@@ -47,8 +47,9 @@ class RecipeScene
 {
 public:
     RecipeScene(Stage &stage, const std::string &folder, bool lowWordFirst)
-        : m_stage(stage), m_lowWordFirst(lowWordFirst),
-          m_recipe(rtu::readRecipeFile(stage.driver, stage.catalog, folder + "/recipe.csv"))
+        : m_stage(stage)
+        , m_lowWordFirst(lowWordFirst)
+        , m_recipe(rtu::readRecipeFile(stage.driver, stage.catalog, folder + "/recipe.csv"))
     {
         rtu::DriverProperty property;
         property.swapAll = lowWordFirst;
@@ -180,8 +181,8 @@ private:
 void showRecipes(Stage &stage, const std::string &folder)
 {
     for (const bool lowWordFirst : {false, true}) {
-        stage.screen.scene(std::string("A recipe from the slaves to a file and back, 32-bit values ") +
-                           (lowWordFirst ? "low word first" : "high word first"));
+        stage.screen.scene(std::string("A recipe from the slaves to a file and back, 32-bit values ")
+                           + (lowWordFirst ? "low word first" : "high word first"));
         RecipeScene(stage, folder, lowWordFirst).play();
     }
 }

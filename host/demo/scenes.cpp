@@ -47,24 +47,24 @@ void showWrite(Stage &stage, const Write &write)
     const std::uint32_t after = stage.held(tag);
     const bool good = stage.tally.count(after == order.raw.front() && shownAtOnce == order.raw.front());
     stage.slaves.holdMotion(false);
-    stage.screen.say(std::string("write ") + write.kind + ", " + tag.name + " (" + std::to_string(tag.station) + ":" +
-                     tag.label() + "): " + cell(before, tag) + " -> " + cell(order.raw.front(), tag) +
-                     ", slave now holds " + cell(after, tag) + (good ? "" : "  DIFFERENT"));
+    stage.screen.say(std::string("write ") + write.kind + ", " + tag.name + " (" + std::to_string(tag.station) + ":"
+                     + tag.label() + "): " + cell(before, tag) + " -> " + cell(order.raw.front(), tag)
+                     + ", slave now holds " + cell(after, tag) + (good ? "" : "  DIFFERENT"));
 }
 
 } // namespace
 
 void showPolling(Stage &stage)
 {
-    stage.screen.scene("Polling two slaves at " + std::to_string(stage.slaves.line().baud) +
-                       " baud; their values move");
+    stage.screen.scene("Polling two slaves at " + std::to_string(stage.slaves.line().baud)
+                       + " baud; their values move");
     const Pace pace = stage.screen.redraws() ? Redrawn : InLines;
     for (int picture = 0; picture < pace.pictures; ++picture) {
         stage.pollFor(pace.between);
         stage.showAll();
     }
-    stage.screen.say(std::to_string(stage.frames) + " frames so far, " + std::to_string(stage.changes) +
-                     " changes reported by the driver");
+    stage.screen.say(std::to_string(stage.frames) + " frames so far, " + std::to_string(stage.changes)
+                     + " changes reported by the driver");
 }
 
 void showWrites(Stage &stage)
@@ -78,8 +78,8 @@ void showWrites(Stage &stage)
         showWrite(stage, write);
     const std::uint32_t after = stage.held(word);
     const bool kept = stage.tally.count((before & ~mask) == (after & ~mask));
-    stage.screen.say("control word before and after the bit: " + cell(before, word) + ", " + cell(after, word) +
-                     (kept ? ", its other bits are as they were" : ", OTHER BITS CHANGED"));
+    stage.screen.say("control word before and after the bit: " + cell(before, word) + ", " + cell(after, word)
+                     + (kept ? ", its other bits are as they were" : ", OTHER BITS CHANGED"));
     stage.showAll();
     stage.pollFor(ReadingTime);
 }
@@ -92,8 +92,8 @@ void showDeadSlave(Stage &stage)
     const int before = stage.givenUp;
     stage.pollFor(DyingTime);
     stage.showAll();
-    stage.screen.say("station 2 does not answer: " + std::to_string(stage.givenUp - before) +
-                     " requests given up, the last one with \"" + stage.lastError + "\"");
+    stage.screen.say("station 2 does not answer: " + std::to_string(stage.givenUp - before)
+                     + " requests given up, the last one with \"" + stage.lastError + "\"");
     stage.tally.count(stage.givenUp > before);
     stage.slaves.setStationOn(2, true);
     stage.screen.say("station 2 is switched on again");

@@ -55,7 +55,10 @@ std::string cell(std::uint32_t raw, const rtu::Tag &tag)
 }
 
 Stage::Stage(const std::string &folder, Screen &shownOn)
-    : screen(shownOn), catalog(driver), session(driver), tags(rtu::readTagFile(driver, catalog, folder + "/tags.csv"))
+    : screen(shownOn)
+    , catalog(driver)
+    , session(driver)
+    , tags(rtu::readTagFile(driver, catalog, folder + "/tags.csv"))
 {
     std::string error;
     if (!slaves.loadFile(folder + "/plant.sim", &error) || !slaves.start(&error))

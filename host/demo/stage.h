@@ -74,8 +74,8 @@ public:
     Tally tally;
     int frames = 0;
     int givenUp = 0;
-    int changes = 0;           ///< reported by the driver
-    std::string lastError;     ///< text of the last request that the driver gave up
+    int changes = 0;       ///< reported by the driver
+    std::string lastError; ///< text of the last request that the driver gave up
 
 private:
     const rtu::Transaction &step();

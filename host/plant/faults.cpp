@@ -15,11 +15,16 @@ struct KindName
 };
 
 const KindName KindNames[] = {
-    {FaultKind::NoReply, "no-reply", false},           {FaultKind::LateReply, "late-reply", true},
-    {FaultKind::WrongCrc, "wrong-crc", false},         {FaultKind::FlippedBit, "flipped-bit", false},
-    {FaultKind::Truncated, "truncated", false},        {FaultKind::TooLong, "too-long", false},
-    {FaultKind::WrongStation, "wrong-station", false}, {FaultKind::WrongFunction, "wrong-function", false},
-    {FaultKind::Exception, "exception", true},         {FaultKind::Echo, "echo", false},
+    {FaultKind::NoReply, "no-reply", false},
+    {FaultKind::LateReply, "late-reply", true},
+    {FaultKind::WrongCrc, "wrong-crc", false},
+    {FaultKind::FlippedBit, "flipped-bit", false},
+    {FaultKind::Truncated, "truncated", false},
+    {FaultKind::TooLong, "too-long", false},
+    {FaultKind::WrongStation, "wrong-station", false},
+    {FaultKind::WrongFunction, "wrong-function", false},
+    {FaultKind::Exception, "exception", true},
+    {FaultKind::Echo, "echo", false},
     {FaultKind::GarbageBefore, "garbage-before", false},
 };
 

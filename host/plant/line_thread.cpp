@@ -79,8 +79,11 @@ unsigned long Transmitter::waiting() const
 // --- the thread -----------------------------------------------------------------
 
 LineThread::LineThread(const Port &port, LineSource line, Handler handler)
-    : m_port(port), m_lineSource(std::move(line)), m_handler(std::move(handler)), m_line(m_lineSource()),
-      m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
+    : m_port(port)
+    , m_lineSource(std::move(line))
+    , m_handler(std::move(handler))
+    , m_line(m_lineSource())
+    , m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
     if (m_wakeUp < 0)
         throw std::system_error(errno, std::generic_category(), "eventfd");

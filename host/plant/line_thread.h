@@ -73,16 +73,16 @@ private:
     const Port &m_port;
     LineSource m_lineSource;
     Handler m_handler;
-    mutable std::mutex m_mutex;        ///< over what stands from here to m_heard
-    Line m_line;                       ///< as it was at the last request
+    mutable std::mutex m_mutex; ///< over what stands from here to m_heard
+    Line m_line;                ///< as it was at the last request
     RequestReader m_reader;
     Transmitter m_transmitter;
-    Clock::time_point m_firstByte;     ///< of the request being received
+    Clock::time_point m_firstByte; ///< of the request being received
     Clock::time_point m_lastByte;
     unsigned long m_heard = 0;
     std::atomic<bool> m_alive{true};
     std::atomic<bool> m_stopping{false};
-    int m_wakeUp;                      ///< event descriptor that ends the waiting
+    int m_wakeUp; ///< event descriptor that ends the waiting
     std::thread m_thread;
 };
 

@@ -72,8 +72,8 @@ Bytes Plant::Core::answerOf(Station &asked, const Bytes &request, const Mishaps 
         return Bytes();
     asked.tables.moveTo(motionClock.elapsed());
     const bool refused = mishaps.exception != 0 && request[0] != MODBUS_BROADCAST_ADDRESS;
-    Bytes answer = refused ? asked.exceptionAnswer(request, static_cast<unsigned>(mishaps.exception))
-                           : asked.answer(request);
+    Bytes answer =
+        refused ? asked.exceptionAnswer(request, static_cast<unsigned>(mishaps.exception)) : asked.answer(request);
     if (answer.empty())
         return answer;
     ++asked.counters.answers;

@@ -36,8 +36,8 @@ enum class Table { Coils, DiscreteInputs, InputRegisters, HoldingRegisters };
 /** How the bytes travel. */
 struct Line
 {
-    int baud = 0;           ///< 0: not paced, answers come at once
-    int characterBits = 11; ///< start, data, parity and stop bits of a character
+    int baud = 0;                         ///< 0: not paced, answers come at once
+    int characterBits = 11;               ///< start, data, parity and stop bits of a character
     std::chrono::nanoseconds silence{-1}; ///< kept by the slaves before they answer; below 0: see silenceOf()
     std::chrono::nanoseconds lump{std::chrono::milliseconds(1)}; ///< bytes of a paced answer are handed over this often
     bool adapterTicks = false; ///< lumps at fixed ticks, the last one late, as USB adapters with a latency timer do
@@ -78,12 +78,12 @@ struct Fault
     enum { Any = -1, NoLimit = -1 };
 
     FaultKind kind = FaultKind::NoReply;
-    double rate = 1.0;       ///< share of the matching requests that it strikes
-    unsigned seed = 1;       ///< of the choice and of the random bytes and bits
-    int station = Any;       ///< only this station
-    int function = Any;      ///< only this function code
-    int times = NoLimit;     ///< strikes this often, then no more
-    int value = 0;           ///< exception code, or lateness in milliseconds
+    double rate = 1.0;   ///< share of the matching requests that it strikes
+    unsigned seed = 1;   ///< of the choice and of the random bytes and bits
+    int station = Any;   ///< only this station
+    int function = Any;  ///< only this function code
+    int times = NoLimit; ///< strikes this often, then no more
+    int value = 0;       ///< exception code, or lateness in milliseconds
 };
 
 /**

@@ -28,9 +28,9 @@ struct BaudRate
 };
 
 const BaudRate BaudRates[] = {
-    {300, B300},     {600, B600},     {1200, B1200},     {2400, B2400},     {4800, B4800},     {9600, B9600},
-    {19200, B19200}, {38400, B38400}, {57600, B57600},   {115200, B115200}, {230400, B230400}, {460800, B460800},
-    {500000, B500000}, {921600, B921600}, {1000000, B1000000},
+    {300, B300},       {600, B600},       {1200, B1200},     {2400, B2400},     {4800, B4800},
+    {9600, B9600},     {19200, B19200},   {38400, B38400},   {57600, B57600},   {115200, B115200},
+    {230400, B230400}, {460800, B460800}, {500000, B500000}, {921600, B921600}, {1000000, B1000000},
 };
 
 bool setSpeed(termios &terminal, int baud)
@@ -84,8 +84,8 @@ bool Port::openPair(const std::string &link, std::string *error)
 {
     m_descriptor = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
     char name[128];
-    if (m_descriptor < 0 || grantpt(m_descriptor) != 0 || unlockpt(m_descriptor) != 0 ||
-        ptsname_r(m_descriptor, name, sizeof name) != 0) {
+    if (m_descriptor < 0 || grantpt(m_descriptor) != 0 || unlockpt(m_descriptor) != 0
+        || ptsname_r(m_descriptor, name, sizeof name) != 0) {
         fail(error, "no pseudo-terminal");
         close();
         return false;
@@ -124,8 +124,8 @@ bool Port::openExisting(const std::string &path, const PortSettings &settings, s
     m_pacesItself = hasModemLines(m_descriptor);
     setCharacterFormat(terminal, settings);
     const bool ready = m_pacesItself
-        ? setSpeed(terminal, settings.baud) && tcsetattr(m_descriptor, TCSANOW, &terminal) == 0
-        : makeRaw(m_descriptor);
+                           ? setSpeed(terminal, settings.baud) && tcsetattr(m_descriptor, TCSANOW, &terminal) == 0
+                           : makeRaw(m_descriptor);
     if (!ready) {
         fail(error, path + " at " + std::to_string(settings.baud) + " baud");
         close();

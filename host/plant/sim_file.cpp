@@ -187,8 +187,9 @@ private:
             m_line.lump = milliseconds(take("a time"));
             m_line.adapterTicks = true;
         } else
-            refuse("unknown word " + quoted(name) + "; a line begins with station, 0x, 1x, 3x, 4x, 3x_double, "
-                   "4x_double, hole, fault, turnaround, off, baud, character, silence, lump or adapter");
+            refuse("unknown word " + quoted(name)
+                   + "; a line begins with station, 0x, 1x, 3x, 4x, 3x_double, "
+                     "4x_double, hole, fault, turnaround, off, baud, character, silence, lump or adapter");
         m_plant.setLine(m_line);
     }
 

@@ -12,8 +12,7 @@ namespace plant {
 
 // --- tables ---------------------------------------------------------------------
 
-Tables::Tables()
-    : m_mapping(modbus_mapping_new(TableSize, TableSize, TableSize, TableSize))
+Tables::Tables() : m_mapping(modbus_mapping_new(TableSize, TableSize, TableSize, TableSize))
 {
     if (!m_mapping)
         throw std::bad_alloc();
@@ -151,8 +150,7 @@ bool carriesItsData(const Bytes &request)
 
 } // namespace
 
-Station::Station(int number)
-    : m_protocol(modbus_new_rtu("/dev/null", 19200, 'N', 8, 2))
+Station::Station(int number) : m_protocol(modbus_new_rtu("/dev/null", 19200, 'N', 8, 2))
 {
     if (!m_protocol)
         throw std::bad_alloc();
@@ -192,8 +190,7 @@ Bytes Station::answer(const Bytes &request)
         return broadcast ? Bytes() : exceptionAnswer(request, MODBUS_EXCEPTION_ILLEGAL_DATA_VALUE);
     if (touchesHole(request))
         return broadcast ? Bytes() : exceptionAnswer(request, MODBUS_EXCEPTION_ILLEGAL_DATA_ADDRESS);
-    const int written =
-        modbus_reply(m_protocol, request.data(), static_cast<int>(request.size()), tables.mapping());
+    const int written = modbus_reply(m_protocol, request.data(), static_cast<int>(request.size()), tables.mapping());
     if (written < 0 && !broadcast)
         return exceptionAnswer(request, MODBUS_EXCEPTION_ILLEGAL_FUNCTION);
     return takeAnswer();

@@ -2,8 +2,8 @@
 # ./check, which supplies the counting.
 
 # Those of a run without arguments, the quick ones with the most to say first.
-all_stages=(release sanitize thread fuzz demo abi clang qt6 package arm)
-extra_stages=(style coverage)
+all_stages=(style release sanitize thread fuzz demo abi clang qt6 package arm)
+extra_stages=(coverage)
 
 declare -A stage_purpose=(
     [release]="Qt 5, g++, optimised: all tests"

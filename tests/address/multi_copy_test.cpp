@@ -70,15 +70,14 @@ INSTANTIATE_TEST_SUITE_P(
 
 INSTANTIATE_TEST_SUITE_P(
     OtherTypes, MultiCopy,
-    ::testing::Values(
-        CopyCase{"Coils", "0x", 65530, 3, 5, 2, {65530, 65535, 65535}, {"65531", "65536", "65536"}},
-        CopyCase{"Inputs", "1x", 7, 2, 8, 1, {7, 15}, {"8", "16"}},
-        CopyCase{"InputRegisters", "3x", 65535, 1, 1, 1, {65535}, {"65536"}},
-        CopyCase{"InputDoubles", "3x_double", 65535, 1, 2, 2, {65534}, {"65535"}},
-        CopyCase{"InputBits", "3x_bit", 0, 3, 16, 1, {0, 16, 32}, {"1.0", "2.0", "3.0"}},
-        CopyCase{"BitDigits", "3x_bit", 8, 3, 1, 1, {8, 9, 10}, {"1.8", "1.9", "1.10"}},
-        CopyCase{"FarBeyond", "4x", 100000, 1, 1, 2, {65535}, {"65536"}},
-        CopyCase{"IncrementZero", "4x", 4, 3, 0, 1, {4, 4, 4}, {"5", "5", "5"}}),
+    ::testing::Values(CopyCase{"Coils", "0x", 65530, 3, 5, 2, {65530, 65535, 65535}, {"65531", "65536", "65536"}},
+                      CopyCase{"Inputs", "1x", 7, 2, 8, 1, {7, 15}, {"8", "16"}},
+                      CopyCase{"InputRegisters", "3x", 65535, 1, 1, 1, {65535}, {"65536"}},
+                      CopyCase{"InputDoubles", "3x_double", 65535, 1, 2, 2, {65534}, {"65535"}},
+                      CopyCase{"InputBits", "3x_bit", 0, 3, 16, 1, {0, 16, 32}, {"1.0", "2.0", "3.0"}},
+                      CopyCase{"BitDigits", "3x_bit", 8, 3, 1, 1, {8, 9, 10}, {"1.8", "1.9", "1.10"}},
+                      CopyCase{"FarBeyond", "4x", 100000, 1, 1, 2, {65535}, {"65536"}},
+                      CopyCase{"IncrementZero", "4x", 4, 3, 0, 1, {4, 4, 4}, {"5", "5", "5"}}),
     caseName);
 
 // Steps go on from the unclamped address, and the result stays 2.
@@ -87,7 +86,13 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(
         CopyCase{"ComesBackInside", "4x", 65540, 3, -4, 2, {65535, 65535, 65532}, {"65536", "65536", "65533"}},
         CopyCase{"DoubleComesBackInside", "4x_double", 65536, 2, -2, 2, {65534, 65534}, {"65535", "65535"}},
-        CopyCase{"BitComesBackInside", "4x_bit", 1048577, 3, -1, 2, {1048575, 1048575, 1048575},
+        CopyCase{"BitComesBackInside",
+                 "4x_bit",
+                 1048577,
+                 3,
+                 -1,
+                 2,
+                 {1048575, 1048575, 1048575},
                  {"65536.15", "65536.15", "65536.15"}}),
     caseName);
 
@@ -95,19 +100,17 @@ INSTANTIATE_TEST_SUITE_P(
 // unsigned rendering.
 INSTANTIATE_TEST_SUITE_P(
     Negative, MultiCopy,
-    ::testing::Values(
-        CopyCase{"Register", "4x", 0, 2, -5, 1, {0, -5}, {"1", "4294967292"}},
-        CopyCase{"MinusOne", "0x", -1, 1, 1, 1, {-1}, {"0"}},
-        CopyCase{"Double", "3x_double", -5, 1, 2, 1, {-5}, {"4294967292"}},
-        CopyCase{"WholeRegistersOfBits", "4x_bit", -16, 2, -16, 1, {-16, -32}, {"0.0", "4294967295.0"}}),
+    ::testing::Values(CopyCase{"Register", "4x", 0, 2, -5, 1, {0, -5}, {"1", "4294967292"}},
+                      CopyCase{"MinusOne", "0x", -1, 1, 1, 1, {-1}, {"0"}},
+                      CopyCase{"Double", "3x_double", -5, 1, 2, 1, {-5}, {"4294967292"}},
+                      CopyCase{"WholeRegistersOfBits", "4x_bit", -16, 2, -16, 1, {-16, -32}, {"0.0", "4294967295.0"}}),
     caseName);
 
 INSTANTIATE_TEST_SUITE_P(
     WrapAround, MultiCopy,
-    ::testing::Values(
-        CopyCase{"BeyondTheLargest", "4x", INT_MAX, 2, 1, 2, {65535, INT_MIN}, {"65536", "2147483649"}},
-        CopyCase{"LargestIncrement", "4x", 1, 3, INT_MAX, 1, {1, INT_MIN, -1}, {"2", "2147483649", "0"}},
-        CopyCase{"SmallestIncrement", "0x", INT_MIN, 2, INT_MIN, 1, {INT_MIN, 0}, {"2147483649", "1"}}),
+    ::testing::Values(CopyCase{"BeyondTheLargest", "4x", INT_MAX, 2, 1, 2, {65535, INT_MIN}, {"65536", "2147483649"}},
+                      CopyCase{"LargestIncrement", "4x", 1, 3, INT_MAX, 1, {1, INT_MIN, -1}, {"2", "2147483649", "0"}},
+                      CopyCase{"SmallestIncrement", "0x", INT_MIN, 2, INT_MIN, 1, {INT_MIN, 0}, {"2147483649", "1"}}),
     caseName);
 
 TEST(MultiCopyResult, UnknownTypeIsZeroAndAppendsNothing)

@@ -48,9 +48,9 @@ TEST(RegisterTypes, TableIsInTheEditorsOrder)
 
 TEST(RegisterTypes, NamesAreExact)
 {
-    const char *const names[] = {"",    "x",      "5x",      "2x",      "0X",      "4X",         "4x ",      " 4x",
-                                 "4",   "4x_",    "4x_Bit",  "4x_bit ", "4x_bits", "4x_doubl",   "0x_bit",   "1x_bit",
-                                 "0x_double", "_bit", "_double", "3x_DOUBLE", "\xB4x", "4x\n"};
+    const char *const names[] = {"",          "x",    "5x",      "2x",        "0X",      "4X",       "4x ",    " 4x",
+                                 "4",         "4x_",  "4x_Bit",  "4x_bit ",   "4x_bits", "4x_doubl", "0x_bit", "1x_bit",
+                                 "0x_double", "_bit", "_double", "3x_DOUBLE", "\xB4x",   "4x\n"};
     for (const char *name : names)
         EXPECT_EQ(findRegisterType(QString::fromLatin1(name)), nullptr) << name;
     EXPECT_EQ(findRegisterType(QString()), nullptr);

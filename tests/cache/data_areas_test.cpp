@@ -130,8 +130,8 @@ TEST(SetBitValue, OnlyTheLowByteOfTheNumberCounts)
     EXPECT_EQ(_setBitValue(0, 256, 1), 1);
     EXPECT_EQ(_setBitValue(0, 256 + 31, 1), INT_MIN);
     EXPECT_EQ(_setBitValue(7, 256 + 32, 1), 7);
-    EXPECT_EQ(_setBitValue(7, -1, 1), 7);   // 255
-    EXPECT_EQ(_setBitValue(7, -256, 0), 6); // 0
+    EXPECT_EQ(_setBitValue(7, -1, 1), 7);    // 255
+    EXPECT_EQ(_setBitValue(7, -256, 0), 6);  // 0
     EXPECT_EQ(_setBitValue(7, -253, 1), 15); // 3
     EXPECT_EQ(_setBitValue(7, INT_MIN, 0), 6);
     EXPECT_EQ(_setBitValue(7, INT_MAX, 0), 7);

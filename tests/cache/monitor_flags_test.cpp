@@ -195,8 +195,8 @@ TEST_F(MonitorFlags, DecideWhatAReadReports)
     const FRAME_PRO first = nextFrame();
     ASSERT_EQ(requestBytes(first), adu("01 03 00 02 00 02")) << "registers 2 and 3";
     EXPECT_EQ(deal(wordsReply(1, 3, {0xFFFF, 0xFFFF})), static_cast<int>(ReplyAccepted));
-    EXPECT_EQ(recorder.take(), (Changes{Change{1, 1, QString::fromLatin1("4x_bit"), 33},
-                                        Change{1, 1, QString::fromLatin1("4x"), 3}}));
+    EXPECT_EQ(recorder.take(),
+              (Changes{Change{1, 1, QString::fromLatin1("4x_bit"), 33}, Change{1, 1, QString::fromLatin1("4x"), 3}}));
     EXPECT_EQ(exchange(wordsReply(1, 3, {0, 5})), static_cast<int>(ReplyAccepted));
     EXPECT_EQ(recorder.take(), (Changes{Change{1, 1, QString::fromLatin1("4x_double"), 4}}));
 }

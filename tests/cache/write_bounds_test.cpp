@@ -20,16 +20,13 @@ typedef std::vector<unsigned char> Bytes;
 const int RegisterCounts[] = {2,   100, 123, 124, 127, 128, 129, 255, 256, 257,  384,  385,
                               506, 507, 508, 509, 511, 512, 513, 514, 600, 1000, 1024, 4000};
 const int CoilCounts[] = {1016, 1017, 1023, 1024, 1025, 1032, 2000, 2040, 2041, 4096, 8120, 8121, 8192, 9000, 65536};
-const int BitCounts[] = {17,  100,  255,  256,  511,  512,  513,  1023, 1024, 1025,
+const int BitCounts[] = {17,   100,  255,  256,  511,  512,  513,  1023, 1024, 1025,
                          2048, 4095, 8000, 8112, 8113, 8128, 8192, 9000, 20000};
 
 class WriteBounds : public DriverFixture
 {
 protected:
-    static Bytes pattern(int size, unsigned char value)
-    {
-        return Bytes(static_cast<size_t>(size), value);
-    }
+    static Bytes pattern(int size, unsigned char value) { return Bytes(static_cast<size_t>(size), value); }
 
     // Every frame is a whole Modbus frame inside its array.
     static void expectSoundFrame(const FRAME_PRO &frame)

@@ -23,9 +23,9 @@ TEST(Descriptors, DriverParameterHas18Fields)
     intf_getDriverParameter(&parameter);
     EXPECT_FALSE(parameter.contains(QLatin1Char(' ')));
 
-    const char *const fields[] = {"0",    "9600",  "8",   "NONE", "1",      "0",      "1",  nullptr,     "8888",
-                                  "modbus_rtu_master", "0x",  "1x",   "3x_bit", "4x_bit", "3x", "4x", "3x_double",
-                                  "4x_double"};
+    const char *const fields[] = {
+        "0",  "9600", "8",      "NONE",   "1",  "0",  "1",         nullptr,    "8888", "modbus_rtu_master",
+        "0x", "1x",   "3x_bit", "4x_bit", "3x", "4x", "3x_double", "4x_double"};
     const QStringList got = parameter.split(QLatin1Char(','));
     ASSERT_EQ(got.size(), 18);
     for (int i = 0; i < 18; ++i) {

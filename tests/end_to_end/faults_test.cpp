@@ -54,11 +54,11 @@ struct Expectation
     FaultKind kind;
     const char *name;
     int value;
-    int verdict;      ///< on a reply with the fault
-    bool replyEmpty;  ///< the panel hears nothing at all in time
-    bool isDone;      ///< the slave carries a write out all the same
-    bool warned;      ///< the driver accepts the reply, the host sees that it does not fit
-    bool strayBytes;  ///< the reply comes late and is dropped before the next frame
+    int verdict;     ///< on a reply with the fault
+    bool replyEmpty; ///< the panel hears nothing at all in time
+    bool isDone;     ///< the slave carries a write out all the same
+    bool warned;     ///< the driver accepts the reply, the host sees that it does not fit
+    bool strayBytes; ///< the reply comes late and is dropped before the next frame
 };
 
 const Expectation Expectations[] = {
@@ -253,7 +253,8 @@ TEST_P(Faults, WithoutEndAreGivenUpAndPolledOn)
 }
 
 INSTANTIATE_TEST_SUITE_P(Each, Faults,
-                         ::testing::Combine(::testing::ValuesIn(Expectations), ::testing::ValuesIn(Operations)), nameOf);
+                         ::testing::Combine(::testing::ValuesIn(Expectations), ::testing::ValuesIn(Operations)),
+                         nameOf);
 
 // --- what depends on more than the kind ---------------------------------------
 

@@ -48,7 +48,9 @@ int functionOf(const rtu::Transaction &transaction)
 }
 
 Panel::Panel(rtu::Line &line, const Settings &settings)
-    : driver(END_TO_END_DRIVER), session(driver), m_loop(driver, line, pollSettings(settings.removeEcho))
+    : driver(END_TO_END_DRIVER)
+    , session(driver)
+    , m_loop(driver, line, pollSettings(settings.removeEcho))
 {
     driver.setChangeListener([this](const rtu::ValueChange &change) { changes.push_back(change); });
     session.configure(propertyFrom(settings.property));

@@ -22,7 +22,8 @@ rtu::LineParameters unpaced()
 }
 
 /** Naps until the condition holds. */
-template <typename Condition> void awaitThat(Condition condition, const char *what)
+template <typename Condition>
+void awaitThat(Condition condition, const char *what)
 {
     const rtu::TimePoint end = rtu::SteadyClock::now() + GiveUpAfter;
     while (!condition()) {
@@ -35,8 +36,9 @@ template <typename Condition> void awaitThat(Condition condition, const char *wh
 } // namespace
 
 PlantLine::PlantLine(plant::Plant &plant)
-    : m_plant(plant), m_serial(plant.devicePath(), unpaced()),
-      m_probe(::open(plant.devicePath().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC))
+    : m_plant(plant)
+    , m_serial(plant.devicePath(), unpaced())
+    , m_probe(::open(plant.devicePath().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC))
 {
     m_serial.open();
 }

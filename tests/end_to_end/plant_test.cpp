@@ -254,8 +254,7 @@ TEST(SimulationFile, SaysWhereAndWhatIsWrong)
         {"baud 9600 8N1", "sim:1: what does \"8N1\" mean here?"},
         {"fault exception", "sim:1: \"exception\" needs a number"},
         {"fault wrong-crc rate 2", "sim:1: a rate goes from 0 to 1"},
-        {"fault wrong-crc often 2",
-         "sim:1: unknown word \"often\"; there are rate, seed, station, function and times"},
+        {"fault wrong-crc often 2", "sim:1: unknown word \"often\"; there are rate, seed, station, function and times"},
     };
     for (const MistakeCase &c : cases) {
         Plant plant;

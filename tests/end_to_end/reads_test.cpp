@@ -18,9 +18,9 @@ struct ReadCase
     const char *type;
     int address;
     int count;
-    const char *table;         ///< of the slave
+    const char *table; ///< of the slave
     int tableAddress;
-    std::vector<int> held;     ///< from there on
+    std::vector<int> held; ///< from there on
     std::vector<std::int64_t> shown;
     int function;
 };
@@ -113,10 +113,10 @@ TEST_P(Reads, FollowAndReportChanges)
     panel->settle();
     std::vector<std::string> reported;
     for (const rtu::ValueChange &change : panel->changes)
-        reported.push_back(change.regType.toStdString() + " " + std::to_string(change.address) + " on " +
-                           std::to_string(change.linkId) + "/" + std::to_string(change.station));
-    EXPECT_EQ(reported, (std::vector<std::string>{"1x 8 on 7/1", "3x_bit 83 on 7/1", "4x 10 on 7/1",
-                                                  "4x_double 20 on 7/1"}));
+        reported.push_back(change.regType.toStdString() + " " + std::to_string(change.address) + " on "
+                           + std::to_string(change.linkId) + "/" + std::to_string(change.station));
+    EXPECT_EQ(reported,
+              (std::vector<std::string>{"1x 8 on 7/1", "3x_bit 83 on 7/1", "4x 10 on 7/1", "4x_double 20 on 7/1"}));
     EXPECT_EQ(panel->shown(1, "4x_double", 20, 2), Values{5});
 }
 

@@ -24,7 +24,7 @@ struct WriteCase
     int tableAddress;        ///< one before the first address written
     std::vector<int> before; ///< what the slave holds from there on
     std::vector<int> after;
-    Functions functions;     ///< of the frames
+    Functions functions; ///< of the frames
 };
 
 const std::vector<WriteCase> &writeCases()
@@ -32,19 +32,47 @@ const std::vector<WriteCase> &writeCases()
     static const std::vector<WriteCase> cases = {
         {"coil on", "0x", 5, {1}, "0x", 4, {0, 0, 0}, {0, 1, 0}, {5}},
         {"coil off", "0x", 5, {0}, "0x", 4, {1, 1, 1}, {1, 0, 1}, {5}},
-        {"coils", "0x", 20, {1, 0, 1, 1, 0, 0, 0, 1, 1}, "0x", 19,
-         {1, 0, 1, 0, 0, 1, 1, 1, 0, 0, 0}, {1, 1, 0, 1, 1, 0, 0, 0, 1, 1, 0}, {15}},
+        {"coils",
+         "0x",
+         20,
+         {1, 0, 1, 1, 0, 0, 0, 1, 1},
+         "0x",
+         19,
+         {1, 0, 1, 0, 0, 1, 1, 1, 0, 0, 0},
+         {1, 1, 0, 1, 1, 0, 0, 0, 1, 1, 0},
+         {15}},
         {"register", "4x", 10, {0xBEEF}, "4x", 9, {1, 2, 3}, {1, 0xBEEF, 3}, {6}},
         {"registers", "4x", 10, {0x0102, 0, 0xFFFF}, "4x", 9, {1, 2, 3, 4, 5}, {1, 0x0102, 0, 0xFFFF, 5}, {16}},
         {"double", "4x_double", 30, {0x12345678}, "4x", 29, {1, 2, 3, 4}, {1, 0x1234, 0x5678, 4}, {16}},
-        {"doubles", "4x_double", 30, {0x80000001, 0x0000FFFF}, "4x", 29, {9, 9, 9, 9, 9, 9},
-         {9, 0x8000, 0x0001, 0, 0xFFFF, 9}, {16}},
+        {"doubles",
+         "4x_double",
+         30,
+         {0x80000001, 0x0000FFFF},
+         "4x",
+         29,
+         {9, 9, 9, 9, 9, 9},
+         {9, 0x8000, 0x0001, 0, 0xFFFF, 9},
+         {16}},
         {"bit on", "4x_bit", 40 * 16 + 7, {1}, "4x", 39, {0x5A5A, 0xA501, 0x5A5A}, {0x5A5A, 0xA581, 0x5A5A}, {3, 16}},
         {"bit off", "4x_bit", 40 * 16 + 15, {0}, "4x", 39, {0x5A5A, 0xA501, 0x5A5A}, {0x5A5A, 0x2501, 0x5A5A}, {3, 16}},
-        {"bits", "4x_bit", 40 * 16 + 4, {0, 1, 0, 1}, "4x", 39, {0xFFFF, 0xFF5F, 0xFFFF}, {0xFFFF, 0xFFAF, 0xFFFF},
+        {"bits",
+         "4x_bit",
+         40 * 16 + 4,
+         {0, 1, 0, 1},
+         "4x",
+         39,
+         {0xFFFF, 0xFF5F, 0xFFFF},
+         {0xFFFF, 0xFFAF, 0xFFFF},
          {3, 16}},
-        {"bits across registers", "4x_bit", 40 * 16 + 14, {1, 0, 0, 1}, "4x", 39, {0x1111, 0x8001, 0x8001, 0x1111},
-         {0x1111, 0x4001, 0x8002, 0x1111}, {3, 16}},
+        {"bits across registers",
+         "4x_bit",
+         40 * 16 + 14,
+         {1, 0, 0, 1},
+         "4x",
+         39,
+         {0x1111, 0x8001, 0x8001, 0x1111},
+         {0x1111, 0x4001, 0x8002, 0x1111},
+         {3, 16}},
         {"bits from the first one on", "4x_bit", 40 * 16, {1, 1}, "4x", 39, {0, 0xF000, 0}, {0, 0xF003, 0}, {3, 16}},
     };
     return cases;

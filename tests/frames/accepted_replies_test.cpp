@@ -141,9 +141,9 @@ TEST_F(AcceptedReplies, FaultsOfTheLineAreSentAgain)
 namespace {
 
 /** What may be in flight when a reply comes in. */
-const char *const situations[] = {"coils", "inputs", "registers", "doubles", "one-off", "nothing asked",
-                                  "register write", "coil write", "bit write", "block write", "block read",
-                                  "double block read", "unknown type", "broadcast"};
+const char *const situations[] = {
+    "coils",      "inputs",    "registers",   "doubles",    "one-off",           "nothing asked", "register write",
+    "coil write", "bit write", "block write", "block read", "double block read", "unknown type",  "broadcast"};
 
 class AnyReply : public support::SlaveFixture, public ::testing::WithParamInterface<const char *>
 {
@@ -201,7 +201,7 @@ protected:
         if (length != frame.replyLen)
             return false;
         return length == 0 || (length > 2 && support::withCrc(reply.left(length - 2)) == reply)
-            || (length == 2 && reply == support::bytes("FF FF"));
+               || (length == 2 && reply == support::bytes("FF FF"));
     }
 
     static QByteArray randomBytes(support::Random &random, int length)

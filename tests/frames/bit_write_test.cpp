@@ -98,29 +98,56 @@ TEST_P(BitWriteFrames, ReadsAndWritesBack)
     EXPECT_TRUE(driver.writeList.isEmpty());
 }
 
-INSTANTIATE_TEST_SUITE_P(Bits, BitWriteFrames, ::testing::Values(
-    BitWriteCase{"SetInTheLowByte", 0x25, Bits{1}, "01 03 00 02 00 01", {0x1240}, "60 12",
-                 "01 10 00 02 00 01 02 12 60"},
-    BitWriteCase{"ClearInTheLowByte", 0x25, Bits{0}, "01 03 00 02 00 01", {0xFFFF}, "DF FF",
-                 "01 10 00 02 00 01 02 FF DF"},
-    BitWriteCase{"SetInTheHighByte", 0x2D, Bits{1}, "01 03 00 02 00 01", {0x0001}, "01 20",
-                 "01 10 00 02 00 01 02 20 01"},
-    BitWriteCase{"ClearInTheHighByte", 0x2F, Bits{0}, "01 03 00 02 00 01", {0xFFFF}, "FF 7F",
-                 "01 10 00 02 00 01 02 7F FF"},
-    BitWriteCase{"AlreadySet", 0x20, Bits{1}, "01 03 00 02 00 01", {0xFFFF}, "FF FF",
-                 "01 10 00 02 00 01 02 FF FF"},
-    BitWriteCase{"SeveralInOneRegister", 0x24, Bits{1, 0, 1, 0, 1, 0}, "01 03 00 02 00 01", {0x00F0}, "50 01",
-                 "01 10 00 02 00 01 02 01 50"},
-    BitWriteCase{"AcrossTwoRegisters", 0x2E, Bits{1, 0, 1, 0}, "01 03 00 02 00 02", {0x8001, 0xFF02},
-                 "01 40 01 FF", "01 10 00 02 00 02 04 40 01 FF 01"},
-    BitWriteCase{"LastBitAndWholeNextRegister", 0x1F, Bits(17, 1), "01 03 00 01 00 02", {0x0000, 0x0000},
-                 "00 80 FF FF", "01 10 00 01 00 02 04 80 00 FF FF"},
-    BitWriteCase{"ExactlyOneRegister", 0x10, Bits(16, 0), "01 03 00 01 00 01", {0xABCD}, "00 00",
-                 "01 10 00 01 00 01 02 00 00"},
-    BitWriteCase{"AnyNonzeroByteIsOn", 0x25, Bits{2}, "01 03 00 02 00 01", {0x0000}, "20 00",
-                 "01 10 00 02 00 01 02 00 20"},
-    BitWriteCase{"HighestBitByteIsOn", 0x25, Bits{0x80}, "01 03 00 02 00 01", {0x0000}, "20 00",
-                 "01 10 00 02 00 01 02 00 20"}), caseName);
+INSTANTIATE_TEST_SUITE_P(
+    Bits, BitWriteFrames,
+    ::testing::Values(
+        BitWriteCase{
+            "SetInTheLowByte", 0x25, Bits{1}, "01 03 00 02 00 01", {0x1240}, "60 12", "01 10 00 02 00 01 02 12 60"},
+        BitWriteCase{
+            "ClearInTheLowByte", 0x25, Bits{0}, "01 03 00 02 00 01", {0xFFFF}, "DF FF", "01 10 00 02 00 01 02 FF DF"},
+        BitWriteCase{
+            "SetInTheHighByte", 0x2D, Bits{1}, "01 03 00 02 00 01", {0x0001}, "01 20", "01 10 00 02 00 01 02 20 01"},
+        BitWriteCase{
+            "ClearInTheHighByte", 0x2F, Bits{0}, "01 03 00 02 00 01", {0xFFFF}, "FF 7F", "01 10 00 02 00 01 02 7F FF"},
+        BitWriteCase{"AlreadySet", 0x20, Bits{1}, "01 03 00 02 00 01", {0xFFFF}, "FF FF", "01 10 00 02 00 01 02 FF FF"},
+        BitWriteCase{"SeveralInOneRegister",
+                     0x24,
+                     Bits{1, 0, 1, 0, 1, 0},
+                     "01 03 00 02 00 01",
+                     {0x00F0},
+                     "50 01",
+                     "01 10 00 02 00 01 02 01 50"},
+        BitWriteCase{"AcrossTwoRegisters",
+                     0x2E,
+                     Bits{1, 0, 1, 0},
+                     "01 03 00 02 00 02",
+                     {0x8001, 0xFF02},
+                     "01 40 01 FF",
+                     "01 10 00 02 00 02 04 40 01 FF 01"},
+        BitWriteCase{"LastBitAndWholeNextRegister",
+                     0x1F,
+                     Bits(17, 1),
+                     "01 03 00 01 00 02",
+                     {0x0000, 0x0000},
+                     "00 80 FF FF",
+                     "01 10 00 01 00 02 04 80 00 FF FF"},
+        BitWriteCase{"ExactlyOneRegister",
+                     0x10,
+                     Bits(16, 0),
+                     "01 03 00 01 00 01",
+                     {0xABCD},
+                     "00 00",
+                     "01 10 00 01 00 01 02 00 00"},
+        BitWriteCase{
+            "AnyNonzeroByteIsOn", 0x25, Bits{2}, "01 03 00 02 00 01", {0x0000}, "20 00", "01 10 00 02 00 01 02 00 20"},
+        BitWriteCase{"HighestBitByteIsOn",
+                     0x25,
+                     Bits{0x80},
+                     "01 03 00 02 00 01",
+                     {0x0000},
+                     "20 00",
+                     "01 10 00 02 00 01 02 00 20"}),
+    caseName);
 
 // --- end to end ------------------------------------------------------------------------
 

@@ -80,8 +80,8 @@ TEST_F(FrameBuilders, GoldenFrames)
 {
     for (const Golden &golden : goldenFrames) {
         const bool isRead = golden.data == nullptr;
-        const VARIABLE unit = variable(17, golden.type, golden.startAddr, golden.count,
-                                       isRead ? Bytes() : payload(golden.data));
+        const VARIABLE unit =
+            variable(17, golden.type, golden.startAddr, golden.count, isRead ? Bytes() : payload(golden.data));
         EXPECT_EQ(requestBytes(isRead ? read(unit) : write(unit)), bytes(golden.frame)) << golden.name;
     }
 }
@@ -89,14 +89,14 @@ TEST_F(FrameBuilders, GoldenFrames)
 // The answers of the same examples are good, and each with a flipped bit is bad.
 TEST_F(FrameBuilders, GoldenReplies)
 {
-    const char *const replies[] = {"11 01 03 CD 6B 05",    "11 02 03 AC DB 35", "11 03 06 02 2B 00 00 00 64",
-                                   "11 04 02 00 0A",       "11 05 00 AC FF 00", "11 06 00 01 00 03",
-                                   "11 0F 00 13 00 0A",    "11 10 00 01 00 02"};
+    const char *const replies[] = {"11 01 03 CD 6B 05", "11 02 03 AC DB 35", "11 03 06 02 2B 00 00 00 64",
+                                   "11 04 02 00 0A",    "11 05 00 AC FF 00", "11 06 00 01 00 03",
+                                   "11 0F 00 13 00 0A", "11 10 00 01 00 02"};
     for (int i = 0; i < 8; ++i) {
         const Golden &golden = goldenFrames[i];
         const bool isRead = golden.data == nullptr;
-        const VARIABLE unit = variable(17, golden.type, golden.startAddr, golden.count,
-                                       isRead ? Bytes() : payload(golden.data));
+        const VARIABLE unit =
+            variable(17, golden.type, golden.startAddr, golden.count, isRead ? Bytes() : payload(golden.data));
         isRead ? read(unit) : write(unit);
         QByteArray reply = adu(replies[i]);
         const unsigned char *content = reinterpret_cast<const unsigned char *>(reply.constData());
@@ -425,8 +425,8 @@ TEST_F(BitWriteFrames, ReadThenWriteOfTheSameRegister)
 
 TEST_F(BitWriteFrames, QuantityCoversTheBits)
 {
-    const int ranges[][3] = {{0, 1, 1}, {0, 16, 1}, {0, 17, 2}, {15, 1, 1}, {15, 2, 2}, {15, 17, 2}, {15, 18, 3},
-                             {5, 11, 1}, {5, 12, 2}, {35, 2, 1}, {0, 1024, 64}, {1, 1024, 65}};
+    const int ranges[][3] = {{0, 1, 1},   {0, 16, 1}, {0, 17, 2}, {15, 1, 1}, {15, 2, 2},    {15, 17, 2},
+                             {15, 18, 3}, {5, 11, 1}, {5, 12, 2}, {35, 2, 1}, {0, 1024, 64}, {1, 1024, 65}};
     for (const auto &range : ranges) {
         master.frameList.clear();
         master.getWriteFrame(variable(1, "4x_bit", range[0], range[1]));

@@ -14,8 +14,8 @@ using support::Changes;
 using support::keysOf;
 using support::unitsText;
 using support::wordChange;
-using support::wordsReply;
 using support::Words;
+using support::wordsReply;
 
 namespace {
 
@@ -202,7 +202,7 @@ TEST_F(RecipeTransfer, ManyBlocksGoThereAndBack)
     Words values;
     for (int i = 0; i < 60; ++i) {
         rows += (i == 0 ? "" : " | ") + std::to_string(1 + i % 3) + ":4x " + std::to_string(i * 7) + "+3@"
-            + std::to_string(i * 3);
+                + std::to_string(i * 3);
         for (int j = 0; j < 3; ++j)
             values.push_back(1000 + i * 3 + j);
     }
@@ -222,7 +222,11 @@ TEST_F(RecipeTransfer, RowLongerThanTheLimitIsOneRequest)
     registerRows("1:4x 0+120@0");
     slave(1).setHolding(0, Words(120, 0x1234));
     EXPECT_EQ(transfer(BlockReadRequest), 1);
-    EXPECT_EQ(words(0, 121), [] { Words all(121, 0x1234); all[120] = 0; return all; }());
+    EXPECT_EQ(words(0, 121), [] {
+        Words all(121, 0x1234);
+        all[120] = 0;
+        return all;
+    }());
 }
 
 // --- failures --------------------------------------------------------------------------------------

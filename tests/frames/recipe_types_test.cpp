@@ -12,8 +12,8 @@
 using support::adu;
 using support::Changes;
 using support::wordChange;
-using support::wordsReply;
 using support::Words;
+using support::wordsReply;
 
 namespace {
 
@@ -97,15 +97,17 @@ TEST_P(RecipeDoubles, LoadedAndSavedAgainAreTheSameInTheHost)
     EXPECT_EQ(words(0, 6), before);
 }
 
-INSTANTIATE_TEST_SUITE_P(WordOrders, RecipeDoubles, ::testing::Values(
-    WordOrderCase{"HighWordFirstByDefault", "3#0#0#3#100", false},
-    WordOrderCase{"HighWordFirstInModeZero", "3#0#0#3#100#0", false},
-    WordOrderCase{"HighWordFirstForStationsNotListed", "3#0#0#3#100#0_1,3", false},
-    WordOrderCase{"HighWordFirstInOtherModes", "3#0#0#3#100#2", false},
-    WordOrderCase{"LowWordFirstInModeOne", "3#0#0#3#100#1", true},
-    WordOrderCase{"LowWordFirstInModeOneWithAList", "3#0#0#3#100#1_7", true},
-    WordOrderCase{"LowWordFirstForListedStations", "3#0#0#3#100#0_7,2", true},
-    WordOrderCase{"LowWordFirstForListedStationsInOtherModes", "3#0#0#3#100#5_2", true}), orderName);
+INSTANTIATE_TEST_SUITE_P(
+    WordOrders, RecipeDoubles,
+    ::testing::Values(WordOrderCase{"HighWordFirstByDefault", "3#0#0#3#100", false},
+                      WordOrderCase{"HighWordFirstInModeZero", "3#0#0#3#100#0", false},
+                      WordOrderCase{"HighWordFirstForStationsNotListed", "3#0#0#3#100#0_1,3", false},
+                      WordOrderCase{"HighWordFirstInOtherModes", "3#0#0#3#100#2", false},
+                      WordOrderCase{"LowWordFirstInModeOne", "3#0#0#3#100#1", true},
+                      WordOrderCase{"LowWordFirstInModeOneWithAList", "3#0#0#3#100#1_7", true},
+                      WordOrderCase{"LowWordFirstForListedStations", "3#0#0#3#100#0_7,2", true},
+                      WordOrderCase{"LowWordFirstForListedStationsInOtherModes", "3#0#0#3#100#5_2", true}),
+    orderName);
 
 TEST_F(RecipeTypes, StationsOfBothWordOrdersGoInOneTransfer)
 {

@@ -310,7 +310,8 @@ TEST_F(ResponseProcessing, DoublesKeepTheFlagLikeWords)
 
 TEST_F(ResponseProcessing, OtherTypesLoseTheFlagThoughWritesAreQueued)
 {
-    struct {
+    struct
+    {
         const char *type;
         const char *areaType;
     } const cases[] = {{"3x", "3x"}, {"3x_double", "3x"}, {"3x_bit", "3x"}, {"4x_bit", "4x"}};
@@ -467,11 +468,12 @@ TEST_F(ResponseProcessing, ThirdBadReplyGivesUp)
 
 TEST_F(ResponseProcessing, LimitCountsAttempts)
 {
-    struct {
+    struct
+    {
         const char *property;
         int attempts;
-    } const cases[] = {{"1#0#0#-5#100", 1}, {"1#0#0#0#100", 1}, {"1#0#0#1#100", 1}, {"1#0#0#2#100", 2},
-                       {"1#0#0#20#100", 20}};
+    } const cases[] = {
+        {"1#0#0#-5#100", 1}, {"1#0#0#0#100", 1}, {"1#0#0#1#100", 1}, {"1#0#0#2#100", 2}, {"1#0#0#20#100", 20}};
     for (const auto &c : cases) {
         init(c.property);
         plan(keysOf("1:4x 0+1"));
@@ -491,7 +493,8 @@ TEST_F(ResponseProcessing, TextShowsTheLastReply)
 
 TEST_F(ResponseProcessing, FailedRegisterReadMarksItsRegisters)
 {
-    struct {
+    struct
+    {
         const char *type;
         const char *areaType;
     } const cases[] = {{"3x", "3x"}, {"3x_double", "3x"}, {"3x_bit", "3x"},

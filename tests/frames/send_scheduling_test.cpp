@@ -47,7 +47,6 @@ protected:
         intf_setRcpAddress(&table);
     }
 
-
     static std::string inFlight() { return unitText(driver.currentVar); }
 };
 

@@ -26,9 +26,7 @@ enum { WriteRequestByte = 60115, ReadRequestByte = 60116, AreaBytes = 60117 };
 class OwnDriver : public ::testing::Test
 {
 protected:
-    OwnDriver()
-        : area(AreaBytes, 0)
-        , words(8, 0)
+    OwnDriver() : area(AreaBytes, 0), words(8, 0)
     {
         master.valueChangeCallBack = &support::ChangeRecorder::callBack;
         master.initProperty(area.data(), 0, words.data(), "1#0#0#3#100", &mutex);

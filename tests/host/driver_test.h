@@ -30,7 +30,8 @@ protected:
 };
 
 /** The message of the invalid_argument that the call throws; "nothing thrown" otherwise. */
-template <typename Call> std::string refusalOf(Call call)
+template <typename Call>
+std::string refusalOf(Call call)
 {
     try {
         call();

@@ -223,7 +223,8 @@ TEST_F(LiveScreen, FillsEveryLineExactly)
             EXPECT_EQ(static_cast<std::size_t>(rows), screen.lines.size());
             for (std::size_t row = 0; row < screen.lines.size(); ++row) {
                 const int width = rtu::textWidth(screen.text(row));
-                EXPECT_TRUE(width == columns || width == 0) << rows << 'x' << columns << " line " << row << ": " << width;
+                EXPECT_TRUE(width == columns || width == 0)
+                    << rows << 'x' << columns << " line " << row << ": " << width;
             }
         }
     }
@@ -338,7 +339,8 @@ TEST_F(LiveScreen, HelpNamesTheSlavesKeysOnlyWhereThereAreAny)
 
 TEST(TextWidth, CutsAtWholeCharacters)
 {
-    const std::string degrees = "\xC2\xB0" "C";
+    const std::string degrees = "\xC2\xB0"
+                                "C";
     EXPECT_EQ(2, rtu::textWidth(degrees));
     EXPECT_EQ("\xC2\xB0", rtu::clippedText(degrees, 1));
     EXPECT_EQ(degrees + "  ", rtu::leftAligned(degrees, 4));

@@ -46,8 +46,8 @@ TEST(Options, HaveTheFieldsUsualDefaults)
 
 TEST(Options, TakeTheHabitOfTheField)
 {
-    const Options o = parse({"-a", "1,3-4", "-b", "9600", "-d", "7", "-s", "2", "-P", "none", "-t", "3:float", "-r", "100",
-                             "-c", "5", "-l", "250", "-o", "0.2", "-1", "-v", "-q", "/dev/ttyS0"});
+    const Options o = parse({"-a", "1,3-4", "-b", "9600", "-d", "7",   "-s", "2",   "-P", "none", "-t", "3:float",
+                             "-r", "100",   "-c", "5",    "-l", "250", "-o", "0.2", "-1", "-v",   "-q", "/dev/ttyS0"});
     EXPECT_EQ((std::vector<int>{1, 3, 4}), o.stations);
     EXPECT_EQ(9600, o.line.baud);
     EXPECT_EQ(7, o.line.dataBits);
@@ -65,16 +65,17 @@ TEST(Options, TakeTheHabitOfTheField)
 
 TEST(Options, ReachThePropertyOfTheDriver)
 {
-    EXPECT_EQ("7#1#0#5#32#1", parse({"--link-id", "7", "--local-only", "--retries", "5", "--max-words", "32", "--swap", "p"})
-                                  .property.text());
+    EXPECT_EQ("7#1#0#5#32#1",
+              parse({"--link-id", "7", "--local-only", "--retries", "5", "--max-words", "32", "--swap", "p"})
+                  .property.text());
     EXPECT_EQ("1#0#0#3#120#0_2,5", parse({"--swap-stations", "2,5", "p"}).property.text());
     EXPECT_EQ("9#0#1#2#3", parse({"--property", "9#0#1#2#3", "p"}).property.text());
 }
 
 TEST(Options, ReachTheLine)
 {
-    const Options o = parse({"-b", "38400", "--silence", "3", "--gap", "80", "--late-guard", "0", "--broadcast-delay", "200",
-                             "--remove-echo", "-o", "0.5", "p"});
+    const Options o = parse({"-b", "38400", "--silence", "3", "--gap", "80", "--late-guard", "0", "--broadcast-delay",
+                             "200", "--remove-echo", "-o", "0.5", "p"});
     const rtu::PollSettings settings = rtu::pollSettings(o, o.line);
     EXPECT_EQ(std::chrono::milliseconds(3), settings.timing.silence());
     EXPECT_EQ(std::chrono::milliseconds(80), settings.timing.replyGap());
@@ -99,10 +100,14 @@ struct ModeCase
 TEST(Options, ChooseWhatToDo)
 {
     const ModeCase cases[] = {
-        {{"--condition-read", "p", "4x1"}, Mode::ConditionRead}, {{"--recipe-read", "f", "p"}, Mode::RecipeRead},
-        {{"--recipe-write", "f", "p"}, Mode::RecipeWrite},       {{"--plan", "4x1"}, Mode::Plan},
-        {{"--list-types"}, Mode::ListTypes},                     {{"--describe", "4x"}, Mode::Describe},
-        {{"--check", "4x1"}, Mode::Check},                       {{"--multi-copy", "4x1"}, Mode::MultiCopy},
+        {{"--condition-read", "p", "4x1"}, Mode::ConditionRead},
+        {{"--recipe-read", "f", "p"}, Mode::RecipeRead},
+        {{"--recipe-write", "f", "p"}, Mode::RecipeWrite},
+        {{"--plan", "4x1"}, Mode::Plan},
+        {{"--list-types"}, Mode::ListTypes},
+        {{"--describe", "4x"}, Mode::Describe},
+        {{"--check", "4x1"}, Mode::Check},
+        {{"--multi-copy", "4x1"}, Mode::MultiCopy},
         {{"--serve", "f", "p"}, Mode::Serve},
     };
     for (const ModeCase &choice : cases)
@@ -203,10 +208,14 @@ struct TypeCase
 TEST_F(Selection, TakesTypesByNumber)
 {
     const TypeCase cases[] = {
-        {"0", "0x7", rtu::Format::Bit},          {"1", "1x7", rtu::Format::Bit},
-        {"3", "3x7", rtu::Format::Unsigned},     {"4", "4x7", rtu::Format::Unsigned},
-        {"4:int16", "4x7", rtu::Format::Signed}, {"3:hex", "3x7", rtu::Format::Hex},
-        {"4:int", "4x_double7", rtu::Format::Signed}, {"3:float", "3x_double7", rtu::Format::Float},
+        {"0", "0x7", rtu::Format::Bit},
+        {"1", "1x7", rtu::Format::Bit},
+        {"3", "3x7", rtu::Format::Unsigned},
+        {"4", "4x7", rtu::Format::Unsigned},
+        {"4:int16", "4x7", rtu::Format::Signed},
+        {"3:hex", "3x7", rtu::Format::Hex},
+        {"4:int", "4x_double7", rtu::Format::Signed},
+        {"3:float", "3x_double7", rtu::Format::Float},
     };
     for (const TypeCase &type : cases) {
         const rtu::TagSelection selection = select({"-t", type.type, "-r", "7", "-c", "3", "port"});
@@ -284,7 +293,8 @@ TEST_F(Selection, IsRefusedWithTheReason)
         {{"-t", "1", "-r", "3", "port", "1"}, "read-only"},
     };
     for (const MisuseCase &wrong : cases)
-        EXPECT_TRUE(contains(refusal(wrong.arguments), wrong.reason)) << wrong.reason << ": " << refusal(wrong.arguments);
+        EXPECT_TRUE(contains(refusal(wrong.arguments), wrong.reason))
+            << wrong.reason << ": " << refusal(wrong.arguments);
 }
 
 } // namespace

@@ -88,7 +88,8 @@ TEST_F(PlanView, WarnsOfBlocksOfTooManyBits)
 
 TEST_F(PlanView, WarnsOfRegistersReadTwice)
 {
-    const std::vector<std::string> warnings = plan({"4x1..10", "4x_double9..12", "3x_double9..12", "4x_double9@2"}).warnings();
+    const std::vector<std::string> warnings =
+        plan({"4x1..10", "4x_double9..12", "3x_double9..12", "4x_double9@2"}).warnings();
     ASSERT_EQ(1u, warnings.size());
     EXPECT_EQ("station 1, 4x9..10: read twice a round, as 4x and as 4x_double", warnings[0]);
 }

@@ -65,8 +65,8 @@ protected:
         std::size_t begin = 0;
         while (begin < addresses.size()) {
             const std::size_t end = std::min(addresses.find(' ', begin), addresses.size());
-            const std::vector<rtu::Tag> more = rtu::parseTags(
-                driver, catalog, addresses.substr(begin, end - begin), std::vector<int>(1, 1), 1);
+            const std::vector<rtu::Tag> more =
+                rtu::parseTags(driver, catalog, addresses.substr(begin, end - begin), std::vector<int>(1, 1), 1);
             tags.insert(tags.end(), more.begin(), more.end());
             begin = end + 1;
         }
@@ -191,8 +191,8 @@ TEST_F(PollLoop, ALateReplyIsDroppedBeforeTheSameFrameIsSentAgain)
 TEST_F(PollLoop, TheSecondAnswerToAFrameSentTwiceIsNotTakenForTheNext)
 {
     start("4x8 4x300");
-    late(Timeout);          // the answer to the first attempt comes during the second
-    late(Timeout * 3 / 4);  // and the answer to the second when the next request is due
+    late(Timeout);         // the answer to the first attempt comes during the second
+    late(Timeout * 3 / 4); // and the answer to the second when the next request is due
     loop->step();
     loop->step();
     loop->step();
@@ -241,8 +241,8 @@ TEST_P(LateAndLost, NoReplyIsEverTakenForAnother)
         if (fate == 0)
             return;
         const rtu::Duration lateness = fate == 1 ? Timeout * static_cast<int>(random() % 180) / 100 : rtu::Duration(0);
-        const rtu::TimePoint begin = std::max(slaveFree, line.now() + settings.timing.characters(8) + milliseconds(4))
-                                     + lateness;
+        const rtu::TimePoint begin =
+            std::max(slaveFree, line.now() + settings.timing.characters(8) + milliseconds(4)) + lateness;
         const Bytes reply = goodReply(request);
         line.receivePaced(begin - line.now(), settings.timing.characters(1), reply);
         slaveFree = begin + settings.timing.characters(reply.size());
@@ -291,9 +291,9 @@ TEST_F(PollLoop, TheAnswerOfAStationThatIsBackMayBeToAnEarlierAttempt)
 {
     start("4x8 4x300", 5);
     for (int i = 0; i < 3; ++i)
-        silent();              // dead from here on
-    late(Timeout);             // comes while the fifth attempt is waited for,
-    late(Timeout / 2);         // whose own answer comes when the next request is due
+        silent();      // dead from here on
+    late(Timeout);     // comes while the fifth attempt is waited for,
+    late(Timeout / 2); // whose own answer comes when the next request is due
     for (int i = 0; i < 6; ++i)
         loop->step();
     EXPECT_TRUE(seen[4].good());
@@ -307,8 +307,8 @@ TEST_F(PollLoop, ALateReplyThatIsComingInIsWaitedForBeforeTheNextAttempt)
     start("4x1..10");
     late(Timeout - milliseconds(4) + milliseconds(1)); // begins just after the time-out
     loop->step();
-    const rtu::TimePoint replyEnd = line.sent[0].when + settings.timing.characters(8) + Timeout + milliseconds(1)
-                                    + settings.timing.characters(24);
+    const rtu::TimePoint replyEnd =
+        line.sent[0].when + settings.timing.characters(8) + Timeout + milliseconds(1) + settings.timing.characters(24);
     loop->step();
     EXPECT_GT(line.sent[1].when, replyEnd);
     EXPECT_GT(seen[1].strayBytes, 0u);

@@ -45,8 +45,8 @@ protected:
     /** Runs a transfer to its end; true when the driver cleared the request. */
     bool transfer(const std::vector<rtu::Tag> &tags, bool write)
     {
-        QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(tags, session.property(), write ? rtu::Access::Write
-                                                                                     : rtu::Access::Read);
+        QVector<_RCP_VAR_PRO> rows =
+            rtu::recipeRows(tags, session.property(), write ? rtu::Access::Write : rtu::Access::Read);
         driver.setRcpAddress(&rows);
         if (write)
             session.requestBlockWrite();

@@ -177,11 +177,11 @@ TEST(Statistics, CountByOutcomeAndStation)
     again.attempt = 2;
     again.verdict = rtu::VerdictGivenUp;
     statistics.add(again);
-    Transaction exception = transaction(frame("01 03 00 00 00 01"), frame("01 83 02"), 7, rtu::ReplyEnd::Exception,
-                                        rtu::VerdictSendAgain);
+    Transaction exception =
+        transaction(frame("01 03 00 00 00 01"), frame("01 83 02"), 7, rtu::ReplyEnd::Exception, rtu::VerdictSendAgain);
     statistics.add(exception);
-    Transaction damaged = transaction(frame("01 03 00 00 00 01"), hex("01 03"), 7, rtu::ReplyEnd::Silence,
-                                      rtu::VerdictSendAgain);
+    Transaction damaged =
+        transaction(frame("01 03 00 00 00 01"), hex("01 03"), 7, rtu::ReplyEnd::Silence, rtu::VerdictSendAgain);
     statistics.add(damaged);
     const rtu::Counts total = statistics.total();
     EXPECT_EQ(5u, total.frames);
@@ -238,11 +238,11 @@ TEST(Trace, TellsWhatAReplySays)
     EXPECT_EQ("2 registers: 5 6", rtu::replyMeaning(goodRead("01 03 00 05 00 02")));
     EXPECT_EQ("no reply within 20.0 ms", rtu::replyMeaning(givenUp("01 03 00 00 00 01")));
     const Bytes request = frame("01 03 00 00 00 01");
-    EXPECT_EQ("exception 2: illegal data address",
-              rtu::replyMeaning(transaction(request, frame("01 83 02"), 7, rtu::ReplyEnd::Exception,
-                                            rtu::VerdictSendAgain)));
-    EXPECT_EQ("2 bytes instead of 7", rtu::replyMeaning(transaction(request, hex("01 03"), 7, rtu::ReplyEnd::Silence,
-                                                                    rtu::VerdictSendAgain)));
+    EXPECT_EQ(
+        "exception 2: illegal data address",
+        rtu::replyMeaning(transaction(request, frame("01 83 02"), 7, rtu::ReplyEnd::Exception, rtu::VerdictSendAgain)));
+    EXPECT_EQ("2 bytes instead of 7",
+              rtu::replyMeaning(transaction(request, hex("01 03"), 7, rtu::ReplyEnd::Silence, rtu::VerdictSendAgain)));
     EXPECT_EQ("wrong CRC", rtu::replyMeaning(transaction(request, hex("01 03 02 00 00 00 00"), 7,
                                                          rtu::ReplyEnd::Complete, rtu::VerdictSendAgain)));
     const Bytes write = frame("01 06 00 02 01 00");
@@ -288,7 +288,8 @@ TEST_F(ValuePrinter, PrintsLinesJsonAndCsv)
     EXPECT_TRUE(contains(lines, "1:4x7")) << lines;
     EXPECT_TRUE(contains(lines, "1.5 l/h")) << lines;
     const std::string json = print(rtu::OutputForm::Json, t, {15, 20}, state);
-    EXPECT_TRUE(contains(json, "\"address\":\"8\",\"name\":\"flow, \\\"main\\\"[1]\",\"value\":2,\"raw\":\"0x0014\"")) << json;
+    EXPECT_TRUE(contains(json, "\"address\":\"8\",\"name\":\"flow, \\\"main\\\"[1]\",\"value\":2,\"raw\":\"0x0014\""))
+        << json;
     const std::string csv = print(rtu::OutputForm::Csv, t, {15, 20}, state);
     EXPECT_TRUE(contains(csv, ",1,4x,7,\"flow, \"\"main\"\"[0]\",1.5,0x000F,l/h,ok\n")) << csv;
 }

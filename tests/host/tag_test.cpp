@@ -110,7 +110,7 @@ TEST_F(Tags, LongOnesAreCutIntoRequests)
         return result;
     };
     EXPECT_EQ((std::vector<int>{120, 120, 10}), counts("4x1", 250, 120));
-    EXPECT_EQ((std::vector<int>{125, 125}), counts("4x1", 250, 300)); // the protocol's own limit
+    EXPECT_EQ((std::vector<int>{125, 125}), counts("4x1", 250, 300));   // the protocol's own limit
     EXPECT_EQ((std::vector<int>{6, 6, 2}), counts("4x_double1", 7, 7)); // never half a value
     EXPECT_EQ((std::vector<int>{2000, 10}), counts("0x1", 2010, 120));
     EXPECT_EQ((std::vector<int>{144, 6}), counts("4x_bit1.5", 150, 10));

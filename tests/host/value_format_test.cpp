@@ -50,9 +50,10 @@ INSTANTIATE_TEST_SUITE_P(
                     Shown{Format::Binary, 1, 1, 0x8001, "1000000000000001"},
                     Shown{Format::Unsigned, 2, 1, 0xFFFFFFFF, "4294967295"},
                     Shown{Format::Signed, 2, 1, 0x80000000, "-2147483648"},
-                    Shown{Format::Hex, 2, 1, 0x12345678, "0x12345678"}, Shown{Format::Float, 2, 1, 0x40490FDB, "3.1415927"},
-                    Shown{Format::Float, 2, 1, 0x41200000, "10"}, Shown{Format::Unsigned, 1, 0.1, 255, "25.5"},
-                    Shown{Format::Signed, 1, 0.01, 0xFFFF, "-0.01"}, Shown{Format::Unsigned, 1, 10, 7, "70"}));
+                    Shown{Format::Hex, 2, 1, 0x12345678, "0x12345678"},
+                    Shown{Format::Float, 2, 1, 0x40490FDB, "3.1415927"}, Shown{Format::Float, 2, 1, 0x41200000, "10"},
+                    Shown{Format::Unsigned, 1, 0.1, 255, "25.5"}, Shown{Format::Signed, 1, 0.01, 0xFFFF, "-0.01"},
+                    Shown{Format::Unsigned, 1, 10, 7, "70"}));
 
 TEST(ParseValue, TakesOtherWaysOfWriting)
 {
@@ -83,15 +84,18 @@ TEST_P(ParseValueRefusal, SaysWhy)
     EXPECT_TRUE(contains(reason, refused.reason)) << reason;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Texts, ParseValueRefusal,
-    testing::Values(Refused{Format::Bit, 0, "2", "0 or 1"}, Refused{Format::Unsigned, 1, "65536", "-32768 to 65535"},
-                    Refused{Format::Signed, 1, "32768", "-32768 to 32767"},
-                    Refused{Format::Unsigned, 1, "1.5", "whole numbers"}, Refused{Format::Unsigned, 1, "abc", "a number"},
-                    Refused{Format::Unsigned, 1, "", "a number"}, Refused{Format::Unsigned, 1, "12x", "a number"},
-                    Refused{Format::Unsigned, 1, "0x10000", "more than 16 bits"},
-                    Refused{Format::Unsigned, 1, "nan", "must be from"},
-                    Refused{Format::Signed, 2, "2147483648", "2147483647"}, Refused{Format::Float, 2, "1,5", "a number"}));
+INSTANTIATE_TEST_SUITE_P(Texts, ParseValueRefusal,
+                         testing::Values(Refused{Format::Bit, 0, "2", "0 or 1"},
+                                         Refused{Format::Unsigned, 1, "65536", "-32768 to 65535"},
+                                         Refused{Format::Signed, 1, "32768", "-32768 to 32767"},
+                                         Refused{Format::Unsigned, 1, "1.5", "whole numbers"},
+                                         Refused{Format::Unsigned, 1, "abc", "a number"},
+                                         Refused{Format::Unsigned, 1, "", "a number"},
+                                         Refused{Format::Unsigned, 1, "12x", "a number"},
+                                         Refused{Format::Unsigned, 1, "0x10000", "more than 16 bits"},
+                                         Refused{Format::Unsigned, 1, "nan", "must be from"},
+                                         Refused{Format::Signed, 2, "2147483648", "2147483647"},
+                                         Refused{Format::Float, 2, "1,5", "a number"}));
 
 TEST(RawValue, HasTheDriversByteOrder)
 {
@@ -139,9 +143,10 @@ TEST_F(FormatNames, FitTheirTypes)
 TEST_F(FormatNames, AreReadBack)
 {
     for (const rtu::RegisterType &type : catalog.types()) {
-        for (Format kind : {Format::Bit, Format::Unsigned, Format::Signed, Format::Hex, Format::Binary, Format::Float}) {
-            const bool fits = type.isBit() ? kind == Format::Bit
-                                           : kind != Format::Bit && (kind != Format::Float || type.isDouble());
+        for (Format kind :
+             {Format::Bit, Format::Unsigned, Format::Signed, Format::Hex, Format::Binary, Format::Float}) {
+            const bool fits =
+                type.isBit() ? kind == Format::Bit : kind != Format::Bit && (kind != Format::Float || type.isDouble());
             if (fits) {
                 EXPECT_EQ(kind, rtu::formatFromName(rtu::formatName(kind, type.width), type)) << type.name;
             }

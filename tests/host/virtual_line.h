@@ -41,7 +41,7 @@ public:
     std::function<void(VirtualLine &, const Bytes &)> slave;
 
     std::vector<Sent> sent;
-    int wakeUps = 0;          ///< sleeps and waiting reads that ended
+    int wakeUps = 0;              ///< sleeps and waiting reads that ended
     rtu::Duration wakeUpDelay{0}; ///< how late the next wake-up is, once
     bool plugged = true;
     bool open = true;

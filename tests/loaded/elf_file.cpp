@@ -30,7 +30,8 @@ ElfFile::ElfFile(const std::string &path) : content(fileContent(path))
         sections.push_back(recordAt<Section>(header.e_shoff + i * header.e_shentsize));
 }
 
-template <typename Record> Record ElfFile::recordAt(std::size_t offset) const
+template <typename Record>
+Record ElfFile::recordAt(std::size_t offset) const
 {
     if (offset > content.size() || content.size() - offset < sizeof(Record))
         throw std::runtime_error("a header points beyond the end of the file");
@@ -39,7 +40,8 @@ template <typename Record> Record ElfFile::recordAt(std::size_t offset) const
     return record;
 }
 
-template <typename Record> std::vector<Record> ElfFile::recordsOf(const Section &section) const
+template <typename Record>
+std::vector<Record> ElfFile::recordsOf(const Section &section) const
 {
     std::vector<Record> records;
     for (std::size_t i = 0; i < section.sh_size / sizeof(Record); ++i)

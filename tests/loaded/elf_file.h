@@ -39,8 +39,10 @@ private:
     typedef ElfW(Sym) Symbol;
     typedef ElfW(Dyn) DynamicEntry;
 
-    template <typename Record> Record recordAt(std::size_t offset) const;
-    template <typename Record> std::vector<Record> recordsOf(const Section &section) const;
+    template <typename Record>
+    Record recordAt(std::size_t offset) const;
+    template <typename Record>
+    std::vector<Record> recordsOf(const Section &section) const;
     Section sectionOfType(unsigned int type) const;
     std::string textIn(const Section &strings, std::size_t offset) const;
     std::vector<std::string> dynamicTexts(ElfW(Sword) tag) const;

@@ -11,12 +11,24 @@
 namespace {
 
 const char *const entryPoints[] = {
-    "intf_SetDriverPropertyPage", "intf_addConditionRead",  "intf_addrMerge",
-    "intf_checkAddr",             "intf_checkAddrValidity", "intf_dealRcvFrame",
-    "intf_getData",               "intf_getDriverParameter", "intf_getDriverPropertyPage",
-    "intf_getProtocolType",       "intf_getRegDiscription", "intf_getRegListByType",
-    "intf_getSendFrame",          "intf_initProperty",      "intf_multiCopy",
-    "intf_setAddrValueChangeCallBack", "intf_setData",      "intf_setRcpAddress",
+    "intf_SetDriverPropertyPage",
+    "intf_addConditionRead",
+    "intf_addrMerge",
+    "intf_checkAddr",
+    "intf_checkAddrValidity",
+    "intf_dealRcvFrame",
+    "intf_getData",
+    "intf_getDriverParameter",
+    "intf_getDriverPropertyPage",
+    "intf_getProtocolType",
+    "intf_getRegDiscription",
+    "intf_getRegListByType",
+    "intf_getSendFrame",
+    "intf_initProperty",
+    "intf_multiCopy",
+    "intf_setAddrValueChangeCallBack",
+    "intf_setData",
+    "intf_setRcpAddress",
 };
 
 std::vector<std::string> sorted(std::vector<std::string> names)
@@ -29,7 +41,7 @@ std::vector<std::string> sorted(std::vector<std::string> names)
 bool isExpected(const std::string &library)
 {
     const char *const beginnings[] = {
-        "libQtCore.so.4", "libQt5Core.so.5", "libQt6Core.so.6", "libc.so.",    "libm.so.",
+        "libQtCore.so.4", "libQt5Core.so.5", "libQt6Core.so.6", "libc.so.",       "libm.so.",
         "libstdc++.so.",  "libgcc_s.so.",    "ld-linux",        "libpthread.so.",
     };
     return std::any_of(std::begin(beginnings), std::end(beginnings),

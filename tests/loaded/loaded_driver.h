@@ -27,7 +27,8 @@ public:
     LoadedDriver(const LoadedDriver &) = delete;
     LoadedDriver &operator=(const LoadedDriver &) = delete;
 
-    template <typename Function> Function entry(const char *name) const
+    template <typename Function>
+    Function entry(const char *name) const
     {
         void *address = ::dlsym(handle, name);
         if (!address)

@@ -183,7 +183,10 @@ const FirstCall firstCalls[] = {
          EXPECT_TRUE(text.isEmpty());
      }},
     {"setAddrValueChangeCallBack",
-     [](const LoadedDriver &loaded) { ENTRY(loaded, intf_setAddrValueChangeCallBack)(nullptr); }},
+     [](const LoadedDriver &loaded) {
+         const auto setCallBack = ENTRY(loaded, intf_setAddrValueChangeCallBack);
+         setCallBack(nullptr);
+     }},
     {"initProperty",
      [](const LoadedDriver &loaded) {
          int status = -1;

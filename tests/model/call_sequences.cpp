@@ -15,14 +15,14 @@ struct Phase
 
 const Phase phases[] = {
     //                       desc cb init va ca rl rd mc rcp am cond send deal get set host
-    {"everything", Narrow,   {1, 1, 1, 3, 3, 1, 1, 2, 2, 4, 8, 30, 30, 10, 20, 2}},
-    {"polling", Narrow,      {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 4, 60, 60, 4, 6, 1}},
+    {"everything", Narrow, {1, 1, 1, 3, 3, 1, 1, 2, 2, 4, 8, 30, 30, 10, 20, 2}},
+    {"polling", Narrow, {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 4, 60, 60, 4, 6, 1}},
     {"writing bits", Narrow, {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 40, 40, 5, 40, 0}},
-    {"write flood", Wide,    {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 4, 4, 2, 80, 0}},
-    {"read flood", Wide,     {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 80, 4, 4, 2, 4, 0}},
-    {"recipes", Narrow,      {0, 0, 0, 0, 0, 0, 0, 0, 4, 2, 3, 60, 60, 2, 6, 15}},
-    {"planning", Narrow,     {0, 1, 2, 1, 1, 0, 0, 0, 10, 30, 5, 15, 15, 10, 5, 1}},
-    {"editing", Narrow,      {5, 0, 0, 40, 40, 4, 8, 20, 0, 0, 0, 0, 0, 0, 0, 0}},
+    {"write flood", Wide, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 4, 4, 2, 80, 0}},
+    {"read flood", Wide, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 80, 4, 4, 2, 4, 0}},
+    {"recipes", Narrow, {0, 0, 0, 0, 0, 0, 0, 0, 4, 2, 3, 60, 60, 2, 6, 15}},
+    {"planning", Narrow, {0, 1, 2, 1, 1, 0, 0, 0, 10, 30, 5, 15, 15, 10, 5, 1}},
+    {"editing", Narrow, {5, 0, 0, 40, 40, 4, 8, 20, 0, 0, 0, 0, 0, 0, 0, 0}},
 };
 
 CallKind pickKind(Random &random, const Phase &phase)

@@ -51,11 +51,7 @@ std::string eventDifference(const std::vector<Event> &real, const std::vector<Ev
 
 Duel *Duel::current = nullptr;
 
-Duel::Side::Side()
-    : area(AreaBytes, 0)
-    , words(HostWords, 0)
-{
-}
+Duel::Side::Side() : area(AreaBytes, 0), words(HostWords, 0) {}
 
 Duel::Duel()
 {
@@ -107,8 +103,7 @@ void Duel::onPlainChange(int linkId, int station, const QString &regType, int ad
     Event event = {linkId, station, regType, address, std::vector<unsigned char>()};
     if (readsBack(regType, address)) {
         event.readBack.assign(8, 0xEE);
-        plain.getData(station, regType, readBackMode == 1 ? address : plain::sum(address, 3), 2,
-                      event.readBack.data());
+        plain.getData(station, regType, readBackMode == 1 ? address : plain::sum(address, 3), 2, event.readBack.data());
     }
     plainSide.events.push_back(event);
 }
@@ -223,12 +218,12 @@ std::string Duel::initProperty(Random &random)
          + (withMutex ? "mutex" : "null") + ")");
     int realStatus = 5;
     int plainStatus = 5;
-    const int real = intf_initProperty(withArea ? realSide.area.data() : nullptr, 17,
-                                       withWords ? realSide.words.data() : nullptr, &realStatus, asText,
-                                       withMutex ? &hostMutex : nullptr);
-    const int expected = plain.initProperty(withArea ? plainSide.area.data() : nullptr, 17,
-                                            withWords ? plainSide.words.data() : nullptr, &plainStatus, asText,
-                                            withMutex);
+    const int real =
+        intf_initProperty(withArea ? realSide.area.data() : nullptr, 17, withWords ? realSide.words.data() : nullptr,
+                          &realStatus, asText, withMutex ? &hostMutex : nullptr);
+    const int expected =
+        plain.initProperty(withArea ? plainSide.area.data() : nullptr, 17, withWords ? plainSide.words.data() : nullptr,
+                           &plainStatus, asText, withMutex);
     answered = true;
     return unequal("result", real, expected) + unequal("status", realStatus, plainStatus);
 }
@@ -240,8 +235,8 @@ std::string Duel::setRcpAddress(Random &random)
     for (int i = 0; i < static_cast<int>(rows.size()); ++i) {
         const _RCP_VAR_PRO &row = rows.at(i);
         note("{" + std::to_string(row.userData) + ", " + std::to_string(row.station) + ", " + text(row.regType) + ", "
-             + std::to_string(row.startAddr) + ", " + std::to_string(row.count) + ", @"
-             + std::to_string(row.hostOffset) + "} ");
+             + std::to_string(row.startAddr) + ", " + std::to_string(row.count) + ", @" + std::to_string(row.hostOffset)
+             + "} ");
     }
     note(")");
     const int expected = plain.setRcpAddress(rows);
@@ -375,8 +370,7 @@ std::string Duel::getData(Random &random, Spread spread)
     const int size = std::max(1, hostByteCount(target.regType, target.count));
     std::vector<unsigned char> real(static_cast<size_t>(size), 0xEE);
     std::vector<unsigned char> expected(real);
-    const int realResult =
-        intf_getData(target.station, &target.regType, target.address, target.count, real.data());
+    const int realResult = intf_getData(target.station, &target.regType, target.address, target.count, real.data());
     const int plainResult =
         plain.getData(target.station, target.regType, target.address, target.count, expected.data());
     const std::string difference = unequal("result", realResult, plainResult);
@@ -393,8 +387,8 @@ std::string Duel::setData(Random &random, Spread spread)
          + std::to_string(target.address) + ", " + std::to_string(target.count) + ", "
          + text(bytes.data(), static_cast<int>(bytes.size())) + ", " + std::to_string(userData) + ")");
     const std::vector<unsigned char> before(bytes);
-    const int expected = plain.setData(target.station, target.regType, target.address, target.count, before.data(),
-                                       userData);
+    const int expected =
+        plain.setData(target.station, target.regType, target.address, target.count, before.data(), userData);
     const int real =
         intf_setData(target.station, &target.regType, target.address, target.count, bytes.data(), userData);
     const std::string difference = unequal("result", real, expected);

@@ -136,8 +136,7 @@ std::string Duel::regDiscription(Random &random)
 std::string Duel::multiCopy(Random &random)
 {
     QString type = regType(random);
-    const int start = random.chance(10) ? random.pick({2147483640, -2147483640, -5, -17})
-                                        : address(random, type, Wide);
+    const int start = random.chance(10) ? random.pick({2147483640, -2147483640, -5, -17}) : address(random, type, Wide);
     const int copies = random.between(-1, 12);
     const int increment = random.chance(10) ? random.pick({2147483647, -2147483647, 65536}) : random.between(-3, 20);
     note("intf_multiCopy(" + text(type) + ", " + std::to_string(start) + ", " + std::to_string(copies) + ", "

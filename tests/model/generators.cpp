@@ -16,8 +16,8 @@ QString regType(Random &random)
 {
     if (random.chance(3))
         return QLatin1String(random.pick({"5x", "", "4X", "4x_", "5x_bit", "_bit", "4x_doublet", "-1", "x"}));
-    return QLatin1String(random.pick({"0x", "0x", "1x", "3x", "4x", "4x", "4x", "3x_bit", "4x_bit", "4x_bit",
-                                      "3x_double", "4x_double"}));
+    return QLatin1String(random.pick(
+        {"0x", "0x", "1x", "3x", "4x", "4x", "4x", "3x_bit", "4x_bit", "4x_bit", "3x_double", "4x_double"}));
 }
 
 bool isBitInRegister(const QString &regType)
@@ -143,10 +143,12 @@ QByteArray propertyString(Random &random)
 
 QString addressText(Random &random)
 {
-    static const char *const fixed[] = {"", "0", "1", "65536", "65537", "65535", "100000", "1.0", "1.05", "1.16",
-                                        "65536.15", "65536.16", "0.15", "12", "1.2.3", ".", "1.", ".5", "+5", "-5",
-                                        "1.-1", "1.+5", "-1.5", " 7 ", "4294967297", "268435457.0", "2147483647",
-                                        "2147483648", "134217728.15", "7.015", "0x10", "1e3", "a", "5 .3", "1. 9"};
+    static const char *const fixed[] = {
+        "",           "0",           "1",          "65536",      "65537",        "65535", "100000", "1.0",
+        "1.05",       "1.16",        "65536.15",   "65536.16",   "0.15",         "12",    "1.2.3",  ".",
+        "1.",         ".5",          "+5",         "-5",         "1.-1",         "1.+5",  "-1.5",   " 7 ",
+        "4294967297", "268435457.0", "2147483647", "2147483648", "134217728.15", "7.015", "0x10",   "1e3",
+        "a",          "5 .3",        "1. 9"};
     if (random.chance(50))
         return QString::fromLatin1(fixed[random.below(static_cast<int>(sizeof fixed / sizeof fixed[0]))]);
     QString text = QString::number(random.chance(50) ? random.between(-2, 30) : random.between(65520, 65550));

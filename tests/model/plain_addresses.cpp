@@ -212,8 +212,8 @@ int PlainDriver::getRegDiscription(const QString &regType, QList<QString> *list)
     return result;
 }
 
-int PlainDriver::multiCopy(const QString &regType, int startAddress, int copies, int increment,
-                           QVector<QString> *texts, QVector<int> *addresses) const
+int PlainDriver::multiCopy(const QString &regType, int startAddress, int copies, int increment, QVector<QString> *texts,
+                           QVector<int> *addresses) const
 {
     if (!isBitObject(regType) && !isWordObject(regType))
         return 0;

@@ -191,8 +191,8 @@ void PlainDriver::unpackRecipeRows(const FRAME_PRO &head, const QByteArray &rece
     const bool plainWords = typeIs(head, "3x") || typeIs(head, "4x");
     for (int i = first; i <= last - 1 && i < static_cast<int>(rcpAddrs.size()); ++i) {
         const _RCP_VAR_PRO row = rcpAddrs.at(i);
-        const int base = sum(head.frameKind,
-                             product(2, plain::difference(row.startAddr, rcpAddrs.at(first).startAddr)));
+        const int base =
+            sum(head.frameKind, product(2, plain::difference(row.startAddr, rcpAddrs.at(first).startAddr)));
         if (plainWords) {
             for (int j = 0; j <= row.count - 1; ++j) {
                 const int at = sum(base, 2 * j);
@@ -246,11 +246,11 @@ QString PlainDriver::errorInfo(const QByteArray &received, const VARIABLE &unit)
         suffix = QLatin1String(",error code:") + QString::number(replyByte(received, 1) & 0x7F);
     QString address = unit.regType;
     if (unit.regType.right(4) == QLatin1String("_bit"))
-        address += QString::number(sum(unit.startAddr / 16, 1)) + QLatin1Char('.')
-                   + QString::number(unit.startAddr % 16);
+        address +=
+            QString::number(sum(unit.startAddr / 16, 1)) + QLatin1Char('.') + QString::number(unit.startAddr % 16);
     else
         address += QString::number(sum(unit.startAddr, 1));
     const QString direction = QLatin1String(sendState == 2 ? "W" : "R");
-    return direction + QLatin1Char(',') + QString::number(unit.station) + QLatin1Char('#') + address
-           + QLatin1Char('(') + QString::number(unit.count) + QLatin1Char(')') + suffix;
+    return direction + QLatin1Char(',') + QString::number(unit.station) + QLatin1Char('#') + address + QLatin1Char('(')
+           + QString::number(unit.count) + QLatin1Char(')') + suffix;
 }

@@ -195,8 +195,8 @@ TEST(StageAgainstPlainModel, StepsCopies)
     const PlainDriver plain;
     for (int round = 0; round < 5000; ++round) {
         QString type = model::regType(random);
-        const int start = random.chance(80) ? model::address(random, type, model::Wide)
-                                            : static_cast<int>(random.next());
+        const int start =
+            random.chance(80) ? model::address(random, type, model::Wide) : static_cast<int>(random.next());
         const int increment = random.chance(80) ? random.between(-5, 40) : static_cast<int>(random.next());
         const int copies = random.between(-1, 40);
         QVector<QString> realTexts;
@@ -350,8 +350,7 @@ TEST(StageAgainstPlainModel, SplitsAndQueuesWritesAndConditionReads)
             plain.setData(key.station, key.regType, key.startAddr, key.count, data.data(), userData);
         }
         ASSERT_EQ(textsOf(real.writeList, true), textsOf(plain.writeList, true)) << "limit " << limit;
-        ASSERT_EQ(textsOf(real.conditionReadList, false), textsOf(plain.conditionReadList, false))
-            << "limit " << limit;
+        ASSERT_EQ(textsOf(real.conditionReadList, false), textsOf(plain.conditionReadList, false)) << "limit " << limit;
         ASSERT_EQ(model::unitDifference(real.conditionVar, plain.conditionVar, 0), std::string());
     }
 }

@@ -130,8 +130,8 @@ std::string listsDifference(const PlainDriver &plain)
     if (difference.empty())
         difference = listDifference("rcpBlockStarts", real.rcpBlockStarts, plain.rcpBlockStarts, numberDifference);
     if (difference.empty())
-        difference = listDifference("doubleSwapStations", real.doubleSwapStations, plain.doubleSwapStations,
-                                    numberDifference);
+        difference =
+            listDifference("doubleSwapStations", real.doubleSwapStations, plain.doubleSwapStations, numberDifference);
     return difference;
 }
 
@@ -168,8 +168,8 @@ std::string frameDifference(const FRAME_PRO &real, const FRAME_PRO &plain, int s
     if (difference.empty())
         difference = unequal("dataLen", real.dataLen, plain.dataLen);
     if (difference.empty() && memcmp(real.frame, plain.frame, static_cast<size_t>(plain.frameLen)) != 0)
-        difference = "bytes: driver " + text(real.frame, real.frameLen) + ", model "
-                     + text(plain.frame, plain.frameLen);
+        difference =
+            "bytes: driver " + text(real.frame, real.frameLen) + ", model " + text(plain.frame, plain.frameLen);
     if (difference.empty())
         difference = inside("var", unitDifference(real.var, plain.var, payloadBytes(plain.var, sendState)));
     return difference;
@@ -214,10 +214,9 @@ std::string stateDifference(const PlainDriver &plain)
         difference = inside("currentVar", unitDifference(real.currentVar, plain.currentVar,
                                                          payloadBytes(plain.currentVar, plain.sendState)));
     if (difference.empty())
-        difference = listDifference("frameList", real.frameList, plain.frameList,
-                                    [&plain](const FRAME_PRO &a, const FRAME_PRO &b) {
-                                        return frameDifference(a, b, plain.sendState);
-                                    });
+        difference = listDifference(
+            "frameList", real.frameList, plain.frameList,
+            [&plain](const FRAME_PRO &a, const FRAME_PRO &b) { return frameDifference(a, b, plain.sendState); });
     return difference;
 }
 

@@ -52,8 +52,8 @@ TEST_F(Registration, RowsOfOtherLinksGiveZeroAndAnEmptyTable)
 TEST_F(Registration, OnlyRowsOfThisLinkAreKept)
 {
     Rows rows;
-    rows << row(1, 1, "4x", 0, 2, 0) << row(2, 1, "4x", 2, 2, 2) << row(1, 1, "4x", 4, 2, 4)
-         << row(0, 1, "4x", 6, 2, 6) << row(-1, 1, "4x", 8, 2, 8);
+    rows << row(1, 1, "4x", 0, 2, 0) << row(2, 1, "4x", 2, 2, 2) << row(1, 1, "4x", 4, 2, 4) << row(0, 1, "4x", 6, 2, 6)
+         << row(-1, 1, "4x", 8, 2, 8);
     EXPECT_EQ(registerRows(rows), 2);
     EXPECT_EQ(unitsText(driver.rcpAddrs), "1:4x 0+2 | 1:4x 4+2");
 }

@@ -10,8 +10,8 @@
 #include <string>
 #include <vector>
 
-using support::Keys;
 using support::key;
+using support::Keys;
 using support::unitText;
 
 namespace {
@@ -19,10 +19,7 @@ namespace {
 class RandomTables
 {
 public:
-    explicit RandomTables(unsigned int seed)
-        : random(seed)
-    {
-    }
+    explicit RandomTables(unsigned int seed) : random(seed) {}
 
     const char *type()
     {
@@ -43,15 +40,9 @@ public:
         }
     }
 
-    int station()
-    {
-        return random.chance(5) ? -1 : random.between(0, 3);
-    }
+    int station() { return random.chance(5) ? -1 : random.between(0, 3); }
 
-    int count()
-    {
-        return random.chance(5) ? random.between(-40, 0) : random.between(1, 12);
-    }
+    int count() { return random.chance(5) ? random.between(-40, 0) : random.between(1, 12); }
 
 private:
     support::Random random;

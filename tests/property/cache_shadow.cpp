@@ -20,10 +20,7 @@ int wordAt(const unsigned char *bytes)
 
 } // namespace
 
-CacheShadow::CacheShadow(Findings &found)
-    : findings(found)
-{
-}
+CacheShadow::CacheShadow(Findings &found) : findings(found) {}
 
 void CacheShadow::reset(int link)
 {
@@ -173,9 +170,9 @@ void CacheShadow::writeGivenUp(const VARIABLE &unit, const support::Changes &cha
             continue;
         ++rolledBack;
         if (shown(place) != states[place].confirmed)
-            findings.add("given-up write " + support::unitText(unit) + ": element "
-                         + std::to_string(std::get<2>(place)) + " shows " + std::to_string(shown(place))
-                         + " instead of " + std::to_string(states[place].confirmed));
+            findings.add("given-up write " + support::unitText(unit) + ": element " + std::to_string(std::get<2>(place))
+                         + " shows " + std::to_string(shown(place)) + " instead of "
+                         + std::to_string(states[place].confirmed));
         checkReported(unit, place, changes);
     }
 }

@@ -52,8 +52,7 @@ public:
     void writeGivenUp(const VARIABLE &unit, const support::Changes &changes);
 
     /** Places that the read-out of the host must show as confirmed. */
-    void checkReadOut(int station, const QString &regType, int address, int count,
-                      const QList<VARIABLE> &queued);
+    void checkReadOut(int station, const QString &regType, int address, int count, const QList<VARIABLE> &queued);
 
     int confirmedWrites = 0;  ///< places compared after an acknowledgement
     int rolledBack = 0;       ///< places compared after a write was given up

@@ -55,10 +55,7 @@ std::set<int> functionsFor(const VARIABLE &unit, int state)
 
 } // namespace
 
-PollRules::PollRules(Findings &found)
-    : findings(found)
-{
-}
+PollRules::PollRules(Findings &found) : findings(found) {}
 
 void PollRules::reset(int link, int retries)
 {
@@ -298,9 +295,8 @@ void PollRules::judged(int verdict, const QString &errorText, bool blockWriteLef
         ++attempts;
         findings.require(attempts >= retryLimit, "given up before the retry limit");
         const VARIABLE &unit = lastFrame.var;
-        const std::string head =
-            (driver.sendState == WriteSent ? "W," : "R,") + std::to_string(unit.station) + "#"
-            + std::string(unit.regType.toLatin1().constData());
+        const std::string head = (driver.sendState == WriteSent ? "W," : "R,") + std::to_string(unit.station) + "#"
+                                 + std::string(unit.regType.toLatin1().constData());
         if (std::string(errorText.toLatin1().constData()).compare(0, head.size(), head) != 0)
             findings.add(named("the error text does not name the failed unit", unit));
         framesLeft = 0;

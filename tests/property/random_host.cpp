@@ -218,8 +218,8 @@ void RandomHost::poll()
     }
     if (random.chance(5)) {
         FRAME_PRO again = FRAME_PRO();
-        const bool same = intf_getSendFrame(&again) == 1
-                          && support::requestBytes(again) == support::requestBytes(frame);
+        const bool same =
+            intf_getSendFrame(&again) == 1 && support::requestBytes(again) == support::requestBytes(frame);
         findings.require(same, "asking twice for a frame gives two frames");
     }
     deal(frame, line.exchange(frame));
@@ -285,9 +285,8 @@ void RandomHost::checkSlave(const VARIABLE &unit)
         }
         ++slaveElementsCompared;
         if (held != written)
-            findings.add("acknowledged write " + support::unitText(unit) + ": the slave holds "
-                         + std::to_string(held) + " instead of " + std::to_string(written) + " in element "
-                         + std::to_string(i));
+            findings.add("acknowledged write " + support::unitText(unit) + ": the slave holds " + std::to_string(held)
+                         + " instead of " + std::to_string(written) + " in element " + std::to_string(i));
     }
 }
 

@@ -74,7 +74,7 @@ private:
     QVector<_RCP_VAR_PRO> rows;
     bool rowsWritable = false;
     bool transactionGenuine = false; ///< every reply of the transaction so far was the right one
-    bool transferGenuine = false; ///< every reply of the transfer so far was the right one
+    bool transferGenuine = false;    ///< every reply of the transfer so far was the right one
     bool flooding = false;
     int linkId = 0;
     int limit = 0;

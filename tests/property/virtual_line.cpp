@@ -13,11 +13,7 @@ enum {
 
 } // namespace
 
-VirtualLine::VirtualLine(std::uint32_t seed)
-    : random(seed)
-    , microseconds(0)
-    , faultLevel(100)
-    , genuine(false)
+VirtualLine::VirtualLine(std::uint32_t seed) : random(seed), microseconds(0), faultLevel(100), genuine(false)
 {
     for (int address = 1; address <= Stations; ++address)
         slaves.station(address);

@@ -143,8 +143,7 @@ namespace {
 ChangeRecorder *currentRecorder = nullptr;
 }
 
-ChangeRecorder::ChangeRecorder()
-    : previous(currentRecorder)
+ChangeRecorder::ChangeRecorder() : previous(currentRecorder)
 {
     currentRecorder = this;
 }
@@ -190,9 +189,7 @@ void resetDriver()
     driver.spareFlagB = 0;
 }
 
-DriverFixture::DriverFixture()
-    : hostArea(AreaBytes, 0)
-    , hostWords(HostWords, 0)
+DriverFixture::DriverFixture() : hostArea(AreaBytes, 0), hostWords(HostWords, 0)
 {
     resetDriver();
     intf_setAddrValueChangeCallBack(&ChangeRecorder::callBack);

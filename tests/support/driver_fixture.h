@@ -74,8 +74,7 @@ QByteArray exceptionReply(int station, int function, int code);
 VARIABLE variable(int station, const char *regType, int startAddr, int count,
                   const std::vector<unsigned char> &data = std::vector<unsigned char>());
 KEY_ADDRESS key(int station, const char *regType, int startAddr, int count, int dataFormat = 1);
-_RCP_VAR_PRO row(int link, int station, const char *regType, int startAddr, int count, int hostOffset,
-                 int extra = 0);
+_RCP_VAR_PRO row(int link, int station, const char *regType, int startAddr, int count, int hostOffset, int extra = 0);
 
 /** The whole key tables of a host: keys() << key(...) << key(...). */
 typedef QList<KEY_ADDRESS> Keys;

@@ -18,10 +18,7 @@ namespace support {
 class Random
 {
 public:
-    explicit Random(std::uint32_t seed)
-        : engine(seed)
-    {
-    }
+    explicit Random(std::uint32_t seed) : engine(seed) {}
 
     std::uint32_t next() { return static_cast<std::uint32_t>(engine()); }
 

@@ -116,10 +116,7 @@ std::vector<int> SlaveTables::holding(int first, int count) const
 
 // --- slaves ---------------------------------------------------------------------------
 
-ScriptedSlave::ScriptedSlave()
-    : malformedRequests(0)
-{
-}
+ScriptedSlave::ScriptedSlave() : malformedRequests(0) {}
 
 SlaveTables &ScriptedSlave::station(int address)
 {

@@ -35,8 +35,7 @@ void callFromBeside()
 class CallBackWaitingForAnotherThread : public support::SlaveFixture
 {
 protected:
-    CallBackWaitingForAnotherThread()
-        : waits(0)
+    CallBackWaitingForAnotherThread() : waits(0)
     {
         slaves.station(1);
         recorder.hook = [this](const Change &) {

@@ -71,8 +71,8 @@ void Panel::planReads(const std::vector<int> &stations)
     support::Keys keys;
     for (size_t i = 0; i < stations.size(); ++i) {
         keys << support::key(stations[i], "0x", 0, 64, -1) << support::key(stations[i], "4x", 0, 60)
-             << support::key(stations[i], "4x_bit", 100 * 16, 160, -1) << support::key(stations[i], "4x_double", 200, 40)
-             << support::key(stations[i], "3x", 0, 4);
+             << support::key(stations[i], "4x_bit", 100 * 16, 160, -1)
+             << support::key(stations[i], "4x_double", 200, 40) << support::key(stations[i], "3x", 0, 4);
     }
     intf_addrMerge(&keys);
 }
@@ -149,8 +149,8 @@ SlaveFault Panel::chooseFault(const FRAME_PRO &frame)
 {
     if (!random.chance(faults) || (frame.var.station == RecipeStation && attempt == attempts))
         return support::NoFault;
-    return random.pick({support::Silent, support::ReplyLost, support::WrongCrc, support::Truncated, support::TooLong,
-                        support::Busy});
+    return random.pick(
+        {support::Silent, support::ReplyLost, support::WrongCrc, support::Truncated, support::TooLong, support::Busy});
 }
 
 void Panel::judge(const FRAME_PRO &frame, const QByteArray &reply, int verdict, const QString &information)

@@ -72,7 +72,7 @@ protected:
 
     Panel panel;
     WriteLedger ledger;
-    std::recursive_mutex ownLock; ///< the host's; held while calling the driver, and taken in callbacks
+    std::recursive_mutex ownLock;         ///< the host's; held while calling the driver, and taken in callbacks
     std::map<int, long> changesByStation; ///< under ownLock
     WriteSource callBackSource;           ///< under ownLock
     int callBackWritesLeft;               ///< under ownLock
@@ -153,7 +153,8 @@ void WholeHost::readMany(int seed)
         QString type = QString::fromLatin1(
             random.pick({"0x", "1x", "3x", "4x", "3x_bit", "4x_bit", "3x_double", "4x_double", "5x"}));
         unsigned char out[64];
-        EXPECT_EQ(intf_getData(random.between(1, writersCount), &type, random.below(400), random.between(0, 32), out), 1);
+        EXPECT_EQ(intf_getData(random.between(1, writersCount), &type, random.below(400), random.between(0, 32), out),
+                  1);
     }
 }
 

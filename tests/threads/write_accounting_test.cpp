@@ -21,9 +21,9 @@ struct Place
     const char *regType;
     int address;
     int count;
-    std::mutex order;         ///< the host's: who holds it gives out the next tag and calls the driver
-    std::vector<int> issued;  ///< tags in the order of the calls; under order
-    std::vector<int> ended;   ///< tags in the order in which they ended; the poll loop's
+    std::mutex order;        ///< the host's: who holds it gives out the next tag and calls the driver
+    std::vector<int> issued; ///< tags in the order of the calls; under order
+    std::vector<int> ended;  ///< tags in the order in which they ended; the poll loop's
     threads::WriteEnd lastEnd;
 
     Place(int slave, const char *type, int first, int elements)
@@ -41,10 +41,7 @@ class ReplacedWrites : public ::testing::Test
 protected:
     enum { Threads = 4, WritesBefore = 50, WritesDuring = 600 };
 
-    ReplacedWrites()
-        : panel(15)
-        , acknowledged(0)
-        , failed(0)
+    ReplacedWrites() : panel(15), acknowledged(0), failed(0)
     {
         for (int station = 1; station <= 3; ++station) {
             panel.slaves.station(station);
@@ -90,8 +87,8 @@ HostWrite ReplacedWrites::writeOf(int tag)
     const bool bits = type == "0x" || type == "4x_bit";
     const int sequence = tag / placeCount();
     for (int i = 0; i < 2 * place.count; ++i)
-        write.data.push_back(static_cast<unsigned char>(bits ? sequence >> (i % place.count) & 1
-                                                             : sequence >> (i % 2 * 8) & 0xFF));
+        write.data.push_back(
+            static_cast<unsigned char>(bits ? sequence >> (i % place.count) & 1 : sequence >> (i % 2 * 8) & 0xFF));
     return write;
 }
 

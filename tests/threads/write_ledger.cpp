@@ -15,13 +15,7 @@ int bytesPerElement(const char *regType)
 
 } // namespace
 
-WriteLedger::WriteLedger(int requestLimit)
-    : limit(requestLimit)
-    , open(0)
-    , unknown(0)
-    , stopped(false)
-{
-}
+WriteLedger::WriteLedger(int requestLimit) : limit(requestLimit), open(0), unknown(0), stopped(false) {}
 
 bool WriteLedger::openWhenRoom(const HostWrite &write, int room)
 {
@@ -81,9 +75,8 @@ std::vector<LedgerEntry> WriteLedger::entries() const
 
 int WriteLedger::number(WriteEnd end) const
 {
-    return static_cast<int>(std::count_if(book.begin(), book.end(), [end](const std::pair<const Key, LedgerEntry> &e) {
-        return e.second.end == end;
-    }));
+    return static_cast<int>(std::count_if(
+        book.begin(), book.end(), [end](const std::pair<const Key, LedgerEntry> &e) { return e.second.end == end; }));
 }
 
 std::vector<HostWrite> WriteLedger::requestsOf(const HostWrite &write) const
