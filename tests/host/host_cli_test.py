@@ -32,6 +32,11 @@ class Documents(RtuHostTest):
         for name in self.options():
             self.assertRegex(page, r"(?m)%s(?![\w-])" % re.escape(name), name)
 
+    def test_readme_has_every_option(self):
+        page = self.read(os.path.join(SOURCE, "README.md"))
+        for name in self.options():
+            self.assertRegex(page, r"`%s`" % re.escape(name), name)
+
 
 class Reading(RtuHostTest):
     def values(self, *arguments):
