@@ -153,7 +153,7 @@ int intf_getData(int station, QString *regType, int address, int count, unsigned
 
 int intf_setData(int station, QString *regType, int address, int count, unsigned char *data, int userData)
 {
-    if (!data)
+    if (!data && count > 0) // without elements the data is never looked at
         return 1;
     MonitorLock locked;
     driver.setData(station, textOf(regType), address, count, data, userData);

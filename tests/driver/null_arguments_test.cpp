@@ -173,6 +173,32 @@ TEST_F(NullArguments, WriteRequest)
     EXPECT_EQ(driver.writeList.size(), queued);
 }
 
+// Nothing is read from the data of a write that has no elements: the outcome is that of any other pointer.
+TEST_F(NullArguments, WriteRequestWithoutElements)
+{
+    const struct
+    {
+        const char *type;
+        int count;
+        int queued;
+    } writes[] = {
+        {"0x", 0, 1},        {"0x", -3, 1},        {"1x", 0, 0},  {"3x", -3, 0},    {"3x_double", 0, 0},
+        {"3x_bit", -3, 0},   {"4x", 0, 0},         {"4x", -3, 1}, {"4x_bit", 0, 0}, {"4x_bit", -3, 1},
+        {"4x_double", 0, 0}, {"4x_double", -3, 1}, {"5x", 0, 0},
+    };
+    unsigned char data[1] = {1};
+    for (const auto &write : writes) {
+        unsigned char *const pointers[] = {data, nullptr};
+        for (unsigned char *pointer : pointers) {
+            init("1#0#0#3#100");
+            QString regType = QString::fromLatin1(write.type);
+            EXPECT_EQ(intf_setData(1, &regType, 7, write.count, pointer, 0), 1);
+            EXPECT_EQ(driver.writeList.size(), write.queued) << write.type << " " << write.count;
+            EXPECT_TRUE(driver.dataAreas.isEmpty()) << write.type << " " << write.count;
+        }
+    }
+}
+
 TEST_F(NullArguments, HostObjectsMayBeMissingWhilePolling)
 {
     int status = -1;
