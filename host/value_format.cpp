@@ -1,5 +1,6 @@
 #include "value_format.h"
 
+#include <cctype>
 #include <cmath>
 #include <cstdio>
 #include <cstring>
@@ -76,7 +77,7 @@ std::string print(const char *pattern, double value)
 }
 
 /** The shortest text that gives the same number again. */
-std::string shortest(double value, int mostDigits)
+std::string shortestPrinted(double value, int mostDigits)
 {
     for (int digits = 6; digits < mostDigits; ++digits) {
         char text[400];
@@ -90,9 +91,18 @@ std::string shortest(double value, int mostDigits)
     return print(mostDigits == 9 ? "%.9g" : "%.15g", value);
 }
 
+/** As that, but a million is 1000000 and not 1e+06. */
+std::string shortest(double value, int mostDigits)
+{
+    const std::string text = shortestPrinted(value, mostDigits);
+    const double exactUpTo = mostDigits == 9 ? 1e10 : 1e15;
+    const bool wholeNumber = text.find("e+") != std::string::npos && std::abs(value) < exactUpTo;
+    return wholeNumber ? print("%.0f", value) : text;
+}
+
 std::string binaryText(std::uint32_t raw, int digits)
 {
-    std::string text;
+    std::string text = "0b"; // so that it is read again as what it is
     for (int i = digits - 1; i >= 0; --i)
         text += (raw >> i & 1u) ? '1' : '0';
     return text;
@@ -115,13 +125,16 @@ double numericValue(std::uint32_t raw, const ValueFormat &format)
     throw std::invalid_argument("\"" + text + "\" is not a value here: " + wanted);
 }
 
-std::uint32_t parseBit(const std::string &text)
+std::uint32_t parseBit(const std::string &typed)
 {
+    std::string text = typed;
+    for (char &c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
     if (text == "1" || text == "on" || text == "true")
         return 1;
     if (text == "0" || text == "off" || text == "false")
         return 0;
-    refuse(text, "a bit is 0 or 1 (also on, off, true, false)");
+    refuse(typed, "a bit is 0 or 1 (also on, off, true, false)");
 }
 
 /** Reads 0x... and 0b... whole; false for anything else. */
@@ -169,6 +182,15 @@ std::uint32_t parseInteger(const std::string &text, const ValueFormat &format)
     if (isUnscaled(format) && stored != parseNumber(text))
         refuse(text, "whole numbers only");
     return static_cast<std::uint32_t>(static_cast<std::int64_t>(stored)) & mask(format);
+}
+
+std::uint32_t parseFloat(const std::string &text, const ValueFormat &format)
+{
+    const double stored = parseNumber(text) / format.scale;
+    const double highest = static_cast<double>(std::numeric_limits<float>::max());
+    if (std::isfinite(stored) && std::abs(stored) > highest)
+        refuse(text, "it lies beyond 3.4e38, where 32-bit floats end");
+    return floatBits(static_cast<float>(stored));
 }
 
 } // namespace
@@ -282,7 +304,7 @@ std::uint32_t parseValue(const std::string &text, const ValueFormat &format)
         return static_cast<std::uint32_t>(prefixed); // a bit pattern: taken as it is
     }
     if (format.format == Format::Float)
-        return floatBits(static_cast<float>(parseNumber(text) / format.scale));
+        return parseFloat(text, format);
     return parseInteger(text, format);
 }
 

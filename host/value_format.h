@@ -21,6 +21,9 @@ struct ValueFormat
     int width = 1;             ///< of the register type: 0 bit, 1 register, 2 two registers
     double scale = 1.0;        ///< shown value = scale x stored value
     bool lowWordFirst = false; ///< the slave keeps the low word of 32-bit values in the first register
+
+    /** False for bits and bit patterns, which have no scale. */
+    bool isNumber() const { return format == Format::Unsigned || format == Format::Signed || format == Format::Float; }
 };
 
 /**

@@ -36,29 +36,31 @@ TEST_P(ValueText, ShowsAndReadsBack)
     const Shown &shown = GetParam();
     const ValueFormat f = format(shown.kind, shown.width, shown.scale);
     EXPECT_EQ(shown.text, rtu::valueText(shown.raw, f));
-    // A binary text has no prefix, so it is not meant to be typed in again.
-    if (shown.kind != Format::Binary) {
-        EXPECT_EQ(shown.raw, rtu::parseValue(shown.text, f));
-    }
+    EXPECT_EQ(shown.raw, rtu::parseValue(shown.text, f));
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Formats, ValueText,
-    testing::Values(Shown{Format::Bit, 0, 1, 1, "1"}, Shown{Format::Bit, 0, 1, 0, "0"},
-                    Shown{Format::Unsigned, 1, 1, 65535, "65535"}, Shown{Format::Signed, 1, 1, 0xFFFF, "-1"},
-                    Shown{Format::Signed, 1, 1, 0x8000, "-32768"}, Shown{Format::Hex, 1, 1, 0x1F, "0x001F"},
-                    Shown{Format::Binary, 1, 1, 0x8001, "1000000000000001"},
-                    Shown{Format::Unsigned, 2, 1, 0xFFFFFFFF, "4294967295"},
-                    Shown{Format::Signed, 2, 1, 0x80000000, "-2147483648"},
-                    Shown{Format::Hex, 2, 1, 0x12345678, "0x12345678"},
-                    Shown{Format::Float, 2, 1, 0x40490FDB, "3.1415927"}, Shown{Format::Float, 2, 1, 0x41200000, "10"},
-                    Shown{Format::Unsigned, 1, 0.1, 255, "25.5"}, Shown{Format::Signed, 1, 0.01, 0xFFFF, "-0.01"},
-                    Shown{Format::Unsigned, 1, 10, 7, "70"}));
+    testing::Values(
+        Shown{Format::Bit, 0, 1, 1, "1"}, Shown{Format::Bit, 0, 1, 0, "0"},
+        Shown{Format::Unsigned, 1, 1, 65535, "65535"}, Shown{Format::Signed, 1, 1, 0xFFFF, "-1"},
+        Shown{Format::Signed, 1, 1, 0x8000, "-32768"}, Shown{Format::Hex, 1, 1, 0x1F, "0x001F"},
+        Shown{Format::Binary, 1, 1, 0x8001, "0b1000000000000001"},
+        Shown{Format::Binary, 1, 1, 10, "0b0000000000001010"},
+        Shown{Format::Binary, 2, 1, 0x80000001, "0b10000000000000000000000000000001"},
+        Shown{Format::Unsigned, 2, 1, 0xFFFFFFFF, "4294967295"}, Shown{Format::Signed, 2, 1, 0x80000000, "-2147483648"},
+        Shown{Format::Hex, 2, 1, 0x12345678, "0x12345678"}, Shown{Format::Float, 2, 1, 0x40490FDB, "3.1415927"},
+        Shown{Format::Float, 2, 1, 0x41200000, "10"}, Shown{Format::Float, 2, 1, 0x49742400, "1000000"},
+        Shown{Format::Float, 2, 1, 0xCB3C6148, "-12345672"}, Shown{Format::Float, 2, 1, 0x60AD78EC, "1e+20"},
+        Shown{Format::Float, 2, 1, 0x2EDBE6FF, "1e-10"}, Shown{Format::Unsigned, 2, 0.1, 100000000, "10000000"},
+        Shown{Format::Unsigned, 1, 0.1, 255, "25.5"}, Shown{Format::Signed, 1, 0.01, 0xFFFF, "-0.01"},
+        Shown{Format::Unsigned, 1, 10, 7, "70"}));
 
 TEST(ParseValue, TakesOtherWaysOfWriting)
 {
     EXPECT_EQ(1u, rtu::parseValue("on", format(Format::Bit, 0)));
     EXPECT_EQ(0u, rtu::parseValue("false", format(Format::Bit, 0)));
+    EXPECT_EQ(1u, rtu::parseValue("ON", format(Format::Bit, 0)));
     EXPECT_EQ(0x1Fu, rtu::parseValue("0x1f", format(Format::Unsigned, 1)));
     EXPECT_EQ(5u, rtu::parseValue("0b101", format(Format::Unsigned, 1)));
     EXPECT_EQ(0xFFFFu, rtu::parseValue("-1", format(Format::Unsigned, 1)));
@@ -84,18 +86,16 @@ TEST_P(ParseValueRefusal, SaysWhy)
     EXPECT_TRUE(contains(reason, refused.reason)) << reason;
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, ParseValueRefusal,
-                         testing::Values(Refused{Format::Bit, 0, "2", "0 or 1"},
-                                         Refused{Format::Unsigned, 1, "65536", "-32768 to 65535"},
-                                         Refused{Format::Signed, 1, "32768", "-32768 to 32767"},
-                                         Refused{Format::Unsigned, 1, "1.5", "whole numbers"},
-                                         Refused{Format::Unsigned, 1, "abc", "a number"},
-                                         Refused{Format::Unsigned, 1, "", "a number"},
-                                         Refused{Format::Unsigned, 1, "12x", "a number"},
-                                         Refused{Format::Unsigned, 1, "0x10000", "more than 16 bits"},
-                                         Refused{Format::Unsigned, 1, "nan", "must be from"},
-                                         Refused{Format::Signed, 2, "2147483648", "2147483647"},
-                                         Refused{Format::Float, 2, "1,5", "a number"}));
+INSTANTIATE_TEST_SUITE_P(
+    Texts, ParseValueRefusal,
+    testing::Values(
+        Refused{Format::Bit, 0, "2", "0 or 1"}, Refused{Format::Unsigned, 1, "65536", "-32768 to 65535"},
+        Refused{Format::Signed, 1, "32768", "-32768 to 32767"}, Refused{Format::Unsigned, 1, "1.5", "whole numbers"},
+        Refused{Format::Unsigned, 1, "abc", "a number"}, Refused{Format::Unsigned, 1, "", "a number"},
+        Refused{Format::Unsigned, 1, "12x", "a number"}, Refused{Format::Unsigned, 1, "0x10000", "more than 16 bits"},
+        Refused{Format::Unsigned, 1, "nan", "must be from"}, Refused{Format::Signed, 2, "2147483648", "2147483647"},
+        Refused{Format::Float, 2, "1,5", "a number"}, Refused{Format::Float, 2, "1e40", "beyond 3.4e38"},
+        Refused{Format::Float, 2, "-1e40", "beyond 3.4e38"}));
 
 TEST(RawValue, HasTheDriversByteOrder)
 {
@@ -122,7 +122,7 @@ TEST(JsonNumber, IsToldFromOtherTexts)
 {
     for (const char *number : {"0", "-5", "12.5", "1e+06", "0.25"})
         EXPECT_TRUE(rtu::isJsonNumber(number)) << number;
-    for (const char *text : {"0x1F", "nan", "inf", "0011"})
+    for (const char *text : {"0x1F", "nan", "inf", "0011", "0b1000000000000001"})
         EXPECT_FALSE(rtu::isJsonNumber(text)) << text;
 }
 
