@@ -10,18 +10,22 @@ namespace {
 /** The driver's access code of an object that writes. */
 enum { ReadAccessMode = 0, WriteAccessMode = 1 };
 
-int parseInt(const std::string &text, const std::string &what)
+/** False unless the text is a whole number and nothing else. */
+bool readInt(const std::string &text, int *value)
 {
     std::size_t used = 0;
-    int value = 0;
     try {
-        value = std::stoi(text, &used);
+        *value = std::stoi(text, &used);
     } catch (const std::exception &) {
-        used = 0;
+        return false;
     }
-    if (used == 0 || used != text.size())
-        throw std::invalid_argument("\"" + text + "\" is not a " + what);
-    return value;
+    return used == text.size();
+}
+
+/** "from 1 to 255" */
+std::string limitsText(int lowest, int highest)
+{
+    return "from " + std::to_string(lowest) + " to " + std::to_string(highest);
 }
 
 /** Cuts what follows the separator off the text; empty when there is none. */
@@ -31,6 +35,8 @@ std::string cutAfter(std::string &text, const std::string &separator)
     if (position == std::string::npos)
         return std::string();
     const std::string rest = text.substr(position + separator.size());
+    if (rest.empty())
+        throw std::invalid_argument("\"" + text + "\": nothing follows the \"" + separator + "\"");
     text.resize(position);
     return rest;
 }
@@ -149,6 +155,17 @@ std::vector<Tag> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog
     return tags;
 }
 
+int parseNumber(const std::string &text, int lowest, int highest, const std::string &what)
+{
+    int number = 0;
+    if (!readInt(text, &number))
+        throw std::invalid_argument("\"" + text + "\" is not a " + what + ", which is one number "
+                                    + limitsText(lowest, highest));
+    if (number < lowest || number > highest)
+        throw std::invalid_argument("\"" + text + "\": a " + what + " is " + limitsText(lowest, highest));
+    return number;
+}
+
 std::vector<int> parseNumberList(const std::string &text, int lowest, int highest, const std::string &what)
 {
     std::vector<int> numbers;
@@ -161,11 +178,14 @@ std::vector<int> parseNumberList(const std::string &text, int lowest, int highes
         const std::string second = dash == std::string::npos ? first : first.substr(dash + 1);
         if (dash != std::string::npos)
             first.resize(dash);
-        const int from = parseInt(first, what);
-        const int to = parseInt(second, what);
+        int from = 0;
+        int to = 0;
+        if (!readInt(first, &from) || !readInt(second, &to))
+            throw std::invalid_argument("\"" + text + "\" is not a " + what + " " + limitsText(lowest, highest)
+                                        + ", nor a list of them such as 1,3,5-7");
         if (from < lowest || to > highest || to < from)
-            throw std::invalid_argument("\"" + text + "\": a " + what + " is from " + std::to_string(lowest) + " to "
-                                        + std::to_string(highest) + "; lists are written 1,3,5-7");
+            throw std::invalid_argument("\"" + text + "\": a " + what + " is " + limitsText(lowest, highest)
+                                        + "; lists are written 1,3,5-7");
         for (int number = from; number <= to; ++number)
             numbers.push_back(number);
     }

@@ -76,6 +76,9 @@ void setAddress(DriverLibrary &driver, Tag &tag, const std::string &text, Access
 std::vector<Tag> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &text,
                            const std::vector<int> &stations, int values);
 
+/** Reads one number. @throws std::invalid_argument */
+int parseNumber(const std::string &text, int lowest, int highest, const std::string &what);
+
 /** Reads "1,3,5-7" or "1,3,5:7". @throws std::invalid_argument */
 std::vector<int> parseNumberList(const std::string &text, int lowest, int highest, const std::string &what);
 

@@ -1,8 +1,11 @@
 #include "tag_table.h"
 
+#include "text_width.h"
+
 #include <algorithm>
 #include <array>
-#include <fstream>
+#include <cerrno>
+#include <cstring>
 #include <stdexcept>
 
 namespace rtu {
@@ -39,10 +42,17 @@ Columns usualColumns()
     return columns;
 }
 
-bool namesColumns(const std::vector<std::string> &fields)
+const char *const *findColumn(const std::string &name)
 {
-    return std::any_of(fields.begin(), fields.end(),
-                       [](const std::string &field) { return lowered(field) == "address"; });
+    return std::find(std::begin(columnNames), std::end(columnNames), lowered(name));
+}
+
+/** A line with the names of columns, not a tag: that would have a register type. */
+bool namesColumns(const RegisterCatalog &catalog, const std::vector<std::string> &fields)
+{
+    const auto isName = [](const std::string &field) { return findColumn(field) != std::end(columnNames); };
+    const auto isType = [&](const std::string &field) { return catalog.find(field) != nullptr; };
+    return std::any_of(fields.begin(), fields.end(), isName) && std::none_of(fields.begin(), fields.end(), isType);
 }
 
 Columns readColumns(const std::vector<std::string> &fields)
@@ -50,16 +60,31 @@ Columns readColumns(const std::vector<std::string> &fields)
     Columns columns;
     columns.fill(-1);
     for (std::size_t position = 0; position < fields.size(); ++position) {
-        const auto found = std::find(std::begin(columnNames), std::end(columnNames), lowered(fields[position]));
+        if (fields[position].empty())
+            continue;
+        const char *const *found = findColumn(fields[position]);
         if (found == std::end(columnNames))
             throw std::invalid_argument(
                 "unknown column \"" + fields[position]
                 + "\"; there are name, station, type, address, count, format, scale, unit, values");
-        columns[static_cast<std::size_t>(found - std::begin(columnNames))] = static_cast<int>(position);
+        int &column = columns[static_cast<std::size_t>(found - std::begin(columnNames))];
+        if (column >= 0)
+            throw std::invalid_argument("the column " + lowered(fields[position]) + " is there twice");
+        column = static_cast<int>(position);
     }
-    if (columns[Type] < 0)
+    if (columns[Type] < 0 || columns[Address] < 0)
         throw std::invalid_argument("the columns type and address are needed");
     return columns;
+}
+
+/** Empty fields behind the last column do no harm; spreadsheets leave them. */
+void refuseFurtherFields(const std::vector<std::string> &fields, const Columns &columns)
+{
+    const int last = *std::max_element(columns.begin(), columns.end());
+    for (std::size_t i = static_cast<std::size_t>(last) + 1; i < fields.size(); ++i) {
+        if (!fields[i].empty())
+            throw std::invalid_argument("\"" + fields[i] + "\" stands behind the last column");
+    }
 }
 
 std::string fieldOf(const std::vector<std::string> &fields, const Columns &columns, Column column)
@@ -89,8 +114,11 @@ double scaleFrom(const std::string &text)
 Tag tagFrom(DriverLibrary &driver, const RegisterCatalog &catalog, const std::vector<std::string> &fields,
             const Columns &columns)
 {
+    refuseFurtherFields(fields, columns);
     const std::string typeName = fieldOf(fields, columns, Type);
     const RegisterType *type = catalog.find(typeName);
+    if (typeName.empty())
+        throw std::invalid_argument("the register type is missing; there are " + catalog.names());
     if (!type)
         throw std::invalid_argument("unknown register type \"" + typeName + "\"; there are " + catalog.names());
     Tag tag;
@@ -98,15 +126,35 @@ Tag tagFrom(DriverLibrary &driver, const RegisterCatalog &catalog, const std::ve
     tag.name = fieldOf(fields, columns, Name);
     tag.unit = fieldOf(fields, columns, Unit);
     const std::string station = fieldOf(fields, columns, Station);
-    tag.station = station.empty() ? 1 : parseNumberList(station, 1, 255, "station").front();
+    tag.station = station.empty() ? 1 : parseNumber(station, 1, 255, "station");
     const std::string count = fieldOf(fields, columns, Count);
-    tag.values = count.empty() ? 1 : parseNumberList(count, 1, 65536, "count").front();
+    tag.values = count.empty() ? 1 : parseNumber(count, 1, 65536, "count");
     tag.format.width = type->width;
     tag.format.format = formatFromName(fieldOf(fields, columns, FormatColumn), *type);
     tag.format.scale = scaleFrom(fieldOf(fields, columns, Scale));
-    setAddress(driver, tag, fieldOf(fields, columns, Address), Access::Read);
+    if (tag.format.scale != 1.0 && !tag.format.isNumber())
+        throw std::invalid_argument("a scale does not go with the format "
+                                    + formatName(tag.format.format, tag.format.width));
+    const std::string address = fieldOf(fields, columns, Address);
+    if (address.empty())
+        throw std::invalid_argument("the address is missing");
+    setAddress(driver, tag, address, Access::Read);
     return tag;
 }
+
+/** What spreadsheets make of the file when they are left to themselves. */
+void refuseForeignText(const std::string &line)
+{
+    if (!isUtf8(line))
+        throw std::invalid_argument("the text is not UTF-8; save the file in that encoding");
+    const auto isControl = [](char c) { return static_cast<unsigned char>(c) < 0x20 && c != '\t' && c != '\r'; };
+    if (std::any_of(line.begin(), line.end(), isControl))
+        throw std::invalid_argument("the line has control characters; is this a text file?");
+    if (line.find(';') != std::string::npos && line.find(',') == std::string::npos)
+        throw std::invalid_argument("fields are separated by commas, not by semicolons");
+}
+
+const std::string ByteOrderMark = "\xEF\xBB\xBF"; // some programs put it in front of UTF-8
 
 } // namespace
 
@@ -134,6 +182,8 @@ std::vector<std::string> splitCsv(const std::string &line)
             field += c;
         }
     }
+    if (quoted)
+        throw std::invalid_argument("a quote is not closed");
     if (!wasQuoted)
         fields.back() = trimmed(fields.back());
     return fields;
@@ -157,16 +207,21 @@ std::vector<TagRow> readTagRows(DriverLibrary &driver, const RegisterCatalog &ca
     bool first = true;
     std::string line;
     for (int number = 1; std::getline(in, line); ++number) {
+        if (number == 1 && line.compare(0, ByteOrderMark.size(), ByteOrderMark) == 0)
+            line.erase(0, ByteOrderMark.size());
         if (trimmed(line).empty() || trimmed(line)[0] == '#')
             continue;
+        const std::string place = source + ":" + std::to_string(number);
         try {
+            refuseForeignText(line);
             const std::vector<std::string> fields = splitCsv(line);
-            if (first && namesColumns(fields))
+            if (first && namesColumns(catalog, fields))
                 columns = readColumns(fields);
             else
-                rows.push_back(TagRow{tagFrom(driver, catalog, fields, columns), fieldOf(fields, columns, Values)});
+                rows.push_back(
+                    TagRow{tagFrom(driver, catalog, fields, columns), fieldOf(fields, columns, Values), place});
         } catch (const std::invalid_argument &error) {
-            throw std::invalid_argument(source + ":" + std::to_string(number) + ": " + error.what());
+            throw std::invalid_argument(place + ": " + error.what());
         }
         first = false;
     }
@@ -182,12 +237,24 @@ std::vector<Tag> readTagTable(DriverLibrary &driver, const RegisterCatalog &cata
     return tags;
 }
 
+std::ifstream openTable(const std::string &path, const std::string &what)
+{
+    errno = 0;
+    std::ifstream in(path);
+    in.peek(); // a folder opens, but cannot be read
+    if (!in.is_open() || in.bad())
+        throw std::invalid_argument("cannot read the " + what + " " + path + ": " + std::strerror(errno));
+    in.clear();
+    return in;
+}
+
 std::vector<Tag> readTagFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path)
 {
-    std::ifstream in(path);
-    if (!in)
-        throw std::invalid_argument("cannot read the tag file " + path);
-    return readTagTable(driver, catalog, in, path);
+    std::ifstream in = openTable(path, "tag file");
+    std::vector<Tag> tags = readTagTable(driver, catalog, in, path);
+    if (tags.empty())
+        throw std::invalid_argument("the tag file " + path + " has no tags");
+    return tags;
 }
 
 } // namespace rtu

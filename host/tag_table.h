@@ -7,13 +7,18 @@
 
 #include "tag.h"
 
+#include <fstream>
 #include <istream>
 #include <string>
 #include <vector>
 
 namespace rtu {
 
-/** Splits one line of CSV; fields may be quoted, a doubled quote stands for one. */
+/**
+ * Splits one line of CSV; fields may be quoted, a doubled quote stands for one.
+ *
+ * @throws std::invalid_argument when a quote is not closed
+ */
 std::vector<std::string> splitCsv(const std::string &line);
 
 /** Quotes a field where it needs it. */
@@ -35,13 +40,17 @@ struct TagRow
 {
     Tag tag;
     std::string values; ///< as typed, separated by blanks; empty when the file has none
+    std::string place;  ///< "file:line", for messages
 };
 
 /** As readTagTable(), with the column "values". */
 std::vector<TagRow> readTagRows(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
                                 const std::string &source);
 
-/** readTagTable() from a file. */
+/** Opens a table. @param what names the file in the message @throws std::invalid_argument */
+std::ifstream openTable(const std::string &path, const std::string &what);
+
+/** readTagTable() from a file, which must have a tag. */
 std::vector<Tag> readTagFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path);
 
 } // namespace rtu

@@ -15,16 +15,40 @@ std::size_t characterSize(const std::string &text, std::size_t position)
     return std::min(size, text.size() - position);
 }
 
-int characterWidth(const std::string &text, std::size_t position, std::size_t size)
+unsigned int codePoint(const std::string &text, std::size_t position, std::size_t size)
 {
-    if (size == 1)
-        return 1;
     static const unsigned int leadMask[] = {0, 0x7F, 0x1F, 0x0F, 0x07};
     unsigned int code = static_cast<unsigned char>(text[position]) & leadMask[size];
     for (std::size_t i = 1; i < size; ++i)
         code = code << 6 | (static_cast<unsigned char>(text[position + i]) & 0x3Fu);
+    return code;
+}
+
+int characterWidth(const std::string &text, std::size_t position, std::size_t size)
+{
+    if (size == 1)
+        return 1;
+    const unsigned int code = codePoint(text, position, size);
     const int width = ::wcwidth(static_cast<wchar_t>(code));
     return width < 0 ? 1 : width;
+}
+
+/** Lead byte, as many others as it announces, and no longer than the code needs. */
+bool isCharacter(const std::string &text, std::size_t position, std::size_t size)
+{
+    const unsigned char lead = static_cast<unsigned char>(text[position]);
+    if (size == 1)
+        return lead < 0x80;
+    const std::size_t announced = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;
+    if (lead > 0xF4 || size != announced)
+        return false;
+    for (std::size_t i = 1; i < size; ++i) {
+        if ((static_cast<unsigned char>(text[position + i]) & 0xC0) != 0x80)
+            return false;
+    }
+    static const unsigned int smallest[] = {0, 0, 0x80, 0x800, 0x10000};
+    const unsigned int code = codePoint(text, position, size);
+    return code >= smallest[size] && code <= 0x10FFFF && (code < 0xD800 || code > 0xDFFF);
 }
 
 } // namespace
@@ -52,6 +76,26 @@ std::string clippedText(const std::string &text, int width)
         i += size;
     }
     return text.substr(0, i);
+}
+
+std::string shortenedText(const std::string &text, int width)
+{
+    const std::string mark = "..";
+    const int markWidth = static_cast<int>(mark.size());
+    if (textWidth(text) <= width || width <= markWidth)
+        return clippedText(text, width);
+    return clippedText(text, width - markWidth) + mark;
+}
+
+bool isUtf8(const std::string &text)
+{
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t size = characterSize(text, i);
+        if (!isCharacter(text, i, size))
+            return false;
+        i += size;
+    }
+    return true;
 }
 
 std::string leftAligned(const std::string &text, int width)

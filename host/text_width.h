@@ -15,6 +15,12 @@ int textWidth(const std::string &text);
 /** The beginning of the text that fits; never half a character. */
 std::string clippedText(const std::string &text, int width);
 
+/** As that, with ".." at the end of what did not fit whole. */
+std::string shortenedText(const std::string &text, int width);
+
+/** False for text in another encoding. */
+bool isUtf8(const std::string &text);
+
 /** Exactly so many columns, blanks added behind the text. */
 std::string leftAligned(const std::string &text, int width);
 

@@ -347,6 +347,16 @@ TEST(TextWidth, CutsAtWholeCharacters)
     EXPECT_EQ("  " + degrees, rtu::rightAligned(degrees, 4));
     EXPECT_EQ("ab", rtu::leftAligned("abc", 2));
     EXPECT_EQ("", rtu::clippedText("abc", 0));
+    EXPECT_EQ("ab..", rtu::shortenedText("abcde", 4));
+    EXPECT_EQ("abcd", rtu::shortenedText("abcd", 4));
+}
+
+TEST(TextWidth, TellsUtf8FromOtherEncodings)
+{
+    for (const char *text : {"", "plain", "\xC2\xB0", "\xE2\x82\xAC", "\xF0\x9F\x98\x80"})
+        EXPECT_TRUE(rtu::isUtf8(text)) << text;
+    for (const char *text : {"\xB0", "\xC2", "\xC2x", "\xC0\x80", "\xE2\x82", "\xED\xA0\x80", "\xF5\x80\x80\x80"})
+        EXPECT_FALSE(rtu::isUtf8(text)) << text;
 }
 
 } // namespace

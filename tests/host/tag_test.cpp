@@ -94,7 +94,11 @@ TEST_F(Tags, AreRefusedWithTheReason)
         {"4x9..5", "ends before it begins"},
         {"4x1:float", "does not fit 4x"},
         {"4x1@300", "a station is from 0 to 255"},
-        {"4x1@x", "not a station"},
+        {"4x1@x", "\"x\" is not a station from 0 to 255, nor a list of them such as 1,3,5-7"},
+        {"4x1@", "nothing follows the \"@\""},
+        {"4x1:", "nothing follows the \":\""},
+        {"4x1..", "nothing follows the \"..\""},
+        {"4x1..@2", "nothing follows the \"..\""},
     };
     for (const Refused &refused : refusals)
         EXPECT_TRUE(contains(refusal(refused.text), refused.reason)) << refused.text << ": " << refusal(refused.text);
@@ -157,13 +161,55 @@ TEST_F(Tags, OfATableAreRefusedWithFileAndLine)
         {"a,1,4x,1,1,float\n", "does not fit 4x"},
         {"a,1,4x,1,1,,0\n", "scale"},
         {"a,1,4x,1,1,,x\n", "scale"},
-        {"a,1,4x,1,x\n", "not a count"},
+        {"a,1,4x,1,x\n", "\"x\" is not a count, which is one number from 1 to 65536"},
+        {"a,1,4x,1,2-3\n", "\"2-3\" is not a count"},
+        {"a,1-2,4x,1\n", "tags.csv:1: \"1-2\" is not a station, which is one number from 1 to 255"},
+        {"a,1,,1\n", "the register type is missing"},
+        {"a,1,4x\n", "the address is missing"},
+        {"a,1,4x,1,1,hex,0.1\n", "a scale does not go with the format hex"},
+        {"a,1,0x,1,1,,5\n", "a scale does not go with the format bit"},
+        {"a,1,4x,1,1,,,m,5,surplus\n", "\"surplus\" stands behind the last column"},
+        {"type,address\n4x,1,surplus\n", "tags.csv:2: \"surplus\" stands behind the last column"},
+        {"a;1;4x;1\n", "separated by commas, not by semicolons"},
+        {"caf\xE9,1,4x,1\n", "tags.csv:1: the text is not UTF-8"},
+        {"a\x01,1,4x,1\n", "control characters"},
+        {"\"a,1,4x,1\n", "a quote is not closed"},
+        {"type,adress\n4x,1\n", "tags.csv:1: unknown column \"adress\""},
+        {"type,address,type\n4x,1,4x\n", "the column type is there twice"},
         {"address,colour\n1,red\n", "tags.csv:1: unknown column \"colour\""},
         {"address,name\n1,a\n", "columns type and address are needed"},
     };
     for (const Refused &refused : refusals)
         EXPECT_TRUE(contains(tableRefusal(refused.text), refused.reason))
             << refused.text << ": " << tableRefusal(refused.text);
+}
+
+TEST_F(Tags, OfATableMayComeFromASpreadsheet)
+{
+    const std::vector<Tag> tags = table("\xEF\xBB\xBF"
+                                        "name,station,type,address,,\r\nT \xC2\xB0,2,4x,7,,\r\n");
+    ASSERT_EQ(1u, tags.size());
+    EXPECT_EQ("T \xC2\xB0", tags[0].name);
+    EXPECT_EQ(2, tags[0].station);
+    EXPECT_EQ(6, tags[0].address);
+}
+
+TEST_F(Tags, OfATableMayBeNamedAsAColumn)
+{
+    const std::vector<Tag> tags = table("type,2,4x,7\n");
+    ASSERT_EQ(1u, tags.size());
+    EXPECT_EQ("type", tags[0].name);
+}
+
+TEST_F(Tags, OfAFileAreThere)
+{
+    const auto refusalOfFile = [&](const std::string &path) {
+        return refusalOf([&] { rtu::readTagFile(driver, catalog, path); });
+    };
+    EXPECT_EQ("cannot read the tag file /nowhere/tags.csv: No such file or directory",
+              refusalOfFile("/nowhere/tags.csv"));
+    EXPECT_EQ("cannot read the tag file /: Is a directory", refusalOfFile("/"));
+    EXPECT_EQ("the tag file /dev/null has no tags", refusalOfFile("/dev/null"));
 }
 
 TEST(Csv, FieldsAreQuotedWhereNeeded)
