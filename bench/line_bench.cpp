@@ -110,11 +110,5 @@ int run(const Arguments &arguments)
 
 int main(int argc, char **argv)
 {
-    const Arguments arguments = parseArguments(argc, argv);
-    try {
-        return run(arguments);
-    } catch (const std::exception &error) {
-        std::fprintf(stderr, "line_bench: %s\n", error.what());
-        return 1;
-    }
+    return line_bench::runProgram(argc, argv, run);
 }

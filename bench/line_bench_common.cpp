@@ -53,8 +53,7 @@ void take(Arguments &arguments, const std::string &name, const std::string &valu
         usage(program, "unknown option " + name);
 }
 
-} // namespace
-
+/** Ends the program with status 2 on misuse. */
 Arguments parseArguments(int argc, char **argv)
 {
     Arguments arguments;
@@ -70,6 +69,19 @@ Arguments parseArguments(int argc, char **argv)
     if ((arguments.seconds > 0) == (arguments.cycles > 0))
         usage(argv[0], "one of --seconds and --cycles is needed");
     return arguments;
+}
+
+} // namespace
+
+int runProgram(int argc, char **argv, int (*run)(const Arguments &))
+{
+    const Arguments arguments = parseArguments(argc, argv);
+    try {
+        return run(arguments);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "%s: %s\n", argv[0], error.what());
+        return 1;
+    }
 }
 
 std::vector<Block> readPlan(const std::string &file)

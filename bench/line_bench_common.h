@@ -34,8 +34,12 @@ struct Arguments
     std::string driver;
 };
 
-/** Prints usage and ends the program with status 2 on misuse. */
-Arguments parseArguments(int argc, char **argv);
+/**
+ * The whole of main(): @p run with the arguments of the command line.
+ * @return exit status: what @p run returns, 1 with a line on standard error when
+ *         it throws, 2 with the usage on misuse
+ */
+int runProgram(int argc, char **argv, int (*run)(const Arguments &));
 
 /** @throws std::runtime_error with file and line */
 std::vector<Block> readPlan(const std::string &file);

@@ -57,7 +57,9 @@ Panel::Panel(rtu::Line &line, const Settings &settings)
     m_loop.addObserver([this](const rtu::Transaction &transaction) { transactions.push_back(transaction); });
 }
 
-void Panel::watch(int station, const std::string &type, int address, int count)
+namespace {
+
+KEY_ADDRESS keyOf(int station, const std::string &type, int address, int count)
 {
     KEY_ADDRESS key = KEY_ADDRESS();
     key.station = station;
@@ -65,7 +67,14 @@ void Panel::watch(int station, const std::string &type, int address, int count)
     key.startAddr = address;
     key.count = count;
     key.field7 = isBitType(type) ? -1 : 1;
-    m_keys << key;
+    return key;
+}
+
+} // namespace
+
+void Panel::watch(int station, const std::string &type, int address, int count)
+{
+    m_keys << keyOf(station, type, address, count);
 }
 
 int Panel::plan()
@@ -146,11 +155,6 @@ void Panel::write(int station, const std::string &type, int address, const std::
 
 void Panel::readOnce(int station, const std::string &type, int address, int count)
 {
-    KEY_ADDRESS key = KEY_ADDRESS();
-    key.station = station;
-    key.regType = QString::fromStdString(type);
-    key.startAddr = address;
-    key.count = count;
-    key.field7 = isBitType(type) ? -1 : 1;
+    KEY_ADDRESS key = keyOf(station, type, address, count);
     driver.addConditionRead(&key, 55);
 }
