@@ -27,7 +27,7 @@ void readAsRegisters(VARIABLE &request, const RegisterType &type)
 void Modbus_rtu_master::addConditionRead(const KEY_ADDRESS &key, int userData)
 {
     const int limit = key.field7 == bitObjectFormat ? maxBlockBits : maxBlockWords;
-    if (limit == 0 || limit >= key.count) {
+    if (limit <= 0 || limit >= key.count) {
         queueConditionRead(key, key.startAddr, key.count, userData);
         return;
     }

@@ -32,21 +32,12 @@ void addVarToList(QList<VARIABLE> &list, const VARIABLE &var)
 
 RequestPieces::RequestPieces(int count, int limit) : pieces(count > 0 ? 1 : 0), each(count), last(count)
 {
-    if (limit == 0)
+    if (limit <= 0)
         return;
-    const long long whole = count; // the smallest count and a limit of -1 have no quotient in 32 bits
-    const int rest = static_cast<int>(whole % limit);
-    pieces = whole / limit + (rest != 0 ? 1 : 0);
+    const int rest = count % limit;
+    pieces = count / limit + (rest != 0 ? 1 : 0);
     each = limit;
     last = rest != 0 ? rest : limit;
-}
-
-int RequestPieces::number() const
-{
-    // With count and limit below zero none of the requests can be sent; a queue
-    // full of them is all that the rest could do.
-    const int most = each < 0 ? lastPlace + 1 : static_cast<int>(MaxElements);
-    return static_cast<int>(pieces < most ? pieces : most);
 }
 
 int RequestPieces::offset(int k) const

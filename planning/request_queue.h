@@ -23,16 +23,11 @@ void addVarToList(QList<VARIABLE> &list, const VARIABLE &var);
 class RequestPieces
 {
 public:
-    /**
-     * As many whole requests as the limit goes into the count, and one for the
-     * rest; the division truncates toward zero whatever the signs. So a limit
-     * below zero lets a shorter range through as one request and a longer one
-     * not at all. A limit of 0 cuts nothing: the range is one request.
-     */
+    /** A limit of 0 or below cuts nothing: the range is one request, as merging has it. */
     RequestPieces(int count, int limit);
 
-    /** Number of requests, no more than are worth making; 0 or below means none. */
-    int number() const;
+    /** Number of requests; 0 or below means none. */
+    int number() const { return pieces; }
 
     /** First element of request @p k, counted from the start of the range. */
     int offset(int k) const;
@@ -41,7 +36,7 @@ public:
     int length(int k) const { return k == pieces - 1 ? last : each; }
 
 private:
-    long long pieces;
+    int pieces;
     int each;
     int last;
 };

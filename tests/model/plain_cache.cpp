@@ -120,8 +120,8 @@ int PlainDriver::setData(int station, const QString &regType, int address, int c
         } else if (regType == QLatin1String("4x") || regType == QLatin1String("4x_bit")
                    || regType == QLatin1String("4x_double")) {
             int limit = maxBlockWords;
-            // There is no quotient by a limit of 0, so it splits nothing.
-            if (limit == 0)
+            // A limit that allows nothing splits nothing.
+            if (limit < 1)
                 limit = count < 1 ? 1 : count;
             int q = count / limit;
             int lastCount = limit;
