@@ -25,13 +25,13 @@ int secondPendingBit(int position)
     return 2 * position + 1;
 }
 
-/** Copies @p bytes of host data, as far as the payload of a request unit reaches. */
-void copyPayload(VARIABLE &target, const unsigned char *data, long long bytes)
+/** Copies @p bytes of host data from @p offset on, as far as the payload of a request unit reaches. */
+void copyPayload(VARIABLE &target, const unsigned char *data, std::ptrdiff_t offset, long long bytes)
 {
     if (bytes <= 0)
         return;
     const long long room = ModbusRtuRecordBytes;
-    std::memcpy(target.data, data, static_cast<std::size_t>(bytes < room ? bytes : room));
+    std::memcpy(target.data, data + offset, static_cast<std::size_t>(bytes < room ? bytes : room));
 }
 
 /** One bit of a register inside its area: which bit, and which byte holds it. */
@@ -75,7 +75,7 @@ void Modbus_rtu_master::queueWrite(int station, const QString &regType, int addr
     if (type->unit == CoilUnit) {
         var.startAddr = address;
         var.count = count;
-        copyPayload(var, data, count);
+        copyPayload(var, data, 0, count);
         addVarToList(writeList, var);
         return;
     }
@@ -88,7 +88,7 @@ void Modbus_rtu_master::queueWrite(int station, const QString &regType, int addr
         std::memset(var.data, 0, sizeof var.data);
         var.startAddr = wrapAdd(address, offset);
         var.count = pieces.length(k);
-        copyPayload(var, data + 2 * static_cast<std::ptrdiff_t>(offset), 2LL * var.count);
+        copyPayload(var, data, 2 * static_cast<std::ptrdiff_t>(offset), 2LL * var.count);
         addVarToList(writeList, var);
     }
 }
