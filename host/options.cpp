@@ -1,10 +1,15 @@
 #include "options.h"
 
+#include "help_text.h"
 #include "version.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cctype>
+#include <cmath>
+#include <cstdlib>
+#include <iomanip>
+#include <limits>
 #include <memory>
 #include <sstream>
 
@@ -12,71 +17,36 @@ namespace rtu {
 
 namespace {
 
-const char *const Usage = "rtuhost [OPTIONS] PORT [ADDRESS...] [VALUE...]";
-
-const char *const Description = "Polls, reads and writes Modbus RTU slaves through the communication driver\n"
-                                "libmodbus_rtu_master.so.1, loaded as an operator panel loads it.";
-
-const char *const Footer = "Addresses are written as the driver writes them, counted from 1:\n"
-                           "  4x100            holding register 100        0x5      coil 5\n"
-                           "  4x_bit3.5        bit 5 of register 3         1x5      discrete input 5\n"
-                           "  4x_double7       32 bits from register 7     3x20     input register 20\n"
-                           "  4x1..10          ten registers               4x100:hex  a format (int16...)\n"
-                           "  4x100@2,5-7      stations 2, 5, 6 and 7      4x100=12,13                writes\n"
-                           "or as -t, -r and -c say: -t 4:float -r 7 -c 2 is 4x_double7..9:float.\n"
-                           "Numbers after an address, or after -r, are written from there on. Put -- in\n"
-                           "front of negative numbers.\n"
-                           "\n"
-                           "On a terminal the values are shown in a live view; in a pipe, and with -1,\n"
-                           "--count, --json, --csv, --plain or -q, they are printed.\n"
-                           "\n"
-                           "Exit status: 0 no errors, 1 errors on the line or in files, 2 misuse.\n"
-                           "\n"
-                           "Examples:\n"
-                           "  rtuhost -a 1 -b 19200 -t 4 -r 100 -c 10 /dev/ttyUSB0\n"
-                           "  rtuhost -b 9600 -P none -s 2 /dev/ttyUSB0 4x100..109 4x_double7:float@2\n"
-                           "  rtuhost -1 /dev/ttyUSB0 4x100=1234 0x5=on\n"
-                           "  rtuhost --sim plant.sim --tags plant.csv\n"
-                           "  rtuhost --plan plan.svg -b 19200 --tags plant.csv";
-
-/** Breaks a text into lines of at most so many columns. */
-std::string wrapped(const std::string &text, std::size_t width)
+/** Shortest text of a limit: 3600 and 0.001, not 3600.000000. */
+std::string limitText(double limit)
 {
-    std::istringstream words(text);
-    std::string result;
-    std::string word;
-    std::size_t column = 0;
-    while (words >> word) {
-        const bool fits = column == 0 || column + 1 + word.size() <= width;
-        result += column == 0 ? "" : fits ? " " : "\n";
-        column = fits && column > 0 ? column + 1 + word.size() : word.size();
-        result += word;
-    }
-    return result;
+    std::ostringstream out;
+    out << std::setprecision(15) << limit;
+    return out.str();
 }
 
-/** Help in 80 columns, with the name of an argument instead of its type and range. */
-class HelpFormatter : public CLI::Formatter
+/** Refuses what is no number within the limits, in words that say what would be right. */
+CLI::Validator numberFrom(double lowest, double highest, bool whole = false)
 {
-public:
-    std::string make_usage(const CLI::App *, std::string) const override
-    {
-        return std::string("\nUsage: ") + Usage + "\n";
-    }
-
-    std::string make_option_opts(const CLI::Option *option) const override
-    {
-        if (option->get_positional())
+    const auto judge = [=](std::string &text) {
+        char *end = nullptr;
+        const double number = std::strtod(text.c_str(), &end);
+        if (!text.empty() && *end == '\0' && number >= lowest && number <= highest
+            && (!whole || number == std::floor(number)))
             return std::string();
-        const std::string type = option->get_type_name();
-        return type.empty() ? type : " " + type.substr(0, type.find(':'));
-    }
+        return "\"" + text + "\" is not a " + (whole ? "whole " : "") + "number from " + limitText(lowest) + " to "
+               + limitText(highest);
+    };
+    return CLI::Validator(judge, "");
+}
 
-    std::string make_option_desc(const CLI::Option *option) const override
-    {
-        return wrapped(option->get_description(), 80 - get_column_width());
-    }
-};
+CLI::Validator wholeNumberFrom(double lowest, double highest)
+{
+    return numberFrom(lowest, highest, true);
+}
+
+const double LongestMilliseconds = 24 * 3600 * 1000.0;
+const double LargestInt = std::numeric_limits<int>::max();
 
 /** Raw results of CLI11 that need a second look. */
 struct Raw
@@ -125,12 +95,17 @@ private:
 
     bool given(const char *name) const { return m_app.count(name) > 0; }
     void run(int argc, const char *const *argv);
+    std::string explained(const CLI::ParseError &error) const;
     void settle();
     void settleMode();
     void settleProperty();
     void settlePlan();
     void settleArguments();
     void check() const;
+    void checkProperty() const;
+    void checkMode() const;
+    void checkSimulation() const;
+    static void refusePair(bool first, const char *firstName, bool second, const char *secondName);
     bool needsPort() const;
 
     CLI::App m_app;
@@ -138,11 +113,11 @@ private:
     Raw m_raw;
 };
 
-Parser::Parser() : m_app(Description, "rtuhost")
+Parser::Parser() : m_app(HelpDescription, "rtuhost")
 {
     m_app.formatter(std::make_shared<HelpFormatter>());
     m_app.get_formatter()->column_width(26);
-    m_app.footer(Footer);
+    m_app.footer(HelpFooter);
     m_app.set_help_flag("-h,--help", "This text");
     m_app.set_version_flag("-V,--version", "rtuhost " MODBUS_RTU_VERSION_TEXT)->description("The version");
     m_app.add_option("PORT", m_raw.arguments, "Serial port or pseudo-terminal, then addresses and values");
@@ -173,7 +148,7 @@ void Parser::addWhat()
     m_app.add_flag("-0", m_options.zeroBased, "-r counts from 0")->group(group);
     m_app.add_option("-c", m_options.values, "Number of values from each address (1)")
         ->type_name("N")
-        ->check(CLI::Range(1, 65536))
+        ->check(wholeNumberFrom(1, 65536))
         ->group(group);
     m_app
         .add_flag("-B,--high-word-first", m_raw.highWordFirst,
@@ -202,15 +177,15 @@ void Parser::addLine()
     const char *const group = "Line";
     m_app.add_option("-b", m_options.line.baud, "Baud rate; 0: no pace and no silences (19200)")
         ->type_name("BAUD")
-        ->check(CLI::Range(0, 4000000))
+        ->check(wholeNumberFrom(0, 4000000))
         ->group(group);
     m_app.add_option("-d", m_options.line.dataBits, "Data bits, 7 or 8 (8)")
         ->type_name("BITS")
-        ->check(CLI::Range(7, 8))
+        ->check(wholeNumberFrom(7, 8))
         ->group(group);
     m_app.add_option("-s", m_options.line.stopBits, "Stop bits, 1 or 2 (1)")
         ->type_name("BITS")
-        ->check(CLI::Range(1, 2))
+        ->check(wholeNumberFrom(1, 2))
         ->group(group);
     m_app.add_option("-P,-p", m_raw.parity, "Parity: none, even or odd (even)")
         ->type_name("PARITY")
@@ -220,23 +195,23 @@ void Parser::addLine()
         .add_option("--silence", m_raw.silenceMilliseconds,
                     "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber)
+        ->check(numberFrom(0, LongestMilliseconds))
         ->group(group);
     m_app
         .add_option("--gap", m_raw.gapMilliseconds,
                     "Pause in ms that ends a reply of other than the expected length (50)")
         ->type_name("MS")
-        ->check(CLI::PositiveNumber)
+        ->check(numberFrom(0.001, LongestMilliseconds))
         ->group(group);
     m_app
         .add_option("--late-guard", m_raw.lateGuardMilliseconds,
                     "How long in ms a late reply is listened for before the next request (as -o)")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber)
+        ->check(numberFrom(0, LongestMilliseconds))
         ->group(group);
     m_app.add_option("--broadcast-delay", m_raw.broadcastMilliseconds, "Pause in ms after a broadcast (100)")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber)
+        ->check(numberFrom(0, LongestMilliseconds))
         ->group(group);
     m_app.add_flag("--remove-echo", m_options.removeEcho, "The RS-485 adapter hears itself: drop the echo")
         ->group(group);
@@ -247,16 +222,16 @@ void Parser::addHow()
     const char *const group = "How long and how often";
     m_app.add_option("-l", m_raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)")
         ->type_name("MS")
-        ->check(CLI::NonNegativeNumber)
+        ->check(numberFrom(0, LongestMilliseconds))
         ->group(group);
     m_app.add_option("-o", m_options.replyTimeout, "Reply time-out in seconds (1)")
         ->type_name("SECONDS")
-        ->check(CLI::Range(0.001, 3600.0))
+        ->check(numberFrom(0.001, 3600.0))
         ->group(group);
     m_app.add_flag("-1", m_raw.once, "One round, then end")->group(group);
     m_app.add_option("--count", m_options.rounds, "So many rounds, then end")
         ->type_name("N")
-        ->check(CLI::Range(1, 1000000000))
+        ->check(wholeNumberFrom(1, 1000000000))
         ->group(group);
 }
 
@@ -275,16 +250,17 @@ void Parser::addDriver()
         ->group(group);
     m_app.add_option("--link-id", m_options.property.linkId, "Link id that changes are reported with (1)")
         ->type_name("N")
+        ->check(wholeNumberFrom(-LargestInt, LargestInt))
         ->group(group);
     m_app.add_flag("--local-only", m_options.property.localWriteOnly, "Writes change the cache, nothing is sent")
         ->group(group);
     m_app.add_option("--retries", m_options.property.attempts, "Attempts before a request is given up (3)")
         ->type_name("N")
-        ->check(CLI::Range(0, 1000))
+        ->check(wholeNumberFrom(0, 1000))
         ->group(group);
     m_app.add_option("--max-words", m_options.property.maxWords, "Longest block in registers, coils: bits (120)")
         ->type_name("N")
-        ->check(CLI::Range(2, 500))
+        ->check(wholeNumberFrom(2, 500))
         ->group(group);
     m_app.add_flag("--swap", m_options.property.swapAll, "Recipes: low word of 32-bit values first, all stations")
         ->group(group);
@@ -322,9 +298,12 @@ void Parser::addEditor()
     m_app.add_option("--multi-copy", m_raw.multiCopy, "Step an address for copies")->type_name("ADDRESS")->group(group);
     m_app.add_option("--copies", m_options.copies, "Number of copies (10)")
         ->type_name("N")
-        ->check(CLI::Range(0, 65536))
+        ->check(wholeNumberFrom(0, 65536))
         ->group(group);
-    m_app.add_option("--step", m_options.step, "Step from copy to copy (1)")->type_name("N")->group(group);
+    m_app.add_option("--step", m_options.step, "Step from copy to copy (1)")
+        ->type_name("N")
+        ->check(wholeNumberFrom(-LargestInt, LargestInt))
+        ->group(group);
 }
 
 void Parser::addSimulation()
@@ -358,12 +337,19 @@ void Parser::run(int argc, const char *const *argv)
             m_app.exit(error);
             return;
         }
-        std::string hint = "see rtuhost --help";
-        const std::string text = error.what();
-        if (text.find("-") != std::string::npos && text.find("were not expected") != std::string::npos)
-            hint = "put -- in front of negative numbers; " + hint;
-        throw Misuse(text + "; " + hint);
+        throw Misuse(explained(error) + "; see rtuhost --help");
     }
+}
+
+/** CLI11's words, except where they tell too little. */
+std::string Parser::explained(const CLI::ParseError &error) const
+{
+    const std::string text = error.what();
+    const std::string name = text.substr(0, text.find(':'));
+    const CLI::Option *option = m_app.get_option_no_throw(name);
+    if (error.get_name() == "ArgumentMismatch" && option)
+        return name + " takes " + option->get_type_name();
+    return text;
 }
 
 Options Parser::parse(int argc, const char *const *argv)
@@ -439,8 +425,11 @@ void Parser::settlePlan()
     if (m_raw.plan.empty())
         return;
     const std::string ending = ".svg";
-    const bool picture = m_raw.plan.size() > ending.size()
-                         && m_raw.plan.compare(m_raw.plan.size() - ending.size(), ending.size(), ending) == 0;
+    std::string lowered = m_raw.plan;
+    for (char &c : lowered)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const bool picture =
+        lowered.size() > ending.size() && lowered.compare(lowered.size() - ending.size(), ending.size(), ending) == 0;
     if (picture)
         m_options.planPicture = m_raw.plan;
     else
@@ -478,25 +467,73 @@ void Parser::settleArguments()
     if (!needsPort())
         return;
     if (m_options.arguments.empty())
-        throw Misuse(std::string("no port given: ") + Usage + ", or --sim FILE for simulated slaves");
+        throw Misuse(std::string("no port given: ") + HelpUsage + ", or --sim FILE for simulated slaves");
     m_options.port = m_options.arguments.front();
     m_options.arguments.erase(m_options.arguments.begin());
 }
 
 void Parser::check() const
 {
-    if (m_raw.json && m_raw.csv)
-        throw Misuse("--json and --csv exclude each other");
-    if (m_raw.highWordFirst && m_options.lowWordFirst)
-        throw Misuse("-B and --low-word-first exclude each other");
-    if (m_options.live && m_options.plain)
-        throw Misuse("--live and --plain exclude each other");
-    if (!m_options.faults.empty() && m_options.simFile.empty() && m_options.mode != Mode::Serve)
+    refusePair(m_raw.json, "--json", m_raw.csv, "--csv");
+    refusePair(m_raw.highWordFirst, "-B", m_options.lowWordFirst, "--low-word-first");
+    refusePair(m_options.live, "--live", m_options.plain, "--plain");
+    refusePair(m_raw.once, "-1", given("--count"), "--count");
+    checkProperty();
+    checkMode();
+    checkSimulation();
+}
+
+void Parser::refusePair(bool first, const char *firstName, bool second, const char *secondName)
+{
+    if (first && second)
+        throw Misuse(firstName + std::string(" and ") + secondName + " exclude each other");
+}
+
+void Parser::checkProperty() const
+{
+    if (!given("--property"))
+        return;
+    if (m_raw.rawProperty.empty())
+        throw Misuse("--property is empty; a property string is written as 1#0#0#3#120#0");
+    for (const char *field : {"--link-id", "--local-only", "--retries", "--max-words", "--swap", "--swap-stations"}) {
+        if (given(field))
+            throw Misuse("--property is the whole string: change it there and leave out " + std::string(field));
+    }
+}
+
+/** What would be passed over in silence. */
+void Parser::checkMode() const
+{
+    const Mode mode = m_options.mode;
+    const std::string surplus = m_options.arguments.empty() ? std::string() : m_options.arguments.front();
+    if (mode != Mode::Poll && given("--count"))
+        throw Misuse("--count is for polling; leave it out here");
+    for (const char *option : {"--copies", "--step"}) {
+        if (mode != Mode::MultiCopy && given(option))
+            throw Misuse(option + std::string(" goes with --multi-copy ADDRESS"));
+    }
+    if (mode == Mode::RecipeWrite && (!surplus.empty() || !m_options.tagFile.empty() || m_options.typeOrReferenceGiven))
+        throw Misuse("--recipe-write takes the registers from its file; leave out addresses, -t, -r and --tags");
+    const bool oneSubject =
+        mode == Mode::Describe || mode == Mode::Check || mode == Mode::MultiCopy || mode == Mode::ListTypes;
+    if (oneSubject && !surplus.empty())
+        throw Misuse("\"" + surplus
+                     + "\" is too much: --list-types takes nothing, --describe, --check and --multi-copy "
+                       "one type or address");
+}
+
+void Parser::checkSimulation() const
+{
+    const std::string surplus = m_options.arguments.empty() ? std::string() : m_options.arguments.front();
+    const bool serves = m_options.mode == Mode::Serve;
+    if (!m_options.faults.empty() && m_options.simFile.empty() && !serves)
         throw Misuse("--fault is for simulated slaves: give --sim FILE or --serve FILE PORT as well");
-    if (m_options.mode == Mode::Serve && !m_options.arguments.empty())
-        throw Misuse("--serve takes no addresses: \"" + m_options.arguments.front() + "\" is too much");
-    if (!m_options.simFile.empty() && !m_options.arguments.empty() && m_options.arguments[0].find('/') == 0)
-        throw Misuse("--sim stands in place of a port: leave out " + m_options.arguments[0]);
+    if (serves && !surplus.empty())
+        throw Misuse("--serve takes no addresses: \"" + surplus + "\" is too much");
+    if (serves && m_options.port == "pty:")
+        throw Misuse("\"pty:\" wants the name of a link, such as pty:/tmp/slaves");
+    if (!m_options.simFile.empty() && surplus.find('/') == 0)
+        throw Misuse("--sim stands in place of a port: leave out " + surplus);
 }
 
 } // namespace

@@ -32,6 +32,11 @@ struct Tag
     int addressOf(int value) const { return address + value * type.unitsPerValue(); }
     /** "4x100", one-based. */
     std::string label(int value = 0) const { return type.name + addressText(type, addressOf(value)); }
+    /** "4x100..109", or as label() for a single value. */
+    std::string rangeLabel() const
+    {
+        return values > 1 ? label() + ".." + addressText(type, addressOf(values - 1)) : label();
+    }
 };
 
 /** A write given on the command line. */

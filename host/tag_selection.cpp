@@ -2,6 +2,8 @@
 
 #include "tag_table.h"
 
+#include <algorithm>
+#include <iterator>
 #include <map>
 #include <stdexcept>
 
@@ -25,7 +27,7 @@ TableType tableType(const std::string &text)
         throw std::invalid_argument("-t " + text
                                     + ": the table is 0 (coils), 1 (discrete inputs), 3 (input registers) "
                                       "or 4 (holding registers)");
-    if (format.empty())
+    if (colon == std::string::npos)
         return TableType{table + "x", std::string()};
     static const std::map<std::string, std::string> endings = {
         {"int16", ""},        {"uint16", ""},      {"hex", ""},           {"bin", ""},          {"int", "_double"},
@@ -39,15 +41,23 @@ TableType tableType(const std::string &text)
     return TableType{table + "x" + ending->second, format};
 }
 
-/** Such as 9x1: of no type that there is, but no value either. */
+/** Such as 9x1 or 4X1: of no type that there is, but no value either. */
 bool looksLikeAddress(const std::string &text)
 {
-    return text.size() > 2 && text[0] >= '1' && text[0] <= '9' && text[1] == 'x';
+    return text.size() > 2 && text[0] >= '1' && text[0] <= '9' && (text[1] == 'x' || text[1] == 'X');
 }
 
 bool isNumber(const std::string &text)
 {
     return !text.empty() && text.find_first_not_of("0123456789+-.eE") == std::string::npos;
+}
+
+/** A number in any notation, and a word such as "on". */
+bool looksLikeValue(const std::string &text)
+{
+    static const char *const words[] = {"on", "off", "true", "false"};
+    const bool isWord = std::any_of(std::begin(words), std::end(words), [&](const char *word) { return text == word; });
+    return isWord || isNumber(text) || text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0b") == 0;
 }
 
 class Selector
@@ -63,6 +73,7 @@ public:
     TagSelection select()
     {
         const bool named = !m_options.tagFile.empty() || namesAddress();
+        m_targetIsUsual = !m_options.typeOrReferenceGiven && !named;
         if (m_options.typeOrReferenceGiven || !named)
             addReferences();
         for (const std::string &argument : m_options.arguments)
@@ -116,22 +127,30 @@ private:
     void addArgument(const std::string &argument)
     {
         if (!isAddress(argument)) {
-            if (m_target.empty() || looksLikeAddress(argument))
-                throw std::invalid_argument("\"" + argument
-                                            + "\" is neither an address nor a value for one; addresses "
-                                              "begin with one of "
-                                            + m_catalog.names() + ", such as 4x100");
+            refuseUnlessValue(argument);
             m_values.push_back(argument);
             return;
         }
         finishTarget();
         const std::size_t equals = argument.find('=');
+        m_targetIsRange = argument.substr(0, equals).find("..") != std::string::npos;
         m_target = parse(argument.substr(0, equals));
         if (equals == std::string::npos)
             return;
         for (const std::string &value : splitCsv(argument.substr(equals + 1)))
             m_values.push_back(value);
         finishTarget();
+    }
+
+    void refuseUnlessValue(const std::string &argument) const
+    {
+        const bool meantAsValue = !m_targetIsUsual || looksLikeValue(argument);
+        if (!m_target.empty() && !looksLikeAddress(argument) && meantAsValue)
+            return;
+        const bool plan = m_options.mode == Mode::Plan;
+        throw std::invalid_argument(
+            "\"" + argument + "\" is neither an address nor a value for one; addresses begin with one of "
+            + m_catalog.names() + ", such as 4x100" + (plan ? ", and the name of a picture ends in .svg" : ""));
     }
 
     /** Addresses with values behind them are written, those without are read. */
@@ -145,6 +164,7 @@ private:
         }
         m_target.clear();
         m_values.clear();
+        m_targetIsRange = false;
     }
 
     TagWrite writeOf(const Tag &tag) const
@@ -152,6 +172,10 @@ private:
         TagWrite write;
         write.tag = tag;
         write.tag.values = static_cast<int>(m_values.size());
+        if (m_targetIsRange && write.tag.values != tag.values)
+            throw std::invalid_argument(tag.rangeLabel() + ": " + std::to_string(write.tag.values) + " given for "
+                                        + std::to_string(tag.values)
+                                        + " values; name the first address only, or all values");
         setAddress(m_driver, write.tag, addressText(tag.type, tag.address), Access::Write);
         for (const std::string &value : m_values) {
             try {
@@ -191,6 +215,8 @@ private:
     TagSelection m_selection;
     std::vector<Tag> m_target;         ///< addresses that values may follow
     std::vector<std::string> m_values; ///< the values that follow
+    bool m_targetIsRange = false;      ///< the user said where it ends
+    bool m_targetIsUsual = false;      ///< the user named no address at all
 };
 
 } // namespace

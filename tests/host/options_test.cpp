@@ -119,6 +119,7 @@ TEST(Options, APlanMayBeAPicture)
     const Options picture = parse({"--plan", "out.svg", "4x1"});
     EXPECT_EQ("out.svg", picture.planPicture);
     EXPECT_EQ(std::vector<std::string>(1, "4x1"), picture.arguments);
+    EXPECT_EQ("OUT.SVG", parse({"--plan", "OUT.SVG", "4x1"}).planPicture);
     const Options text = parse({"--plan", "4x1"});
     EXPECT_EQ("", text.planPicture);
     EXPECT_EQ(std::vector<std::string>(1, "4x1"), text.arguments);
@@ -145,19 +146,37 @@ TEST(Options, MisuseIsExplained)
     const MisuseCase cases[] = {
         {{}, "no port given"},
         {{"-x", "p"}, "-x"},
-        {{"-b", "abc", "p"}, "-b"},
-        {{"-d", "9", "p"}, "-d"},
-        {{"-s", "3", "p"}, "-s"},
+        {{"-b", "abc", "p"}, "-b: \"abc\" is not a whole number from 0 to 4000000"},
+        {{"-b", "9600.5", "p"}, "-b: \"9600.5\" is not a whole number"},
+        {{"-b"}, "-b takes BAUD"},
+        {{"-d", "9", "p"}, "-d: \"9\" is not a whole number from 7 to 8"},
+        {{"-s", "3", "p"}, "-s: \"3\" is not a whole number from 1 to 2"},
         {{"-P", "mark", "p"}, "-P"},
-        {{"-c", "0", "p"}, "-c"},
-        {{"-o", "0", "p"}, "-o"},
+        {{"-c", "0", "p"}, "-c: \"0\" is not a whole number from 1 to 65536"},
+        {{"-o", "0", "p"}, "-o: \"0\" is not a number from 0.001 to 3600"},
+        {{"-o", "nan", "p"}, "-o: \"nan\" is not a number"},
+        {{"-l", "-1", "p"}, "-l: \"-1\" is not a number from 0 to 86400000"},
+        {{"-l", "1e300", "p"}, "-l: \"1e300\" is not a number from 0 to 86400000"},
+        {{"--gap", "0", "p"}, "--gap: \"0\" is not a number from 0.001 to"},
+        {{"--link-id", "x", "p"}, "--link-id: \"x\" is not a whole number"},
+        {{"-1", "--count", "2", "p"}, "-1 and --count exclude each other"},
+        {{"--property", "1#0#0#3#120", "--retries", "2", "p"}, "leave out --retries"},
+        {{"--property", "", "p"}, "--property is empty"},
+        {{"--copies", "2", "p"}, "--copies goes with --multi-copy"},
+        {{"--check", "4x1", "--step", "2"}, "--step goes with --multi-copy"},
+        {{"--check", "4x1", "4x2"}, "\"4x2\" is too much"},
+        {{"--list-types", "4x"}, "\"4x\" is too much"},
+        {{"--condition-read", "--count", "2", "p"}, "--count is for polling"},
+        {{"--recipe-write", "f", "p", "4x1"}, "takes the registers from its file"},
+        {{"--recipe-write", "f", "-t", "4", "p"}, "takes the registers from its file"},
+        {{"--serve", "f", "pty:"}, "wants the name of a link"},
         {{"-a", "300", "p"}, "a station is from 0 to 255"},
         {{"--json", "--csv", "p"}, "exclude each other"},
         {{"--live", "--plain", "p"}, "exclude each other"},
         {{"--check", "4x1", "--list-types"}, "two things at once"},
         {{"--fault", "no-reply", "p"}, "for simulated slaves"},
         {{"--sim", "f", "/dev/ttyUSB0"}, "in place of a port"},
-        {{"--serve", "f"}, "--serve"},
+        {{"--serve", "f"}, "--serve takes FILE PORT"},
         {{"--max-words", "1", "p"}, "--max-words"},
     };
     for (const MisuseCase &wrong : cases)
@@ -273,6 +292,15 @@ TEST_F(Selection, WritesBehindAnEqualsSign)
     EXPECT_EQ(0x3FC00000u, selection.writes[2].raw[0]);
 }
 
+TEST_F(Selection, WritesAWholeRange)
+{
+    EXPECT_EQ(2, select({"port", "4x7..8=5,6"}).writes[0].tag.values);
+    EXPECT_EQ(2, select({"port", "4x7..8", "5", "6"}).writes[0].tag.values);
+    const rtu::TagSelection next = select({"port", "4x7..8=5,6", "4x9", "7"});
+    ASSERT_EQ(2u, next.writes.size());
+    EXPECT_EQ(1, next.writes[1].tag.values);
+}
+
 TEST_F(Selection, BroadcastsWrites)
 {
     EXPECT_EQ(0, select({"-a", "0", "-r", "7", "port", "5"}).writes[0].tag.station);
@@ -284,12 +312,20 @@ TEST_F(Selection, IsRefusedWithTheReason)
         {{"-t", "2", "port"}, "the table is 0 (coils)"},
         {{"-t", "0:float", "port"}, "formats are"},
         {{"-t", "4:word", "port"}, "formats are"},
+        {{"-t", "4:", "port"}, "formats are"},
         {{"-a", "0", "port"}, "nobody answers a broadcast read"},
         {{"port", "4x_bit1.0@0=1"}, "cannot be broadcast"},
         {{"port", "3x5=1"}, "read-only"},
         {{"port", "4x5=70000"}, "must be from"},
         {{"port", "4x65536=1,2"}, "out of range"},
         {{"port", "4x1", "hello"}, "not a value here"},
+        {{"port", "hello"}, "\"hello\" is neither an address nor a value"},
+        {{"port", "4X1"}, "\"4X1\" is neither an address nor a value"},
+        {{"--plan", "4x1", "plan.png"}, "not a value here"},
+        {{"--plan", "plan.png"}, "the name of a picture ends in .svg"},
+        {{"port", "4x1..2=5"}, "4x1..2: 1 given for 2 values"},
+        {{"port", "4x1..2", "5", "6", "7"}, "4x1..2: 3 given for 2 values"},
+        {{"port", "4x_bit1.15..2.0=1"}, "4x_bit1.15..2.0: 1 given for 2 values"},
         {{"-t", "1", "-r", "3", "port", "1"}, "read-only"},
     };
     for (const MisuseCase &wrong : cases)
