@@ -1,6 +1,5 @@
 #include "poll_program.h"
 
-#include "recipe.h"
 #include "trace.h"
 #include "wall_clock.h"
 
@@ -25,6 +24,15 @@ int conditionEnd(const ValueChange &change)
 bool endsCondition(const ValueChange &change)
 {
     return change.linkId == -1 && change.station == -1 && change.regType == QLatin1String("-1");
+}
+
+/** "1:4x1..125" */
+std::string keyLabel(const Tag &tag, const KEY_ADDRESS &key)
+{
+    const int last = key.startAddr + key.count - tag.type.unitsPerValue();
+    const std::string first = tag.type.name + addressText(tag.type, key.startAddr);
+    return std::to_string(tag.station) + ":" + first
+           + (last > key.startAddr ? ".." + addressText(tag.type, last) : std::string());
 }
 
 } // namespace
@@ -185,7 +193,7 @@ bool PollProgram::condition(const Tag &tag)
         m_session.driver().addConditionRead(&key, ConditionTag);
         if (!drain())
             return false;
-        say("condition read of " + std::to_string(tag.station) + ":" + tag.label()
+        say("condition read of " + keyLabel(tag, key)
             + (m_conditionEnd == ConditionDone     ? ": done"
                : m_conditionEnd == ConditionFailed ? ": failed"
                                                    : ": no end reported"));
@@ -193,21 +201,9 @@ bool PollProgram::condition(const Tag &tag)
     return true;
 }
 
-int PollProgram::transferRecipe(const std::vector<Tag> &tags, bool write)
+int PollProgram::transferRecipe(Recipe recipe, bool write)
 {
-    const RegisterCatalog catalog(m_session.driver());
-    Recipe recipe;
-    if (write || tags.empty())
-        recipe = readRecipeFile(m_session.driver(), catalog, m_options.recipeFile);
-    else
-        recipe.tags = tags;
-    if (recipe.tags.empty())
-        throw std::invalid_argument("the recipe has no registers");
-    for (std::size_t i = 0; write && i < recipe.tags.size(); ++i) {
-        if (recipe.values[i].empty())
-            throw std::invalid_argument(m_options.recipeFile + ": " + recipe.tags[i].label() + " has no values");
-    }
-    QVector<_RCP_VAR_PRO> rows = recipeRows(recipe.tags, m_session.property(), write ? Access::Write : Access::Read);
+    QVector<_RCP_VAR_PRO> rows = recipeRows(recipe.tags, m_session.property());
     m_session.driver().setRcpAddress(&rows);
     if (write) {
         fillWords(recipe, m_session.words());

@@ -9,6 +9,7 @@
 #include "driver_session.h"
 #include "options.h"
 #include "poll_loop.h"
+#include "recipe.h"
 #include "tag_selection.h"
 
 #include <atomic>
@@ -34,7 +35,7 @@ public:
     /** Reads each tag once by one-off reads. */
     int readOnce(const std::vector<Tag> &tags);
     /** Moves a recipe. @param write from the file to the slaves */
-    int transferRecipe(const std::vector<Tag> &tags, bool write);
+    int transferRecipe(Recipe recipe, bool write);
 
     PollLoop &loop() { return m_loop; }
 

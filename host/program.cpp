@@ -5,10 +5,12 @@
 #include "options.h"
 #include "plan_view.h"
 #include "poll_program.h"
+#include "recipe.h"
 #include "serial_line.h"
 #include "signal_watcher.h"
 #include "simulation.h"
 
+#include <poll.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -52,6 +54,18 @@ private:
     std::unique_ptr<SerialLine> m_line;
 };
 
+std::string optionOf(Mode mode)
+{
+    switch (mode) {
+    case Mode::ConditionRead:
+        return "--condition-read";
+    case Mode::RecipeRead:
+        return "--recipe-read";
+    default:
+        return "--plan";
+    }
+}
+
 class Program
 {
 public:
@@ -90,17 +104,32 @@ private:
             return TagSelection(); // the recipe file names the registers
         TagSelection selection = selectTags(m_driver, m_catalog, m_options);
         if (m_options.mode != Mode::Poll && !selection.writes.empty())
-            throw std::invalid_argument("values to write do not go with this option");
+            throw std::invalid_argument("values to write do not go with " + optionOf(m_options.mode));
         return selection;
+    }
+
+    /** The registers named, or those of the recipe file. Judged before any port is opened. */
+    Recipe chosenRecipe(const std::vector<Tag> &tags)
+    {
+        const bool write = m_options.mode == Mode::RecipeWrite;
+        if (write || tags.empty())
+            return readRecipeFile(m_driver, m_catalog, m_options.recipeFile, write ? Access::Write : Access::Read);
+        Recipe recipe;
+        recipe.tags = tags;
+        refuseUnfit(recipe, Access::Read);
+        return recipe;
     }
 
     int showPlan()
     {
         const TagSelection selection = selectNamedTags();
-        const PollSettings settings = pollSettings(m_options, m_options.line);
+        const bool simulated = !m_options.simFile.empty();
+        const LineParameters line =
+            simulated ? agreeOnPace(*makePlant(m_options.simFile, m_options), m_options) : m_options.line;
+        const PollSettings settings = pollSettings(m_options, line);
         PlanCosts costs;
         costs.timing = settings.timing;
-        costs.line = m_options.line;
+        costs.line = line;
         costs.replyTimeout = settings.replyTimeout;
         costs.attempts = m_options.property.attempts;
         const PlanView plan(m_session, m_options.property, selection.reads, costs);
@@ -128,6 +157,9 @@ private:
     int runOnLine()
     {
         const TagSelection selection = selectNamedTags();
+        Recipe recipe;
+        if (m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite)
+            recipe = chosenRecipe(selection.reads);
         // Before the slaves' thread and the line: every thread must inherit the held-back signals.
         const SignalWatcher watcher([this](int signal) { end(signal); });
         LineSource source(m_options, m_err);
@@ -140,18 +172,18 @@ private:
         }
         PollProgram polling(m_session, source.line(), settings, m_options, m_out, m_err);
         const Ending ending(*this, [&polling] { polling.loop().stop(); });
-        return runPolling(polling, selection);
+        return runPolling(polling, selection, recipe);
     }
 
-    int runPolling(PollProgram &polling, const TagSelection &selection)
+    int runPolling(PollProgram &polling, const TagSelection &selection, const Recipe &recipe)
     {
         switch (m_options.mode) {
         case Mode::ConditionRead:
             return polling.readOnce(selection.reads);
         case Mode::RecipeRead:
-            return polling.transferRecipe(selection.reads, false);
+            return polling.transferRecipe(recipe, false);
         case Mode::RecipeWrite:
-            return polling.transferRecipe(selection.reads, true);
+            return polling.transferRecipe(recipe, true);
         default:
             return polling.poll(selection);
         }
@@ -228,12 +260,30 @@ int runMode(const Options &options, std::ostream &out, std::ostream &err)
     return Program(options, out, err).run();
 }
 
+/** Whoever reads standard output has seen enough: no reason to complain. */
+bool readerIsGone()
+{
+    pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+    return ::poll(&output, 1, 0) > 0 && (output.revents & POLLERR) != 0;
+}
+
+/** Output that is lost is an error, be it a full disk or a reader that has left. */
+int statusAfterOutput(int status, std::ostream &out, std::ostream &err)
+{
+    out.flush();
+    if (out)
+        return status;
+    if (!readerIsGone())
+        err << "rtuhost: cannot write to standard output\n";
+    return status == ExitGood ? ExitErrors : status;
+}
+
 } // namespace
 
 int runProgram(int argc, const char *const *argv, std::ostream &out, std::ostream &err)
 {
     try {
-        return runMode(parseOptions(argc, argv), out, err);
+        return statusAfterOutput(runMode(parseOptions(argc, argv), out, err), out, err);
     } catch (const Misuse &error) {
         err << "rtuhost: " << error.what() << '\n';
         return ExitMisuse;

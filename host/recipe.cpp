@@ -14,13 +14,15 @@ namespace {
 
 const int BufferWords = 65536;
 
-std::vector<std::uint32_t> parseValues(const TagRow &row)
+std::vector<std::uint32_t> parseValues(const TagRow &row, Access access)
 {
     std::vector<std::uint32_t> values;
     std::istringstream in(row.values);
     std::string word;
     while (in >> word)
         values.push_back(parseValue(word, row.tag.format));
+    if (values.empty() && access == Access::Write)
+        throw std::invalid_argument(row.tag.label() + " has no values to write");
     if (!values.empty() && values.size() != static_cast<std::size_t>(row.tag.values))
         throw std::invalid_argument(row.tag.label() + " has " + std::to_string(values.size()) + " values, its count is "
                                     + std::to_string(row.tag.values));
@@ -35,6 +37,17 @@ void refuseUnfit(const Tag &tag, Access access)
         throw std::invalid_argument(tag.label() + ": a recipe needs a station from 1 to 255");
     if (access == Access::Write && !tag.type.writable)
         throw std::invalid_argument(tag.label() + ": " + tag.type.name + " is read-only");
+}
+
+void refuseTooLong(const Recipe &recipe)
+{
+    int words = 0;
+    for (const Tag &tag : recipe.tags) {
+        words += tag.count();
+        if (words > BufferWords)
+            throw std::invalid_argument("the recipe has more than the " + std::to_string(BufferWords)
+                                        + " registers that there is room for");
+    }
 }
 
 /** The driver wants each 32-bit value in a row of its own; registers go in rows of up to a whole request. */
@@ -57,26 +70,36 @@ _RCP_VAR_PRO rowOf(const Tag &tag, int firstValue, int values, int linkId, int h
 
 } // namespace
 
-Recipe readRecipe(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in, const std::string &source)
+Recipe readRecipe(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in, const std::string &source,
+                  Access access)
 {
     Recipe recipe;
     for (const TagRow &row : readTagRows(driver, catalog, in, source)) {
         try {
-            recipe.values.push_back(parseValues(row));
+            refuseUnfit(row.tag, access);
+            recipe.values.push_back(parseValues(row, access));
         } catch (const std::invalid_argument &error) {
-            throw std::invalid_argument(source + ": " + error.what());
+            throw std::invalid_argument(row.place + ": " + error.what());
         }
         recipe.tags.push_back(row.tag);
     }
+    if (recipe.tags.empty())
+        throw std::invalid_argument(source + ": the recipe has no registers");
+    refuseTooLong(recipe);
     return recipe;
 }
 
-Recipe readRecipeFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path)
+Recipe readRecipeFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path, Access access)
 {
-    std::ifstream in(path);
-    if (!in)
-        throw std::invalid_argument("cannot read the recipe file " + path);
-    return readRecipe(driver, catalog, in, path);
+    std::ifstream in = openTable(path, "recipe file");
+    return readRecipe(driver, catalog, in, path, access);
+}
+
+void refuseUnfit(const Recipe &recipe, Access access)
+{
+    for (const Tag &tag : recipe.tags)
+        refuseUnfit(tag, access);
+    refuseTooLong(recipe);
 }
 
 void writeRecipe(std::ostream &out, const Recipe &recipe)
@@ -107,21 +130,17 @@ void writeRecipeFile(const std::string &path, const Recipe &recipe)
     }
 }
 
-QVector<_RCP_VAR_PRO> recipeRows(const std::vector<Tag> &tags, const DriverProperty &property, Access access)
+QVector<_RCP_VAR_PRO> recipeRows(const std::vector<Tag> &tags, const DriverProperty &property)
 {
     QVector<_RCP_VAR_PRO> rows;
     int offset = 0;
     for (const Tag &tag : tags) {
-        refuseUnfit(tag, access);
         const int most = valuesPerRow(tag, property.maxWords);
         for (int first = 0; first < tag.values; first += most) {
             rows << rowOf(tag, first, std::min(most, tag.values - first), property.linkId, offset);
             offset += rows.last().count;
         }
     }
-    if (offset > BufferWords)
-        throw std::invalid_argument("the recipe has " + std::to_string(offset) + " registers; there is room for "
-                                    + std::to_string(BufferWords));
     return rows;
 }
 

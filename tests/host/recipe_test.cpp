@@ -13,10 +13,10 @@ using namespace test_host;
 class Recipe : public DriverTest
 {
 protected:
-    rtu::Recipe read(const std::string &text)
+    rtu::Recipe read(const std::string &text, rtu::Access access = rtu::Access::Write)
     {
         std::istringstream in(text);
-        return rtu::readRecipe(driver, catalog, in, "recipe.csv");
+        return rtu::readRecipe(driver, catalog, in, "recipe.csv", access);
     }
 
     /** Slaves that keep the registers written to them. */
@@ -45,8 +45,7 @@ protected:
     /** Runs a transfer to its end; true when the driver cleared the request. */
     bool transfer(const std::vector<rtu::Tag> &tags, bool write)
     {
-        QVector<_RCP_VAR_PRO> rows =
-            rtu::recipeRows(tags, session.property(), write ? rtu::Access::Write : rtu::Access::Read);
+        QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(tags, session.property());
         driver.setRcpAddress(&rows);
         if (write)
             session.requestBlockWrite();
@@ -68,7 +67,8 @@ const char *const RecipeText = "name,station,type,address,count,format,scale,uni
                                "speed,1,4x,10,3,uint16,1,rpm,5 6 7\n"
                                "gap,1,4x,20,1,int16,0.1,mm,-2.5\n"
                                "total,1,4x_double,13,2,uint32,1,,305419896 4294967295\n"
-                               "ratio,2,4x_double,1,1,float,1,,3.1415927\n";
+                               "ratio,2,4x_double,1,1,float,1,,3.1415927\n"
+                               "mask,2,4x,30,2,bin,1,,0b0000000000001010 0b1000000000000000\n";
 
 TEST_F(Recipe, IsWrittenAsItIsRead)
 {
@@ -80,7 +80,7 @@ TEST_F(Recipe, IsWrittenAsItIsRead)
 TEST_F(Recipe, RowsCoverTheWordBufferWithoutGaps)
 {
     session.configure(rtu::DriverProperty());
-    const QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(read(RecipeText).tags, session.property(), rtu::Access::Write);
+    const QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(read(RecipeText).tags, session.property());
     int offset = 0;
     for (int i = 0; i < rows.size(); ++i) {
         EXPECT_EQ(offset, rows.at(i).hostOffset);
@@ -89,7 +89,7 @@ TEST_F(Recipe, RowsCoverTheWordBufferWithoutGaps)
             EXPECT_EQ(2, rows.at(i).count); // the driver wants each 32-bit value in its own row
         }
     }
-    EXPECT_EQ(3 + 1 + 4 + 2, offset);
+    EXPECT_EQ(3 + 1 + 4 + 2 + 2, offset);
 }
 
 class WordOrder : public Recipe, public testing::WithParamInterface<bool>
@@ -106,6 +106,7 @@ TEST_P(WordOrder, SlaveAndFileAgreeAfterSaveAndLoad)
     ASSERT_TRUE(transfer(recipe.tags, true));
     EXPECT_EQ(5, registers[65536 + 9]);
     EXPECT_EQ(0xFFE7, registers[65536 + 19]);
+    EXPECT_EQ(10, registers[2 * 65536 + 29]);
     EXPECT_EQ(GetParam() ? 0x5678 : 0x1234, registers[65536 + 12]);
     EXPECT_EQ(GetParam() ? 0x1234 : 0x5678, registers[65536 + 13]);
 
@@ -119,16 +120,40 @@ TEST_P(WordOrder, SlaveAndFileAgreeAfterSaveAndLoad)
 
 INSTANTIATE_TEST_SUITE_P(BothWays, WordOrder, testing::Bool());
 
-TEST_F(Recipe, IsRefusedWithTheReason)
+struct RecipeCase
 {
-    EXPECT_TRUE(contains(refusalOf([&] { read("a,1,4x,1,2,,,,5\n"); }), "4x1 has 1 values, its count is 2"));
-    EXPECT_TRUE(contains(refusalOf([&] { read("a,1,4x,1,1,,,,x\n"); }), "not a value"));
-    const auto rowsOf = [&](const std::string &text, rtu::Access access) {
-        return refusalOf([&] { rtu::recipeRows({tag(text)}, rtu::DriverProperty(), access); });
+    const char *text;
+    rtu::Access access;
+    const char *reason;
+};
+
+TEST_F(Recipe, IsRefusedWithFileAndLine)
+{
+    const rtu::Access toRead = rtu::Access::Read;
+    const rtu::Access toWrite = rtu::Access::Write;
+    const RecipeCase cases[] = {
+        {"a,1,4x,1,1,,,,5\nb,1,4x,1,2,,,,5\n", toWrite, "recipe.csv:2: 4x1 has 1 values, its count is 2"},
+        {"a,1,4x,1,1,,,,x\n", toWrite, "recipe.csv:1: \"x\" is not a value"},
+        {"a,1,4x,1\n", toWrite, "recipe.csv:1: 4x1 has no values to write"},
+        {"a,1,0x,1,1,,,,1\n", toRead, "recipe.csv:1: 0x1: recipes hold registers, not bits"},
+        {"a,1,3x,1,1,,,,1\n", toWrite, "recipe.csv:1: 3x1: 3x is read-only"},
+        {"# nothing\n", toRead, "recipe.csv: the recipe has no registers"},
+        {"a,1,3x,1,65536\nb,1,4x,1\n", toRead, "more than the 65536 registers"},
     };
-    EXPECT_TRUE(contains(rowsOf("0x1", rtu::Access::Read), "registers, not bits"));
-    EXPECT_TRUE(contains(rowsOf("3x1", rtu::Access::Write), "read-only"));
-    EXPECT_EQ("nothing thrown", rowsOf("3x1", rtu::Access::Read));
+    for (const RecipeCase &wrong : cases) {
+        const std::string reason = refusalOf([&] { read(wrong.text, wrong.access); });
+        EXPECT_TRUE(contains(reason, wrong.reason)) << wrong.reason << ": " << reason;
+    }
+    EXPECT_EQ("nothing thrown", refusalOf([&] { read("a,1,3x,1\n", toRead); }));
+}
+
+TEST_F(Recipe, OfNamedRegistersIsJudgedLikewise)
+{
+    rtu::Recipe recipe;
+    recipe.tags.push_back(tag("0x1"));
+    EXPECT_TRUE(contains(refusalOf([&] { rtu::refuseUnfit(recipe, rtu::Access::Read); }), "registers, not bits"));
+    recipe.tags[0] = tag("3x1");
+    EXPECT_EQ("nothing thrown", refusalOf([&] { rtu::refuseUnfit(recipe, rtu::Access::Read); }));
 }
 
 } // namespace
