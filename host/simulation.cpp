@@ -40,12 +40,29 @@ std::string switchStation(plant::Plant &plant, std::istringstream &words)
     int station = 0;
     std::string state;
     if (!(words >> station >> state) || (state != "on" && state != "off"))
-        return "station N on, or station N off";
+        return "the command is written station N on, or station N off";
+    std::string surplus;
+    if (words >> surplus)
+        return "\"" + surplus + "\" is too much";
     const std::vector<int> stations = plant.stations();
     if (std::find(stations.begin(), stations.end(), station) == stations.end())
         return "there is no station " + std::to_string(station);
     plant.setStationOn(station, state == "on");
     return std::string();
+}
+
+/** "unplug" and "replug" */
+std::string movePlug(plant::Plant &plant, bool pull, bool *unplugged)
+{
+    std::string error;
+    if (pull == *unplugged)
+        return pull ? "the port is unplugged already" : "the port is plugged in";
+    if (pull)
+        plant.unplug();
+    else
+        plant.replug(&error);
+    *unplugged = pull || !error.empty();
+    return error;
 }
 
 /** Does what the line says; result: what is wrong with it, empty for nothing. */
@@ -60,20 +77,17 @@ std::string obeyCommand(plant::Plant &plant, const std::string &line, bool *unpl
         std::getline(words >> std::ws, text);
         return addFault(plant, text);
     }
-    std::string error;
-    if (command == "clear")
-        plant.clearFaults();
-    else if (command == "station")
-        error = switchStation(plant, words);
-    else if (command == "unplug" && !*unplugged)
-        plant.unplug();
-    else if (command == "replug" && *unplugged)
-        plant.replug(&error);
-    else
+    if (command == "station")
+        return switchStation(plant, words);
+    if (command != "clear" && command != "unplug" && command != "replug")
         return "\"" + line + "\": commands are fault TEXT, clear, station N on|off, unplug, replug";
-    if (command == "unplug" || command == "replug")
-        *unplugged = command == "unplug" || !error.empty();
-    return error;
+    std::string surplus;
+    if (words >> surplus)
+        return "\"" + surplus + "\" is too much";
+    if (command != "clear")
+        return movePlug(plant, command == "unplug", unplugged);
+    plant.clearFaults();
+    return std::string();
 }
 
 /** Reads commands, one a line, from a descriptor that may end at any time. */
@@ -148,7 +162,9 @@ std::unique_ptr<plant::Plant> makePlant(const std::string &file, const Options &
     std::unique_ptr<plant::Plant> slaves(new plant::Plant);
     std::string error;
     if (!slaves->loadFile(file, &error))
-        throw std::invalid_argument(error);
+        throw std::invalid_argument("simulated slaves: " + error);
+    if (slaves->stations().empty())
+        throw std::invalid_argument("simulated slaves: " + file + " describes no station");
     for (const std::string &text : options.faults) {
         plant::Fault fault;
         if (!plant::parseFault(text, &fault, &error))
@@ -180,13 +196,13 @@ namespace {
 /** Starts the slaves on a port, or for "pty" and "pty:LINK" on a pseudo-terminal of their own. */
 bool startServing(plant::Plant &slaves, const Options &options, std::string *error)
 {
-    const std::string pty = "pty";
-    if (options.port.compare(0, pty.size(), pty) != 0)
+    const std::string withLink = "pty:";
+    const bool link = options.port.compare(0, withLink.size(), withLink) == 0;
+    if (!link && options.port != "pty")
         return slaves.serveOn(options.port, portSettings(options.line), error);
     if (options.baudGiven)
         agreeOnPace(slaves, options);
-    const bool link = options.port.size() > pty.size() && options.port[pty.size()] == ':';
-    return slaves.start(error, link ? options.port.substr(pty.size() + 1) : std::string());
+    return slaves.start(error, link ? options.port.substr(withLink.size()) : std::string());
 }
 
 } // namespace
@@ -203,7 +219,7 @@ int serve(const Options &options, std::ostream &out, std::ostream &err)
     const bool serving = startServing(*slaves, options, &error);
     pthread_sigmask(SIG_SETMASK, &before, nullptr);
     if (!serving)
-        throw std::runtime_error(error);
+        throw std::runtime_error("cannot serve on " + options.port + ": " + error);
     if (!options.quiet)
         out << "serving " << slaves->stations().size()
             << (slaves->stations().size() == 1 ? " station on " : " stations on ")

@@ -1,5 +1,6 @@
 #include "faults.h"
 
+#include <cmath>
 #include <cstdlib>
 #include <sstream>
 
@@ -31,18 +32,54 @@ const KindName KindNames[] = {
 const std::size_t MostStrayBytes = 4;
 const std::uint8_t ExceptionFlag = 0x80;
 
-bool readNumber(const std::string &word, double *number)
-{
-    char *end = nullptr;
-    *number = std::strtod(word.c_str(), &end);
-    return !word.empty() && *end == '\0';
-}
-
 bool fail(std::string *error, const std::string &reason)
 {
     if (error)
         *error = reason;
     return false;
+}
+
+/** What a word takes: whole numbers, but for the rate. */
+struct NumberWord
+{
+    const char *name;
+    double lowest;
+    double highest;
+};
+
+const NumberWord NumberWords[] = {
+    {"late-reply", 0, 3600000}, {"exception", 1, 255}, {"rate", 0, 1},           {"seed", 0, 4294967295.0},
+    {"station", 0, 255},        {"function", 1, 127},  {"times", 0, 1000000000},
+};
+
+const NumberWord *numberWord(const std::string &name)
+{
+    for (const NumberWord &word : NumberWords) {
+        if (name == word.name)
+            return &word;
+    }
+    return nullptr;
+}
+
+/** Takes the number that belongs to a word. */
+bool takeNumber(std::istringstream &words, const NumberWord &word, double *number, std::string *error)
+{
+    std::string text;
+    words >> text;
+    char *end = nullptr;
+    *number = std::strtod(text.c_str(), &end);
+    const bool whole = std::string(word.name) != "rate";
+    const bool good = !text.empty() && *end == '\0' && *number >= word.lowest && *number <= word.highest
+                      && (!whole || *number == std::floor(*number));
+    if (good)
+        return true;
+    std::ostringstream reason;
+    reason.precision(10);
+    reason << '"' << word.name << "\" needs a " << (whole ? "whole " : "") << "number from " << word.lowest << " to "
+           << word.highest;
+    if (!text.empty())
+        reason << ", not \"" << text << '"';
+    return fail(error, reason.str());
 }
 
 bool readKind(std::istringstream &words, Fault *fault, std::string *error)
@@ -55,13 +92,9 @@ bool readKind(std::istringstream &words, Fault *fault, std::string *error)
         fault->kind = entry.kind;
         if (!entry.takesValue)
             return true;
-        std::string word;
         double number = 0;
-        words >> word;
-        if (!readNumber(word, &number) || number < 0)
-            return fail(error, "\"" + name + "\" needs a number");
-        if (entry.kind == FaultKind::Exception && (number < 1 || number > 255))
-            return fail(error, "exception codes go from 1 to 255");
+        if (!takeNumber(words, *numberWord(name), &number, error))
+            return false;
         fault->value = static_cast<int>(number);
         return true;
     }
@@ -71,27 +104,23 @@ bool readKind(std::istringstream &words, Fault *fault, std::string *error)
     return fail(error, "unknown fault \"" + name + "\"; there are " + known);
 }
 
-bool applyOption(const std::string &name, double number, Fault *fault, std::string *error)
+bool isOption(const std::string &name)
 {
-    if (name == "rate") {
-        if (number < 0 || number > 1)
-            return fail(error, "a rate goes from 0 to 1");
+    return name == "rate" || name == "seed" || name == "station" || name == "function" || name == "times";
+}
+
+void applyOption(const std::string &name, double number, Fault *fault)
+{
+    if (name == "rate")
         fault->rate = number;
-        return true;
-    }
-    if (number < 0)
-        return fail(error, "\"" + name + "\" cannot be negative");
-    if (name == "seed")
+    else if (name == "seed")
         fault->seed = static_cast<unsigned>(number);
     else if (name == "station")
         fault->station = static_cast<int>(number);
     else if (name == "function")
         fault->function = static_cast<int>(number);
-    else if (name == "times")
-        fault->times = static_cast<int>(number);
     else
-        return fail(error, "unknown word \"" + name + "\"; there are rate, seed, station, function and times");
-    return true;
+        fault->times = static_cast<int>(number);
 }
 
 } // namespace
@@ -113,13 +142,12 @@ bool parseFault(const std::string &text, Fault *fault, std::string *error)
         return false;
     std::string name;
     while (words >> name) {
-        std::string word;
         double number = 0;
-        words >> word;
-        if (!readNumber(word, &number))
-            return fail(error, "\"" + name + "\" needs a number");
-        if (!applyOption(name, number, &parsed, error))
+        if (!isOption(name))
+            return fail(error, "unknown word \"" + name + "\"; there are rate, seed, station, function and times");
+        if (!takeNumber(words, *numberWord(name), &number, error))
             return false;
+        applyOption(name, number, &parsed);
     }
     *fault = parsed;
     return true;
