@@ -114,18 +114,25 @@ int multiCopy(DriverLibrary &driver, const RegisterCatalog &catalog, const Optio
     QVector<QString> texts;
     QVector<int> addresses;
     const int result = driver.multiCopy(&type, check.address, options.copies, options.step, &texts, &addresses);
+    bool allValid = true;
     for (int i = 0; i < texts.size(); ++i) {
-        const std::string text = address.typeName + texts.at(i).toStdString();
+        const std::string copied = texts.at(i).toStdString();
+        // Only the upper end is clamped by the driver; a step may also lead below the first address.
+        const AddressCheck copy =
+            checkAddress(driver, *address.type, copied, address.type->unitsPerValue(), address.format, Access::Read);
+        allValid = allValid && copy.result == 0;
+        const std::string text = address.typeName + copied;
         if (options.form == OutputForm::Json)
             out << "{\"copy\":" << i << ",\"address\":" << jsonString(text) << ",\"zero_based\":" << addresses.at(i)
-                << "}\n";
+                << ",\"valid\":" << (copy.result == 0 ? "true" : "false") << "}\n";
         else
-            out << text << " (zero-based " << addresses.at(i) << ")\n";
+            out << text << " (zero-based " << addresses.at(i) << ")"
+                << (copy.result == 0 ? "" : ": " + verdict(address, copy)) << '\n';
     }
     const bool clamped = result == 2;
     if (clamped && options.form == OutputForm::Lines)
         out << "some copies lay past " << address.type->highest << " and were set to the last element\n";
-    return clamped ? 1 : 0;
+    return clamped || !allValid ? 1 : 0;
 }
 
 } // namespace

@@ -86,7 +86,7 @@ std::string tagNames(const PlanView &plan, const PlanBlock &block)
     for (std::size_t index : tags) {
         const Tag &tag = plan.tags()[index];
         if (shown++ < TagsShown)
-            text += (text.empty() ? "" : ", ") + (tag.name.empty() ? tag.label() : tag.name);
+            text += (text.empty() ? "" : ", ") + (tag.name.empty() ? tag.rangeLabel() : tag.name);
     }
     if (tags.size() > TagsShown)
         text += " and " + std::to_string(tags.size() - TagsShown) + " more";
@@ -106,6 +106,17 @@ std::string number(double value, int digits)
     char text[32];
     std::snprintf(text, sizeof(text), "%.*f", digits, value);
     return text;
+}
+
+/** Three digits, be it hundreds or hundredths. */
+std::string roundsText(double rounds)
+{
+    return number(rounds, rounds < 1 ? 3 : rounds < 100 ? 1 : 0);
+}
+
+std::string attemptsText(int attempts)
+{
+    return attempts > 1 ? std::to_string(attempts) + " attempts" : "1 attempt";
 }
 
 std::string jsonWarnings(const PlanView &plan)
@@ -263,12 +274,12 @@ std::string planText(const PlanView &plan)
             + (plan.blocks().size() == 1 ? " request, " : " requests, ") + std::to_string(out) + "+"
             + std::to_string(in) + " bytes, " + durationText(round) + " on " + lineName(plan.costs().line);
     if (round > Duration(0))
-        text += ", at best " + number(1 / toSeconds(round), 1) + " rounds a second";
+        text += ", at best " + roundsText(1 / toSeconds(round)) + " rounds a second";
     text += "\n";
     for (int station : plan.stations())
         text += "Station " + std::to_string(station) + " dead: " + durationText(plan.deadTime(station)) + " a round ("
-                + std::to_string(std::max(1, plan.costs().attempts)) + " attempts x "
-                + durationText(plan.costs().replyTimeout) + " time-out for each of its requests)\n";
+                + attemptsText(plan.costs().attempts) + " x " + durationText(plan.costs().replyTimeout)
+                + " time-out for each of its requests)\n";
     for (const std::string &warning : plan.warnings())
         text += "Warning: " + warning + "\n";
     return text;

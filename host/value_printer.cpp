@@ -53,7 +53,7 @@ std::string jsonString(const std::string &text)
 void ValuePrinter::printHeader()
 {
     if (m_form == OutputForm::Csv)
-        m_out << "time,station,type,address,name,value,raw,unit,status\n";
+        m_out << "time,station,type,address,name,value,raw,unit,status,error\n";
 }
 
 void ValuePrinter::print(const Tag &tag, const std::vector<std::uint32_t> &raw, const TagState &state, TimePoint now)
@@ -88,16 +88,17 @@ void ValuePrinter::printJson(const Tag &tag, int value, std::uint32_t raw, const
           << ",\"type\":" << jsonString(tag.type.name)
           << ",\"address\":" << jsonString(addressText(tag.type, tag.addressOf(value)))
           << ",\"name\":" << jsonString(nameOf(tag, value)) << ",\"value\":" << json
-          << ",\"raw\":" << jsonString(rawText(raw, tag.format)) << ",\"unit\":" << jsonString(tag.unit)
-          << ",\"status\":" << jsonString(statusOf(state)) << ",\"error\":" << jsonString(state.error) << "}\n";
+          << ",\"raw\":" << (state.known ? jsonString(rawText(raw, tag.format)) : "null")
+          << ",\"unit\":" << jsonString(tag.unit) << ",\"status\":" << jsonString(statusOf(state))
+          << ",\"error\":" << jsonString(state.error) << "}\n";
 }
 
 void ValuePrinter::printCsv(const Tag &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)
 {
     m_out << timeStamp(now) << ',' << tag.station << ',' << tag.type.name << ','
           << addressText(tag.type, tag.addressOf(value)) << ',' << csvField(nameOf(tag, value)) << ','
-          << (state.known ? valueText(raw, tag.format) : std::string()) << ',' << rawText(raw, tag.format) << ','
-          << csvField(tag.unit) << ',' << statusOf(state) << '\n';
+          << (state.known ? valueText(raw, tag.format) + "," + rawText(raw, tag.format) : ",") << ','
+          << csvField(tag.unit) << ',' << statusOf(state) << ',' << csvField(state.error) << '\n';
 }
 
 } // namespace rtu

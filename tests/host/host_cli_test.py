@@ -9,7 +9,7 @@ import subprocess
 import unittest
 import xml.etree.ElementTree
 
-from rtuhost_under_test import SOURCE, RtuHostTest, wait_for
+from rtuhost_under_test import PATIENCE, RTUHOST, SOURCE, RtuHostTest, wait_for
 
 OPTIONS = re.compile(r"^\s{2}((?:-[^\s,]+,?)+)", re.MULTILINE)
 
@@ -87,7 +87,7 @@ class Reading(RtuHostTest):
 
     def test_condition_read(self):
         result = self.simulate("--condition-read", "4x1..2", "4x_double101:hex")
-        self.assertIn("condition read of 1:4x1: done", result.out)
+        self.assertIn("condition read of 1:4x1..2: done", result.out)
         self.assertIn("0x12345678", result.out)
 
     def test_failed_condition_read(self):
@@ -109,6 +109,7 @@ class Output(RtuHostTest):
         result = self.simulate("-1", "--json", "4x60", status=1)
         value = json.loads(result.lines[0])
         self.assertIsNone(value["value"])
+        self.assertIsNone(value["raw"])
         self.assertEqual("error", value["status"])
         self.assertEqual("R,1#4x60(1),error code:3", value["error"])
 
@@ -118,6 +119,10 @@ class Output(RtuHostTest):
         self.assertEqual(["10", "20"], [row["value"] for row in rows])
         self.assertRegex(rows[0]["time"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d{4}$")
         self.assertIn("line: 1 frames, 1 good", result.err)
+        failed = self.simulate("-1", "--csv", "4x60", status=1)
+        row = next(csv.DictReader(io.StringIO(failed.out)))
+        self.assertEqual(("", "", "error", "R,1#4x60(1),error code:3"),
+                         (row["value"], row["raw"], row["status"], row["error"]))
 
     def test_trace_is_decoded(self):
         result = self.simulate("-1", "-v", "4x1..2", "4x60@2", status=1)
@@ -134,6 +139,22 @@ class Output(RtuHostTest):
         result = self.simulate("-1", "--stats", "4x1", "4x1@2")
         self.assertIn("line: 2 frames, 2 good", result.out)
         self.assertIn("station 2: 1 frames, 1 good", result.out)
+
+    def test_lost_output_is_an_error(self):
+        for arguments in (["--list-types"], ["--plan", "4x1"], ["--sim", self.sim, "-l", "1", "4x1"],
+                          ["--sim", self.sim, "-l", "1", "--csv", "4x1"], ["--help"]):
+            with open("/dev/full", "w") as full:
+                completed = subprocess.run([RTUHOST, *arguments], stdin=subprocess.DEVNULL, stdout=full,
+                                           stderr=subprocess.PIPE, text=True, timeout=PATIENCE)
+            self.assertEqual(1, completed.returncode, arguments)
+            self.assertIn("cannot write to standard output", completed.stderr)
+
+    def test_a_reader_that_leaves_ends_the_run_and_nothing_stays_behind(self):
+        host = self.start("--sim", self.sim, "-l", "1", "4x1")
+        self.read_until(host, "1:4x1            10")
+        host.stdout.close()
+        self.assertEqual(1, host.wait(PATIENCE))
+        self.assertFalse(os.path.lexists("/tmp/rtuhost-%d" % host.pid))
 
     def test_lines_where_there_is_no_terminal(self):
         result = self.simulate("--live", "--count", "1", "4x1")
@@ -225,6 +246,21 @@ class Recipes(RtuHostTest):
         self.simulate("--recipe-read", recipe)
         self.assertIn(",1,4x,1,2,uint16,1,,10 20\n", self.read(recipe))
 
+    def test_mistakes_are_found_before_the_port_is_opened(self):
+        recipe = self.file("recipe.csv", "address,type,values\n1,4x,5\n2,4x,x\n")
+        result = self.run_host("--recipe-write", recipe, "/nowhere/port", status=2)
+        self.assertIn("recipe.csv:3: \"x\" is not a value here", result.err)
+        result = self.run_host("--recipe-read", self.file("new.csv"), "/nowhere/port", status=2)
+        self.assertIn("cannot read the recipe file", result.err)
+
+    def test_bit_patterns_come_back_as_they_were(self):
+        recipe = self.file("recipe.csv")
+        self.simulate("--recipe-read", recipe, "4x1:bin", "4x_double101:bin")
+        self.assertIn(",0b0000000000001010\n", self.read(recipe))
+        result = self.simulate("--recipe-write", recipe, "-v")
+        self.assertIn("write register 4x1 = 10\n", result.out)
+        self.assertIn("write registers 4x101..102 = 4660 22136", result.out)
+
     def test_a_failure_leaves_the_file_alone(self):
         recipe = self.file("recipe.csv", "address,type,count,values\n60,4x,1,5\n")
         result = self.simulate("--recipe-read", recipe, status=1)
@@ -257,6 +293,11 @@ class Editor(RtuHostTest):
                          result.lines)
         clamped = self.run_host("--multi-copy", "4x65535", "--copies", "3", status=1)
         self.assertIn("set to the last element", clamped.out)
+        below = self.run_host("--multi-copy", "4x2", "--copies", "3", "--step", "-1", status=1)
+        self.assertEqual(["4x2 (zero-based 1)", "4x1 (zero-based 0)"], below.lines[:2])
+        self.assertIn("4x0 (zero-based -1): out of range", below.lines[2])
+        below = self.run_host("--json", "--multi-copy", "4x1", "--copies", "2", "--step", "-1", status=1)
+        self.assertEqual([True, False], [json.loads(line)["valid"] for line in below.lines])
 
 
 class Plan(RtuHostTest):
@@ -267,6 +308,11 @@ class Plan(RtuHostTest):
         self.assertIn("2 attempts x 500 ms time-out", out)
         self.assertIn("read twice a round, as 4x and as 4x_double", out)
         self.assertIn("9600 baud 8E1", out)
+
+    def test_at_the_pace_of_simulated_slaves(self):
+        sim = self.file("slow.sim", "baud 4800\nstation 1\n4x 1 = 1\n")
+        self.assertIn("4800 baud 8N2", self.run_host("--plan", "--sim", sim, "4x1").out)
+        self.assertIn("9600 baud 8N2", self.run_host("--plan", "--sim", sim, "-b", "9600", "4x1").out)
 
     def test_as_json(self):
         plan = json.loads(self.run_host("--plan", "--json", "4x1..10", "4x15").out)
@@ -310,6 +356,19 @@ class Faults(RtuHostTest):
         result = self.simulate("-1", "-v", "--remove-echo", "--fault", "echo", "4x5=9", "4x5", "0x1")
         self.assertNotIn("bad", result.out)
         self.assertIn("1:4x5            9", result.out)
+
+    def test_numbers_of_faults_are_checked(self):
+        for fault, reason in (("late-reply", '"late-reply" needs a whole number from 0 to 3600000'),
+                              ("late-reply 1e12", 'not "1e12"'),
+                              ("exception 0", '"exception" needs a whole number from 1 to 255, not "0"'),
+                              ("wrong-crc rate 2", '"rate" needs a number from 0 to 1, not "2"'),
+                              ("wrong-crc rate nan", '"rate" needs a number'),
+                              ("wrong-crc times 1.5", '"times" needs a whole number'),
+                              ("wrong-crc seed -1", '"seed" needs a whole number from 0 to 4294967295'),
+                              ("wrong-crc station 300", '"station" needs a whole number from 0 to 255'),
+                              ("wrong-crc function 131", '"function" needs a whole number from 1 to 127'),
+                              ("wrong-crc often", 'unknown word "often"')):
+            self.assertIn(reason, self.simulate("-1", "--fault", fault, "4x1", status=2).err)
 
     def test_a_bad_fault_is_refused(self):
         self.assertIn("--fault \"nonsense\"", self.simulate("-1", "--fault", "nonsense", "4x1", status=2).err)
@@ -370,8 +429,18 @@ class Ports(RtuHostTest):
         command("replug")
         self.read_until(host, "the port is back")
         self.read_until(host, "1:4x1            10\n")
-        command("dance")
-        self.read_until(slaves, "commands are fault TEXT, clear")
+        for text, reason in (("dance", "commands are fault TEXT, clear"), ("replug", "the port is plugged in"),
+                             ("clear all", '"all" is too much'), ("station 3 off now", '"now" is too much'),
+                             ("station 9 on", "there is no station 9"), ("station x", "written station N on"),
+                             ("fault nonsense", "unknown fault")):
+            command(text)
+            self.read_until(slaves, reason)
+        self.read_until(host, "3:4x1            1")
+
+    def test_ports_to_serve_on_are_named_in_errors(self):
+        for port, reason in (("ptyx", "cannot serve on ptyx: "), (self.file("nothing"), "No such file or directory"),
+                             ("pty:" + self.sim, "File exists")):
+            self.assertIn(reason, self.run_host("--serve", self.sim, port, status=1).err)
 
     def test_one_round_does_not_wait_for_a_lost_port(self):
         self.assertIn("cannot open", self.run_host("-1", self.file("nothing"), "4x1", status=1).err)
@@ -415,7 +484,11 @@ class Misuse(RtuHostTest):
     def test_a_bad_simulation_file_is_an_error(self):
         sim = self.file("bad.sim", "station 1\n5x 1 = 1\n")
         result = self.run_host("--sim", sim, "-1", "4x1", status=2)
-        self.assertIn("bad.sim", result.err)
+        self.assertIn("bad.sim:2: ", result.err)
+        nobody = self.file("nobody.sim", "baud 9600\n")
+        self.assertIn("describes no station", self.run_host("--sim", nobody, "-1", "4x1", status=2).err)
+        self.assertIn("simulated slaves: /nowhere: No such file",
+                      self.run_host("--serve", "/nowhere", "pty", status=2).err)
 
 
 if __name__ == "__main__":

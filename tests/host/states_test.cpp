@@ -291,18 +291,19 @@ TEST_F(ValuePrinter, PrintsLinesJsonAndCsv)
     EXPECT_TRUE(contains(json, "\"address\":\"8\",\"name\":\"flow, \\\"main\\\"[1]\",\"value\":2,\"raw\":\"0x0014\""))
         << json;
     const std::string csv = print(rtu::OutputForm::Csv, t, {15, 20}, state);
-    EXPECT_TRUE(contains(csv, ",1,4x,7,\"flow, \"\"main\"\"[0]\",1.5,0x000F,l/h,ok\n")) << csv;
+    EXPECT_TRUE(contains(csv, ",1,4x,7,\"flow, \"\"main\"\"[0]\",1.5,0x000F,l/h,ok,\n")) << csv;
 }
 
 TEST_F(ValuePrinter, MarksErrorsAndUnknownValues)
 {
     rtu::TagState state;
-    EXPECT_TRUE(contains(print(rtu::OutputForm::Json, tag("4x7"), {0}, state), "\"value\":null"));
+    EXPECT_TRUE(contains(print(rtu::OutputForm::Json, tag("4x7"), {0}, state), "\"value\":null,\"raw\":null"));
+    EXPECT_TRUE(contains(print(rtu::OutputForm::Csv, tag("4x7"), {0}, state), ",4x,7,,,,,unknown,\n"));
     state.known = true;
     state.failed = true;
     state.error = "R,1#4x7(1)";
     EXPECT_TRUE(contains(print(rtu::OutputForm::Lines, tag("4x7"), {5}, state), "error R,1#4x7(1)"));
-    EXPECT_TRUE(contains(print(rtu::OutputForm::Csv, tag("4x7"), {5}, state), ",error\n"));
+    EXPECT_TRUE(contains(print(rtu::OutputForm::Csv, tag("4x7"), {5}, state), ",error,\"R,1#4x7(1)\"\n"));
 }
 
 TEST(WallClock, WritesDurationsForPeople)
