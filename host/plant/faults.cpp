@@ -30,7 +30,6 @@ const KindName KindNames[] = {
 };
 
 const std::size_t MostStrayBytes = 4;
-const std::uint8_t ExceptionFlag = 0x80;
 
 bool fail(std::string *error, const std::string &reason)
 {
