@@ -9,6 +9,14 @@ const std::chrono::microseconds FastSilence(1750);
 
 } // namespace
 
+std::string lineName(const LineParameters &parameters)
+{
+    if (parameters.baud == 0)
+        return "no pace";
+    return std::to_string(parameters.baud) + " baud " + std::to_string(parameters.dataBits) + parameters.parity
+           + std::to_string(parameters.stopBits);
+}
+
 LineTiming::LineTiming(const LineParameters &parameters)
 {
     if (parameters.baud <= 0)

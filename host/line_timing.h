@@ -8,6 +8,7 @@
 #include "line.h"
 
 #include <cstdint>
+#include <string>
 
 namespace rtu {
 
@@ -22,6 +23,9 @@ struct LineParameters
     /** Start bit, data bits, parity and stop bits. */
     int bitsPerCharacter() const { return 1 + dataBits + (parity == 'N' ? 0 : 1) + stopBits; }
 };
+
+/** "19200 baud 8E1" */
+std::string lineName(const LineParameters &parameters);
 
 class LineTiming
 {

@@ -10,7 +10,8 @@ namespace rtu {
 namespace {
 
 const Duration HighlightTime = std::chrono::milliseconds(1500);
-const std::size_t TraceKept = 200;
+const std::size_t TraceShown = 200; ///< more than any screen has lines
+const std::size_t TraceHeld = 1000; ///< to scroll back in
 
 std::string fixed(double number, int digits)
 {
@@ -24,6 +25,18 @@ std::string pairText(const Quantiles &quantiles)
     if (quantiles.empty())
         return "-";
     return durationText(quantiles.median()) + " / " + durationText(quantiles.percentile95());
+}
+
+/** The same in less room: "12.3/45.6 ms", "850 us/12.3 ms". */
+std::string shortPairText(const Quantiles &quantiles)
+{
+    if (quantiles.empty())
+        return "-";
+    const std::string median = durationText(quantiles.median());
+    const std::string high = durationText(quantiles.percentile95());
+    const std::size_t unit = median.find(' ');
+    const bool sameUnit = median.substr(unit) == high.substr(high.find(' '));
+    return (sameUnit ? median.substr(0, unit) : median) + "/" + high;
 }
 
 std::string plural(std::uint64_t count, const char *what)
@@ -57,6 +70,7 @@ const char *const HelpLines[] = {
     "r            read the tag at once",
     "t            more room for the trace, or less",
     "p            hold the trace, let it go on",
+    "[ ]          scroll back in the trace, and forward",
     "q, Ctrl-C    end",
 };
 // clang-format on
@@ -95,13 +109,15 @@ Screen LivePainter::paint(LiveState &state, int rows, int columns, TimePoint now
     if (state.mode() == LiveState::Mode::Help) {
         paintHelp(state);
     } else {
-        paintStations();
+        paintStations(rows);
         const int room = rows - static_cast<int>(m_screen.lines.size()) - 1;
-        const int trace = state.tallTrace() ? room - 4 : std::max(3, room / 3);
+        const int trace = traceHeight(state, room);
         paintTags(state, room - trace, now);
         paintTrace(state, trace);
     }
     m_screen.lines.resize(static_cast<std::size_t>(rows - 1));
+    if (state.typing() && !state.message().empty())
+        m_screen.lines.back() = fitted({Span{" " + state.message(), Look::Error}}, m_columns);
     paintFooter(state);
     return m_screen;
 }
@@ -113,116 +129,164 @@ void LivePainter::paintLinePanel(TimePoint now)
     const bool open = m_feed.portOpen();
     const std::string state = open ? "  open" : "  GONE, waiting for it";
     const std::string time = timeOfDay(now).substr(0, 8);
-    const std::string title = " " + m_portName + state;
     const int room = m_columns - textWidth(time) - 1;
+    const std::string title = " " + shortenedText(m_portName, room - textWidth(state) - 2) + state;
     add(leftAligned(title, room) + time, open ? Look::Title : Look::Error);
-    add(" " + fixed(statistics.framesPerSecond(now), 1) + " frames/s   line "
-            + fixed(100 * statistics.lineShare(now), 0) + " % in use   reply " + pairText(total.replyTime) + "   age "
-            + pairText(m_feed.states().ages()),
-        Look::Plain);
+    const std::string frames = fixed(statistics.framesPerSecond(now), 1);
+    const std::string share = fixed(100 * statistics.lineShare(now), 0);
+    if (m_columns < NarrowColumns)
+        add(" " + frames + "/s  line " + share + " %  reply " + shortPairText(total.replyTime) + "  age "
+                + shortPairText(m_feed.states().ages()),
+            Look::Plain);
+    else
+        add(" " + frames + " frames/s   line " + share + " % in use   reply " + pairText(total.replyTime) + "   age "
+                + pairText(m_feed.states().ages()),
+            Look::Plain);
     add(" " + plural(total.frames, "frames  ") + plural(total.resends, "resent  ") + plural(total.giveUps, "given up  ")
             + plural(total.timeouts, "time-outs  ") + plural(total.damaged, "damaged  ")
             + plural(total.warnings, "warnings"),
         total.giveUps + total.warnings > 0 ? Look::Error : Look::Plain);
 }
 
-void LivePainter::paintStations()
+/** Where there is no room for all, those in trouble come first. */
+void LivePainter::paintStations(int rows)
 {
-    add(" station  state    frames resent  given up  time-outs  except.  reply med / 95 %", Look::Header);
-    int shown = 0;
-    const std::map<int, Counts> stations = m_feed.statistics().stations();
-    for (const auto &station : stations) {
-        if (shown++ == MostStations) {
-            add("  ... " + std::to_string(stations.size()) + " stations in all", Look::Dim);
-            return;
-        }
-        const Counts &counts = station.second;
-        const bool alive = m_feed.alive(station.first);
-        add({Span{rightAligned(std::to_string(station.first), 8), Look::Plain},
-             Span{leftAligned(alive ? "  answers" : "  silent", 10), alive ? Look::Good : Look::Error},
-             Span{rightAligned(std::to_string(counts.frames), 7) + rightAligned(std::to_string(counts.resends), 7)
-                      + rightAligned(std::to_string(counts.giveUps), 10)
-                      + rightAligned(std::to_string(counts.timeouts), 11)
-                      + rightAligned(std::to_string(counts.exceptions), 9) + "  " + pairText(counts.replyTime),
-                  Look::Plain}});
+    add(" stn  state    frames resent given up t-outs exc.  reply med/95 %  age med/95 %", Look::Header);
+    const std::map<int, Counts> counts = m_feed.statistics().stations();
+    std::vector<std::pair<int, Counts>> stations(counts.begin(), counts.end());
+    const std::size_t most = static_cast<std::size_t>(std::max(2, rows / 4 - 1));
+    if (stations.size() <= most) {
+        for (const auto &station : stations)
+            add(stationLine(station.first, station.second));
+        return;
     }
+    const auto alive = std::stable_partition(
+        stations.begin(), stations.end(), [this](const std::pair<int, Counts> &s) { return !m_feed.alive(s.first); });
+    for (std::size_t i = 0; i + 1 < most; ++i)
+        add(stationLine(stations[i].first, stations[i].second));
+    add("  ... " + std::to_string(stations.size()) + " stations in all, " + std::to_string(alive - stations.begin())
+            + " silent",
+        Look::Dim);
 }
 
-int LivePainter::nameWidth() const
+ScreenLine LivePainter::stationLine(int station, const Counts &counts) const
 {
-    int width = 4;
-    for (const Tag &tag : m_feed.tags())
-        width = std::max(width, textWidth(tag.name) + (tag.values > 1 && !tag.name.empty() ? 5 : 0));
-    return std::max(4, std::min(width, m_columns - 67));
+    const bool alive = m_feed.alive(station);
+    return {Span{rightAligned(std::to_string(station), 4), Look::Plain},
+            Span{leftAligned(alive ? "  answers" : "  silent", 9), alive ? Look::Good : Look::Error},
+            Span{rightAligned(std::to_string(counts.frames), 8) + rightAligned(std::to_string(counts.resends), 7)
+                     + rightAligned(std::to_string(counts.giveUps), 9)
+                     + rightAligned(std::to_string(counts.timeouts), 7)
+                     + rightAligned(std::to_string(counts.exceptions), 5) + "  "
+                     + leftAligned(shortPairText(counts.replyTime), 14) + "  "
+                     + shortPairText(m_feed.states().ages(station)),
+                 Look::Plain}};
+}
+
+/** A third of the room, and what the tags leave over. */
+int LivePainter::traceHeight(const LiveState &state, int room) const
+{
+    if (state.tallTrace())
+        return room - 4;
+    const int header = 1;
+    const int left = room - header - static_cast<int>(std::min<std::size_t>(state.rows().size(), 1000));
+    return std::max({3, room / 3, left});
 }
 
 void LivePainter::paintTags(LiveState &state, int height, TimePoint now)
 {
-    const int name = nameWidth();
-    add(" " + leftAligned("name", name) + " " + leftAligned("address", 17) + rightAligned("value", 14) + " "
-            + leftAligned("unit", 6) + leftAligned("raw", 11) + rightAligned("age", 8) + "  mark",
-        Look::Header);
+    const TableLayout layout = tableLayout(m_feed.tags(), m_columns);
+    std::string header = " " + leftAligned("name", layout.name) + " " + leftAligned("address", layout.address) + " "
+                         + rightAligned("value", layout.value);
+    if (layout.unit > 0)
+        header += " " + leftAligned("unit", layout.unit);
+    if (layout.raw > 0)
+        header += " " + leftAligned("raw", layout.raw);
+    add(header + rightAligned("age", AgeWidth) + "  mark", Look::Header);
     const std::size_t page = static_cast<std::size_t>(std::max(1, height - 1));
     state.setPage(page);
     m_top = std::min(m_top, state.selected());
     if (state.selected() >= m_top + page)
         m_top = state.selected() - page + 1;
+    if (state.rows().size() >= page) // after the window grew
+        m_top = std::min(m_top, state.rows().size() - page);
+    else
+        m_top = 0;
     for (std::size_t i = m_top; i < m_top + page; ++i) {
         if (i < state.rows().size())
-            add(tagLine(state.rows()[i], i == state.selected(), now));
+            add(tagLine(state.rows()[i], layout, i == state.selected(), now));
         else
             add("", Look::Plain);
     }
 }
 
-ScreenLine LivePainter::tagLine(const LiveRow &row, bool selected, TimePoint now)
+ScreenLine LivePainter::tagLine(const LiveRow &row, const TableLayout &layout, bool selected, TimePoint now)
 {
     const Tag &tag = m_feed.tags()[row.tag];
     const TagState state = m_feed.states().state(row.tag);
     const std::uint32_t raw = m_read(tag)[static_cast<std::size_t>(row.value)];
     const TimePoint changed = m_feed.states().changed(row.tag, row.value);
     const bool fresh = changed != TimePoint() && now - changed < HighlightTime;
-    const std::string index = tag.values > 1 && !tag.name.empty() ? "[" + std::to_string(row.value) + "]" : "";
     const std::string value = state.known ? valueText(raw, tag.format) : "-";
     const Look base = selected ? Look::Selected : Look::Plain;
     const std::string mark = state.failed ? "error" : fresh ? "new" : "";
-    return {Span{" " + leftAligned(tag.name + index, nameWidth()) + " "
-                     + leftAligned(std::to_string(tag.station) + ":" + tag.label(row.value), 17),
+    std::string rest;
+    if (layout.unit > 0)
+        rest += " " + leftAligned(shortenedText(tag.unit, layout.unit), layout.unit);
+    if (layout.raw > 0)
+        rest += " " + leftAligned(state.known ? rawText(raw, tag.format) : "-", layout.raw);
+    rest += rightAligned(ageText(state, now), AgeWidth) + "  ";
+    return {Span{" " + leftAligned(valueName(tag, row.value), layout.name) + " "
+                     + leftAligned(std::to_string(tag.station) + ":" + tag.label(row.value), layout.address) + " ",
                  base},
-            Span{rightAligned(value, 14), selected       ? base
-                                          : fresh        ? Look::Changed
-                                          : state.failed ? Look::Error
-                                                         : base},
-            Span{" " + leftAligned(tag.unit, 6) + leftAligned(rawText(raw, tag.format), 11)
-                     + rightAligned(ageText(state, now), 8) + "  ",
-                 base},
-            Span{mark, state.failed ? Look::Error : base}};
+            Span{rightAligned(shortenedText(value, layout.value), layout.value), selected       ? base
+                                                                                 : fresh        ? Look::Changed
+                                                                                 : state.failed ? Look::Error
+                                                                                                : base},
+            Span{rest, base}, Span{mark, state.failed ? Look::Error : base}};
 }
 
-void LivePainter::paintTrace(const LiveState &state, int height)
+/** "value 3 of 200" */
+std::string LivePainter::position(const LiveState &state) const
 {
-    if (!state.tracePaused() || !m_frozen)
-        m_frozenTrace = m_feed.trace(TraceKept);
-    m_frozen = state.tracePaused();
-    add(std::string(" trace") + (m_frozen ? " (held)" : ""), Look::Header);
+    if (state.rows().empty())
+        return std::string();
+    return "value " + std::to_string(state.selected() + 1) + " of " + std::to_string(state.rows().size()) + " ";
+}
+
+void LivePainter::paintTrace(LiveState &state, int height)
+{
+    const bool hold = state.tracePaused();
+    if (!hold || !m_frozen)
+        m_frozenTrace = m_feed.trace(hold ? TraceHeld : TraceShown);
+    m_frozen = hold;
     const std::size_t lines = static_cast<std::size_t>(std::max(0, height - 1));
-    const std::size_t first = m_frozenTrace.size() - std::min(lines, m_frozenTrace.size());
-    for (std::size_t i = first; i < m_frozenTrace.size(); ++i)
+    const std::size_t furthest = m_frozenTrace.size() - std::min(lines, m_frozenTrace.size());
+    state.setTracePage(lines, furthest);
+    const std::string back = state.traceBack() > 0 ? ", " + std::to_string(state.traceBack()) + " lines back" : "";
+    const std::string where = position(state);
+    add(leftAligned(std::string(" trace") + (m_frozen ? " (held" + back + ")" : ""), m_columns - textWidth(where))
+            + where,
+        Look::Header);
+    const std::size_t first = furthest - state.traceBack();
+    for (std::size_t i = first; i < std::min(first + lines, m_frozenTrace.size()); ++i)
         add(traceLine(m_frozenTrace[i]));
 }
 
-/** The meaning matters more than the bytes, so these are cut to what room is left. */
+/** The verdict matters most, the meaning more than the bytes; what is too long is cut in that order. */
 ScreenLine LivePainter::traceLine(const TraceLine &line) const
 {
     const std::string head =
         " " + timeOfDay(line.time) + " " + line.direction + leftAligned(std::to_string(line.station), 4);
-    const std::string tail = line.meaning + (line.verdict.empty() ? "" : " [" + line.verdict + "]");
-    const int room = m_columns - textWidth(head);
-    const int least = std::min(textWidth(line.bytes), 17);
-    const int bytes = std::max(least, std::min(textWidth(line.bytes), room - 2 - textWidth(tail)));
-    const std::string shown = bytes < textWidth(line.bytes) ? clippedText(line.bytes, bytes - 3) + "..." : line.bytes;
-    return {Span{head, Look::Dim}, Span{shown + (bytes > 0 ? "  " : ""), Look::Dim},
-            Span{tail, line.bad ? Look::Error : Look::Plain}};
+    const std::string verdict = line.verdict.empty() ? "" : " [" + line.verdict + "]";
+    const int whole = textWidth(line.bytes);
+    const int room = m_columns - textWidth(head) - (whole > 0 ? 2 : 0);
+    const int least = std::min(whole, m_columns < NarrowColumns ? 8 : 17);
+    const int bytes = std::max(least, std::min(whole, room - textWidth(line.meaning + verdict)));
+    const std::string shown = bytes < whole ? clippedText(line.bytes, bytes - 3) + "..." : line.bytes;
+    const std::string meaning = shortenedText(line.meaning, std::max(10, room - bytes - textWidth(verdict)));
+    return {Span{head, Look::Dim}, Span{shown + (whole > 0 ? "  " : ""), Look::Dim},
+            Span{meaning + verdict, line.bad ? Look::Error : Look::Plain}};
 }
 
 std::string LivePainter::hint(const LiveState &state) const
@@ -234,8 +298,8 @@ std::string LivePainter::hint(const LiveState &state) const
         if (tag.failed)
             return " Error: " + tag.error;
     }
-    return std::string(" Enter edit  r read  t trace  p hold  ") + (state.simulated() ? "f fault  o off/on  " : "")
-           + "? help  q quit";
+    return std::string(" Enter edit  q quit  ? help  r read  t trace  p hold  [ ] scroll")
+           + (state.simulated() ? "  f fault  o off/on  u plug" : "");
 }
 
 void LivePainter::paintFooter(const LiveState &state)

@@ -8,6 +8,7 @@
 #include "live_feed.h"
 #include "live_screen.h"
 #include "live_state.h"
+#include "live_table.h"
 
 #include <functional>
 
@@ -29,21 +30,23 @@ public:
     Screen paint(LiveState &state, int rows, int columns, TimePoint now);
 
 private:
-    enum { SmallestRows = 12, SmallestColumns = 50, MostStations = 5 };
+    enum { SmallestRows = 12, SmallestColumns = 50, NarrowColumns = 80 };
 
     void paintLinePanel(TimePoint now);
-    void paintStations();
+    void paintStations(int rows);
+    ScreenLine stationLine(int station, const Counts &counts) const;
+    int traceHeight(const LiveState &state, int room) const;
     void paintTags(LiveState &state, int height, TimePoint now);
-    ScreenLine tagLine(const LiveRow &row, bool selected, TimePoint now);
-    void paintTrace(const LiveState &state, int height);
+    ScreenLine tagLine(const LiveRow &row, const TableLayout &layout, bool selected, TimePoint now);
+    void paintTrace(LiveState &state, int height);
     ScreenLine traceLine(const TraceLine &line) const;
     void paintFooter(const LiveState &state);
     void paintInput(const LiveState &state);
+    std::string position(const LiveState &state) const;
     std::string hint(const LiveState &state) const;
     void paintHelp(const LiveState &state);
     void add(const std::string &text, Look look);
     void add(const ScreenLine &line);
-    int nameWidth() const;
 
     const LiveFeed &m_feed;
     std::string m_portName;

@@ -64,7 +64,13 @@ void LiveState::browse(int key)
         m_tallTrace = !m_tallTrace;
         return;
     case 'p':
-        m_tracePaused = !m_tracePaused;
+        return holdTrace(!m_tracePaused);
+    case '[':
+        holdTrace(true);
+        m_traceBack += m_tracePage;
+        return;
+    case ']':
+        m_traceBack -= std::min(m_traceBack, m_tracePage);
         return;
     case '?':
     case 'h':
@@ -76,6 +82,19 @@ void LiveState::browse(int key)
     default:
         simulate(key);
     }
+}
+
+void LiveState::holdTrace(bool hold)
+{
+    m_tracePaused = hold;
+    if (!hold)
+        m_traceBack = 0;
+}
+
+void LiveState::setTracePage(std::size_t lines, std::size_t furthest)
+{
+    m_tracePage = std::max<std::size_t>(1, lines);
+    m_traceBack = std::min(m_traceBack, furthest);
 }
 
 void LiveState::simulate(int key)
@@ -122,6 +141,8 @@ void LiveState::beginInput(Mode mode, const std::string &text)
 
 void LiveState::type(int key)
 {
+    if (key != KeyEnter)
+        m_message.clear();
     switch (key) {
     case KeyEscape:
         m_mode = Mode::Browse;
@@ -159,11 +180,15 @@ void LiveState::type(int key)
     }
 }
 
+/** What was refused stays in the line, to be put right. */
 void LiveState::finishInput()
 {
-    const Mode mode = m_mode;
-    m_mode = Mode::Browse;
-    m_message = mode == Mode::Edit ? m_actions.write(m_rows[m_selected], m_input) : m_actions.addFault(m_input);
+    std::string message;
+    const bool taken = m_mode == Mode::Edit ? m_actions.write(m_rows[m_selected], m_input, &message)
+                                            : m_actions.addFault(m_input, &message);
+    if (taken)
+        m_mode = Mode::Browse;
+    m_message = message;
 }
 
 } // namespace rtu

@@ -48,13 +48,14 @@ public:
     virtual std::string refusal(const LiveRow &row) = 0;
     /** The value as it would be typed. */
     virtual std::string currentValue(const LiveRow &row) = 0;
-    virtual std::string write(const LiveRow &row, const std::string &text) = 0;
+    /** False with the reason in @p message when the text is no value. */
+    virtual bool write(const LiveRow &row, const std::string &text, std::string *message) = 0;
     /** Reads the tag at once. */
     virtual std::string readNow(const LiveRow &row) = 0;
 
     /** False for a real port: the calls below do nothing then. */
     virtual bool simulated() const = 0;
-    virtual std::string addFault(const std::string &text) = 0;
+    virtual bool addFault(const std::string &text, std::string *message) = 0;
     virtual std::string clearFaults() = 0;
     virtual std::string switchStation(const LiveRow &row) = 0;
     virtual std::string pullPlug() = 0;
@@ -72,6 +73,7 @@ public:
     const std::vector<LiveRow> &rows() const { return m_rows; }
     std::size_t selected() const { return m_selected; }
     Mode mode() const { return m_mode; }
+    bool typing() const { return m_mode == Mode::Edit || m_mode == Mode::Fault; }
     bool simulated() const { return m_actions.simulated(); }
     const std::string &input() const { return m_input; }
     std::size_t inputCursor() const { return m_cursor; }
@@ -81,8 +83,13 @@ public:
     bool tracePaused() const { return m_tracePaused; }
     bool quit() const { return m_quit; }
 
+    /** Lines that the held trace is scrolled back by. */
+    std::size_t traceBack() const { return m_traceBack; }
+
     /** Rows that the tag table shows now; for paging. */
     void setPage(std::size_t rows) { m_page = rows; }
+    /** Lines that the trace shows now, and how far back it can go. */
+    void setTracePage(std::size_t lines, std::size_t furthest);
 
 private:
     void browse(int key);
@@ -93,6 +100,7 @@ private:
     void type(int key);
     void finishInput();
     void simulate(int key);
+    void holdTrace(bool hold);
 
     std::vector<LiveRow> m_rows;
     LiveActions &m_actions;
@@ -102,6 +110,8 @@ private:
     std::string m_input;
     std::size_t m_cursor = 0;
     std::string m_message;
+    std::size_t m_tracePage = 3;
+    std::size_t m_traceBack = 0;
     bool m_tallTrace = false;
     bool m_tracePaused = false;
     bool m_quit = false;

@@ -74,14 +74,20 @@ void catchFatalSignals()
         ::sigaction(fatalSignals[i], &action, &earlierActions[i]);
 }
 
-/** Asked before curses is set up, which leaves memory behind where it cannot be. */
-bool terminalIsKnown()
+/**
+ * A terminal that can place its cursor; "dumb" ones cannot and would stay blank.
+ * Asked before curses is set up, which leaves memory behind where it cannot be.
+ */
+bool terminalShowsScreens()
 {
     int problem = 0;
     if (::setupterm(nullptr, STDOUT_FILENO, &problem) != OK)
         return false;
+    char name[] = "cup";
+    const char *placeCursor = ::tigetstr(name);
+    const bool able = placeCursor && placeCursor != reinterpret_cast<const char *>(-1);
     ::del_curterm(::set_curterm(nullptr));
-    return true;
+    return able;
 }
 
 enum Colour { ChangedColour = 1, ErrorColour, GoodColour, TitleColour };
@@ -170,7 +176,7 @@ LiveTerminal::LiveTerminal()
     std::setlocale(LC_CTYPE, "");
     if (::tcgetattr(STDIN_FILENO, &restoration.settings) != 0)
         return;
-    if (terminalIsKnown())
+    if (terminalShowsScreens())
         m_screen = ::newterm(nullptr, stdout, stdin);
     if (!m_screen)
         return;

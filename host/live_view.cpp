@@ -53,7 +53,8 @@ void LiveView::show(LiveTerminal &terminal)
     LiveState state(liveRows(m_feed->tags()), *this);
     LivePainter painter(*m_feed, m_portName, [this](const Tag &tag) { return readTag(m_session.driver(), tag); });
     while (!state.quit() && !m_pollingEnded) {
-        const std::string news = m_feed->takeNews();
+        // News wait while the user types: the line is needed.
+        const std::string news = state.typing() ? std::string() : m_feed->takeNews();
         if (!news.empty())
             state.setMessage(news);
         terminal.draw(painter.paint(state, terminal.rows(), terminal.columns(), m_line.now()));
@@ -87,18 +88,20 @@ std::string LiveView::currentValue(const LiveRow &row)
     return valueText(readTag(m_session.driver(), tag).front(), tag.format);
 }
 
-std::string LiveView::write(const LiveRow &row, const std::string &text)
+bool LiveView::write(const LiveRow &row, const std::string &text, std::string *message)
 {
     TagWrite write;
     write.tag = tagOf(row);
     try {
         write.raw.push_back(parseValue(text, write.tag.format));
     } catch (const std::invalid_argument &error) {
-        return error.what();
+        *message = error.what();
+        return false;
     }
     writeTag(m_session.driver(), write, m_session.property().maxWords, WriteTag);
     m_loop.wake();
-    return "Writing " + write.tag.label() + " = " + valueText(write.raw.front(), write.tag.format);
+    *message = "Writing " + write.tag.label() + " = " + valueText(write.raw.front(), write.tag.format);
+    return true;
 }
 
 std::string LiveView::readNow(const LiveRow &row)
@@ -113,14 +116,14 @@ std::string LiveView::readNow(const LiveRow &row)
     return "Reading " + std::to_string(tag.station) + ":" + tag.label();
 }
 
-std::string LiveView::addFault(const std::string &text)
+bool LiveView::addFault(const std::string &text, std::string *message)
 {
     plant::Fault fault;
-    std::string error;
-    if (!plant::parseFault(text, &fault, &error))
-        return error;
+    if (!plant::parseFault(text, &fault, message))
+        return false;
     m_plant->addFault(fault);
-    return "Fault added: " + text;
+    *message = "Fault added: " + text;
+    return true;
 }
 
 std::string LiveView::clearFaults()

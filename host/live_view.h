@@ -42,10 +42,10 @@ public:
 private:
     std::string refusal(const LiveRow &row) override;
     std::string currentValue(const LiveRow &row) override;
-    std::string write(const LiveRow &row, const std::string &text) override;
+    bool write(const LiveRow &row, const std::string &text, std::string *message) override;
     std::string readNow(const LiveRow &row) override;
     bool simulated() const override { return m_plant != nullptr; }
-    std::string addFault(const std::string &text) override;
+    bool addFault(const std::string &text, std::string *message) override;
     std::string clearFaults() override;
     std::string switchStation(const LiveRow &row) override;
     std::string pullPlug() override;

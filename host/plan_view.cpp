@@ -93,14 +93,6 @@ std::string tagNames(const PlanView &plan, const PlanBlock &block)
     return text;
 }
 
-std::string lineName(const LineParameters &line)
-{
-    if (line.baud == 0)
-        return "an unpaced line";
-    return std::to_string(line.baud) + " baud " + std::to_string(line.dataBits) + line.parity
-           + std::to_string(line.stopBits);
-}
-
 std::string number(double value, int digits)
 {
     char text[32];
@@ -272,7 +264,8 @@ std::string planText(const PlanView &plan)
     const Duration round = plan.roundTime();
     text += "A round: " + std::to_string(plan.blocks().size())
             + (plan.blocks().size() == 1 ? " request, " : " requests, ") + std::to_string(out) + "+"
-            + std::to_string(in) + " bytes, " + durationText(round) + " on " + lineName(plan.costs().line);
+            + std::to_string(in) + " bytes, " + durationText(round) + " on "
+            + (plan.costs().line.baud > 0 ? lineName(plan.costs().line) : "an unpaced line");
     if (round > Duration(0))
         text += ", at best " + roundsText(1 / toSeconds(round)) + " rounds a second";
     text += "\n";

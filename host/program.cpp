@@ -192,7 +192,8 @@ private:
     int showLive(LineSource &source, const PollSettings &settings, const TagSelection &selection,
                  std::unique_ptr<LiveTerminal> terminal)
     {
-        const std::string name = source.plant() ? "simulated slaves of " + m_options.simFile : source.line().device();
+        const std::string port = source.plant() ? "simulated slaves of " + m_options.simFile : source.line().device();
+        const std::string name = port + ", " + lineName(source.line().parameters());
         LiveView view(m_session, source.line(), settings, m_options, source.plant(), name);
         {
             const Ending ending(*this, [&view] { view.stop(); });

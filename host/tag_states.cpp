@@ -91,8 +91,10 @@ void TagStates::update(Piece &piece, const Transaction &t)
     piece.error = t.good() ? std::string() : t.information.toStdString();
     if (!t.good())
         return;
-    if (piece.known)
+    if (piece.known) {
         m_ages.add(t.finished - piece.read);
+        m_agesOfStation[piece.station].add(t.finished - piece.read);
+    }
     piece.known = true;
     piece.read = t.finished;
 }
@@ -146,6 +148,13 @@ Quantiles TagStates::ages() const
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     return m_ages;
+}
+
+Quantiles TagStates::ages(int station) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_agesOfStation.find(station);
+    return found == m_agesOfStation.end() ? Quantiles() : found->second;
 }
 
 } // namespace rtu

@@ -49,6 +49,8 @@ public:
 
     /** Ages that the tags reached before they were read again. */
     Quantiles ages() const;
+    /** The same of one station's tags. */
+    Quantiles ages(int station) const;
 
 private:
     /** The part of a tag that one request reads. */
@@ -78,6 +80,7 @@ private:
     std::vector<std::vector<TimePoint>> m_changed;
     std::uint64_t m_changes = 0;
     Quantiles m_ages;
+    std::map<int, Quantiles> m_agesOfStation;
 };
 
 } // namespace rtu

@@ -193,6 +193,10 @@ class Editing(LiveViewTest):
         screen.type("x")
         screen.press("Enter")
         screen.line("is not a value here")
+        screen.press("BSpace", "BSpace", "BSpace")
+        screen.type("9")
+        screen.press("Enter")
+        screen.line("write register 4x1 = 9, acknowledged")
 
     def test_escape_writes_nothing(self):
         screen = self.open()
@@ -286,7 +290,7 @@ class Sizes(LiveViewTest):
     def test_grows_and_shrinks(self):
         screen = self.open()
         screen.resize(132, 40)
-        wait_for(lambda: "q quit" in screen.lines()[39], "the last line at the new bottom")
+        wait_for(lambda: "u plug" in screen.lines()[39], "the last line at the new bottom")
         screen.resize(60, 15)
         wait_for(lambda: "Enter edit" in screen.lines()[14], "the last line at the smaller bottom")
         screen.line("1:4x1 ")
@@ -375,10 +379,16 @@ class Endings(LiveViewTest):
         screen.line_with("1:4x1", "10")
         screen.line("ended with 0")
 
-    def test_lines_on_a_terminal_that_shows_no_screens(self):
-        screen = Screen(self, "TERM=nonsense %s --sim %s --live --count 1 4x1" % (RTUHOST, self.sim))
+    def assert_lines_on(self, terminal):
+        screen = Screen(self, "TERM=%s %s --sim %s --live --count 1 4x1" % (terminal, RTUHOST, self.sim))
         screen.line_with("1:4x1", "10")
         screen.line("ended with 0")
+
+    def test_lines_on_a_terminal_that_nobody_knows(self):
+        self.assert_lines_on("nonsense")
+
+    def test_lines_on_a_terminal_that_cannot_place_its_cursor(self):
+        self.assert_lines_on("dumb")
 
 
 if __name__ == "__main__":

@@ -14,10 +14,11 @@ struct Actions : rtu::LiveActions
 {
     std::string refusal(const rtu::LiveRow &) override { return refused; }
     std::string currentValue(const rtu::LiveRow &) override { return "12"; }
-    std::string write(const rtu::LiveRow &row, const std::string &text) override
+    bool write(const rtu::LiveRow &row, const std::string &text, std::string *message) override
     {
         calls.push_back("write " + std::to_string(row.tag) + "." + std::to_string(row.value) + " " + text);
-        return "written";
+        *message = text == "wrong" ? "no value" : "written";
+        return text != "wrong";
     }
     std::string readNow(const rtu::LiveRow &row) override
     {
@@ -25,10 +26,11 @@ struct Actions : rtu::LiveActions
         return "";
     }
     bool simulated() const override { return hasSlaves; }
-    std::string addFault(const std::string &text) override
+    bool addFault(const std::string &text, std::string *message) override
     {
         calls.push_back("fault " + text);
-        return "";
+        *message = text == "wrong" ? "no fault" : "";
+        return text != "wrong";
     }
     std::string clearFaults() override
     {
@@ -106,6 +108,43 @@ TEST_F(LiveKeys, LeaveAnEditWithoutWriting)
     state.press(rtu::KeyEscape);
     EXPECT_TRUE(actions.calls.empty());
     EXPECT_EQ(LiveState::Mode::Browse, state.mode());
+}
+
+TEST_F(LiveKeys, LeaveWhatWasRefusedToBePutRight)
+{
+    state.press(rtu::KeyEnter);
+    press("\x15wrong");
+    state.press(rtu::KeyEnter);
+    EXPECT_EQ(LiveState::Mode::Edit, state.mode());
+    EXPECT_EQ("wrong", state.input());
+    EXPECT_EQ("no value", state.message());
+    state.press(rtu::KeyBackspace);
+    EXPECT_EQ("", state.message());
+    state.press(rtu::KeyEnter);
+    EXPECT_EQ((std::vector<std::string>{"write 0.0 wrong", "write 0.0 wron"}), actions.calls);
+    EXPECT_EQ(LiveState::Mode::Browse, state.mode());
+    press("fwrong");
+    state.press(rtu::KeyEnter);
+    EXPECT_EQ(LiveState::Mode::Fault, state.mode());
+    EXPECT_EQ("no fault", state.message());
+}
+
+TEST_F(LiveKeys, ScrollTheHeldTrace)
+{
+    press("[");
+    EXPECT_TRUE(state.tracePaused());
+    EXPECT_EQ(3u, state.traceBack());
+    state.setTracePage(10, 15);
+    press("[[");
+    state.setTracePage(10, 15);
+    EXPECT_EQ(15u, state.traceBack());
+    press("]");
+    EXPECT_EQ(5u, state.traceBack());
+    press("]]");
+    EXPECT_EQ(0u, state.traceBack());
+    press("[p");
+    EXPECT_FALSE(state.tracePaused());
+    EXPECT_EQ(0u, state.traceBack());
 }
 
 TEST_F(LiveKeys, DoNotQuitWhileEditing)
@@ -239,6 +278,150 @@ TEST_F(LiveScreen, ShowsValueRawAgeAndMark)
     EXPECT_TRUE(contains(line, "0x002A")) << line;
     EXPECT_TRUE(contains(line, "400 ms")) << line;
     EXPECT_FALSE(contains(lineWith(paint(), "1:4x9 "), "42")); // not read yet
+}
+
+TEST_F(LiveScreen, NeverCutsAValueInSilence)
+{
+    show({"4x1:bin", "4x_double3:bin", "4x_double5:float", "4x_double7:int32"});
+    feed->add(read("01 03 00 00 00 01", true), 100);
+    for (int start : {2, 4, 6}) {
+        rtu::Transaction t = read("01 03 00 00 00 02", true);
+        t.regType = QLatin1String("4x_double");
+        t.startAddr = start;
+        feed->add(t, 100);
+    }
+    value = 0x80800000; // as a float the longest text that there is
+    for (int columns : {80, 100, 200}) {
+        const rtu::Screen screen = paint(24, columns);
+        EXPECT_TRUE(contains(lineWith(screen, "1:4x1 "), "0b0000000000000000 ")) << columns;
+        EXPECT_TRUE(contains(lineWith(screen, "1:4x_double5 "), "-1.1754944e-38 ")) << columns;
+        EXPECT_TRUE(contains(lineWith(screen, "1:4x_double7 "), "-2139095040 ")) << columns;
+    }
+    const std::string wide = lineWith(paint(24, 100), "1:4x_double3 ");
+    EXPECT_TRUE(contains(wide, "0b10000000100000000000000000000000 ")) << wide;
+    const std::string narrow = lineWith(paint(24, 80), "1:4x_double3 ");
+    EXPECT_TRUE(contains(narrow, "0b10000000100")) << narrow;
+    EXPECT_TRUE(contains(narrow, "00.. ")) << narrow;
+    EXPECT_TRUE(contains(narrow, "0x80800000")) << narrow;
+}
+
+TEST_F(LiveScreen, KeepsAgeAndMarkOnNarrowScreens)
+{
+    show({"4x1", "4x_double9:hex", "4x2"});
+    feed->add(read("01 03 00 00 00 02", false), 100);
+    for (int columns : {50, 60, 80}) {
+        const rtu::Screen screen = paint(15, columns);
+        EXPECT_TRUE(contains(lineWith(screen, "1:4x1 "), "error")) << screen.text(7);
+        EXPECT_TRUE(contains(lineWith(screen, "address"), "age  mark")) << columns;
+        EXPECT_TRUE(contains(screen.text(0), "open")) << columns;
+    }
+}
+
+TEST_F(LiveScreen, ShowsATagHoweverManyStationsThereAre)
+{
+    show({"4x1"});
+    for (int station = 1; station <= 20; ++station) {
+        rtu::Transaction t = read("01 03 00 00 00 01", true);
+        t.station = station;
+        feed->add(t, 100);
+    }
+    for (int rows : {12, 15, 24, 60}) {
+        const rtu::Screen screen = paint(rows, 80);
+        EXPECT_FALSE(lineWith(screen, "1:4x1 ").empty()) << rows;
+        EXPECT_FALSE(lineWith(screen, " trace ").empty()) << rows;
+        EXPECT_FALSE(lineWith(screen, "20 stations in all").empty()) << rows;
+    }
+}
+
+TEST_F(LiveScreen, ShowsSilentStationsFirstWhereNotAllFit)
+{
+    show({"4x1"});
+    for (int station = 1; station <= 20; ++station) {
+        rtu::Transaction t = read("01 03 00 00 00 01", station != 17);
+        t.station = station;
+        feed->add(t, 100);
+    }
+    const rtu::Screen screen = paint(12, 80);
+    EXPECT_TRUE(contains(screen.text(4), "17  silent")) << screen.text(4);
+    EXPECT_TRUE(contains(screen.text(5), "20 stations in all, 1 silent")) << screen.text(5);
+}
+
+TEST_F(LiveScreen, KeepsTheVerdictOfLongFrames)
+{
+    show({"4x1..60"});
+    feed->add(read("01 03 00 00 00 3C", true), 100);
+    for (int columns : {50, 60, 80, 132})
+        EXPECT_TRUE(contains(lineWith(paint(24, columns), "60 registers"), "[good]")) << columns;
+}
+
+TEST_F(LiveScreen, TellsWhatWasNotReadYet)
+{
+    show({"4x1"});
+    const std::string line = lineWith(paint(), "1:4x1 ");
+    EXPECT_FALSE(contains(line, "0x")) << line;
+}
+
+TEST_F(LiveScreen, TellsWhichValueIsChosen)
+{
+    show({"4x1..200"});
+    EXPECT_FALSE(lineWith(paint(), "value 1 of 200").empty());
+    state->press(rtu::KeyEnd);
+    EXPECT_FALSE(lineWith(paint(), "value 200 of 200").empty());
+    EXPECT_FALSE(lineWith(paint(60), "1:4x170 ").empty()); // no rows wasted after the window grew
+}
+
+TEST_F(LiveScreen, GivesTheTraceWhatTheTagsLeaveOver)
+{
+    show({"4x1"});
+    for (int i = 0; i < 50; ++i)
+        feed->add(read("01 03 00 00 00 01", true), 100);
+    const rtu::Screen screen = paint(40);
+    int lines = 0;
+    for (std::size_t row = 0; row < screen.lines.size(); ++row)
+        lines += contains(screen.text(row), "read holding") || contains(screen.text(row), "[good]");
+    EXPECT_EQ(40 - 9, lines); // panel 3, stations 2, tags 2, header of the trace, footer
+}
+
+TEST_F(LiveScreen, ScrollsBackInTheHeldTrace)
+{
+    show({"4x1"});
+    feed->add(read("01 03 00 63 00 01", true), 100);
+    for (int i = 0; i < 50; ++i)
+        feed->add(read("01 03 00 00 00 01", true), 100);
+    EXPECT_TRUE(lineWith(paint(), "4x100").empty());
+    for (int i = 0; i < 50; ++i) {
+        state->press('[');
+        paint();
+    }
+    EXPECT_FALSE(lineWith(paint(), "4x100").empty());
+    EXPECT_FALSE(lineWith(paint(), "lines back)").empty());
+    for (int i = 0; i < 50; ++i)
+        state->press(']');
+    EXPECT_TRUE(lineWith(paint(), "4x100").empty());
+    EXPECT_FALSE(lineWith(paint(), "(held)").empty());
+}
+
+TEST_F(LiveScreen, ShowsTheAgeOfEachStation)
+{
+    show({"4x1"});
+    rtu::Transaction t = read("01 03 00 00 00 01", true);
+    feed->add(t, 100);
+    t.finished += milliseconds(300);
+    feed->add(t, 100);
+    EXPECT_TRUE(contains(lineWith(paint(), "answers"), "300/300 ms")) << lineWith(paint(), "answers");
+}
+
+TEST_F(LiveScreen, SaysWhyTypedTextIsRefused)
+{
+    show({"4x1"});
+    state->press(rtu::KeyEnter);
+    state->press('U' - '@');
+    for (char key : std::string("wrong"))
+        state->press(key);
+    state->press(rtu::KeyEnter);
+    const rtu::Screen screen = paint();
+    EXPECT_TRUE(contains(screen.text(22), "no value"));
+    EXPECT_TRUE(contains(screen.text(23), "wrong"));
 }
 
 TEST_F(LiveScreen, MarksErrors)
