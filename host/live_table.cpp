@@ -75,12 +75,15 @@ TableLayout tableLayout(const std::vector<Tag> &tags, int columns)
         widen(layout.unit, std::min(textWidth(tag.unit), LongestUnit));
         widen(layout.raw, tag.type.isDouble() ? 10 : 0);
     }
+    const int wholeName = layout.name;
     narrow(layout, layout.name, ShortName, columns);
     narrow(layout, layout.value, ShortValue, columns);
     leaveOut(layout, layout.raw, columns);
     narrow(layout, layout.name, ShortestName, columns);
     leaveOut(layout, layout.unit, columns);
     narrow(layout, layout.value, ShortestValue, columns);
+    // A column that was left out may have left more than was needed.
+    layout.name += std::max(0, std::min(wholeName - layout.name, columns - layout.width()));
     return layout;
 }
 

@@ -1,7 +1,7 @@
 /**
  * @file
  * The plan as a picture: one strip of addresses for each request, in groups by
- * station, tags in colours, unused elements hatched.
+ * station and with its place in the round, tags in colours, unused elements hatched.
  */
 #include "plan_view.h"
 
@@ -18,12 +18,14 @@ namespace {
 const double PageWidth = 960;
 const double Margin = 20;
 const double LabelWidth = 170;
+const double NumberWidth = 26;
 const double NoteWidth = 150;
 const double StripHeight = 22;
 const double StripStep = 46;
 const double LineStep = 18;
 const double WidestElement = 28;
 const double LetterWidth = 6.2;
+const double SmallLetterWidth = 5;
 
 const char *const colours[] = {"#4e79a7", "#f28e2b", "#59a14f", "#b07aa1", "#edc948", "#76b7b2", "#e15759", "#9c755f"};
 
@@ -70,12 +72,12 @@ public:
     std::string draw()
     {
         drawTitle();
-        int station = -1;
-        for (const PlanBlock &block : m_plan.blocks()) {
-            if (block.station != station)
-                drawStation(block.station);
-            station = block.station;
-            drawBlock(block);
+        for (int station : m_plan.stations()) {
+            drawStation(station);
+            for (std::size_t i = 0; i < m_plan.blocks().size(); ++i) {
+                if (m_plan.blocks()[i].station == station)
+                    drawBlock(m_plan.blocks()[i], i + 1);
+            }
         }
         drawWarnings();
         return frame();
@@ -95,7 +97,8 @@ private:
     {
         m_body += textAt(Margin, m_y += LineStep,
                          "Cyclic plan: " + std::to_string(m_plan.blocks().size()) + " requests a round, "
-                             + durationText(m_plan.roundTime()) + " of line time",
+                             + durationText(m_plan.roundTime()) + " of line time"
+                             + (m_plan.costs().line.baud > 0 ? " at " + lineName(m_plan.costs().line) : ""),
                          "font-size=\"15\" font-weight=\"bold\"");
     }
 
@@ -109,12 +112,14 @@ private:
         m_y += 8;
     }
 
-    void drawBlock(const PlanBlock &block)
+    /** @param number the place of the request in the round, from 1 */
+    void drawBlock(const PlanBlock &block, std::size_t number)
     {
         const double left = Margin + LabelWidth;
         const double element = elementWidth();
         const double base = m_y + StripHeight * 0.7;
-        m_body += textAt(Margin, base, block.rangeText(), "font-size=\"12\"");
+        m_body += textAt(Margin, base, std::to_string(number) + ".", "font-size=\"11\" fill=\"#444444\"");
+        m_body += textAt(Margin + NumberWidth, base, block.rangeText(), "font-size=\"12\"");
         m_body += boxAt(left, m_y, element * block.count, "url(#unused)", "unused elements");
         for (const PlannedTag &planned : block.tags)
             drawTag(block, planned, left, element);
@@ -122,13 +127,14 @@ private:
                                  + " bytes, " + durationText(m_plan.lineTime(block));
         m_body += textAt(left + element * block.count + 8, base, note, "font-size=\"11\" fill=\"#444444\"");
         drawScale(block, left, element);
+        drawNames(block, left + element * block.count + 8);
         m_y += StripStep;
     }
 
     void drawTag(const PlanBlock &block, const PlannedTag &planned, double left, double element)
     {
         const Tag &tag = m_plan.tags()[planned.tag];
-        const std::string name = tag.name.empty() ? tag.label() : tag.name;
+        const std::string name = tag.name.empty() ? tag.rangeLabel() : tag.name;
         const double x = left + element * planned.first;
         const double width = element * planned.count;
         const std::size_t colour = planned.tag % (sizeof(colours) / sizeof(colours[0]));
@@ -148,6 +154,14 @@ private:
         if (element * block.count > 60)
             m_body += textAt(left + element * block.count, m_y + StripHeight + 10,
                              std::to_string(block.start + block.count), style + " text-anchor=\"end\"");
+    }
+
+    /** Most strips are too short to hold the names of their tags. */
+    void drawNames(const PlanBlock &block, double left)
+    {
+        const int letters = static_cast<int>((PageWidth - left) / SmallLetterWidth);
+        m_body += textAt(left, m_y + StripHeight + 10, shortenedText(tagNames(m_plan, block), letters),
+                         "font-size=\"9\" fill=\"#666666\"");
     }
 
     void drawWarnings()

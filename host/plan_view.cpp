@@ -76,23 +76,6 @@ std::string padded(const std::string &text, int width)
     return result;
 }
 
-std::string tagNames(const PlanView &plan, const PlanBlock &block)
-{
-    std::set<std::size_t> tags; // a long tag may be in the block with several of its parts
-    for (const PlannedTag &planned : block.tags)
-        tags.insert(planned.tag);
-    std::string text;
-    std::size_t shown = 0;
-    for (std::size_t index : tags) {
-        const Tag &tag = plan.tags()[index];
-        if (shown++ < TagsShown)
-            text += (text.empty() ? "" : ", ") + (tag.name.empty() ? tag.rangeLabel() : tag.name);
-    }
-    if (tags.size() > TagsShown)
-        text += " and " + std::to_string(tags.size() - TagsShown) + " more";
-    return text;
-}
-
 std::string number(double value, int digits)
 {
     char text[32];
@@ -244,6 +227,23 @@ void PlanView::warnOfDoubleReading(std::vector<std::string> &warnings) const
                                + ": read twice a round, as " + words.type + " and as " + doubles.type);
         }
     }
+}
+
+std::string tagNames(const PlanView &plan, const PlanBlock &block)
+{
+    std::set<std::size_t> tags; // a long tag may be in the block with several of its parts
+    for (const PlannedTag &planned : block.tags)
+        tags.insert(planned.tag);
+    std::string text;
+    std::size_t shown = 0;
+    for (std::size_t index : tags) {
+        const Tag &tag = plan.tags()[index];
+        if (shown++ < TagsShown)
+            text += (text.empty() ? "" : ", ") + (tag.name.empty() ? tag.rangeLabel() : tag.name);
+    }
+    if (tags.size() > TagsShown)
+        text += " and " + std::to_string(tags.size() - TagsShown) + " more";
+    return text;
 }
 
 std::string planText(const PlanView &plan)

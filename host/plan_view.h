@@ -81,6 +81,9 @@ private:
     std::vector<PlanBlock> m_blocks;
 };
 
+/** The tags of a block by name, the first few. */
+std::string tagNames(const PlanView &plan, const PlanBlock &block);
+
 /** The plan as a table with costs and warnings. */
 std::string planText(const PlanView &plan);
 

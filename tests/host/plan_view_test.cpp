@@ -109,6 +109,22 @@ TEST_F(PlanView, LeavesAFreshDriverBehind)
     EXPECT_EQ(0, driver.getSendFrame(&frame));
 }
 
+TEST_F(PlanView, DrawsEachStationOnceAndNumbersTheRound)
+{
+    // The stations take turns in the round.
+    const rtu::PlanView view = plan({"4x1", "4x_double10", "4x1@2", "4x_double10@2"});
+    const std::string picture = rtu::planPicture(view);
+    for (int station : view.stations()) {
+        const std::string heading = ">Station " + std::to_string(station) + " (dead";
+        const std::size_t first = picture.find(heading);
+        ASSERT_NE(std::string::npos, first);
+        EXPECT_EQ(std::string::npos, picture.find(heading, first + 1));
+    }
+    for (std::size_t number = 1; number <= view.blocks().size(); ++number)
+        EXPECT_TRUE(contains(picture, ">" + std::to_string(number) + ".</text>")) << number;
+    EXPECT_TRUE(contains(picture, "at 19200 baud 8E1"));
+}
+
 TEST_F(PlanView, IsPrintedAndDrawn)
 {
     rtu::Tag named = tag("4x1..3");
