@@ -20,15 +20,8 @@ std::string fixed(double number, int digits)
     return text;
 }
 
+/** Median and 95th percentile: "12.3/45.6 ms", "850 us/12.3 ms". */
 std::string pairText(const Quantiles &quantiles)
-{
-    if (quantiles.empty())
-        return "-";
-    return durationText(quantiles.median()) + " / " + durationText(quantiles.percentile95());
-}
-
-/** The same in less room: "12.3/45.6 ms", "850 us/12.3 ms". */
-std::string shortPairText(const Quantiles &quantiles)
 {
     if (quantiles.empty())
         return "-";
@@ -132,16 +125,11 @@ void LivePainter::paintLinePanel(TimePoint now)
     const int room = m_columns - textWidth(time) - 1;
     const std::string title = " " + shortenedText(m_portName, room - textWidth(state) - 2) + state;
     add(leftAligned(title, room) + time, open ? Look::Title : Look::Error);
-    const std::string frames = fixed(statistics.framesPerSecond(now), 1);
-    const std::string share = fixed(100 * statistics.lineShare(now), 0);
-    if (m_columns < NarrowColumns)
-        add(" " + frames + "/s  line " + share + " %  reply " + shortPairText(total.replyTime) + "  age "
-                + shortPairText(m_feed.states().ages()),
-            Look::Plain);
-    else
-        add(" " + frames + " frames/s   line " + share + " % in use   reply " + pairText(total.replyTime) + "   age "
-                + pairText(m_feed.states().ages()),
-            Look::Plain);
+    const bool narrow = m_columns < NarrowColumns;
+    add(" " + fixed(statistics.framesPerSecond(now), 1) + (narrow ? "/s  line " : " frames/s   line ")
+            + fixed(100 * statistics.lineShare(now), 0) + (narrow ? " %  reply " : " % in use   reply ")
+            + pairText(total.replyTime) + (narrow ? "  age " : "   age ") + pairText(m_feed.states().ages()),
+        Look::Plain);
     add(" " + plural(total.frames, "frames  ") + plural(total.resends, "resent  ") + plural(total.giveUps, "given up  ")
             + plural(total.timeouts, "time-outs  ") + plural(total.damaged, "damaged  ")
             + plural(total.warnings, "warnings"),
@@ -178,8 +166,7 @@ ScreenLine LivePainter::stationLine(int station, const Counts &counts) const
                      + rightAligned(std::to_string(counts.giveUps), 9)
                      + rightAligned(std::to_string(counts.timeouts), 7)
                      + rightAligned(std::to_string(counts.exceptions), 5) + "  "
-                     + leftAligned(shortPairText(counts.replyTime), 14) + "  "
-                     + shortPairText(m_feed.states().ages(station)),
+                     + leftAligned(pairText(counts.replyTime), 14) + "  " + pairText(m_feed.states().ages(station)),
                  Look::Plain}};
 }
 

@@ -66,6 +66,11 @@ std::string optionOf(Mode mode)
     }
 }
 
+std::string fileName(const std::string &path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
 class Program
 {
 public:
@@ -192,7 +197,8 @@ private:
     int showLive(LineSource &source, const PollSettings &settings, const TagSelection &selection,
                  std::unique_ptr<LiveTerminal> terminal)
     {
-        const std::string port = source.plant() ? "simulated slaves of " + m_options.simFile : source.line().device();
+        const std::string port =
+            source.plant() ? "simulated slaves of " + fileName(m_options.simFile) : source.line().device();
         const std::string name = port + ", " + lineName(source.line().parameters());
         LiveView view(m_session, source.line(), settings, m_options, source.plant(), name);
         {

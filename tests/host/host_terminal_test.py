@@ -127,7 +127,7 @@ class OnTheScreen(LiveViewTest):
     def test_line_panel_and_stations(self):
         screen = self.open()
         self.assertIn("open", screen.lines()[0])
-        self.assertRegex(screen.line("frames/s"), r"line \d+ % in use   reply .+ / .+   age .+ / .+")
+        self.assertRegex(screen.line("frames/s"), r"line \d+ % in use   reply .+/.+   age .+/.+")
         self.assertIn("given up", screen.line("resent"))
         self.assertRegex(screen.line_with("answers", " 2 "), r"^ +2  answers +\d+ ")
 
