@@ -65,8 +65,7 @@ PollProgram::PollProgram(DriverSession &session, Line &line, const PollSettings 
     , m_printer(out, options.form)
 {
     m_loop.addObserver([this](const Transaction &transaction) { noteTransaction(transaction); });
-    m_loop.setPortObserver(
-        [this](bool open) { m_err << (open ? "the port is back\n" : "error: the port is gone, waiting for it\n"); });
+    m_loop.setPortObserver([this](bool open) { notePort(open); });
     session.driver().setChangeListener([this](const ValueChange &change) {
         if (endsCondition(change))
             m_conditionEnd = conditionEnd(change);
@@ -105,18 +104,37 @@ void PollProgram::say(const std::string &text)
         m_out << "-- " << text << '\n';
 }
 
+/** A single round is for scripts, which do not want to hang; others wait for the port to come back. */
+void PollProgram::notePort(bool open)
+{
+    if (open)
+        m_err << "the port is back\n";
+    else if (waitsForPort())
+        m_err << "error: the port is gone, waiting for it\n";
+    else
+        notePortLost();
+}
+
+void PollProgram::notePortLost()
+{
+    if (m_portLost)
+        return;
+    m_portLost = true;
+    ++m_errors;
+    m_err << "error: the port is gone\n";
+    m_loop.stop();
+}
+
 /** Sends what is queued; false when the port went away or the user ended it. */
 bool PollProgram::drain()
 {
     StepResult result = m_loop.drain();
-    while (result == StepResult::NoPort && m_options.rounds == 0) {
+    while (result == StepResult::NoPort && waitsForPort()) {
         m_line.sleepUntil(m_line.now() + m_loop.settings().reopenInterval);
         result = m_loop.drain();
     }
-    if (result == StepResult::NoPort) {
-        m_err << "error: the port is gone\n";
-        ++m_errors;
-    }
+    if (result == StepResult::NoPort)
+        notePortLost();
     return result == StepResult::Idle;
 }
 

@@ -48,6 +48,9 @@ private:
     void printTrace(const Transaction &transaction);
     void printRound(const std::vector<Tag> &tags);
     void say(const std::string &text);
+    bool waitsForPort() const { return m_options.rounds != 1; }
+    void notePort(bool open);
+    void notePortLost();
     bool drain();
     int finish();
 
@@ -62,6 +65,7 @@ private:
     std::unique_ptr<TagStates> m_states;
     std::uint64_t m_errors = 0;
     int m_rounds = 0;
+    bool m_portLost = false; ///< for good
     std::atomic<int> m_conditionEnd{0};
 };
 

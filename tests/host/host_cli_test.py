@@ -442,6 +442,21 @@ class Ports(RtuHostTest):
                              ("pty:" + self.sim, "File exists")):
             self.assertIn(reason, self.run_host("--serve", self.sim, port, status=1).err)
 
+    def test_one_round_ends_when_the_port_is_lost(self):
+        for last in ("4x1@2", "4x5@2=9"):
+            link = self.file("port")
+            slaves = self.start("--serve", self.sim, "pty:" + link, "--fault", "late-reply 3600000 station 2",
+                                stdin=subprocess.PIPE)
+            self.read_until(slaves, "serving 3 stations")
+            first = "4x1" if "=" not in last else "4x5=8"
+            host = self.start("-1", "-v", "-o", "3600", "-P", "none", "-s", "2", link, first, last)
+            self.read_until(host, "[good]")
+            slaves.stdin.write("unplug\n")
+            slaves.stdin.flush()
+            self.assertIn("error: the port is gone\n", host.stdout.read())
+            self.assertEqual(1, host.wait(PATIENCE))
+            self.end(slaves)
+
     def test_one_round_does_not_wait_for_a_lost_port(self):
         self.assertIn("cannot open", self.run_host("-1", self.file("nothing"), "4x1", status=1).err)
 
