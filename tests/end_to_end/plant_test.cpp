@@ -252,8 +252,8 @@ TEST(SimulationFile, SaysWhereAndWhatIsWrong)
         {"4x 1 = 1", "sim:1: a \"station N\" line has to come first"},
         {"baud fast", "sim:1: \"fast\" is not a whole number"},
         {"baud 9600 8N1", "sim:1: what does \"8N1\" mean here?"},
-        {"fault exception", "sim:1: \"exception\" needs a number"},
-        {"fault wrong-crc rate 2", "sim:1: a rate goes from 0 to 1"},
+        {"fault exception", "sim:1: \"exception\" needs a whole number from 1 to 255"},
+        {"fault wrong-crc rate 2", "sim:1: \"rate\" needs a number from 0 to 1, not \"2\""},
         {"fault wrong-crc often 2", "sim:1: unknown word \"often\"; there are rate, seed, station, function and times"},
     };
     for (const MistakeCase &c : cases) {
