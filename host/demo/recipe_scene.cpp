@@ -49,12 +49,12 @@ public:
     RecipeScene(Stage &stage, const std::string &folder, bool lowWordFirst)
         : m_stage(stage)
         , m_lowWordFirst(lowWordFirst)
-        , m_recipe(rtu::readRecipeFile(stage.driver, stage.catalog, folder + "/recipe.csv"))
+        , m_recipe(rtu::readRecipeFile(stage.driver, stage.catalog, folder + "/recipe.csv", rtu::Access::Read))
     {
         rtu::DriverProperty property;
         property.swapAll = lowWordFirst;
         stage.configure(property);
-        QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(m_recipe.tags, property, rtu::Access::Write);
+        QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(m_recipe.tags, property);
         stage.driver.setRcpAddress(&rows);
     }
 
@@ -90,17 +90,19 @@ private:
     void load(const RecipeFile &file)
     {
         clearBuffer();
-        fillWords(rtu::readRecipeFile(m_stage.driver, m_stage.catalog, file.path()), m_stage.session.words());
+        fillWords(read(file), m_stage.session.words());
         m_stage.session.requestBlockWrite();
         m_stage.finishBlockTransfer();
     }
 
     void clearBuffer() { m_stage.session.words().assign(m_stage.session.words().size(), 0); }
 
-    Values inFile(const RecipeFile &file) const
+    rtu::Recipe read(const RecipeFile &file) const
     {
-        return rtu::readRecipeFile(m_stage.driver, m_stage.catalog, file.path()).values;
+        return rtu::readRecipeFile(m_stage.driver, m_stage.catalog, file.path(), rtu::Access::Write);
     }
+
+    Values inFile(const RecipeFile &file) const { return read(file).values; }
 
     Values inBuffer() const
     {
