@@ -237,6 +237,16 @@ TEST_F(BitWrite, BothHalvesCarryTheRequestUnit)
     EXPECT_EQ(support::unitText(nextFrame().var), "1:4x_bit 46+4");
 }
 
+TEST_F(BitWrite, ReplyInHandHasItsRegistersTurnedRoundAndChangedAndNoByteMore)
+{
+    writeBits(0x25, Bits{1});
+    const QByteArray reply = wordsReply(1, 3, {0x1240});
+    QByteArray wanted = reply;
+    wanted[3] = 0x60; // low byte first, bit 5 set; the CRC stays as it came
+    wanted[4] = 0x12;
+    EXPECT_EQ(answerReadHalf(reply), wanted);
+}
+
 TEST_F(BitWrite, HostsCopyOfTheReplyIsNotChangedWithIt)
 {
     writeBits(0x25, Bits{1});
