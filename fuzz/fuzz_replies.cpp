@@ -85,7 +85,7 @@ bool isPlainRead(const FRAME_PRO &frame, const char *type)
     return frame.frame[1] <= 4 && frame.var.regType == QLatin1String(type);
 }
 
-/** With no write in between, the host must see what the slave sent. */
+/** Where the host wrote nothing, it must see what the slave sent. */
 void requireSeen(Host &host, const QByteArray &reply)
 {
     const FRAME_PRO &frame = host.lastFrame;
@@ -137,14 +137,19 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
     initialise(host, input);
     plan(input);
     registerRecipe(host, input);
+    bool written = false; // then the host sees what was written, until the slave says something new
     while (input.remaining_bytes() > 0) {
-        if (input.ConsumeIntegralInRange(0, 15) == 0)
-            host.setData(stationFrom(input), typeFrom(input), addressFrom(input), countFrom(input), 1, 5);
+        if (input.ConsumeIntegralInRange(0, 15) == 0) {
+            const QString type = typeFrom(input);
+            host.setData(stationFrom(input), type, addressFrom(input), countFrom(input), 1, 5);
+            written = written || type.startsWith(QLatin1Char('1')) || type.startsWith(QLatin1Char('3'));
+        }
         if (!host.nextFrame())
             host.area[Host::BlockReadRequest] = 0; // blocks that cannot be asked for would be waited for in vain
         const QByteArray reply = replyFrom(host, input);
         const int state = driver.sendState;
-        if (host.deal(reply) == ReplyAccepted && (state == CyclicReadSent || state == ConditionReadSent))
+        const bool read = state == CyclicReadSent || state == ConditionReadSent;
+        if (host.deal(reply) == ReplyAccepted && read && !written)
             requireSeen(host, reply);
         host.check();
     }
