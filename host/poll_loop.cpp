@@ -111,10 +111,10 @@ void PollLoop::awaitLateReply()
     const TimePoint deadline = m_transaction.finished + m_settings.lateReplyGuard;
     unsigned char dropped[512];
     int count = m_line.read(dropped, sizeof(dropped), deadline);
-    if (count <= 0) {
+    if (count == DeadlinePassed)
         ++m_listenedInVain[m_transaction.station];
+    if (count <= 0) // a lost port says nothing about the station
         return;
-    }
     m_listenedInVain.erase(m_transaction.station);
     for (; count > 0; count = m_line.read(dropped, sizeof(dropped), m_line.now() + m_settings.timing.replyGap())) {
         m_transaction.strayBytes += static_cast<std::size_t>(count);

@@ -287,6 +287,23 @@ TEST_F(PollLoop, AStationThatIsBackIsWaitedForAgain)
     EXPECT_GE(line.sent[6].when - line.sent[5].when, 2 * Timeout);
 }
 
+TEST_F(PollLoop, APortLostWhileListeningSaysNothingAboutTheStation)
+{
+    start("4x1", 1);
+    for (int i = 0; i < 4; ++i) {
+        silent();
+        EXPECT_EQ(StepResult::Done, loop->step());
+        if (i == 3)
+            break;
+        line.unplugAfter(Timeout / 2);
+        EXPECT_EQ(StepResult::NoPort, loop->step());
+        line.plugged = true;
+    }
+    loop->step();
+    ASSERT_EQ(5u, line.sent.size());
+    EXPECT_GE(line.sent[4].when - line.sent[3].when, 2 * Timeout);
+}
+
 TEST_F(PollLoop, TheAnswerOfAStationThatIsBackMayBeToAnEarlierAttempt)
 {
     start("4x8 4x300", 5);
