@@ -5,9 +5,9 @@
  */
 #include "line_bench_common.h"
 
-#include "driver_library.h"
+#include "kit/driver/driver_library.h"
 #include "poll_loop.h"
-#include "serial_line.h"
+#include "kit/line/serial_line.h"
 
 #include <cstdio>
 

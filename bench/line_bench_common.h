@@ -5,7 +5,7 @@
 #ifndef LINE_BENCH_COMMON_H
 #define LINE_BENCH_COMMON_H
 
-#include "line_timing.h"
+#include "kit/line/line_timing.h"
 
 #include <chrono>
 #include <cstdint>

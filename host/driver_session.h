@@ -6,7 +6,7 @@
 #ifndef RTU_HOST_DRIVER_SESSION_H
 #define RTU_HOST_DRIVER_SESSION_H
 
-#include "driver_library.h"
+#include "kit/driver/driver_library.h"
 #include "tag.h"
 
 #include <QtCore/QMutex>

@@ -6,7 +6,7 @@
 #define RTU_HOST_OPTIONS_H
 
 #include "driver_session.h"
-#include "line_timing.h"
+#include "kit/line/line_timing.h"
 #include "value_printer.h"
 
 #include <stdexcept>

@@ -1,7 +1,7 @@
 #include "poll_loop.h"
 
-#include "frame_check.h"
-#include "reply_collector.h"
+#include "kit/line/frame_check.h"
+#include "kit/line/reply_collector.h"
 
 #include <algorithm>
 

@@ -17,11 +17,11 @@
 #ifndef RTU_HOST_POLL_LOOP_H
 #define RTU_HOST_POLL_LOOP_H
 
-#include "driver_library.h"
-#include "line.h"
-#include "line_timing.h"
-#include "reply_collector.h"
-#include "transaction.h"
+#include "kit/driver/driver_library.h"
+#include <modbus_rtu_host/line.h>
+#include "kit/line/line_timing.h"
+#include "kit/line/reply_collector.h"
+#include "kit/line/transaction.h"
 
 #include <atomic>
 #include <condition_variable>

@@ -6,7 +6,7 @@
 #include "plan_view.h"
 #include "poll_program.h"
 #include "recipe.h"
-#include "serial_line.h"
+#include "kit/line/serial_line.h"
 #include "signal_watcher.h"
 #include "simulation.h"
 

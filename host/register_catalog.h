@@ -6,7 +6,7 @@
 #ifndef RTU_HOST_REGISTER_CATALOG_H
 #define RTU_HOST_REGISTER_CATALOG_H
 
-#include "driver_library.h"
+#include "kit/driver/driver_library.h"
 
 #include <string>
 #include <vector>

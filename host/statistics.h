@@ -6,8 +6,8 @@
 #ifndef RTU_HOST_STATISTICS_H
 #define RTU_HOST_STATISTICS_H
 
-#include "line_timing.h"
-#include "transaction.h"
+#include "kit/line/line_timing.h"
+#include "kit/line/transaction.h"
 
 #include <cstdint>
 #include <deque>

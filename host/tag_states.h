@@ -9,7 +9,7 @@
 
 #include "statistics.h"
 #include "tag.h"
-#include "transaction.h"
+#include "kit/line/transaction.h"
 
 #include <map>
 #include <mutex>

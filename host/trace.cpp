@@ -1,6 +1,6 @@
 #include "trace.h"
 
-#include "frame_check.h"
+#include "kit/line/frame_check.h"
 #include "wall_clock.h"
 
 #include <algorithm>

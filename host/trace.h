@@ -6,7 +6,7 @@
 #ifndef RTU_HOST_TRACE_H
 #define RTU_HOST_TRACE_H
 
-#include "transaction.h"
+#include "kit/line/transaction.h"
 
 #include <string>
 #include <vector>

@@ -5,7 +5,7 @@
 #ifndef RTU_HOST_WALL_CLOCK_H
 #define RTU_HOST_WALL_CLOCK_H
 
-#include "line.h"
+#include <modbus_rtu_host/line.h>
 
 #include <string>
 

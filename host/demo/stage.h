@@ -10,7 +10,7 @@
 #include "plant/plant.h"
 #include "poll_loop.h"
 #include "screen.h"
-#include "serial_line.h"
+#include "kit/line/serial_line.h"
 #include "tag.h"
 
 #include <cstdint>

@@ -148,7 +148,7 @@ stage_style()
 # Warnings are errors: xargs fails when one of its commands did.
 tidy_sources()
 {
-    git ls-files 'address/*.cpp' 'cache/*.cpp' 'driver/*.cpp' 'frames/*.cpp' 'planning/*.cpp' 'host/*.cpp' \
+    git ls-files 'address/*.cpp' 'cache/*.cpp' 'driver/*.cpp' 'frames/*.cpp' 'planning/*.cpp' 'kit/*.cpp' 'plant/*.cpp' 'host/*.cpp' \
         | xargs -P "$jobs" -n 4 clang-tidy -p build/clang --quiet
 }
 

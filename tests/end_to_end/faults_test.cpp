@@ -4,7 +4,7 @@
 
 #include "panel.h"
 #include "plant_line.h"
-#include "table_names.h"
+#include "support/table_names.h"
 
 #include <gtest/gtest.h>
 

@@ -11,7 +11,7 @@
 #define END_TO_END_PLANT_LINE_H
 
 #include "plant/plant.h"
-#include "serial_line.h"
+#include "kit/line/serial_line.h"
 
 class PlantLine : public rtu::Line
 {

@@ -1,7 +1,7 @@
 #include "slaves.h"
 
 #include "plant_line.h"
-#include "table_names.h"
+#include "support/table_names.h"
 
 #include <cstdio>
 #include <stdexcept>

@@ -6,7 +6,7 @@
 #ifndef END_TO_END_SLAVES_H
 #define END_TO_END_SLAVES_H
 
-#include "line.h"
+#include <modbus_rtu_host/line.h>
 
 #include <memory>
 #include <string>

@@ -1,11 +1,12 @@
 #include "driver_test.h"
-#include "frames.h"
+#include "support/frames.h"
 
 #include "live_painter.h"
 
 namespace {
 
 using namespace test_host;
+using namespace test_line;
 using rtu::LiveState;
 
 const rtu::TimePoint Start{std::chrono::seconds(1000)};

@@ -1,4 +1,4 @@
-#include "frames.h"
+#include "support/frames.h"
 
 #include "driver_session.h"
 #include "poll_loop.h"
@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace test_host;
+using namespace test_line;
 using rtu::ReplyEnd;
 using rtu::StepResult;
 

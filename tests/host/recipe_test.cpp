@@ -1,5 +1,5 @@
 #include "driver_test.h"
-#include "frames.h"
+#include "support/frames.h"
 
 #include "poll_loop.h"
 #include "recipe.h"
@@ -9,6 +9,7 @@
 namespace {
 
 using namespace test_host;
+using namespace test_line;
 
 class Recipe : public DriverTest
 {

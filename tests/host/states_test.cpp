@@ -1,5 +1,5 @@
 #include "driver_test.h"
-#include "frames.h"
+#include "support/frames.h"
 
 #include "statistics.h"
 #include "tag_states.h"
@@ -12,6 +12,7 @@
 namespace {
 
 using namespace test_host;
+using namespace test_line;
 using rtu::TimePoint;
 using rtu::Transaction;
 

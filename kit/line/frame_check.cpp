@@ -1,0 +1,62 @@
+#include "kit/line/frame_check.h"
+
+namespace rtu {
+
+namespace {
+
+int byteAt(const QByteArray &bytes, int position)
+{
+    return static_cast<unsigned char>(bytes.at(position));
+}
+
+bool isRead(int function)
+{
+    return function >= 1 && function <= 4;
+}
+
+/** Number of data bytes that the request asked for. */
+int requestedBytes(const QByteArray &request)
+{
+    const int count = byteAt(request, 4) * 256 + byteAt(request, 5);
+    return byteAt(request, 1) <= 2 ? (count + 7) / 8 : count * 2;
+}
+
+} // namespace
+
+unsigned int crc16(const unsigned char *bytes, std::size_t size)
+{
+    unsigned int crc = 0xFFFF;
+    for (std::size_t i = 0; i < size; ++i) {
+        crc ^= bytes[i];
+        for (int bit = 0; bit < 8; ++bit)
+            crc = (crc & 1) ? (crc >> 1) ^ 0xA001 : crc >> 1;
+    }
+    return crc;
+}
+
+bool endsWithCrc(const unsigned char *bytes, std::size_t size)
+{
+    if (size < 3)
+        return false;
+    const unsigned int crc = crc16(bytes, size - 2);
+    return bytes[size - 2] == (crc & 0xFF) && bytes[size - 1] == (crc >> 8);
+}
+
+std::string describeMismatch(const QByteArray &request, const QByteArray &reply)
+{
+    if (request.size() < 6 || reply.size() < 5)
+        return std::string();
+    if (reply.at(0) != request.at(0))
+        return "the reply is from station " + std::to_string(byteAt(reply, 0)) + ", asked was station "
+               + std::to_string(byteAt(request, 0));
+    if (reply.at(1) != request.at(1))
+        return "the reply has function " + std::to_string(byteAt(reply, 1)) + ", asked was function "
+               + std::to_string(byteAt(request, 1));
+    if (isRead(byteAt(request, 1)))
+        return byteAt(reply, 2) == (requestedBytes(request) & 0xFF) ? std::string()
+                                                                    : "the byte count of the reply is wrong";
+    // A write is acknowledged with its address and, by function, its value or count.
+    return reply.mid(2, 4) == request.mid(2, 4) ? std::string() : "the reply acknowledges another write";
+}
+
+} // namespace rtu

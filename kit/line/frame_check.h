@@ -1,0 +1,31 @@
+/**
+ * @file
+ * What a host can check of a reply without the driver.
+ */
+#ifndef KIT_LINE_FRAME_CHECK_H
+#define KIT_LINE_FRAME_CHECK_H
+
+#include <QtCore/QByteArray>
+
+#include <cstddef>
+#include <string>
+
+namespace rtu {
+
+/** CRC-16 of Modbus, transmitted low byte first. */
+unsigned int crc16(const unsigned char *bytes, std::size_t size);
+
+/** Whether the last two of @p size bytes are the CRC of those before. */
+bool endsWithCrc(const unsigned char *bytes, std::size_t size);
+
+/**
+ * What is odd about a reply that the driver accepted: it judges by length and
+ * CRC alone, so the answer to another request may pass.
+ *
+ * @return empty when the reply fits the request
+ */
+std::string describeMismatch(const QByteArray &request, const QByteArray &reply);
+
+} // namespace rtu
+
+#endif

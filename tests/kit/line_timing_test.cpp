@@ -1,0 +1,71 @@
+#include "kit/line/line_timing.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using rtu::LineParameters;
+using rtu::LineTiming;
+using std::chrono::nanoseconds;
+
+LineParameters parameters(int baud, int dataBits, char parity, int stopBits)
+{
+    LineParameters result;
+    result.baud = baud;
+    result.dataBits = dataBits;
+    result.parity = parity;
+    result.stopBits = stopBits;
+    return result;
+}
+
+TEST(LineTiming, CountsTheBitsOfACharacter)
+{
+    EXPECT_EQ(11, parameters(9600, 8, 'E', 1).bitsPerCharacter());
+    EXPECT_EQ(11, parameters(9600, 8, 'N', 2).bitsPerCharacter());
+    EXPECT_EQ(10, parameters(9600, 8, 'N', 1).bitsPerCharacter());
+    EXPECT_EQ(10, parameters(9600, 7, 'O', 1).bitsPerCharacter());
+}
+
+struct Case
+{
+    int baud;
+    std::int64_t character; ///< ns
+    std::int64_t silence;   ///< ns
+};
+
+class Timing : public testing::TestWithParam<Case>
+{
+};
+
+TEST_P(Timing, FollowsFromTheBaudRate)
+{
+    const LineTiming timing(parameters(GetParam().baud, 8, 'E', 1));
+    EXPECT_EQ(nanoseconds(GetParam().character), timing.characters(1));
+    EXPECT_EQ(nanoseconds(100 * GetParam().character), timing.characters(100));
+    EXPECT_EQ(nanoseconds(GetParam().silence), timing.silence());
+}
+
+INSTANTIATE_TEST_SUITE_P(BaudRates, Timing,
+                         testing::Values(Case{0, 0, 0}, Case{1200, 9166666, 32083331}, Case{9600, 1145833, 4010415},
+                                         Case{19200, 572916, 2005206}, Case{19201, 572886, 1750000},
+                                         Case{38400, 286458, 1750000}, Case{115200, 95486, 1750000}));
+
+TEST(LineTiming, TakesAnotherSilence)
+{
+    LineTiming timing(parameters(9600, 8, 'N', 1));
+    timing.setSilence(std::chrono::milliseconds(7));
+    EXPECT_EQ(std::chrono::milliseconds(7), timing.silence());
+}
+
+TEST(LineTiming, GapIsLongerThanAnAdaptersLatency)
+{
+    EXPECT_GT(LineTiming(parameters(115200, 8, 'E', 1)).replyGap(), std::chrono::milliseconds(2 * 16));
+}
+
+TEST(LineTiming, GapIsSeveralCharactersOnSlowLines)
+{
+    const LineTiming timing(parameters(300, 8, 'E', 1));
+    EXPECT_GE(timing.replyGap(), timing.characters(10));
+}
+
+} // namespace
