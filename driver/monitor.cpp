@@ -1,28 +1,32 @@
 #include "driver/monitor.h"
 
-#include <chrono>
+#include <unistd.h>
 
 Monitor monitor;
 
 namespace {
 
-/** Longest wait that no wake-up ended. */
-const std::chrono::milliseconds patience(1);
+/** False where the system has no mutexes with priority inheritance; nothing is made then. */
+bool makeInheriting(pthread_mutex_t &mutex)
+{
+#if defined(_POSIX_THREAD_PRIO_INHERIT) && _POSIX_THREAD_PRIO_INHERIT >= 0
+    pthread_mutexattr_t attributes;
+    if (pthread_mutexattr_init(&attributes) != 0)
+        return false;
+    const bool made = pthread_mutexattr_setprotocol(&attributes, PTHREAD_PRIO_INHERIT) == 0
+                      && pthread_mutex_init(&mutex, &attributes) == 0;
+    pthread_mutexattr_destroy(&attributes);
+    return made;
+#else
+    static_cast<void>(mutex);
+    return false;
+#endif
+}
 
 } // namespace
 
-// Marking the lock as awaited and going to sleep happen under one mutex, and
-// waking takes it too: no wake-up that is given falls between the two.
-
-void LightLock::wait()
+Monitor::Monitor() : owner(std::thread::id())
 {
-    std::unique_lock<std::mutex> sleepers(mutex);
-    while (state.exchange(HeldAndAwaited, std::memory_order_acquire) != Free)
-        freed.wait_for(sleepers, patience);
-}
-
-void LightLock::wake()
-{
-    std::lock_guard<std::mutex> sleepers(mutex);
-    freed.notify_one();
+    if (!makeInheriting(mutex))
+        pthread_mutex_init(&mutex, nullptr);
 }

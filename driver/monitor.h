@@ -11,78 +11,48 @@
 #define MODBUS_RTU_MONITOR_H
 
 #include <atomic>
-#include <condition_variable>
-#include <mutex>
 #include <thread>
 
+#include <pthread.h>
+
 /**
- * A lock that costs one atomic exchange and one store where nobody waits. The
- * monitor is let go and entered again around every single report of a changed
- * value, which makes it the dearest part of a report; with std::mutex it took
- * half the time.
+ * The lock together with the thread that holds it.
  *
- * A second exchange on leaving would be needed to learn for certain whether
- * somebody waits. unlock() looks without: who begins to wait between its look and
- * its store is not woken up, and therefore never waits longer than a millisecond
- * before trying again.
+ * The lock is a POSIX mutex with priority inheritance: while the poll thread
+ * waits for it, the screen thread that holds it runs at the poll thread's
+ * priority. Otherwise whatever has a priority between the two would keep the
+ * screen thread from running, and thereby the poll thread, for as long as it
+ * likes; neither std::mutex nor QMutex prevents that. Where the system refuses
+ * such mutexes (kernels without support, some emulators) it is a plain one.
+ *
+ * It is never destroyed, and holds nothing that would need to be: a thread that
+ * still polls while the process ends finds a lock.
  */
-class LightLock
-{
-public:
-    LightLock() : state(Free) {}
-
-    void lock()
-    {
-        int expected = Free;
-        if (!state.compare_exchange_strong(expected, Held, std::memory_order_acquire, std::memory_order_relaxed))
-            wait();
-    }
-
-    void unlock()
-    {
-        const bool awaited = state.load(std::memory_order_relaxed) == HeldAndAwaited;
-        state.store(Free, std::memory_order_release);
-        if (awaited)
-            wake();
-    }
-
-private:
-    LightLock(const LightLock &);
-    LightLock &operator=(const LightLock &);
-
-    enum State { Free, Held, HeldAndAwaited };
-
-    void wait();
-    void wake();
-
-    std::atomic<int> state;
-    std::mutex mutex; ///< over going to sleep and waking up
-    std::condition_variable freed;
-};
-
-/** The lock together with the thread that holds it. */
 class Monitor
 {
 public:
-    Monitor() : owner(std::thread::id()) {}
+    Monitor();
 
     void enter()
     {
-        lock.lock();
+        pthread_mutex_lock(&mutex);
         owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
     }
 
     void leave()
     {
         owner.store(std::thread::id(), std::memory_order_relaxed);
-        lock.unlock();
+        pthread_mutex_unlock(&mutex);
     }
 
     /** Only a thread itself ever stores its own id, so comparing with the own id needs no ordering. */
     bool heldHere() const { return owner.load(std::memory_order_relaxed) == std::this_thread::get_id(); }
 
 private:
-    LightLock lock;
+    Monitor(const Monitor &);
+    Monitor &operator=(const Monitor &);
+
+    pthread_mutex_t mutex;
     std::atomic<std::thread::id> owner;
 };
 
