@@ -28,13 +28,15 @@ install(TARGETS modbus_rtu_master
 add_library(modbus_rtu_interface INTERFACE)
 set_target_properties(modbus_rtu_interface PROPERTIES EXPORT_NAME interface)
 target_include_directories(modbus_rtu_interface INTERFACE $<INSTALL_INTERFACE:${MODBUS_INSTALL_INCLUDEDIR}>)
-if(MODBUS_QT_MAJOR GREATER 4) # the Qt 4 of a panel comes without a CMake package
+if(MODBUS_QT_MAJOR EQUAL 4) # which is found by the file that the driver's build finds it by
+    target_link_libraries(modbus_rtu_interface INTERFACE ModbusQt4::Core)
+    set(MODBUS_QT_DEPENDENCY "list(APPEND CMAKE_MODULE_PATH \${CMAKE_CURRENT_LIST_DIR})\nfind_dependency(ModbusQt4)")
+    set(MODBUS_PKG_CONFIG_QT QtCore)
+    install(FILES ${CMAKE_CURRENT_LIST_DIR}/FindModbusQt4.cmake DESTINATION ${MODBUS_INSTALL_CMAKEDIR} COMPONENT dev)
+else()
     target_link_libraries(modbus_rtu_interface INTERFACE Qt${MODBUS_QT_MAJOR}::Core)
     set(MODBUS_QT_DEPENDENCY "find_dependency(Qt${MODBUS_QT_MAJOR}Core)")
     set(MODBUS_PKG_CONFIG_QT Qt${MODBUS_QT_MAJOR}Core)
-else()
-    set(MODBUS_QT_DEPENDENCY "# Qt 4 comes from the panel's own tool chain.")
-    set(MODBUS_PKG_CONFIG_QT QtCore)
 endif()
 
 install(FILES driver/modbus_rtu_records.h driver/modbus_rtu_interface.h
@@ -61,8 +63,10 @@ install(FILES
     DESTINATION ${MODBUS_INSTALL_CMAKEDIR} COMPONENT dev)
 install(FILES ${CMAKE_BINARY_DIR}/package/modbus_rtu_master.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
-install(DIRECTORY docs/examples/
-    DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/libmodbus-rtu-master-dev/examples COMPONENT dev)
+set(MODBUS_INSTALL_DEV_DOCDIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/libmodbus-rtu-master-dev)
+install(DIRECTORY docs/examples/ DESTINATION ${MODBUS_INSTALL_DEV_DOCDIR}/examples COMPONENT dev)
+install(FILES docs/integrating-a-host.md docs/address-language.md docs/line-behaviour.md
+    DESTINATION ${MODBUS_INSTALL_DEV_DOCDIR} COMPONENT dev)
 
 # --- host --------------------------------------------------------------------
 

@@ -75,7 +75,7 @@ configure_file(${CMAKE_CURRENT_LIST_DIR}/package/changelog.in ${CMAKE_BINARY_DIR
 modbus_compress(${CMAKE_BINARY_DIR}/package/changelog ${CMAKE_BINARY_DIR}/package/changelog.gz)
 
 # Every package says who made it and what changed.
-foreach(_component library dev host)
+foreach(_component ${CPACK_COMPONENTS_ALL})
     string(TOUPPER ${_component} _upper)
     set(_doc ${CMAKE_INSTALL_DATAROOTDIR}/doc/${CPACK_DEBIAN_${_upper}_PACKAGE_NAME})
     install(FILES ${CMAKE_CURRENT_LIST_DIR}/package/copyright DESTINATION ${_doc} COMPONENT ${_component})

@@ -1,4 +1,4 @@
-// A complete host: loads the driver, polls one holding register and prints it.
+// A complete host: loads the driver, polls one holding register and prints it. C++98 will do.
 //
 //   minimal_host LIBRARY PORT [ROUNDS]     9600 baud, 8 data bits, no parity, 2 stop bits
 
@@ -17,7 +17,7 @@ static void *library;
 static bool changed;
 
 // An entry point has the type that the header gives it and the address that the library gives it.
-#define DRIVER(name) reinterpret_cast<decltype(&name)>(dlsym(library, #name))
+#define DRIVER(name) reinterpret_cast<__typeof__(&name)>(dlsym(library, #name))
 
 static int openPort(const char *path)
 {
@@ -75,7 +75,7 @@ static void pollOnce(int port)
 
 int main(int argc, char **argv)
 {
-    library = argc > 2 ? dlopen(argv[1], RTLD_NOW) : nullptr;
+    library = argc > 2 ? dlopen(argv[1], RTLD_NOW) : 0;
     const int port = library ? openPort(argv[2]) : -1;
     if (port < 0) {
         std::fprintf(stderr, "usage: minimal_host LIBRARY PORT [ROUNDS]: cannot load or open\n");
@@ -85,7 +85,7 @@ int main(int argc, char **argv)
     std::vector<unsigned short> words(1);   // no recipe rows, no words
     QMutex areaMutex;
     DRIVER(intf_setAddrValueChangeCallBack)(valueChanged);
-    DRIVER(intf_initProperty)(area.data(), 0, words.data(), nullptr, "1#0#0#3#32", &areaMutex);
+    DRIVER(intf_initProperty)(&area[0], 0, &words[0], 0, "1#0#0#3#32", &areaMutex);
     KEY_ADDRESS key = KEY_ADDRESS();
     key.station = 1;
     key.regType = "4x"; // startAddr 0 is the first register, "1" in the editor
