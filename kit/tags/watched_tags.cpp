@@ -1,0 +1,257 @@
+#include "tags/watched_tags.h"
+
+#include <algorithm>
+
+namespace rtu {
+
+namespace {
+
+const int BitsPerRequest = 2000;
+
+TagValue valueOf(const TagRecord &record, const std::vector<std::uint32_t> &raw)
+{
+    TagValue value(record.layout, raw);
+    const TagPiece *worst = &record.pieces.front();
+    value.time = worst->time;
+    for (const TagPiece &piece : record.pieces) {
+        if (piece.quality > worst->quality)
+            worst = &piece;
+        value.time = std::min(value.time, piece.time);
+    }
+    value.quality = worst->quality;
+    value.exceptionCode = worst->exceptionCode;
+    if (record.writes > 0)
+        value.quality = Quality::Unconfirmed;
+    return value;
+}
+
+bool differ(const TagValue &left, const TagValue &right)
+{
+    return left.quality != right.quality || left.exceptionCode != right.exceptionCode || left.raw() != right.raw();
+}
+
+} // namespace
+
+int valuesPerRequest(const RegisterType &type, int maxWords)
+{
+    if (type.bitInRegister)
+        return std::max(1, (maxWords - 1) * 16); // the first bit may be anywhere in its register
+    if (type.isBit())
+        return std::min(BitsPerRequest, 8 * maxWords);
+    return std::max(1, maxWords / type.unitsPerValue());
+}
+
+WatchedTags::WatchedTags(DriverLibrary &driver, int maxWords, ChangeListener listener)
+    : m_driver(driver)
+    , m_maxWords(maxWords)
+    , m_listener(std::move(listener))
+{
+}
+
+void WatchedTags::cut(TagRecord &record) const
+{
+    const int most = valuesPerRequest(record.layout->type(), m_maxWords);
+    const int values = record.layout->spec().values;
+    for (int first = 0; first < values; first += most) {
+        TagPiece piece;
+        piece.firstValue = first;
+        piece.values = std::min(most, values - first);
+        piece.area = record.layout->area(first, piece.values);
+        record.pieces.push_back(piece);
+    }
+}
+
+void WatchedTags::add(const TagRecordPtr &record)
+{
+    cut(*record);
+    m_records.push_back(record);
+    index();
+}
+
+void WatchedTags::remove(const TagRecordPtr &record)
+{
+    m_records.erase(std::remove(m_records.begin(), m_records.end(), record), m_records.end());
+    index();
+}
+
+void WatchedTags::index()
+{
+    m_places.clear();
+    for (const TagRecordPtr &record : m_records) {
+        for (std::size_t i = 0; i < record->pieces.size(); ++i) {
+            const Area &area = record->pieces[i].area;
+            Place place;
+            place.first = area.first;
+            place.record = record;
+            place.piece = i;
+            m_places[TableKey(area.station, area.table)].push_back(place);
+        }
+    }
+    for (auto &table : m_places)
+        std::stable_sort(table.second.begin(), table.second.end(),
+                         [](const Place &left, const Place &right) { return left.first < right.first; });
+}
+
+QList<KEY_ADDRESS> WatchedTags::planKeys() const
+{
+    QList<KEY_ADDRESS> keys;
+    for (const TagRecordPtr &record : m_records) {
+        const TagLayout &layout = *record->layout;
+        if (record->alone || layout.spec().pace > Duration(0))
+            continue;
+        for (const TagPiece &piece : record->pieces) {
+            KEY_ADDRESS key = KEY_ADDRESS();
+            key.station = layout.spec().station;
+            key.regType = layout.regType();
+            key.startAddr = layout.addressOf(piece.firstValue);
+            key.count = piece.values * layout.type().unitsPerValue();
+            keys << key;
+        }
+    }
+    return keys;
+}
+
+template <typename Action>
+void WatchedTags::forPieces(const Area &area, Action action)
+{
+    const auto table = m_places.find(TableKey(area.station, area.table));
+    if (table == m_places.end())
+        return;
+    // A piece lies whole inside the block that reads it, so those that begin before the block are others'.
+    auto place = std::lower_bound(table->second.begin(), table->second.end(), area.first,
+                                  [](const Place &left, int first) { return left.first < first; });
+    for (; place != table->second.end() && place->first < area.end(); ++place) {
+        TagPiece &piece = place->record->pieces[place->piece];
+        if (area.covers(piece.area))
+            action(*place->record, piece);
+    }
+}
+
+std::vector<TagRecordPtr> WatchedTags::inArea(const Area &area) const
+{
+    std::vector<TagRecordPtr> found;
+    const auto table = m_places.find(TableKey(area.station, area.table));
+    if (table == m_places.end())
+        return found;
+    for (const Place &place : table->second) {
+        if (area.overlaps(place.record->pieces[place.piece].area)
+            && std::find(found.begin(), found.end(), place.record) == found.end())
+            found.push_back(place.record);
+    }
+    return found;
+}
+
+void WatchedTags::readGood(const Area &area, TimePoint when, bool changed)
+{
+    forPieces(area, [&](TagRecord &record, TagPiece &piece) {
+        const bool news = changed || piece.quality != Quality::Good;
+        piece.quality = Quality::Good;
+        piece.exceptionCode = 0;
+        piece.time = when;
+        if (news)
+            show(record, true);
+        else
+            touch(record);
+    });
+}
+
+void WatchedTags::fail(TagPiece &piece, Quality quality, int exceptionCode)
+{
+    piece.quality = quality;
+    piece.exceptionCode = exceptionCode;
+}
+
+void WatchedTags::readRefused(const Area &area, int exceptionCode)
+{
+    forPieces(area, [&](TagRecord &record, TagPiece &piece) {
+        fail(piece, Quality::Refused, exceptionCode);
+        show(record, false);
+    });
+}
+
+void WatchedTags::readSilent(const Area &area)
+{
+    forPieces(area, [&](TagRecord &record, TagPiece &piece) {
+        fail(piece, Quality::StationSilent, 0);
+        show(record, false);
+    });
+}
+
+void WatchedTags::stationSilent(int station)
+{
+    for (const TagRecordPtr &record : m_records) {
+        if (record->layout->spec().station != station)
+            continue;
+        for (TagPiece &piece : record->pieces)
+            fail(piece, Quality::StationSilent, 0);
+        show(*record, false);
+    }
+}
+
+void WatchedTags::allSilent()
+{
+    for (const TagRecordPtr &record : m_records) {
+        for (TagPiece &piece : record->pieces)
+            fail(piece, Quality::StationSilent, 0);
+        show(*record, false);
+    }
+}
+
+void WatchedTags::showWritten(const TagRecordPtr &record, const std::vector<std::uint32_t> &raw)
+{
+    ++record->writes;
+    record->written = raw;
+    show(*record, false);
+}
+
+void WatchedTags::writeEnded(const TagRecordPtr &record, bool acknowledged, bool unconfirmed, TimePoint when)
+{
+    --record->writes;
+    for (TagPiece &piece : record->pieces) {
+        if (acknowledged)
+            piece.time = when;
+        if (acknowledged || unconfirmed)
+            piece.quality = acknowledged ? Quality::Good : Quality::Unconfirmed;
+    }
+    if (record->writes > 0)
+        return; // a newer one is shown
+    record->written.clear();
+    show(*record, true);
+}
+
+void WatchedTags::refresh(const Area &area)
+{
+    for (const TagRecordPtr &record : inArea(area))
+        show(*record, true);
+}
+
+/** The same value came again: only the time moves on. */
+void WatchedTags::touch(TagRecord &record)
+{
+    TimePoint oldest = record.pieces.front().time;
+    for (const TagPiece &piece : record.pieces)
+        oldest = std::min(oldest, piece.time);
+    const Locked held(record.lock->mutex);
+    record.shown.time = oldest;
+}
+
+/** Brings what callers see up to date, and reports it where it differs. */
+void WatchedTags::show(TagRecord &record, bool readCache)
+{
+    const std::vector<std::uint32_t> raw = record.writes > 0 ? record.written
+                                           : readCache       ? cachedValues(m_driver, *record.layout)
+                                                             : record.shown.raw();
+    TagChange change;
+    change.after = valueOf(record, raw);
+    {
+        const Locked held(record.lock->mutex);
+        change.before = record.shown;
+        record.shown = change.after;
+    }
+    if (!differ(change.before, change.after))
+        return;
+    change.tag = Tag(record.shared_from_this());
+    m_listener(change);
+}
+
+} // namespace rtu

@@ -1,0 +1,90 @@
+/**
+ * @file
+ * The tags of a link: what the driver has to poll for them, and what becomes of
+ * their values and qualities when a request ends.
+ */
+#ifndef MODBUS_RTU_KIT_WATCHED_TAGS_H
+#define MODBUS_RTU_KIT_WATCHED_TAGS_H
+
+#include "tags/tag_record.h"
+
+#include <modbus_rtu_host/tag_change.h>
+
+#include <QtCore/QList>
+
+#include <functional>
+#include <map>
+#include <memory>
+#include <utility>
+#include <vector>
+
+namespace rtu {
+
+using TagRecordPtr = std::shared_ptr<TagRecord>;
+
+class WatchedTags
+{
+public:
+    using ChangeListener = std::function<void(const TagChange &)>;
+
+    /** @param listener called at once for each change; it only takes note */
+    WatchedTags(DriverLibrary &driver, int maxWords, ChangeListener listener);
+
+    void add(const TagRecordPtr &record);
+    void remove(const TagRecordPtr &record);
+    const std::vector<TagRecordPtr> &records() const { return m_records; }
+
+    /** What belongs into the cyclic plan: one key a piece, of tags without a pace of their own. */
+    QList<KEY_ADDRESS> planKeys() const;
+
+    /** The tags that have a piece in the area, in order of address. */
+    std::vector<TagRecordPtr> inArea(const Area &area) const;
+
+    /**
+     * A read of the area ended well.
+     *
+     * @param changed the driver reported a change, or does not report any here
+     */
+    void readGood(const Area &area, TimePoint when, bool changed);
+    void readRefused(const Area &area, int exceptionCode);
+    void readSilent(const Area &area);
+    void stationSilent(int station);
+    void allSilent();
+
+    /** The tag shows a value that is to be written. */
+    void showWritten(const TagRecordPtr &record, const std::vector<std::uint32_t> &raw);
+    /** One write of the tag has ended, and with it the driver's part: what the cache has now is shown. */
+    void writeEnded(const TagRecordPtr &record, bool acknowledged, bool unconfirmed, TimePoint when);
+    /** The driver's cache changed under the tags of an area. */
+    void refresh(const Area &area);
+
+private:
+    using TableKey = std::pair<int, char>;
+    struct Place
+    {
+        int first = 0;
+        TagRecordPtr record;
+        std::size_t piece = 0;
+    };
+
+    void index();
+    void cut(TagRecord &record) const;
+    template <typename Action>
+    void forPieces(const Area &area, Action action);
+    static void touch(TagRecord &record);
+    void show(TagRecord &record, bool readCache);
+    static void fail(TagPiece &piece, Quality quality, int exceptionCode);
+
+    DriverLibrary &m_driver;
+    int m_maxWords;
+    ChangeListener m_listener;
+    std::vector<TagRecordPtr> m_records;
+    std::map<TableKey, std::vector<Place>> m_places; ///< sorted by address
+};
+
+/** The longest run of values of this type that one request reads whole. */
+int valuesPerRequest(const RegisterType &type, int maxWords);
+
+} // namespace rtu
+
+#endif
