@@ -58,7 +58,7 @@ void DriverProperty::adopt(const std::string &text)
     maxWords = std::atoi(fields[4].c_str());
 }
 
-KEY_ADDRESS keyOf(const Tag &tag, int firstValue, int values)
+KEY_ADDRESS keyOf(const TagRange &tag, int firstValue, int values)
 {
     KEY_ADDRESS key = KEY_ADDRESS();
     key.keyText = QString::fromStdString(tag.name);
@@ -70,10 +70,10 @@ KEY_ADDRESS keyOf(const Tag &tag, int firstValue, int values)
     return key;
 }
 
-QList<KEY_ADDRESS> keysOf(const std::vector<Tag> &tags, int maxWords)
+QList<KEY_ADDRESS> keysOf(const std::vector<TagRange> &tags, int maxWords)
 {
     QList<KEY_ADDRESS> keys;
-    for (const Tag &tag : tags) {
+    for (const TagRange &tag : tags) {
         const int most = valuesPerRequest(tag.type, maxWords);
         for (int first = 0; first < tag.values; first += most)
             keys << keyOf(tag, first, std::min(most, tag.values - first));
@@ -94,7 +94,7 @@ void DriverSession::configure(const DriverProperty &property)
     m_driver.initProperty(m_area.data(), 0, m_words.data(), &status, property.text().c_str(), &m_mutex);
 }
 
-int DriverSession::plan(const std::vector<Tag> &tags)
+int DriverSession::plan(const std::vector<TagRange> &tags)
 {
     QList<KEY_ADDRESS> keys = keysOf(tags, m_property.maxWords);
     return m_driver.addrMerge(&keys);

@@ -33,10 +33,10 @@ struct DriverProperty
 };
 
 /** Cuts the tags into addresses that the driver can read with one request each. */
-QList<KEY_ADDRESS> keysOf(const std::vector<Tag> &tags, int maxWords);
+QList<KEY_ADDRESS> keysOf(const std::vector<TagRange> &tags, int maxWords);
 
 /** One address of the driver for so many values of a tag. */
-KEY_ADDRESS keyOf(const Tag &tag, int firstValue, int values);
+KEY_ADDRESS keyOf(const TagRange &tag, int firstValue, int values);
 
 class DriverSession
 {
@@ -51,7 +51,7 @@ public:
     void configure(const DriverProperty &property);
 
     /** Plans the cyclic reading of the tags; result: frames in a round. Not while polling. */
-    int plan(const std::vector<Tag> &tags);
+    int plan(const std::vector<TagRange> &tags);
 
     DriverLibrary &driver() { return m_driver; }
     const DriverProperty &property() const { return m_property; }

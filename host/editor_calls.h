@@ -6,7 +6,7 @@
 #define RTU_HOST_EDITOR_CALLS_H
 
 #include "options.h"
-#include "register_catalog.h"
+#include "kit/driver/register_catalog.h"
 
 #include <ostream>
 

@@ -19,7 +19,7 @@ namespace rtu {
 class LiveFeed
 {
 public:
-    LiveFeed(const std::vector<Tag> &tags, int maxWords, const LineTiming &timing, TimePoint start)
+    LiveFeed(const std::vector<TagRange> &tags, int maxWords, const LineTiming &timing, TimePoint start)
         : m_tags(tags)
         , m_states(tags, maxWords)
         , m_statistics(timing, start)
@@ -31,7 +31,7 @@ public:
     void add(const ValueChange &change, TimePoint when) { m_states.add(change, when); }
     void setPort(bool open);
 
-    const std::vector<Tag> &tags() const { return m_tags; }
+    const std::vector<TagRange> &tags() const { return m_tags; }
     const TagStates &states() const { return m_states; }
     const Statistics &statistics() const { return m_statistics; }
     bool portOpen() const;
@@ -50,7 +50,7 @@ private:
 
     void noteWrite(const Transaction &transaction);
 
-    std::vector<Tag> m_tags;
+    std::vector<TagRange> m_tags;
     TagStates m_states;
     Statistics m_statistics;
     mutable std::mutex m_mutex;

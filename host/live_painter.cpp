@@ -209,7 +209,7 @@ void LivePainter::paintTags(LiveState &state, int height, TimePoint now)
 
 ScreenLine LivePainter::tagLine(const LiveRow &row, const TableLayout &layout, bool selected, TimePoint now)
 {
-    const Tag &tag = m_feed.tags()[row.tag];
+    const TagRange &tag = m_feed.tags()[row.tag];
     const TagState state = m_feed.states().state(row.tag);
     const std::uint32_t raw = m_read(tag)[static_cast<std::size_t>(row.value)];
     const TimePoint changed = m_feed.states().changed(row.tag, row.value);
@@ -301,7 +301,7 @@ void LivePainter::paintInput(const LiveState &state)
     std::string prompt = " Fault: ";
     if (state.mode() == LiveState::Mode::Edit) {
         const LiveRow &row = state.rows()[state.selected()];
-        const Tag &tag = m_feed.tags()[row.tag];
+        const TagRange &tag = m_feed.tags()[row.tag];
         prompt = " New value of " + std::to_string(tag.station) + ":" + tag.label(row.value) + " ("
                  + formatName(tag.format.format, tag.format.width) + "): ";
     }

@@ -18,7 +18,7 @@ class LivePainter
 {
 public:
     /** The values of a tag as the driver's cache has them. */
-    using ReadTag = std::function<std::vector<std::uint32_t>(const Tag &)>;
+    using ReadTag = std::function<std::vector<std::uint32_t>(const TagRange &)>;
 
     LivePainter(const LiveFeed &feed, const std::string &portName, ReadTag read)
         : m_feed(feed)

@@ -11,7 +11,7 @@ const std::size_t LongestInput = 60;
 
 } // namespace
 
-std::vector<LiveRow> liveRows(const std::vector<Tag> &tags)
+std::vector<LiveRow> liveRows(const std::vector<TagRange> &tags)
 {
     std::vector<LiveRow> rows;
     for (std::size_t tag = 0; tag < tags.size(); ++tag) {

@@ -20,7 +20,7 @@ struct LiveRow
     int value;
 };
 
-std::vector<LiveRow> liveRows(const std::vector<Tag> &tags);
+std::vector<LiveRow> liveRows(const std::vector<TagRange> &tags);
 
 /** Keys that have no character. */
 enum LiveKey {

@@ -60,15 +60,15 @@ int TableLayout::width() const
     return 1 + name + 1 + address + 1 + value + unitAndGap + rawAndGap + AgeWidth + MarkWidth;
 }
 
-std::string valueName(const Tag &tag, int value)
+std::string valueName(const TagRange &tag, int value)
 {
     return tag.values > 1 && !tag.name.empty() ? tag.name + "[" + std::to_string(value) + "]" : tag.name;
 }
 
-TableLayout tableLayout(const std::vector<Tag> &tags, int columns)
+TableLayout tableLayout(const std::vector<TagRange> &tags, int columns)
 {
     TableLayout layout;
-    for (const Tag &tag : tags) {
+    for (const TagRange &tag : tags) {
         widen(layout.name, textWidth(valueName(tag, tag.values - 1)));
         widen(layout.address, textWidth(std::to_string(tag.station) + ":" + tag.label(tag.values - 1)));
         widen(layout.value, valueWidth(tag.format));

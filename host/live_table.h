@@ -30,10 +30,10 @@ struct TableLayout
  * and 32 binary digits, then the raw value goes, then the unit; the value itself
  * stays longest.
  */
-TableLayout tableLayout(const std::vector<Tag> &tags, int columns);
+TableLayout tableLayout(const std::vector<TagRange> &tags, int columns);
 
 /** Name of one value of a tag, with its index where there are several. */
-std::string valueName(const Tag &tag, int value);
+std::string valueName(const TagRange &tag, int value);
 
 enum { AgeWidth = 9, MarkWidth = 7 };
 

@@ -51,7 +51,7 @@ void LiveView::run(LiveTerminal &terminal, const TagSelection &selection)
 void LiveView::show(LiveTerminal &terminal)
 {
     LiveState state(liveRows(m_feed->tags()), *this);
-    LivePainter painter(*m_feed, m_portName, [this](const Tag &tag) { return readTag(m_session.driver(), tag); });
+    LivePainter painter(*m_feed, m_portName, [this](const TagRange &tag) { return readTag(m_session.driver(), tag); });
     while (!state.quit() && !m_pollingEnded) {
         // News wait while the user types: the line is needed.
         const std::string news = state.typing() ? std::string() : m_feed->takeNews();
@@ -65,9 +65,9 @@ void LiveView::show(LiveTerminal &terminal)
 }
 
 /** The one value of a row as a tag of its own. */
-Tag LiveView::tagOf(const LiveRow &row) const
+TagRange LiveView::tagOf(const LiveRow &row) const
 {
-    Tag tag = m_feed->tags()[row.tag];
+    TagRange tag = m_feed->tags()[row.tag];
     tag.address = tag.addressOf(row.value);
     tag.values = 1;
     return tag;
@@ -75,7 +75,7 @@ Tag LiveView::tagOf(const LiveRow &row) const
 
 std::string LiveView::refusal(const LiveRow &row)
 {
-    const Tag tag = tagOf(row);
+    const TagRange tag = tagOf(row);
     const AddressCheck check = checkAddress(m_session.driver(), tag.type, addressText(tag.type, tag.address),
                                             tag.count(), tag.format.format, Access::Write);
     return check.result == 0 ? std::string()
@@ -84,7 +84,7 @@ std::string LiveView::refusal(const LiveRow &row)
 
 std::string LiveView::currentValue(const LiveRow &row)
 {
-    const Tag tag = tagOf(row);
+    const TagRange tag = tagOf(row);
     return valueText(readTag(m_session.driver(), tag).front(), tag.format);
 }
 
@@ -106,8 +106,8 @@ bool LiveView::write(const LiveRow &row, const std::string &text, std::string *m
 
 std::string LiveView::readNow(const LiveRow &row)
 {
-    const Tag &tag = m_feed->tags()[row.tag];
-    QList<KEY_ADDRESS> keys = keysOf(std::vector<Tag>(1, tag), m_session.property().maxWords);
+    const TagRange &tag = m_feed->tags()[row.tag];
+    QList<KEY_ADDRESS> keys = keysOf(std::vector<TagRange>(1, tag), m_session.property().maxWords);
     for (int i = 0; i < keys.size(); ++i) {
         KEY_ADDRESS key = keys.at(i);
         m_session.driver().addConditionRead(&key, ConditionTag);

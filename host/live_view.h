@@ -52,7 +52,7 @@ private:
 
     void prepare(const TagSelection &selection);
     void show(LiveTerminal &terminal);
-    Tag tagOf(const LiveRow &row) const;
+    TagRange tagOf(const LiveRow &row) const;
 
     DriverSession &m_session;
     Line &m_line;

@@ -133,7 +133,7 @@ private:
 
     void drawTag(const PlanBlock &block, const PlannedTag &planned, double left, double element)
     {
-        const Tag &tag = m_plan.tags()[planned.tag];
+        const TagRange &tag = m_plan.tags()[planned.tag];
         const std::string name = tag.name.empty() ? tag.rangeLabel() : tag.name;
         const double x = left + element * planned.first;
         const double width = element * planned.count;

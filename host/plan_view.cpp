@@ -118,7 +118,7 @@ std::string PlanBlock::rangeText() const
     return count > 1 ? first + ".." + std::to_string(start + count) : first;
 }
 
-PlanView::PlanView(DriverSession &session, const DriverProperty &property, const std::vector<Tag> &tags,
+PlanView::PlanView(DriverSession &session, const DriverProperty &property, const std::vector<TagRange> &tags,
                    const PlanCosts &costs)
     : m_tags(tags)
     , m_costs(costs)
@@ -143,7 +143,7 @@ void PlanView::readPlan(DriverSession &session, int frames)
 void PlanView::placeTags(int maxWords)
 {
     for (std::size_t tag = 0; tag < m_tags.size(); ++tag) {
-        const QList<KEY_ADDRESS> keys = keysOf(std::vector<Tag>(1, m_tags[tag]), maxWords);
+        const QList<KEY_ADDRESS> keys = keysOf(std::vector<TagRange>(1, m_tags[tag]), maxWords);
         for (int i = 0; i < keys.size(); ++i) {
             for (PlanBlock &block : m_blocks)
                 place(block, keys.at(i), tag);
@@ -237,7 +237,7 @@ std::string tagNames(const PlanView &plan, const PlanBlock &block)
     std::string text;
     std::size_t shown = 0;
     for (std::size_t index : tags) {
-        const Tag &tag = plan.tags()[index];
+        const TagRange &tag = plan.tags()[index];
         if (shown++ < TagsShown)
             text += (text.empty() ? "" : ", ") + (tag.name.empty() ? tag.rangeLabel() : tag.name);
     }

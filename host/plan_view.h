@@ -55,11 +55,11 @@ public:
      * Asks the driver for one round of its plan, frame by frame. Configures the
      * driver anew before and after.
      */
-    PlanView(DriverSession &session, const DriverProperty &property, const std::vector<Tag> &tags,
+    PlanView(DriverSession &session, const DriverProperty &property, const std::vector<TagRange> &tags,
              const PlanCosts &costs);
 
     const std::vector<PlanBlock> &blocks() const { return m_blocks; }
-    const std::vector<Tag> &tags() const { return m_tags; }
+    const std::vector<TagRange> &tags() const { return m_tags; }
     const PlanCosts &costs() const { return m_costs; }
 
     /** Request, reply and the silence before each. */
@@ -76,7 +76,7 @@ private:
     void place(PlanBlock &block, const KEY_ADDRESS &key, std::size_t tag) const;
     void warnOfDoubleReading(std::vector<std::string> &warnings) const;
 
-    std::vector<Tag> m_tags;
+    std::vector<TagRange> m_tags;
     PlanCosts m_costs;
     std::vector<PlanBlock> m_blocks;
 };

@@ -183,7 +183,8 @@ void PollLoop::handOver()
     QByteArray reply = t.reply; // the driver may work on these bytes in place
     t.information.clear();
     t.verdict = m_driver.dealRcvFrame(&reply, &t.information);
-    t.warning = t.verdict == VerdictGood && t.expectedReply > 0 ? describeMismatch(t.request, t.reply) : std::string();
+    const bool compared = t.verdict == VerdictGood && t.expectedReply > 0;
+    t.warning = compared ? QString::fromStdString(describeMismatch(t.request, t.reply)) : QString();
     m_resend = t.verdict == VerdictSendAgain;
     m_expectLate = expectLateReply();
     if (t.end == ReplyEnd::TimedOut && !m_expectLate)

@@ -21,7 +21,7 @@
 #include <modbus_rtu_host/line.h>
 #include "kit/line/line_timing.h"
 #include "kit/line/reply_collector.h"
-#include "kit/line/transaction.h"
+#include <modbus_rtu_host/transaction.h>
 
 #include <atomic>
 #include <condition_variable>

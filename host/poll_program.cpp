@@ -27,7 +27,7 @@ bool endsCondition(const ValueChange &change)
 }
 
 /** "1:4x1..125" */
-std::string keyLabel(const Tag &tag, const KEY_ADDRESS &key)
+std::string keyLabel(const TagRange &tag, const KEY_ADDRESS &key)
 {
     const int last = key.startAddr + key.count - tag.type.unitsPerValue();
     const std::string first = tag.type.name + addressText(tag.type, key.startAddr);
@@ -79,9 +79,9 @@ void PollProgram::noteTransaction(const Transaction &transaction)
         m_states->add(transaction);
     if (m_options.trace)
         printTrace(transaction);
-    else if (!transaction.warning.empty())
-        m_err << "warning: " << requestMeaning(transaction.request) << ": accepted although " << transaction.warning
-              << '\n';
+    else if (!transaction.warning.isEmpty())
+        m_err << "warning: " << requestMeaning(transaction.request) << ": accepted although "
+              << transaction.warning.toStdString() << '\n';
     if (transaction.verdict != VerdictGivenUp)
         return;
     ++m_errors;
@@ -162,7 +162,7 @@ int PollProgram::poll(const TagSelection &selection)
     return finish();
 }
 
-void PollProgram::poll(const std::vector<Tag> &tags)
+void PollProgram::poll(const std::vector<TagRange> &tags)
 {
     m_states.reset(new TagStates(tags, m_session.property().maxWords));
     const int frames = m_session.plan(tags);
@@ -173,14 +173,14 @@ void PollProgram::poll(const std::vector<Tag> &tags)
     m_loop.run();
 }
 
-bool PollProgram::finishRound(const std::vector<Tag> &tags)
+bool PollProgram::finishRound(const std::vector<TagRange> &tags)
 {
     printRound(tags);
     ++m_rounds;
     return m_out.good() && (m_options.rounds == 0 || m_rounds < m_options.rounds);
 }
 
-void PollProgram::printRound(const std::vector<Tag> &tags)
+void PollProgram::printRound(const std::vector<TagRange> &tags)
 {
     const TimePoint now = m_line.now();
     if (m_options.rounds != 1)
@@ -190,7 +190,7 @@ void PollProgram::printRound(const std::vector<Tag> &tags)
     m_out.flush();
 }
 
-int PollProgram::readOnce(const std::vector<Tag> &tags)
+int PollProgram::readOnce(const std::vector<TagRange> &tags)
 {
     m_printer.printHeader();
     m_states.reset(new TagStates(tags, m_session.property().maxWords));
@@ -202,9 +202,9 @@ int PollProgram::readOnce(const std::vector<Tag> &tags)
     return finish();
 }
 
-bool PollProgram::condition(const Tag &tag)
+bool PollProgram::condition(const TagRange &tag)
 {
-    QList<KEY_ADDRESS> keys = keysOf(std::vector<Tag>(1, tag), m_session.property().maxWords);
+    QList<KEY_ADDRESS> keys = keysOf(std::vector<TagRange>(1, tag), m_session.property().maxWords);
     for (int i = 0; i < keys.size(); ++i) {
         KEY_ADDRESS key = keys.at(i);
         m_conditionEnd = ConditionPending;

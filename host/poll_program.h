@@ -33,7 +33,7 @@ public:
     /** Writes, then reads in rounds; result: exit status. */
     int poll(const TagSelection &selection);
     /** Reads each tag once by one-off reads. */
-    int readOnce(const std::vector<Tag> &tags);
+    int readOnce(const std::vector<TagRange> &tags);
     /** Moves a recipe. @param write from the file to the slaves */
     int transferRecipe(Recipe recipe, bool write);
 
@@ -41,12 +41,12 @@ public:
 
 private:
     bool write(const std::vector<TagWrite> &writes);
-    void poll(const std::vector<Tag> &tags);
-    bool finishRound(const std::vector<Tag> &tags);
-    bool condition(const Tag &tag);
+    void poll(const std::vector<TagRange> &tags);
+    bool finishRound(const std::vector<TagRange> &tags);
+    bool condition(const TagRange &tag);
     void noteTransaction(const Transaction &transaction);
     void printTrace(const Transaction &transaction);
-    void printRound(const std::vector<Tag> &tags);
+    void printRound(const std::vector<TagRange> &tags);
     void say(const std::string &text);
     bool waitsForPort() const { return m_options.rounds != 1; }
     void notePort(bool open);

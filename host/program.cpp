@@ -114,7 +114,7 @@ private:
     }
 
     /** The registers named, or those of the recipe file. Judged before any port is opened. */
-    Recipe chosenRecipe(const std::vector<Tag> &tags)
+    Recipe chosenRecipe(const std::vector<TagRange> &tags)
     {
         const bool write = m_options.mode == Mode::RecipeWrite;
         if (write || tags.empty())

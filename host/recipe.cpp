@@ -29,7 +29,7 @@ std::vector<std::uint32_t> parseValues(const TagRow &row, Access access)
     return values;
 }
 
-void refuseUnfit(const Tag &tag, Access access)
+void refuseUnfit(const TagRange &tag, Access access)
 {
     if (tag.type.isBit())
         throw std::invalid_argument(tag.label() + ": recipes hold registers, not bits");
@@ -42,7 +42,7 @@ void refuseUnfit(const Tag &tag, Access access)
 void refuseTooLong(const Recipe &recipe)
 {
     int words = 0;
-    for (const Tag &tag : recipe.tags) {
+    for (const TagRange &tag : recipe.tags) {
         words += tag.count();
         if (words > BufferWords)
             throw std::invalid_argument("the recipe has more than the " + std::to_string(BufferWords)
@@ -51,12 +51,12 @@ void refuseTooLong(const Recipe &recipe)
 }
 
 /** The driver wants each 32-bit value in a row of its own; registers go in rows of up to a whole request. */
-int valuesPerRow(const Tag &tag, int maxWords)
+int valuesPerRow(const TagRange &tag, int maxWords)
 {
     return tag.type.isDouble() ? 1 : std::max(1, maxWords);
 }
 
-_RCP_VAR_PRO rowOf(const Tag &tag, int firstValue, int values, int linkId, int hostOffset)
+_RCP_VAR_PRO rowOf(const TagRange &tag, int firstValue, int values, int linkId, int hostOffset)
 {
     _RCP_VAR_PRO row = _RCP_VAR_PRO();
     row.userData = linkId;
@@ -97,7 +97,7 @@ Recipe readRecipeFile(DriverLibrary &driver, const RegisterCatalog &catalog, con
 
 void refuseUnfit(const Recipe &recipe, Access access)
 {
-    for (const Tag &tag : recipe.tags)
+    for (const TagRange &tag : recipe.tags)
         refuseUnfit(tag, access);
     refuseTooLong(recipe);
 }
@@ -106,7 +106,7 @@ void writeRecipe(std::ostream &out, const Recipe &recipe)
 {
     out << "name,station,type,address,count,format,scale,unit,values\n";
     for (std::size_t i = 0; i < recipe.tags.size(); ++i) {
-        const Tag &tag = recipe.tags[i];
+        const TagRange &tag = recipe.tags[i];
         char scale[32];
         std::snprintf(scale, sizeof(scale), "%.15g", tag.format.scale);
         out << csvField(tag.name) << ',' << tag.station << ',' << tag.type.name << ','
@@ -130,11 +130,11 @@ void writeRecipeFile(const std::string &path, const Recipe &recipe)
     }
 }
 
-QVector<_RCP_VAR_PRO> recipeRows(const std::vector<Tag> &tags, const DriverProperty &property)
+QVector<_RCP_VAR_PRO> recipeRows(const std::vector<TagRange> &tags, const DriverProperty &property)
 {
     QVector<_RCP_VAR_PRO> rows;
     int offset = 0;
-    for (const Tag &tag : tags) {
+    for (const TagRange &tag : tags) {
         const int most = valuesPerRow(tag, property.maxWords);
         for (int first = 0; first < tag.values; first += most) {
             rows << rowOf(tag, first, std::min(most, tag.values - first), property.linkId, offset);
@@ -161,7 +161,7 @@ void takeWords(const std::vector<unsigned short> &words, Recipe &recipe)
     std::size_t offset = 0;
     recipe.values.assign(recipe.tags.size(), std::vector<std::uint32_t>());
     for (std::size_t i = 0; i < recipe.tags.size(); ++i) {
-        const Tag &tag = recipe.tags[i];
+        const TagRange &tag = recipe.tags[i];
         for (int k = 0; k < tag.values; ++k) {
             std::uint32_t raw = words[offset++];
             if (tag.type.isDouble())

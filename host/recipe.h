@@ -18,7 +18,7 @@ namespace rtu {
 
 struct Recipe
 {
-    std::vector<Tag> tags;
+    std::vector<TagRange> tags;
     std::vector<std::vector<std::uint32_t>> values; ///< of each tag; empty when the file has none
 };
 
@@ -41,7 +41,7 @@ void writeRecipe(std::ostream &out, const Recipe &recipe);
 void writeRecipeFile(const std::string &path, const Recipe &recipe);
 
 /** The rows of the driver's recipe table, laid out one behind the other in the word buffer. */
-QVector<_RCP_VAR_PRO> recipeRows(const std::vector<Tag> &tags, const DriverProperty &property);
+QVector<_RCP_VAR_PRO> recipeRows(const std::vector<TagRange> &tags, const DriverProperty &property);
 
 /** Values into the word buffer, and back. */
 void fillWords(const Recipe &recipe, std::vector<unsigned short> &words);

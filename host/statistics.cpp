@@ -19,7 +19,7 @@ void count(Counts &counts, const Transaction &t)
         ++counts.resends;
     if (t.verdict == VerdictGivenUp)
         ++counts.giveUps;
-    if (!t.warning.empty())
+    if (!t.warning.isEmpty())
         ++counts.warnings;
     if (t.good()) {
         ++counts.good;

@@ -7,7 +7,7 @@
 #define RTU_HOST_STATISTICS_H
 
 #include "kit/line/line_timing.h"
-#include "kit/line/transaction.h"
+#include <modbus_rtu_host/transaction.h>
 
 #include <cstdint>
 #include <deque>

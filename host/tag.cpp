@@ -41,16 +41,16 @@ std::string cutAfter(std::string &text, const std::string &separator)
     return rest;
 }
 
-int plainAddress(DriverLibrary &driver, const Tag &tag, const std::string &text)
+int plainAddress(DriverLibrary &driver, const TagRange &tag, const std::string &text)
 {
-    Tag single = tag;
+    TagRange single = tag;
     single.values = 1;
     setAddress(driver, single, text, Access::Read);
     return single.address;
 }
 
 /** Sets address and length of a range such as 10..19. */
-void setRange(DriverLibrary &driver, Tag &tag, const std::string &first, const std::string &last)
+void setRange(DriverLibrary &driver, TagRange &tag, const std::string &first, const std::string &last)
 {
     const int from = plainAddress(driver, tag, first);
     const int to = plainAddress(driver, tag, last);
@@ -117,7 +117,7 @@ std::string addressCheckText(int result, const std::string &typeName, const Regi
     }
 }
 
-void setAddress(DriverLibrary &driver, Tag &tag, const std::string &text, Access access)
+void setAddress(DriverLibrary &driver, TagRange &tag, const std::string &text, Access access)
 {
     const AddressCheck check = checkAddress(driver, tag.type, text, tag.count(), tag.format.format, access);
     if (check.result != 0)
@@ -127,8 +127,8 @@ void setAddress(DriverLibrary &driver, Tag &tag, const std::string &text, Access
     tag.address = check.address;
 }
 
-std::vector<Tag> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &text,
-                           const std::vector<int> &stations, int values)
+std::vector<TagRange> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &text,
+                                const std::vector<int> &stations, int values)
 {
     const RegisterType *type = catalog.prefixOf(text);
     if (!type)
@@ -138,7 +138,7 @@ std::vector<Tag> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog
     const std::string stationText = cutAfter(rest, "@");
     const std::string format = cutAfter(rest, ":");
     const std::string last = cutAfter(rest, "..");
-    Tag tag;
+    TagRange tag;
     tag.type = *type;
     tag.values = values;
     tag.format.width = type->width;
@@ -147,7 +147,7 @@ std::vector<Tag> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog
         setAddress(driver, tag, rest, Access::Read);
     else
         setRange(driver, tag, rest, last);
-    std::vector<Tag> tags;
+    std::vector<TagRange> tags;
     for (int station : stationText.empty() ? stations : parseNumberList(stationText, 0, 255, "station")) {
         tag.station = station;
         tags.push_back(tag);
@@ -192,7 +192,7 @@ std::vector<int> parseNumberList(const std::string &text, int lowest, int highes
     return numbers;
 }
 
-std::vector<std::uint32_t> readTag(DriverLibrary &driver, const Tag &tag)
+std::vector<std::uint32_t> readTag(DriverLibrary &driver, const TagRange &tag)
 {
     const std::size_t size = static_cast<std::size_t>(tag.type.bytesPerValue());
     std::vector<unsigned char> bytes(size * static_cast<std::size_t>(tag.values));
@@ -206,7 +206,7 @@ std::vector<std::uint32_t> readTag(DriverLibrary &driver, const Tag &tag)
 
 void writeTag(DriverLibrary &driver, const TagWrite &write, int maxWords, int userData)
 {
-    const Tag &tag = write.tag;
+    const TagRange &tag = write.tag;
     const std::size_t size = static_cast<std::size_t>(tag.type.bytesPerValue());
     const std::size_t most = valuesPerWrite(tag.type, maxWords);
     QString type = tag.qtType();

@@ -5,7 +5,7 @@
 #ifndef RTU_HOST_TAG_H
 #define RTU_HOST_TAG_H
 
-#include "register_catalog.h"
+#include "kit/driver/register_catalog.h"
 #include "value_format.h"
 
 #include <QtCore/QList>
@@ -16,7 +16,7 @@
 
 namespace rtu {
 
-struct Tag
+struct TagRange
 {
     std::string name; ///< may be empty
     int station = 1;
@@ -42,7 +42,7 @@ struct Tag
 /** A write given on the command line. */
 struct TagWrite
 {
-    Tag tag;
+    TagRange tag;
     std::vector<std::uint32_t> raw; ///< one a value
 };
 
@@ -67,7 +67,7 @@ std::string addressCheckText(int result, const std::string &typeName, const Regi
  *
  * @throws std::invalid_argument with the driver's reason
  */
-void setAddress(DriverLibrary &driver, Tag &tag, const std::string &text, Access access);
+void setAddress(DriverLibrary &driver, TagRange &tag, const std::string &text, Access access);
 
 /**
  * Reads the driver's notation: TYPEaddress[..LAST][:FORMAT][@STATIONS], such as
@@ -78,8 +78,8 @@ void setAddress(DriverLibrary &driver, Tag &tag, const std::string &text, Access
  * @return one tag for each station
  * @throws std::invalid_argument
  */
-std::vector<Tag> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &text,
-                           const std::vector<int> &stations, int values);
+std::vector<TagRange> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &text,
+                                const std::vector<int> &stations, int values);
 
 /** Reads one number. @throws std::invalid_argument */
 int parseNumber(const std::string &text, int lowest, int highest, const std::string &what);
@@ -88,7 +88,7 @@ int parseNumber(const std::string &text, int lowest, int highest, const std::str
 std::vector<int> parseNumberList(const std::string &text, int lowest, int highest, const std::string &what);
 
 /** The bytes of the tag as the driver's cache shows them now. */
-std::vector<std::uint32_t> readTag(DriverLibrary &driver, const Tag &tag);
+std::vector<std::uint32_t> readTag(DriverLibrary &driver, const TagRange &tag);
 
 /**
  * Hands values to the driver for writing, in runs that it can send whole.

@@ -111,15 +111,15 @@ private:
         for (int reference : parseNumberList(m_options.referenceText, lowest, highest, "reference")) {
             const std::string text =
                 table.type + std::to_string(reference + 1 - lowest) + (table.format.empty() ? "" : ":" + table.format);
-            const std::vector<Tag> tags = parse(text);
+            const std::vector<TagRange> tags = parse(text);
             m_target.insert(m_target.end(), tags.begin(), tags.end());
         }
     }
 
-    std::vector<Tag> parse(const std::string &text) const
+    std::vector<TagRange> parse(const std::string &text) const
     {
-        std::vector<Tag> tags = parseTags(m_driver, m_catalog, text, m_options.stations, m_options.values);
-        for (Tag &tag : tags)
+        std::vector<TagRange> tags = parseTags(m_driver, m_catalog, text, m_options.stations, m_options.values);
+        for (TagRange &tag : tags)
             tag.format.lowWordFirst = m_options.lowWordFirst;
         return tags;
     }
@@ -156,7 +156,7 @@ private:
     /** Addresses with values behind them are written, those without are read. */
     void finishTarget()
     {
-        for (const Tag &tag : m_target) {
+        for (const TagRange &tag : m_target) {
             if (m_values.empty())
                 m_selection.reads.push_back(tag);
             else
@@ -167,7 +167,7 @@ private:
         m_targetIsRange = false;
     }
 
-    TagWrite writeOf(const Tag &tag) const
+    TagWrite writeOf(const TagRange &tag) const
     {
         TagWrite write;
         write.tag = tag;
@@ -189,7 +189,7 @@ private:
 
     void addTagFile()
     {
-        for (const Tag &tag : readTagFile(m_driver, m_catalog, m_options.tagFile)) {
+        for (const TagRange &tag : readTagFile(m_driver, m_catalog, m_options.tagFile)) {
             m_selection.reads.push_back(tag);
             m_selection.reads.back().format.lowWordFirst = m_options.lowWordFirst;
         }
@@ -197,7 +197,7 @@ private:
 
     void refuseBroadcastReads() const
     {
-        for (const Tag &tag : m_selection.reads) {
+        for (const TagRange &tag : m_selection.reads) {
             if (tag.station == 0)
                 throw std::invalid_argument(tag.label() + ": station 0 is for writes; nobody answers a broadcast read");
         }
@@ -213,7 +213,7 @@ private:
     const RegisterCatalog &m_catalog;
     const Options &m_options;
     TagSelection m_selection;
-    std::vector<Tag> m_target;         ///< addresses that values may follow
+    std::vector<TagRange> m_target;    ///< addresses that values may follow
     std::vector<std::string> m_values; ///< the values that follow
     bool m_targetIsRange = false;      ///< the user said where it ends
     bool m_targetIsUsual = false;      ///< the user named no address at all

@@ -14,7 +14,7 @@ namespace rtu {
 
 struct TagSelection
 {
-    std::vector<Tag> reads;
+    std::vector<TagRange> reads;
     std::vector<TagWrite> writes;
 };
 

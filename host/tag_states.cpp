@@ -43,10 +43,10 @@ bool TagStates::before(const Piece &left, const Piece &right)
     return std::tie(left.station, left.area, left.first) < std::tie(right.station, right.area, right.first);
 }
 
-TagStates::TagStates(const std::vector<Tag> &tags, int maxWords) : m_piecesOfTag(tags.size()), m_tags(tags)
+TagStates::TagStates(const std::vector<TagRange> &tags, int maxWords) : m_piecesOfTag(tags.size()), m_tags(tags)
 {
     for (std::size_t tag = 0; tag < tags.size(); ++tag) {
-        const QList<KEY_ADDRESS> keys = keysOf(std::vector<Tag>(1, tags[tag]), maxWords);
+        const QList<KEY_ADDRESS> keys = keysOf(std::vector<TagRange>(1, tags[tag]), maxWords);
         for (int i = 0; i < keys.size(); ++i)
             m_pieces.push_back(pieceOf(keys.at(i), tag));
         m_changed.emplace_back(static_cast<std::size_t>(tags[tag].values));
@@ -107,7 +107,7 @@ void TagStates::add(const ValueChange &change, TimePoint when)
         return;
     ++m_changes;
     for (std::size_t index : tags->second) {
-        const Tag &tag = m_tags[index];
+        const TagRange &tag = m_tags[index];
         const int offset = change.address - tag.address;
         if (offset >= 0 && offset < tag.count())
             m_changed[index][static_cast<std::size_t>(offset / tag.type.unitsPerValue())] = when;

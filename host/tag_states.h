@@ -9,7 +9,7 @@
 
 #include "statistics.h"
 #include "tag.h"
-#include "kit/line/transaction.h"
+#include <modbus_rtu_host/transaction.h>
 
 #include <map>
 #include <mutex>
@@ -31,7 +31,7 @@ class TagStates
 {
 public:
     /** @param maxWords the limit that the keys of the tags were cut by */
-    TagStates(const std::vector<Tag> &tags, int maxWords);
+    TagStates(const std::vector<TagRange> &tags, int maxWords);
 
     /** Takes note of a frame. */
     void add(const Transaction &transaction);
@@ -75,7 +75,7 @@ private:
     std::vector<Piece> m_pieces;                          ///< sorted by station, area, first
     std::map<std::pair<int, std::string>, int> m_longest; ///< longest piece of a station and area
     std::vector<std::vector<std::size_t>> m_piecesOfTag;
-    std::vector<Tag> m_tags;
+    std::vector<TagRange> m_tags;
     std::map<std::pair<int, std::string>, std::vector<std::size_t>> m_tagsOfType;
     std::vector<std::vector<TimePoint>> m_changed;
     std::uint64_t m_changes = 0;

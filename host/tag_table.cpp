@@ -111,8 +111,8 @@ double scaleFrom(const std::string &text)
     return scale;
 }
 
-Tag tagFrom(DriverLibrary &driver, const RegisterCatalog &catalog, const std::vector<std::string> &fields,
-            const Columns &columns)
+TagRange tagFrom(DriverLibrary &driver, const RegisterCatalog &catalog, const std::vector<std::string> &fields,
+                 const Columns &columns)
 {
     refuseFurtherFields(fields, columns);
     const std::string typeName = fieldOf(fields, columns, Type);
@@ -121,7 +121,7 @@ Tag tagFrom(DriverLibrary &driver, const RegisterCatalog &catalog, const std::ve
         throw std::invalid_argument("the register type is missing; there are " + catalog.names());
     if (!type)
         throw std::invalid_argument("unknown register type \"" + typeName + "\"; there are " + catalog.names());
-    Tag tag;
+    TagRange tag;
     tag.type = *type;
     tag.name = fieldOf(fields, columns, Name);
     tag.unit = fieldOf(fields, columns, Unit);
@@ -228,10 +228,10 @@ std::vector<TagRow> readTagRows(DriverLibrary &driver, const RegisterCatalog &ca
     return rows;
 }
 
-std::vector<Tag> readTagTable(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
-                              const std::string &source)
+std::vector<TagRange> readTagTable(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
+                                   const std::string &source)
 {
-    std::vector<Tag> tags;
+    std::vector<TagRange> tags;
     for (const TagRow &row : readTagRows(driver, catalog, in, source))
         tags.push_back(row.tag);
     return tags;
@@ -248,10 +248,10 @@ std::ifstream openTable(const std::string &path, const std::string &what)
     return in;
 }
 
-std::vector<Tag> readTagFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path)
+std::vector<TagRange> readTagFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path)
 {
     std::ifstream in = openTable(path, "tag file");
-    std::vector<Tag> tags = readTagTable(driver, catalog, in, path);
+    std::vector<TagRange> tags = readTagTable(driver, catalog, in, path);
     if (tags.empty())
         throw std::invalid_argument("the tag file " + path + " has no tags");
     return tags;

@@ -32,13 +32,13 @@ std::string csvField(const std::string &text);
  * @param source name of the file, for messages
  * @throws std::invalid_argument "file:line: what is wrong"
  */
-std::vector<Tag> readTagTable(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
-                              const std::string &source);
+std::vector<TagRange> readTagTable(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
+                                   const std::string &source);
 
 /** A line of a recipe file: a tag, and its values in a further column. */
 struct TagRow
 {
-    Tag tag;
+    TagRange tag;
     std::string values; ///< as typed, separated by blanks; empty when the file has none
     std::string place;  ///< "file:line", for messages
 };
@@ -51,7 +51,7 @@ std::vector<TagRow> readTagRows(DriverLibrary &driver, const RegisterCatalog &ca
 std::ifstream openTable(const std::string &path, const std::string &what);
 
 /** readTagTable() from a file, which must have a tag. */
-std::vector<Tag> readTagFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path);
+std::vector<TagRange> readTagFile(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &path);
 
 } // namespace rtu
 

@@ -206,11 +206,11 @@ std::vector<TraceLine> traceLines(const Transaction &t)
     line.verdict = verdictText(t);
     line.bad = !t.good();
     lines.push_back(line);
-    if (t.warning.empty())
+    if (t.warning.isEmpty())
         return lines;
     line.direction = '!';
     line.bytes.clear();
-    line.meaning = "warning: accepted although " + t.warning;
+    line.meaning = "warning: accepted although " + t.warning.toStdString();
     line.verdict.clear();
     line.bad = true;
     lines.push_back(line);

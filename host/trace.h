@@ -6,7 +6,7 @@
 #ifndef RTU_HOST_TRACE_H
 #define RTU_HOST_TRACE_H
 
-#include "kit/line/transaction.h"
+#include <modbus_rtu_host/transaction.h>
 
 #include <string>
 #include <vector>

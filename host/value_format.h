@@ -5,7 +5,7 @@
 #ifndef RTU_HOST_VALUE_FORMAT_H
 #define RTU_HOST_VALUE_FORMAT_H
 
-#include "register_catalog.h"
+#include "kit/driver/register_catalog.h"
 
 #include <cstdint>
 #include <string>

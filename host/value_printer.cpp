@@ -9,7 +9,7 @@ namespace rtu {
 
 namespace {
 
-std::string nameOf(const Tag &tag, int value)
+std::string nameOf(const TagRange &tag, int value)
 {
     if (tag.name.empty() || tag.values == 1)
         return tag.name;
@@ -56,7 +56,8 @@ void ValuePrinter::printHeader()
         m_out << "time,station,type,address,name,value,raw,unit,status,error\n";
 }
 
-void ValuePrinter::print(const Tag &tag, const std::vector<std::uint32_t> &raw, const TagState &state, TimePoint now)
+void ValuePrinter::print(const TagRange &tag, const std::vector<std::uint32_t> &raw, const TagState &state,
+                         TimePoint now)
 {
     for (int value = 0; value < tag.values; ++value) {
         const std::uint32_t bits = raw[static_cast<std::size_t>(value)];
@@ -69,7 +70,7 @@ void ValuePrinter::print(const Tag &tag, const std::vector<std::uint32_t> &raw, 
     }
 }
 
-void ValuePrinter::printLine(const Tag &tag, int value, std::uint32_t raw, const TagState &state)
+void ValuePrinter::printLine(const TagRange &tag, int value, std::uint32_t raw, const TagState &state)
 {
     std::string text = padded(std::to_string(tag.station) + ":" + tag.label(value), 16) + " ";
     if (!tag.name.empty())
@@ -80,7 +81,7 @@ void ValuePrinter::printLine(const Tag &tag, int value, std::uint32_t raw, const
     m_out << text << '\n';
 }
 
-void ValuePrinter::printJson(const Tag &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)
+void ValuePrinter::printJson(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)
 {
     const std::string shown = valueText(raw, tag.format);
     const std::string json = !state.known ? "null" : isJsonNumber(shown) ? shown : jsonString(shown);
@@ -93,7 +94,7 @@ void ValuePrinter::printJson(const Tag &tag, int value, std::uint32_t raw, const
           << ",\"error\":" << jsonString(state.error) << "}\n";
 }
 
-void ValuePrinter::printCsv(const Tag &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)
+void ValuePrinter::printCsv(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)
 {
     m_out << timeStamp(now) << ',' << tag.station << ',' << tag.type.name << ','
           << addressText(tag.type, tag.addressOf(value)) << ',' << csvField(nameOf(tag, value)) << ','

@@ -26,12 +26,12 @@ public:
     void printHeader();
 
     /** All values of the tag. */
-    void print(const Tag &tag, const std::vector<std::uint32_t> &raw, const TagState &state, TimePoint now);
+    void print(const TagRange &tag, const std::vector<std::uint32_t> &raw, const TagState &state, TimePoint now);
 
 private:
-    void printLine(const Tag &tag, int value, std::uint32_t raw, const TagState &state);
-    void printJson(const Tag &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now);
-    void printCsv(const Tag &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now);
+    void printLine(const TagRange &tag, int value, std::uint32_t raw, const TagState &state);
+    void printJson(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now);
+    void printCsv(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now);
 
     std::ostream &m_out;
     OutputForm m_form;

@@ -114,7 +114,7 @@ private:
     Values held() const
     {
         Values values;
-        for (const rtu::Tag &tag : m_recipe.tags) {
+        for (const rtu::TagRange &tag : m_recipe.tags) {
             values.emplace_back();
             for (int i = 0; i < tag.values; ++i)
                 values.back().push_back(heldValue(tag, i));
@@ -122,7 +122,7 @@ private:
         return values;
     }
 
-    std::uint32_t heldValue(const rtu::Tag &tag, int value) const
+    std::uint32_t heldValue(const rtu::TagRange &tag, int value) const
     {
         const std::uint32_t raw = m_stage.held(tag, value);
         if (!tag.type.isDouble() || !m_lowWordFirst)
@@ -132,7 +132,7 @@ private:
 
     void changeSlaves()
     {
-        for (const rtu::Tag &tag : m_recipe.tags) {
+        for (const rtu::TagRange &tag : m_recipe.tags) {
             for (int register_ = tag.address; register_ < tag.address + tag.count(); ++register_)
                 m_stage.slaves.poke(tag.station, plant::Table::HoldingRegisters, register_,
                                     static_cast<std::uint16_t>(register_ * 17));
@@ -146,7 +146,7 @@ private:
         const Values there = held();
         std::vector<Row> rows = {{what, "where", "file", "host buffer", "slave holds", ""}};
         for (std::size_t i = 0; i < m_recipe.tags.size(); ++i) {
-            const rtu::Tag &tag = m_recipe.tags[i];
+            const rtu::TagRange &tag = m_recipe.tags[i];
             for (std::size_t k = 0; k < there[i].size(); ++k) {
                 const bool same = filed[i][k] == buffered[i][k] && buffered[i][k] == there[i][k];
                 rows.push_back({tag.name, std::to_string(tag.station) + ":" + tag.label(static_cast<int>(k)),

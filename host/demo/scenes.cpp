@@ -36,7 +36,7 @@ const Write Writes[] = {
 
 void showWrite(Stage &stage, const Write &write)
 {
-    const rtu::Tag &tag = stage.tag(write.tag);
+    const rtu::TagRange &tag = stage.tag(write.tag);
     const std::uint32_t before = stage.held(tag);
     rtu::TagWrite order;
     order.tag = tag;
@@ -70,8 +70,8 @@ void showPolling(Stage &stage)
 void showWrites(Stage &stage)
 {
     stage.screen.scene("Writing a coil, a register, a 32-bit value and a bit of a register");
-    const rtu::Tag &word = stage.tag("control word");
-    const rtu::Tag &bit = stage.tag("light");
+    const rtu::TagRange &word = stage.tag("control word");
+    const rtu::TagRange &bit = stage.tag("light");
     const std::uint32_t mask = 1u << (bit.address % 16);
     const std::uint32_t before = stage.held(word);
     for (const Write &write : Writes)

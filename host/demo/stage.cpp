@@ -46,7 +46,7 @@ bool Tally::count(bool same)
     return same;
 }
 
-std::string cell(std::uint32_t raw, const rtu::Tag &tag)
+std::string cell(std::uint32_t raw, const rtu::TagRange &tag)
 {
     std::string text = valueText(raw, tag.format);
     if (!tag.unit.empty())
@@ -154,13 +154,13 @@ void Stage::showAll()
 {
     pollOnce();
     std::vector<Row> rows = {{"name", "where", "driver's cache", "slave holds", ""}};
-    for (const rtu::Tag &each : tags)
+    for (const rtu::TagRange &each : tags)
         rows.push_back(compare(each));
     screen.table(rows);
     slaves.holdMotion(false);
 }
 
-Row Stage::compare(const rtu::Tag &each)
+Row Stage::compare(const rtu::TagRange &each)
 {
     const std::uint32_t cached = readTag(driver, each).front();
     const std::uint32_t there = held(each);
@@ -172,16 +172,16 @@ Row Stage::compare(const rtu::Tag &each)
     return row;
 }
 
-const rtu::Tag &Stage::tag(const std::string &name) const
+const rtu::TagRange &Stage::tag(const std::string &name) const
 {
-    for (const rtu::Tag &each : tags) {
+    for (const rtu::TagRange &each : tags) {
         if (each.name == name)
             return each;
     }
     throw std::runtime_error("tags.csv has no tag \"" + name + "\"");
 }
 
-std::uint32_t Stage::held(const rtu::Tag &each, int value) const
+std::uint32_t Stage::held(const rtu::TagRange &each, int value) const
 {
     const plant::Table table = tableOf(each.type);
     const int address = each.addressOf(value);

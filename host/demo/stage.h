@@ -54,11 +54,11 @@ public:
     /** Polls once and shows all tags, as the driver's cache has them and as the slaves hold them. */
     void showAll();
     /** Compares one tag and counts it; result: name, place, cached, held, verdict. */
-    Row compare(const rtu::Tag &tag);
+    Row compare(const rtu::TagRange &tag);
 
-    const rtu::Tag &tag(const std::string &name) const;
+    const rtu::TagRange &tag(const std::string &name) const;
     /** The value that a slave holds in a tag's place. */
-    std::uint32_t held(const rtu::Tag &tag, int value = 0) const;
+    std::uint32_t held(const rtu::TagRange &tag, int value = 0) const;
 
     /** From any thread: ends the demo. */
     void end() { loop->stop(); }
@@ -68,7 +68,7 @@ public:
     rtu::DriverLibrary driver;
     rtu::RegisterCatalog catalog;
     rtu::DriverSession session;
-    std::vector<rtu::Tag> tags;
+    std::vector<rtu::TagRange> tags;
     std::unique_ptr<rtu::SerialLine> line;
     std::unique_ptr<rtu::PollLoop> loop;
     Tally tally;
@@ -88,7 +88,7 @@ private:
 };
 
 /** The text of a table cell for a value. */
-std::string cell(std::uint32_t raw, const rtu::Tag &tag);
+std::string cell(std::uint32_t raw, const rtu::TagRange &tag);
 
 } // namespace demo
 

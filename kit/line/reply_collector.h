@@ -11,7 +11,7 @@
 #define KIT_LINE_REPLY_COLLECTOR_H
 
 #include "kit/line/line_timing.h"
-#include "kit/line/transaction.h"
+#include <modbus_rtu_host/transaction.h>
 
 #include <cstddef>
 #include <map>

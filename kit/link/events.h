@@ -2,8 +2,8 @@
  * @file
  * Calls back that wait until the link holds no lock and is done with the frame.
  */
-#ifndef MODBUS_RTU_KIT_EVENTS_H
-#define MODBUS_RTU_KIT_EVENTS_H
+#ifndef KIT_LINK_EVENTS_H
+#define KIT_LINK_EVENTS_H
 
 #include <deque>
 #include <functional>

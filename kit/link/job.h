@@ -2,10 +2,10 @@
  * @file
  * Something asked of a link that ends exactly once, and may be waited for.
  */
-#ifndef MODBUS_RTU_KIT_JOB_H
-#define MODBUS_RTU_KIT_JOB_H
+#ifndef KIT_LINK_JOB_H
+#define KIT_LINK_JOB_H
 
-#include "link/link_lock.h"
+#include "kit/link/link_lock.h"
 
 #include <modbus_rtu_host/line.h>
 

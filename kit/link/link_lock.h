@@ -5,8 +5,8 @@
  * It is never held while the driver, the line or a callback runs. Handles keep it
  * alive, so that they work beyond the life of their link.
  */
-#ifndef MODBUS_RTU_KIT_LINK_LOCK_H
-#define MODBUS_RTU_KIT_LINK_LOCK_H
+#ifndef KIT_LINK_LINK_LOCK_H
+#define KIT_LINK_LINK_LOCK_H
 
 #include <condition_variable>
 #include <mutex>

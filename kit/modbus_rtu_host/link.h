@@ -116,8 +116,7 @@ public:
     /** A text, for tags of TagFormat::Text. */
     Write write(const Tag &tag, const QString &text, const WriteOptions &options = WriteOptions());
     /** Values that no tag watches; station 0 writes to all slaves. */
-    Write write(const TagSpec &where, const std::vector<double> &numbers,
-                const WriteOptions &options = WriteOptions());
+    Write write(const TagSpec &where, const std::vector<double> &numbers, const WriteOptions &options = WriteOptions());
 
     /** Reads once. @param done called with the end as WriteOptions::done. @throws Error */
     OneOffRead read(const TagSpec &where, std::function<void(const ReadResult &)> done = nullptr);

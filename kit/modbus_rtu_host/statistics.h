@@ -28,7 +28,7 @@ struct StationStatistics
     Duration reply95{0};
     Duration ageMedian{0}; ///< of values just before they were read again
     Duration age95{0};
-    Duration busy{0};   ///< the line was taken: silence, request, waiting and reply
+    Duration busy{0};    ///< the line was taken: silence, request, waiting and reply
     bool silent = false; ///< given up until it answers again
 
     /** Share of the line since the start, 0 to 1. */

@@ -3,8 +3,8 @@
  * A run of coils, inputs or registers of one station: where the driver keeps what a
  * request reads or writes.
  */
-#ifndef MODBUS_RTU_KIT_AREA_H
-#define MODBUS_RTU_KIT_AREA_H
+#ifndef KIT_TAGS_AREA_H
+#define KIT_TAGS_AREA_H
 
 #include <QtCore/QString>
 
@@ -22,14 +22,8 @@ struct Area
     /** "0x", "1x", "3x" or "4x" */
     QString regType() const { return QString(QLatin1Char(table)) + QLatin1Char('x'); }
     bool sameTable(const Area &other) const { return station == other.station && table == other.table; }
-    bool covers(const Area &other) const
-    {
-        return sameTable(other) && first <= other.first && other.end() <= end();
-    }
-    bool overlaps(const Area &other) const
-    {
-        return sameTable(other) && first < other.end() && other.first < end();
-    }
+    bool covers(const Area &other) const { return sameTable(other) && first <= other.first && other.end() <= end(); }
+    bool overlaps(const Area &other) const { return sameTable(other) && first < other.end() && other.first < end(); }
 };
 
 /**

@@ -1,6 +1,6 @@
 #include <modbus_rtu_host/tag.h>
 
-#include "tags/tag_record.h"
+#include "kit/tags/tag_record.h"
 
 namespace rtu {
 

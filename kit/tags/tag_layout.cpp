@@ -1,4 +1,4 @@
-#include "tags/tag_layout.h"
+#include "kit/tags/tag_layout.h"
 
 #include <modbus_rtu_host/error.h>
 
@@ -152,7 +152,8 @@ QString TagLayout::valueText(std::uint32_t raw) const
 {
     switch (m_spec.format) {
     case TagFormat::Hex:
-        return QLatin1String("0x") + QString::number(raw, 16).toUpper().rightJustified(4 * m_type.width, QLatin1Char('0'));
+        return QLatin1String("0x")
+               + QString::number(raw, 16).toUpper().rightJustified(4 * m_type.width, QLatin1Char('0'));
     case TagFormat::Binary:
         return QLatin1String("0b") + QString::number(raw, 2).rightJustified(bitsOf(m_type), QLatin1Char('0'));
     case TagFormat::Float:
@@ -195,9 +196,9 @@ std::uint32_t TagLayout::rawOf(double number) const
     const double highest = std::ldexp(1.0, isSigned ? bits - 1 : bits) - 1;
     const double whole = std::floor(stored + 0.5);
     if (!(whole >= lowest && whole <= highest))
-        throw Error(QString::fromLatin1("%1 cannot hold %2: it takes %3 to %4")
-                        .arg(label(), plainText(number), plainText(lowest * m_spec.scale),
-                             plainText(highest * m_spec.scale)));
+        throw Error(
+            QString::fromLatin1("%1 cannot hold %2: it takes %3 to %4")
+                .arg(label(), plainText(number), plainText(lowest * m_spec.scale), plainText(highest * m_spec.scale)));
     return static_cast<std::uint32_t>(static_cast<std::int64_t>(whole)) & maskOf(m_type);
 }
 

@@ -3,11 +3,11 @@
  * A tag's place and format, looked up and found right: what turns bytes of the
  * driver into values and back.
  */
-#ifndef MODBUS_RTU_KIT_TAG_LAYOUT_H
-#define MODBUS_RTU_KIT_TAG_LAYOUT_H
+#ifndef KIT_TAGS_TAG_LAYOUT_H
+#define KIT_TAGS_TAG_LAYOUT_H
 
-#include "driver/register_catalog.h"
-#include "tags/area.h"
+#include "kit/driver/register_catalog.h"
+#include "kit/tags/area.h"
 
 #include <modbus_rtu_host/tag_spec.h>
 

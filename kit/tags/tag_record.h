@@ -2,11 +2,11 @@
  * @file
  * What a link keeps of a tag.
  */
-#ifndef MODBUS_RTU_KIT_TAG_RECORD_H
-#define MODBUS_RTU_KIT_TAG_RECORD_H
+#ifndef KIT_TAGS_TAG_RECORD_H
+#define KIT_TAGS_TAG_RECORD_H
 
-#include "link/link_lock.h"
-#include "tags/tag_layout.h"
+#include "kit/link/link_lock.h"
+#include "kit/tags/tag_layout.h"
 
 #include <modbus_rtu_host/tag_value.h>
 

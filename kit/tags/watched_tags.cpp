@@ -1,4 +1,4 @@
-#include "tags/watched_tags.h"
+#include "kit/tags/watched_tags.h"
 
 #include <algorithm>
 

@@ -3,10 +3,10 @@
  * The tags of a link: what the driver has to poll for them, and what becomes of
  * their values and qualities when a request ends.
  */
-#ifndef MODBUS_RTU_KIT_WATCHED_TAGS_H
-#define MODBUS_RTU_KIT_WATCHED_TAGS_H
+#ifndef KIT_TAGS_WATCHED_TAGS_H
+#define KIT_TAGS_WATCHED_TAGS_H
 
-#include "tags/tag_record.h"
+#include "kit/tags/tag_record.h"
 
 #include <modbus_rtu_host/tag_change.h>
 

@@ -180,7 +180,7 @@ protected:
             const rtu::Transaction &t = panel->transactions.at(i);
             EXPECT_EQ(functionOf(t), operation().function);
             EXPECT_EQ(t.reply.isEmpty(), expected().replyEmpty);
-            EXPECT_EQ(!t.warning.empty(), expected().warned) << t.warning;
+            EXPECT_EQ(!t.warning.isEmpty(), expected().warned) << t.warning.toStdString();
         }
     }
 

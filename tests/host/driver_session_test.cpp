@@ -15,7 +15,7 @@ TEST_F(ValueChanges, ReachTheListener)
     rtu::DriverProperty property;
     property.linkId = 7;
     session.configure(property);
-    session.plan(std::vector<rtu::Tag>(1, tag("4x5@3")));
+    session.plan(std::vector<rtu::TagRange>(1, tag("4x5@3")));
     rtu::TagWrite write;
     write.tag = tag("4x5@3");
     write.raw.push_back(9);

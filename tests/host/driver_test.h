@@ -19,7 +19,7 @@ class DriverTest : public testing::Test
 protected:
     DriverTest() : driver(TEST_DRIVER), catalog(driver), session(driver) {}
 
-    rtu::Tag tag(const std::string &text, int values = 1)
+    rtu::TagRange tag(const std::string &text, int values = 1)
     {
         return rtu::parseTags(driver, catalog, text, std::vector<int>(1, 1), values).front();
     }

@@ -195,14 +195,14 @@ class LiveScreen : public DriverTest
 protected:
     void show(const std::vector<std::string> &addresses)
     {
-        std::vector<rtu::Tag> tags;
+        std::vector<rtu::TagRange> tags;
         for (const std::string &address : addresses) {
             tags.push_back(tag(address));
             tags.back().name = "n" + std::to_string(tags.size());
         }
         feed.reset(new rtu::LiveFeed(tags, 120, rtu::LineTiming(rtu::LineParameters()), Start));
         state.reset(new LiveState(rtu::liveRows(tags), actions));
-        painter.reset(new rtu::LivePainter(*feed, "/dev/ttyUSB0", [this](const rtu::Tag &t) {
+        painter.reset(new rtu::LivePainter(*feed, "/dev/ttyUSB0", [this](const rtu::TagRange &t) {
             return std::vector<std::uint32_t>(static_cast<std::size_t>(t.values), value);
         }));
     }

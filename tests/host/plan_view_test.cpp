@@ -20,7 +20,7 @@ protected:
     {
         rtu::DriverProperty property;
         property.maxWords = maxWords;
-        std::vector<rtu::Tag> tags;
+        std::vector<rtu::TagRange> tags;
         for (const std::string &address : addresses)
             tags.push_back(tag(address));
         return rtu::PlanView(session, property, tags, costs);
@@ -127,7 +127,7 @@ TEST_F(PlanView, DrawsEachStationOnceAndNumbersTheRound)
 
 TEST_F(PlanView, IsPrintedAndDrawn)
 {
-    rtu::Tag named = tag("4x1..3");
+    rtu::TagRange named = tag("4x1..3");
     named.name = "a < b & c";
     const rtu::PlanView view(session, rtu::DriverProperty(), {named, tag("4x9")}, costs);
     const std::string text = rtu::planText(view);

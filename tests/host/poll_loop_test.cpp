@@ -65,7 +65,7 @@ protected:
         std::size_t begin = 0;
         while (begin < addresses.size()) {
             const std::size_t end = std::min(addresses.find(' ', begin), addresses.size());
-            const std::vector<rtu::Tag> more =
+            const std::vector<rtu::TagRange> more =
                 rtu::parseTags(driver, catalog, addresses.substr(begin, end - begin), std::vector<int>(1, 1), 1);
             tags.insert(tags.end(), more.begin(), more.end());
             begin = end + 1;
@@ -92,7 +92,7 @@ protected:
     VirtualLine line;
     rtu::PollSettings settings;
     std::unique_ptr<rtu::PollLoop> loop;
-    std::vector<rtu::Tag> tags;
+    std::vector<rtu::TagRange> tags;
     std::deque<std::function<void(const Bytes &, rtu::Duration)>> script;
     std::vector<rtu::Transaction> seen;
 };
@@ -380,7 +380,8 @@ TEST_F(PollLoop, WarnsOfRepliesThatTheDriverShouldNotHaveAccepted)
         loop->step();
         ASSERT_EQ(1u, seen.size());
         EXPECT_TRUE(seen[0].good()) << mismatch.reply;
-        EXPECT_NE(std::string::npos, seen[0].warning.find(mismatch.words)) << seen[0].warning;
+        EXPECT_NE(std::string::npos, seen[0].warning.toStdString().find(mismatch.words))
+            << seen[0].warning.toStdString();
     }
 }
 
@@ -389,7 +390,7 @@ TEST_F(PollLoop, DoesNotWarnOfGoodReplies)
     start("4x1 0x1 1x9 3x4 4x_double20");
     for (int i = 0; i < 5; ++i) {
         loop->step();
-        EXPECT_EQ("", seen.back().warning);
+        EXPECT_EQ("", seen.back().warning.toStdString());
     }
 }
 
@@ -399,8 +400,8 @@ TEST_F(PollLoop, DoesNotWarnOfTheBytesThatABitWriteChanges)
     write("4x_bit3.5", 1);
     EXPECT_EQ(StepResult::Idle, loop->drain());
     ASSERT_EQ(2u, seen.size());
-    EXPECT_EQ("", seen[0].warning);
-    EXPECT_EQ("", seen[1].warning);
+    EXPECT_EQ("", seen[0].warning.toStdString());
+    EXPECT_EQ("", seen[1].warning.toStdString());
     EXPECT_EQ(frame("01 10 00 02 00 01 02 00 22"), line.sent[1].bytes); // 2 with bit 5 set
 }
 

@@ -44,7 +44,7 @@ protected:
     }
 
     /** Runs a transfer to its end; true when the driver cleared the request. */
-    bool transfer(const std::vector<rtu::Tag> &tags, bool write)
+    bool transfer(const std::vector<rtu::TagRange> &tags, bool write)
     {
         QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(tags, session.property());
         driver.setRcpAddress(&rows);

@@ -57,7 +57,7 @@ class TagStates : public DriverTest
 protected:
     void watch(const std::vector<std::string> &addresses)
     {
-        std::vector<rtu::Tag> tags;
+        std::vector<rtu::TagRange> tags;
         for (const std::string &address : addresses)
             tags.push_back(tag(address));
         states.reset(new rtu::TagStates(tags, 120));
@@ -267,7 +267,7 @@ TEST(Trace, HasRequestReplyAndWarning)
 class ValuePrinter : public DriverTest
 {
 protected:
-    std::string print(rtu::OutputForm form, const rtu::Tag &tag, const std::vector<std::uint32_t> &raw,
+    std::string print(rtu::OutputForm form, const rtu::TagRange &tag, const std::vector<std::uint32_t> &raw,
                       const rtu::TagState &state)
     {
         std::ostringstream out;
@@ -279,7 +279,7 @@ protected:
 
 TEST_F(ValuePrinter, PrintsLinesJsonAndCsv)
 {
-    rtu::Tag t = tag("4x7", 2);
+    rtu::TagRange t = tag("4x7", 2);
     t.name = "flow, \"main\"";
     t.unit = "l/h";
     t.format.scale = 0.1;

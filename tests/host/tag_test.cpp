@@ -7,17 +7,18 @@
 namespace {
 
 using namespace test_host;
-using rtu::Tag;
+using rtu::TagRange;
 
 class Tags : public DriverTest
 {
 protected:
-    std::vector<Tag> parse(const std::string &text, int values = 1, std::vector<int> stations = std::vector<int>(1, 1))
+    std::vector<TagRange> parse(const std::string &text, int values = 1,
+                                std::vector<int> stations = std::vector<int>(1, 1))
     {
         return rtu::parseTags(driver, catalog, text, stations, values);
     }
 
-    std::vector<Tag> table(const std::string &text)
+    std::vector<TagRange> table(const std::string &text)
     {
         std::istringstream in(text);
         return rtu::readTagTable(driver, catalog, in, "tags.csv");
@@ -36,17 +37,17 @@ protected:
 
 TEST_F(Tags, AreReadInTheDriversNotation)
 {
-    const Tag word = parse("4x100").front();
+    const TagRange word = parse("4x100").front();
     EXPECT_EQ("4x", word.type.name);
     EXPECT_EQ(99, word.address);
     EXPECT_EQ(1, word.values);
     EXPECT_EQ(1, word.station);
 
-    const Tag bit = parse("4x_bit3.5").front();
+    const TagRange bit = parse("4x_bit3.5").front();
     EXPECT_EQ(37, bit.address);
     EXPECT_EQ("4x_bit3.5", bit.label());
 
-    const Tag both = parse("4x_double7:float@2").front();
+    const TagRange both = parse("4x_double7:float@2").front();
     EXPECT_EQ(6, both.address);
     EXPECT_EQ(2, both.count());
     EXPECT_EQ(2, both.station);
@@ -57,7 +58,7 @@ TEST_F(Tags, HaveRanges)
 {
     EXPECT_EQ(10, parse("4x1..10").front().values);
     EXPECT_EQ(10, parse("4x1..10:hex@3", 5).front().values); // the range beats -c
-    const Tag doubles = parse("4x_double1..5").front();
+    const TagRange doubles = parse("4x_double1..5").front();
     EXPECT_EQ(3, doubles.values);
     EXPECT_EQ(6, doubles.count());
     EXPECT_EQ("4x_double3", doubles.label(1));
@@ -67,7 +68,7 @@ TEST_F(Tags, HaveRanges)
 
 TEST_F(Tags, AreMadeForEachStation)
 {
-    const std::vector<Tag> tags = parse("4x1@2,5-7");
+    const std::vector<TagRange> tags = parse("4x1@2,5-7");
     ASSERT_EQ(4u, tags.size());
     EXPECT_EQ(7, tags[3].station);
     EXPECT_EQ(2u, parse("4x1", 1, {8, 9}).size());
@@ -108,7 +109,7 @@ TEST_F(Tags, LongOnesAreCutIntoRequests)
 {
     const auto counts = [&](const std::string &text, int values, int maxWords) {
         std::vector<int> result;
-        const QList<KEY_ADDRESS> keys = rtu::keysOf(std::vector<Tag>(1, tag(text, values)), maxWords);
+        const QList<KEY_ADDRESS> keys = rtu::keysOf(std::vector<TagRange>(1, tag(text, values)), maxWords);
         for (int i = 0; i < keys.size(); ++i)
             result.push_back(keys.at(i).count);
         return result;
@@ -128,10 +129,10 @@ TEST_F(Tags, CarryTheDriversFormatCodes)
 
 TEST_F(Tags, OfATableAreReadInTheUsualOrder)
 {
-    const std::vector<Tag> tags = table("flow,2,4x,100,1,int16,0.1,l/h\n"
-                                        "\n"
-                                        "# a comment\n"
-                                        "pump,,0x,5\n");
+    const std::vector<TagRange> tags = table("flow,2,4x,100,1,int16,0.1,l/h\n"
+                                             "\n"
+                                             "# a comment\n"
+                                             "pump,,0x,5\n");
     ASSERT_EQ(2u, tags.size());
     EXPECT_EQ("flow", tags[0].name);
     EXPECT_EQ(2, tags[0].station);
@@ -145,7 +146,7 @@ TEST_F(Tags, OfATableAreReadInTheUsualOrder)
 
 TEST_F(Tags, OfATableMayNameTheColumns)
 {
-    const std::vector<Tag> tags = table("Address,Type,Unit,Name\n7,4x_double,kWh,\"energy, \"\"total\"\"\"\n");
+    const std::vector<TagRange> tags = table("Address,Type,Unit,Name\n7,4x_double,kWh,\"energy, \"\"total\"\"\"\n");
     ASSERT_EQ(1u, tags.size());
     EXPECT_EQ("energy, \"total\"", tags[0].name);
     EXPECT_EQ("kWh", tags[0].unit);
@@ -186,8 +187,8 @@ TEST_F(Tags, OfATableAreRefusedWithFileAndLine)
 
 TEST_F(Tags, OfATableMayComeFromASpreadsheet)
 {
-    const std::vector<Tag> tags = table("\xEF\xBB\xBF"
-                                        "name,station,type,address,,\r\nT \xC2\xB0,2,4x,7,,\r\n");
+    const std::vector<TagRange> tags = table("\xEF\xBB\xBF"
+                                             "name,station,type,address,,\r\nT \xC2\xB0,2,4x,7,,\r\n");
     ASSERT_EQ(1u, tags.size());
     EXPECT_EQ("T \xC2\xB0", tags[0].name);
     EXPECT_EQ(2, tags[0].station);
@@ -196,7 +197,7 @@ TEST_F(Tags, OfATableMayComeFromASpreadsheet)
 
 TEST_F(Tags, OfATableMayBeNamedAsAColumn)
 {
-    const std::vector<Tag> tags = table("type,2,4x,7\n");
+    const std::vector<TagRange> tags = table("type,2,4x,7\n");
     ASSERT_EQ(1u, tags.size());
     EXPECT_EQ("type", tags[0].name);
 }

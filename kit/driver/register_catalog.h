@@ -3,8 +3,8 @@
  * The register types as the loaded driver describes them. The host knows none by
  * heart: a type that the driver adds can be used at once.
  */
-#ifndef RTU_HOST_REGISTER_CATALOG_H
-#define RTU_HOST_REGISTER_CATALOG_H
+#ifndef KIT_DRIVER_REGISTER_CATALOG_H
+#define KIT_DRIVER_REGISTER_CATALOG_H
 
 #include "kit/driver/driver_library.h"
 

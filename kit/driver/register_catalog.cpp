@@ -1,4 +1,4 @@
-#include "register_catalog.h"
+#include "kit/driver/register_catalog.h"
 
 #include <QtCore/QList>
 

@@ -3,8 +3,8 @@
  * What became of one request: the record that statistics, trace and live view
  * are made from.
  */
-#ifndef KIT_LINE_TRANSACTION_H
-#define KIT_LINE_TRANSACTION_H
+#ifndef MODBUS_RTU_HOST_TRANSACTION_H
+#define MODBUS_RTU_HOST_TRANSACTION_H
 
 #include <modbus_rtu_host/line.h>
 
@@ -12,7 +12,6 @@
 #include <QtCore/QString>
 
 #include <cstdint>
-#include <string>
 
 namespace rtu {
 
@@ -52,7 +51,7 @@ struct Transaction
     bool echoRemoved = false;
     int verdict = VerdictNothingPending;
     QString information; ///< the driver's error text, with VerdictGivenUp
-    std::string warning; ///< what the driver accepted although it looks wrong; else empty
+    QString warning;     ///< what the driver accepted although it looks wrong; else empty
 
     bool good() const { return verdict == VerdictGood; }
 };
