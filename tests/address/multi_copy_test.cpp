@@ -179,6 +179,49 @@ TEST(MultiCopyResult, TextsAreAddressesThatTheCheckAccepts)
     }
 }
 
+struct Series
+{
+    const char *type;
+    int start;
+    int increment;
+    int last; ///< the address that copies beyond it are put at
+};
+
+std::string textAt(const char *type, int address)
+{
+    if (std::string(type).find("_bit") == std::string::npos)
+        return std::to_string(address + 1);
+    return std::to_string(address / 16 + 1) + "." + std::to_string(address % 16);
+}
+
+// As many copies as an editor may ever make of one object, each looked at.
+TEST(MultiCopyResult, ThousandsOfCopiesAreEachSteppedAndClamped)
+{
+    const int copies = 70000;
+    const Series all[] = {
+        {"0x", 0, 1, 65535},        {"1x", 65535, 0, 65535},    {"3x", 65535, -1, 65535},
+        {"4x", 3, 7, 65535},        {"3x_bit", 5, 16, 1048575}, {"4x_bit", 1000000, 1, 1048575},
+        {"3x_double", 0, 2, 65534}, {"4x_double", 1, 1, 65534},
+    };
+    for (const Series &series : all) {
+        SCOPED_TRACE(series.type);
+        const Copies made = multiCopy(series.type, series.start, copies, series.increment);
+        ASSERT_EQ(made.addresses.size(), static_cast<size_t>(copies));
+        ASSERT_EQ(made.texts.size(), static_cast<size_t>(copies));
+        int result = 1;
+        for (int k = 0; k < copies; ++k) {
+            const int stepped = series.start + k * series.increment;
+            const int address = stepped > series.last ? series.last : stepped;
+            result = stepped > series.last ? 2 : result;
+            ASSERT_EQ(made.addresses[static_cast<size_t>(k)], address) << k;
+            if (address >= 0) {
+                ASSERT_EQ(made.texts[static_cast<size_t>(k)], textAt(series.type, address)) << k;
+            }
+        }
+        EXPECT_EQ(made.result, result);
+    }
+}
+
 // The texts of single bits below address 0 are of no use to anyone; they must
 // only not be clamped and do no harm.
 TEST(MultiCopyResult, NegativeBitsAreNotClamped)

@@ -2,11 +2,6 @@
 
 #include "support/driver_fixture.h"
 
-#include <atomic>
-#include <chrono>
-#include <future>
-#include <thread>
-
 namespace {
 
 using namespace support;
@@ -318,6 +313,53 @@ TEST_F(BitWriteToCache, SecondPendingCountsRequestsOfTheSameRange)
     EXPECT_EQ(area(1, "4x", 2).bitWriteState, (1 << 6) | (1 << 8));
 }
 
+struct OtherWrite
+{
+    int station;
+    const char *type;
+    int startAddr;
+    int count;
+};
+
+// Queued between the two writes of a bit, none of these is counted as a third
+// one, and each alike in all but one part.
+TEST_F(BitWriteToCache, SecondPendingCountsRequestsOfTheSamePlaceOnly)
+{
+    const OtherWrite others[] = {
+        {2, "4x_bit", 35, 1}, {1, "4x", 35, 1}, {1, "0x", 35, 1}, {1, "4x_bit", 36, 1}, {1, "4x_bit", 35, 2},
+    };
+    for (const OtherWrite &other : others) {
+        init("1#0#0#3#100");
+        setData(1, "4x_bit", 35, 1, "01 00");
+        setData(other.station, other.type, other.startAddr, other.count, "01 01 00 00");
+        setData(1, "4x_bit", 35, 1, "00 00");
+        ASSERT_EQ(queued(), 3);
+        const int ofBit35 = (1 << 6) | (1 << 7);
+        EXPECT_EQ(area(1, "4x", 2).bitWriteState & ofBit35, ofBit35)
+            << other.station << other.type << other.startAddr << "+" << other.count;
+    }
+}
+
+// And none of them is counted as the second one.
+TEST_F(BitWriteToCache, WritesOfOtherPlacesAreNotTheSecondOfABit)
+{
+    const OtherWrite others[] = {
+        {2, "4x_bit", 35, 1},
+        {1, "4x", 35, 1},
+        {1, "0x", 35, 1},
+        {1, "4x_bit", 36, 1},
+    };
+    for (const OtherWrite &other : others) {
+        init("1#0#0#3#100");
+        setData(other.station, other.type, other.startAddr, other.count, "01 00"); // at the head
+        setData(1, "4x_bit", 35, 1, "01 00");
+        setData(1, "4x_bit", 35, 1, "00 00"); // replaces
+        ASSERT_EQ(queued(), 2);
+        EXPECT_EQ(area(1, "4x", 2).bitWriteState & (1 << 7), 0)
+            << other.station << other.type << other.startAddr << "+" << other.count;
+    }
+}
+
 TEST_F(BitWriteToCache, SecondPendingIsSetForEveryBitOfTheRequest)
 {
     setData(1, "4x_bit", 47, 2, "01 01 00 00");
@@ -354,26 +396,6 @@ TEST_F(WriteRequests, OnlyTheScanForPendingBitsTakesTheListMutex)
     setData(1, "3x_bit", 5, 1, "01");
     setData(1, "4x_bit", 36, 1, "01 00"); // first write of this bit: no scan
     EXPECT_EQ(queued(), 5);
-}
-
-// The scan must wait for whoever holds the list. The pause only gives a scan
-// that does not wait the time to be caught; it never fails one that does.
-TEST_F(WriteRequests, ScanForPendingBitsWaitsForTheListMutex)
-{
-    setData(1, "4x_bit", 35, 1, "01 00");
-    std::promise<void> held;
-    std::atomic<bool> released(false);
-    std::thread holder([&] {
-        QMutexLocker list(&driver.listMutex);
-        held.set_value();
-        std::this_thread::sleep_for(std::chrono::milliseconds(50));
-        released = true;
-    });
-    held.get_future().wait();
-    setData(1, "4x_bit", 35, 1, "00 00");
-    EXPECT_TRUE(released);
-    holder.join();
-    EXPECT_EQ(area(1, "4x", 2).bitWriteState, (1 << 6) | (1 << 7));
 }
 
 TEST_F(WriteRequests, CallbacksRunOutsideTheListMutex)

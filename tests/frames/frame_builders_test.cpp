@@ -74,6 +74,8 @@ const Golden goldenFrames[] = {
     {"write register 2 to 3", "4x", 1, 1, "03 00", "11 06 00 01 00 03 9A 9B"},
     {"write coils 20-29", "0x", 19, 10, "01 00 01 01 00 00 01 01 01 00", "11 0F 00 13 00 0A 02 CD 01 BF 0B"},
     {"write registers 2-3", "4x", 1, 2, "0A 00 02 01", "11 10 00 01 00 02 04 00 0A 01 02 C6 F0"},
+    // No example of the description, which knows no such request; a host that asks for it gets it.
+    {"write no coils at 20", "0x", 19, 0, "", "11 0F 00 13 00 00 00 1E 7A"},
 };
 
 TEST_F(FrameBuilders, GoldenFrames)
@@ -91,8 +93,9 @@ TEST_F(FrameBuilders, GoldenReplies)
 {
     const char *const replies[] = {"11 01 03 CD 6B 05", "11 02 03 AC DB 35", "11 03 06 02 2B 00 00 00 64",
                                    "11 04 02 00 0A",    "11 05 00 AC FF 00", "11 06 00 01 00 03",
-                                   "11 0F 00 13 00 0A", "11 10 00 01 00 02"};
-    for (int i = 0; i < 8; ++i) {
+                                   "11 0F 00 13 00 0A", "11 10 00 01 00 02", "11 0F 00 13 00 00"};
+    static_assert(std::size(replies) == std::size(goldenFrames), "each example has its answer");
+    for (size_t i = 0; i < std::size(replies); ++i) {
         const Golden &golden = goldenFrames[i];
         const bool isRead = golden.data == nullptr;
         const VARIABLE unit =

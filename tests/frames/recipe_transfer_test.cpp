@@ -369,6 +369,26 @@ TEST_F(RecipeTransfer, RegistrationInsideTheCallbackIsSurvived)
     EXPECT_EQ(words(0, 4), Words({1, 2, 3, 4}));
 }
 
+// The rows are those that were registered when the reply came, also where a
+// register of the block is reported before the first word is.
+TEST_F(RecipeTransfer, RowsRegisteredInTheReportOfARegisterDoNotTakeTheReply)
+{
+    plan(keysOf("1:4x 0+4"));
+    registerRows("1:4x 0+2@0 | 1:4x 2+2@2");
+    int registrations = 0;
+    recorder.hook = [&](const Change &seen) {
+        if (seen.regType == QLatin1String("RWI"))
+            return;
+        ++registrations;
+        registerRows("1:4x 0+1@20 | 1:4x 1+1@21 | 1:4x 2+1@22 | 1:4x 3+1@23");
+    };
+    EXPECT_EQ(readBlock(wordsReply(1, 3, {1, 2, 3, 4})), ReplyAccepted);
+    EXPECT_EQ(registrations, 4);
+    EXPECT_EQ(words(0, 4), Words({1, 2, 3, 4}));
+    EXPECT_EQ(words(20, 4), Words({0, 0, 0, 0}));
+    EXPECT_EQ(wordReports(), Changes({wordChange(0), wordChange(1), wordChange(2), wordChange(3)}));
+}
+
 // --- what cannot be, and must not hurt -----------------------------------------------------------------
 
 // Weights are unsigned, so addresses below zero sort behind the others.
