@@ -28,25 +28,36 @@
 namespace {
 
 typedef void (*MutexOperation)(QMutex *);
+typedef bool (*MutexAttempt)(QMutex *, int);
 
-MutexOperation qtOperation(const char *symbol)
+template <typename Operation>
+Operation qtOperation(const char *symbol)
 {
-    return reinterpret_cast<MutexOperation>(dlsym(RTLD_NEXT, symbol));
+    return reinterpret_cast<Operation>(dlsym(RTLD_NEXT, symbol));
 }
 
 } // namespace
 
 void QMutex::lock() QT_MUTEX_LOCK_NOEXCEPT
 {
-    static const MutexOperation original = qtOperation("_ZN6QMutex4lockEv");
+    static const MutexOperation original = qtOperation<MutexOperation>("_ZN6QMutex4lockEv");
     __tsan_mutex_pre_lock(this, 0);
     original(this);
     __tsan_mutex_post_lock(this, 0, 0);
 }
 
+bool QMutex::tryLock(int timeout) QT_MUTEX_LOCK_NOEXCEPT
+{
+    static const MutexAttempt original = qtOperation<MutexAttempt>("_ZN6QMutex7tryLockEi");
+    __tsan_mutex_pre_lock(this, __tsan_mutex_try_lock);
+    const bool locked = original(this, timeout);
+    __tsan_mutex_post_lock(this, locked ? __tsan_mutex_try_lock : __tsan_mutex_try_lock_failed, 0);
+    return locked;
+}
+
 void QMutex::unlock() noexcept
 {
-    static const MutexOperation original = qtOperation("_ZN6QMutex6unlockEv");
+    static const MutexOperation original = qtOperation<MutexOperation>("_ZN6QMutex6unlockEv");
     __tsan_mutex_pre_unlock(this, 0);
     original(this);
     __tsan_mutex_post_unlock(this, 0);
