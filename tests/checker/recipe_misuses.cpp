@@ -1,0 +1,124 @@
+#include "checker/misuse.h"
+
+namespace checked {
+
+namespace {
+
+/** Two blocks of one register each. */
+void registerTwoBlocks(CheckedHost &host, int station = 1)
+{
+    host.registerRows(Rows() << row(1, station, "4x", 100, 1, 0) << row(1, station, "4x", 110, 1, 1));
+}
+
+std::vector<Misuse> rowMisuses()
+{
+    return {
+        {"row-type", "RegistersBits", [](CheckedHost &host) { host.registerRows(Rows() << row(1, 1, "0x", 0, 1, 0)); }},
+        {"row-too-long", "RegistersARowBeyondABlock",
+         [](CheckedHost &host) { host.registerRows(Rows() << row(1, 1, "4x", 0, 33, 0)); }},
+        {"row-of-doubles", "RegistersTwoValuesInARow",
+         [](CheckedHost &host) { host.registerRows(Rows() << row(1, 1, "4x_double", 0, 4, 0)); }},
+        {"row-offset", "RegistersBeforeTheBuffer",
+         [](CheckedHost &host) { host.registerRows(Rows() << row(1, 1, "4x", 0, 1, -1)); }},
+        {"rows-overlap", "RegistersTwoRowsForOneWord",
+         [](CheckedHost &host) { host.registerRows(Rows() << row(1, 1, "4x", 0, 4, 0) << row(1, 2, "4x", 0, 1, 3)); }},
+        {"rows-out-of-order", "RegistersTouchingRowsApart",
+         [](CheckedHost &host) { host.registerRows(Rows() << row(1, 1, "4x", 0, 2, 0) << row(1, 1, "4x", 2, 2, 10)); }},
+        {"rows-out-of-order", "RegistersTouchingRowsTheOtherWayRound",
+         [](CheckedHost &host) { host.registerRows(Rows() << row(1, 1, "4x", 2, 2, 0) << row(1, 1, "4x", 0, 2, 2)); }},
+        {"rows-of-other-links", "RegistersForAnotherLink",
+         [](CheckedHost &host) { host.registerRows(Rows() << row(2, 1, "4x", 0, 1, 0)); }},
+        {"transfer-without-buffers", "RegistersWithoutABuffer",
+         [](CheckedHost &host) {
+             int status = 0;
+             intf_initProperty(host.area.data(), 0, nullptr, &status, CheckedHost::usualProperty(), &host.mutex);
+             host.registerRows(Rows() << row(1, 1, "4x", 0, 1, 0));
+         }},
+    };
+}
+
+std::vector<Misuse> requestMisuses()
+{
+    return {
+        {"request-byte-value", "RequestsWithTwo",
+         [](CheckedHost &host) {
+             registerTwoBlocks(host);
+             host.request(CheckedHost::SaveByte, 2);
+             host.exchange();
+         }},
+        {"both-requests", "RequestsBothAtOnce",
+         [](CheckedHost &host) {
+             registerTwoBlocks(host);
+             host.request(CheckedHost::SaveByte);
+             host.request(CheckedHost::LoadByte);
+             host.exchange();
+         }},
+        {"request-cleared", "ClearsTheByteBetweenTwoBlocks",
+         [](CheckedHost &host) {
+             registerTwoBlocks(host);
+             host.request(CheckedHost::SaveByte);
+             host.exchange();
+             host.request(CheckedHost::SaveByte, 0);
+             host.exchange();
+         }},
+        {"request-cleared", "ClearsTheByteWhileABlockIsOut",
+         [](CheckedHost &host) {
+             registerTwoBlocks(host);
+             host.request(CheckedHost::LoadByte);
+             const FRAME_PRO frame = host.ask();
+             host.request(CheckedHost::LoadByte, 0);
+             host.deal(CheckedHost::answerTo(frame));
+         }},
+        {"transfer-overtaken", "LoadsInTheMiddleOfASave",
+         [](CheckedHost &host) {
+             registerTwoBlocks(host);
+             host.request(CheckedHost::SaveByte);
+             host.exchange();
+             host.request(CheckedHost::LoadByte);
+             host.exchange();
+         }},
+        {"start-up-in-transfer", "RegistersInTheMiddleOfASave",
+         [](CheckedHost &host) {
+             registerTwoBlocks(host);
+             host.request(CheckedHost::SaveByte);
+             host.exchange();
+             registerTwoBlocks(host);
+         }},
+        {"transfer-stands-still", "LoadsInputs",
+         [](CheckedHost &host) {
+             host.registerRows(Rows() << row(1, 1, "3x", 0, 1, 0));
+             host.request(CheckedHost::LoadByte);
+             host.ask();
+         }},
+        {"transfer-stands-still", "SavesStationZero",
+         [](CheckedHost &host) {
+             registerTwoBlocks(host, 0);
+             host.request(CheckedHost::SaveByte);
+             host.ask();
+         }},
+        {"request-without-rows", "RequestsWithoutRows",
+         [](CheckedHost &host) {
+             host.request(CheckedHost::SaveByte);
+             host.ask();
+         }},
+        {"request-without-rows", "RequestsWithRowsOfYesterday",
+         [](CheckedHost &host) {
+             registerTwoBlocks(host);
+             host.registerRows(Rows());
+             host.request(CheckedHost::SaveByte);
+             host.exchange();
+         }},
+    };
+}
+
+} // namespace
+
+std::vector<Misuse> recipeMisuses()
+{
+    std::vector<Misuse> all = rowMisuses();
+    const std::vector<Misuse> more = requestMisuses();
+    all.insert(all.end(), more.begin(), more.end());
+    return all;
+}
+
+} // namespace checked
