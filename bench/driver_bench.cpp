@@ -11,12 +11,12 @@
 
 namespace {
 
-/** Time of one transaction on a line of 115200 baud, 11-bit characters, with the silences. */
-double lineSeconds(int bytes)
+/** Time of transactions on a line of 115200 baud, 11-bit characters, with the silences. */
+double lineSeconds(int bytes, int transactions)
 {
     const double characterSeconds = 11.0 / 115200;
     const double silence = 0.00175;
-    return bytes * characterSeconds + 2 * silence;
+    return bytes * characterSeconds + 2 * transactions * silence;
 }
 
 void runScenario(benchmark::State &state, const std::string &name)
@@ -26,17 +26,19 @@ void runScenario(benchmark::State &state, const std::string &name)
         state.SkipWithError("no such scenario");
         return;
     }
+    const int steps = scenario->stepsARound();
     for (auto _ : state) {
-        if (!scenario->step()) {
-            state.SkipWithError("a transaction failed");
-            return;
+        for (int i = 0; i < steps; ++i) {
+            if (!scenario->step()) {
+                state.SkipWithError("a transaction failed");
+                return;
+            }
         }
     }
     const int elements = scenario->elements();
     state.SetItemsProcessed(state.iterations() * elements);
-    // CPU time as a share of the time that the transaction takes on the line;
-    // below 0.001 is below 0.1 %.
-    const double lineTime = static_cast<double>(state.iterations()) * lineSeconds(scenario->lineBytes());
+    // CPU time as a share of the time that the transactions take on the line.
+    const double lineTime = static_cast<double>(state.iterations()) * lineSeconds(scenario->lineBytes(), steps);
     state.counters["cpu_per_line_time"] =
         benchmark::Counter(lineTime, benchmark::Counter::kIsRate | benchmark::Counter::kInvert);
 }
@@ -108,7 +110,7 @@ void writeBurst(benchmark::State &state)
 void registerScenarios()
 {
     for (const std::string &name : scenarioNames()) {
-        if (name.rfind("plan", 0) == 0 || name.rfind("look_up", 0) == 0)
+        if (name.rfind("plan", 0) == 0 || name.rfind("look_up", 0) == 0 || name == "nothing")
             continue; // measured below, over a range of sizes
         benchmark::RegisterBenchmark(("poll_step/" + name).c_str(),
                                      [name](benchmark::State &state) { runScenario(state, name); });

@@ -63,7 +63,7 @@ private:
 class LibmodbusRegisters : public LibmodbusPoll
 {
 public:
-    LibmodbusRegisters() : LibmodbusPoll(125, registerReply(1, 3, 125, 0x1234)) {}
+    LibmodbusRegisters() : LibmodbusPoll(125, registerReply(1, 3, registerRun(0x1234, 125))) {}
 
 private:
     int read() override { return modbus_read_registers(context(), 0, 125, values_); }
@@ -86,7 +86,7 @@ private:
 class SocketPairAlone : public Scenario
 {
 public:
-    SocketPairAlone() : reply_(registerReply(1, 3, 125, 0x1234))
+    SocketPairAlone() : reply_(registerReply(1, 3, registerRun(0x1234, 125)))
     {
         ready_ = socketpair(AF_UNIX, SOCK_STREAM, 0, ends_) == 0;
     }

@@ -4,7 +4,8 @@
 find_package(benchmark REQUIRED)
 find_library(LIBMODBUS_LIBRARY modbus REQUIRED)
 
-add_library(bench_scenarios STATIC plant_keys.cpp poll_scenarios.cpp peer_scenarios.cpp replies.cpp)
+add_library(bench_scenarios STATIC plant_keys.cpp polled_blocks.cpp poll_scenarios.cpp
+    peer_scenarios.cpp replies.cpp)
 target_include_directories(bench_scenarios PUBLIC ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/driver)
 target_link_libraries(bench_scenarios PUBLIC modbus_rtu_master ModbusQt::Core PRIVATE ${LIBMODBUS_LIBRARY})
 
@@ -16,8 +17,8 @@ if(Qt${MODBUS_QT_MAJOR}SerialBus_FOUND)
     target_link_libraries(bench_scenarios PRIVATE Qt${MODBUS_QT_MAJOR}::SerialBus)
 endif()
 
-add_executable(instruction_count instruction_count.cpp)
-target_link_libraries(instruction_count PRIVATE bench_scenarios)
+add_executable(scenario_steps scenario_steps.cpp)
+target_link_libraries(scenario_steps PRIVATE bench_scenarios)
 
 add_executable(driver_bench driver_bench.cpp)
 target_link_libraries(driver_bench PRIVATE bench_scenarios benchmark::benchmark)
@@ -25,7 +26,7 @@ target_link_libraries(driver_bench PRIVATE bench_scenarios benchmark::benchmark)
 add_executable(area_memory area_memory.cpp)
 target_link_libraries(area_memory PRIVATE bench_scenarios)
 
-foreach(program bench_scenarios instruction_count driver_bench area_memory)
+foreach(program bench_scenarios scenario_steps driver_bench area_memory)
     set_target_properties(${program} PROPERTIES CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON)
     modbus_warnings(${program})
 endforeach()

@@ -2,47 +2,74 @@
 
 #include "bench/peer_scenarios.h"
 #include "bench/plant_keys.h"
-#include "bench/replies.h"
+#include "bench/polled_blocks.h"
 
 #include <functional>
 #include <map>
 
 namespace {
 
-/** Polls one block of the driver with replies that take turns. */
-class DriverPoll : public Scenario
+/** Polls blocks given in the order of the plan, each as a request of its own. */
+class DriverPoll final : public Scenario
 {
 public:
-    DriverPoll(const char *regType, int count, const std::vector<QByteArray> &replies, int otherAreas)
-        : replies_(replies)
-        , count_(count)
+    DriverPoll(const std::vector<PolledBlock> &blocks, int otherAreas)
     {
-        initialiseDriver(2000);
+        initialiseDriver(1); // so short that no two blocks are joined
         cacheAreas(otherAreas);
         QList<KEY_ADDRESS> keys;
-        keys << planKey(1, regType, 0, count);
-        intf_addrMerge(&keys);
-        for (std::size_t i = 0; i < 2 * replies_.size(); ++i)
-            step(); // first reading
+        for (const PolledBlock &block : blocks) {
+            keys << block.key;
+            slaves_.push_back(Slave{block.replies, 0});
+            elements_ += block.key.count;
+        }
+        ready_ = intf_addrMerge(&keys) == stepsARound() && readAll();
     }
 
     bool step() override
     {
-        if (intf_getSendFrame(&frame_) != 1)
+        if (!ready_ || intf_getSendFrame(&frame_) != 1)
             return false;
-        QByteArray &reply = replies_[next_];
-        next_ = next_ + 1 < replies_.size() ? next_ + 1 : 0;
+        Slave &slave = slaves_[asked_];
+        asked_ = asked_ + 1 < slaves_.size() ? asked_ + 1 : 0;
+        QByteArray &reply = slave.replies[slave.next];
+        slave.next = slave.next + 1 < slave.replies.size() ? slave.next + 1 : 0;
         return intf_dealRcvFrame(&reply, &information_) == 1;
     }
 
-    int elements() const override { return count_; }
+    int stepsARound() const override { return static_cast<int>(slaves_.size()); }
 
-    int lineBytes() const override { return frame_.frameLen + frame_.replyLen; }
+    int elements() const override { return elements_; }
+
+    int lineBytes() const override { return lineBytes_; }
 
 private:
-    std::vector<QByteArray> replies_;
-    int count_;
-    std::size_t next_ = 0;
+    struct Slave
+    {
+        std::vector<QByteArray> replies;
+        std::size_t next;
+    };
+
+    /** First readings: every reply of every block twice. */
+    bool readAll()
+    {
+        ready_ = true;
+        for (int round = 0; round < 4; ++round) {
+            lineBytes_ = 0;
+            for (int i = 0; i < stepsARound(); ++i) {
+                if (!step())
+                    return false;
+                lineBytes_ += frame_.frameLen + frame_.replyLen;
+            }
+        }
+        return true;
+    }
+
+    std::vector<Slave> slaves_;
+    std::size_t asked_ = 0;
+    int elements_ = 0;
+    int lineBytes_ = 0;
+    bool ready_ = false;
     FRAME_PRO frame_ = FRAME_PRO();
     QString information_;
 };
@@ -94,30 +121,16 @@ private:
     QString type_;
 };
 
-std::vector<QByteArray> steadyRegisters()
+/** The measuring loop alone. */
+class Nothing : public Scenario
 {
-    return {registerReply(1, 3, 125, 0x1234)};
-}
+public:
+    bool step() override { return true; }
 
-std::vector<QByteArray> fewRegisters()
-{
-    return {registerReply(1, 3, 25, 0x1234)};
-}
+    int elements() const override { return 0; }
 
-std::vector<QByteArray> movingRegisters()
-{
-    return {registerReply(1, 3, 125, 0x1234), registerReply(1, 3, 125, 0x4321)};
-}
-
-std::vector<QByteArray> steadyCoils()
-{
-    return {coilReply(1, 1, 2000, 0x5A)};
-}
-
-std::vector<QByteArray> movingCoils()
-{
-    return {coilReply(1, 1, 2000, 0x5A), coilReply(1, 1, 2000, 0xA5)};
-}
+    int lineBytes() const override { return 0; }
+};
 
 using Maker = std::function<std::unique_ptr<Scenario>()>;
 
@@ -131,26 +144,73 @@ Maker lookUp(int areas)
     return [=] { return std::unique_ptr<Scenario>(new LookUp(areas)); };
 }
 
-Maker driverPoll(const char *regType, int count, std::vector<QByteArray> (*replies)(), int otherAreas)
+Maker driverPoll(std::vector<PolledBlock> (*blocks)(), int otherAreas = 0)
 {
-    return [=] { return std::unique_ptr<Scenario>(new DriverPoll(regType, count, replies(), otherAreas)); };
+    return [=] { return std::unique_ptr<Scenario>(new DriverPoll(blocks(), otherAreas)); };
+}
+
+/** Two requests that are alike. */
+template <PolledBlock (*block)(int station)>
+std::vector<PolledBlock> two()
+{
+    return {block(1), block(2)};
+}
+
+/** Two requests: this block at station 1, then registers of station 2 of which each differs in every round. */
+template <PolledBlock (*first)(int station)>
+std::vector<PolledBlock> besideAChangingOne()
+{
+    return {first(1), movingRegisters(2)};
+}
+
+/** One request. */
+template <PolledBlock (*block)(int station)>
+std::vector<PolledBlock> alone()
+{
+    return {block(1)};
+}
+
+/**
+ * 4,000 requests of forty stations, each of which has this block and then 99
+ * single registers that never change.
+ */
+template <PolledBlock (*first)(int station)>
+std::vector<PolledBlock> longPlan()
+{
+    std::vector<PolledBlock> blocks;
+    for (int station = 1; station <= 40; ++station) {
+        blocks.push_back(first(station));
+        for (int i = 1; i < 100; ++i)
+            blocks.push_back(steadyRegister(station, 1000 + 2 * i));
+    }
+    return blocks;
 }
 
 const std::map<std::string, Maker> &makers()
 {
     static const std::map<std::string, Maker> table = {
-        {"registers_unchanged", driverPoll("4x", 125, steadyRegisters, 0)},
-        {"registers_unchanged_few", driverPoll("4x", 25, fewRegisters, 0)},
-        {"registers_unchanged_500k", driverPoll("4x", 125, steadyRegisters, 500000)},
-        {"registers_changed", driverPoll("4x", 125, movingRegisters, 0)},
-        {"registers_changed_500k", driverPoll("4x", 125, movingRegisters, 500000)},
-        {"coils_unchanged", driverPoll("0x", 2000, steadyCoils, 0)},
-        {"coils_changed", driverPoll("0x", 2000, movingCoils, 0)},
+        {"registers_unchanged", driverPoll(alone<steadyRegisters>)},
+        {"registers_unchanged_few", driverPoll(alone<fewRegisters>)},
+        {"registers_unchanged_500k", driverPoll(alone<steadyRegisters>, 500000)},
+        {"registers_one_changed", driverPoll(alone<oneMovingRegister>)},
+        {"registers_changed", driverPoll(alone<movingRegisters>)},
+        {"registers_changed_500k", driverPoll(alone<movingRegisters>, 500000)},
+        {"coils_unchanged", driverPoll(alone<steadyCoils>)},
+        {"coils_unchanged_500k", driverPoll(alone<steadyCoils>, 500000)},
+        {"coils_changed", driverPoll(alone<movingCoils>)},
+        {"round_registers_unchanged", driverPoll(two<steadyRegisters>)},
+        {"round_coils_unchanged", driverPoll(two<steadyCoils>)},
+        {"round_registers_beside_changed", driverPoll(besideAChangingOne<steadyRegisters>)},
+        {"round_coils_beside_changed", driverPoll(besideAChangingOne<steadyCoils>)},
+        {"long_round_registers_unchanged", driverPoll(longPlan<steadyRegisters>)},
+        {"long_round_coils_unchanged", driverPoll(longPlan<steadyCoils>)},
+        {"long_round_single_registers", driverPoll(longPlan<firstRegister>)},
         {"plan_10k_keys", planning(10000)},
         {"plan_20k_keys", planning(20000)},
         {"plan_100k_keys", planning(100000)},
         {"look_up_100", lookUp(100)},
         {"look_up_500k", lookUp(500000)},
+        {"nothing", [] { return std::unique_ptr<Scenario>(new Nothing); }},
         {"libmodbus_registers", [] { return libmodbusRegisters(); }},
         {"libmodbus_coils", [] { return libmodbusCoils(); }},
         {"socket_pair_alone", [] { return socketPairAlone(); }},

@@ -19,10 +19,13 @@ public:
     /** One transaction. False when it did not end as it should: the measurement is then void. */
     virtual bool step() = 0;
 
-    /** Registers or coils that one step carries. */
+    /** Steps until every request of the plan has been polled once. */
+    virtual int stepsARound() const { return 1; }
+
+    /** Registers or coils that a round carries. */
     virtual int elements() const = 0;
 
-    /** Bytes that one step has on the line, request and reply. */
+    /** Bytes that a round has on the line, requests and replies. */
     virtual int lineBytes() const = 0;
 };
 

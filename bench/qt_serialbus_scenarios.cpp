@@ -53,5 +53,5 @@ private:
 std::unique_ptr<Scenario> qtSerialBusRegisters()
 {
     return std::unique_ptr<Scenario>(
-        new QtSerialBusPoll(125, QModbusDataUnit::HoldingRegisters, registerReply(1, 3, 125, 0x1234)));
+        new QtSerialBusPoll(125, QModbusDataUnit::HoldingRegisters, registerReply(1, 3, registerRun(0x1234, 125))));
 }

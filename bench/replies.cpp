@@ -33,11 +33,19 @@ QByteArray withCrc(QByteArray bytes)
 
 } // namespace
 
-QByteArray registerReply(int station, int function, int count, int firstValue)
+std::vector<int> registerRun(int firstValue, int count)
 {
-    QByteArray bytes = header(station, function, count * 2);
-    for (int i = 0; i < count; ++i) {
-        const int value = firstValue + i;
+    std::vector<int> values;
+    values.reserve(static_cast<std::size_t>(count));
+    for (int i = 0; i < count; ++i)
+        values.push_back(firstValue + i);
+    return values;
+}
+
+QByteArray registerReply(int station, int function, const std::vector<int> &values)
+{
+    QByteArray bytes = header(station, function, static_cast<int>(values.size()) * 2);
+    for (const int value : values) {
         bytes.append(static_cast<char>(value >> 8));
         bytes.append(static_cast<char>(value));
     }

@@ -7,8 +7,13 @@
 
 #include <QtCore/QByteArray>
 
-/** Reply with @p count registers that start at @p firstValue and go up by one. */
-QByteArray registerReply(int station, int function, int count, int firstValue);
+#include <vector>
+
+/** @p count values that start at @p firstValue and go up by one. */
+std::vector<int> registerRun(int firstValue, int count);
+
+/** Reply with these registers. */
+QByteArray registerReply(int station, int function, const std::vector<int> &values);
 
 /** Reply with @p count coils, eight of them in each byte @p pattern. */
 QByteArray coilReply(int station, int function, int count, int pattern);
