@@ -11,6 +11,7 @@ import hashlib
 import json
 import os
 import re
+import shutil
 import subprocess
 import sys
 
@@ -44,6 +45,7 @@ class Counts:
     """Counts of one build. What was counted of the same binaries before is not counted again."""
 
     def __init__(self, build=BUILD):
+        self.valgrind = shutil.which("valgrind") or sys.exit("valgrind is not installed")
         self.folder = os.path.join(build, "bench")
         self.kept = os.path.join(build, "counts.json")
         library = os.path.join(build, "lib", "libmodbus_rtu_master.so.1")
@@ -54,6 +56,15 @@ class Counts:
         """Names of all scenarios, as the program lists them."""
         run = subprocess.run(["./scenario_steps"], capture_output=True, text=True, check=False, cwd=self.folder)
         return re.search(r"scenarios:(.*)", run.stderr).group(1).split()
+
+    def built_with(self):
+        """Versions of the compiler, Qt and the C library, by name."""
+        told = subprocess.run(["./scenario_steps", "--tools"], capture_output=True, text=True, check=True,
+                              cwd=self.folder).stdout
+        return dict(line.split(" ", 1) for line in told.splitlines())
+
+    def valgrind_version(self):
+        return subprocess.run([self.valgrind, "--version"], capture_output=True, text=True, check=True).stdout.strip()
 
     def instructions(self, names):
         """User-space instructions of one round of each scenario, by name."""
@@ -76,8 +87,8 @@ class Counts:
     def _summary(self, tool, arguments):
         """Valgrind's closing words. What lies on the stack does not depend on who
         calls: no environment, no long path."""
-        run = subprocess.run(["valgrind", *tool, "./scenario_steps", *arguments], capture_output=True, text=True,
-                             check=False, cwd=self.folder, env={"PATH": os.environ["PATH"]})
+        run = subprocess.run([self.valgrind, *tool, "./scenario_steps", *arguments], capture_output=True, text=True,
+                             check=False, cwd=self.folder, env={})
         if run.returncode != 0:
             sys.exit(f"{' '.join(arguments)} failed: {run.stderr}")
         return run.stderr

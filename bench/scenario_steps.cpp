@@ -2,10 +2,15 @@
 // counter around it can take the difference of two numbers of rounds.
 //
 //   scenario_steps SCENARIO ROUNDS [cold]      exit status 1 when a step failed
+//   scenario_steps --tools                     what it was built with and runs on
 //
 // Cold: before each step something else has had the processor's data cache.
 
 #include "bench/poll_scenarios.h"
+
+#include <QtCore/QtGlobal>
+
+#include <gnu/libc-version.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -22,9 +27,16 @@ void sweepCache()
         static_cast<void>(others[i]);
 }
 
+/** What counts depend on: the compiler, Qt and the C library. */
+int tellTools()
+{
+    std::printf("compiler %s\nQt %s\nlibc %s\n", __VERSION__, qVersion(), gnu_get_libc_version());
+    return 0;
+}
+
 int usage()
 {
-    std::fprintf(stderr, "usage: scenario_steps SCENARIO ROUNDS [cold]\nscenarios:");
+    std::fprintf(stderr, "usage: scenario_steps SCENARIO ROUNDS [cold] | --tools\nscenarios:");
     for (const std::string &name : scenarioNames())
         std::fprintf(stderr, " %s", name.c_str());
     std::fprintf(stderr, "\n");
@@ -35,6 +47,8 @@ int usage()
 
 int main(int argc, char **argv)
 {
+    if (argc == 2 && std::strcmp(argv[1], "--tools") == 0)
+        return tellTools();
     if (argc < 3 || argc > 4)
         return usage();
     const std::unique_ptr<Scenario> scenario = makeScenario(argv[1]);
