@@ -11,7 +11,8 @@
 /**
  * Appends the address and the address text of each copy; both outputs may be
  * null. Copies past the last address of the type are set to it; at most 1048576
- * copies (every bit of every register) are made in one call.
+ * copies (every bit of every register) are made in one call, but the result
+ * speaks for all that were asked for.
  *
  * @param startAddress zero-based
  * @param increment step between copies, in bits for the bit-in-register types

@@ -142,6 +142,75 @@ TEST(MultiCopyResult, NoCopiesAreOneAndAppendNothing)
         }
 }
 
+struct ManyCase
+{
+    const char *type;
+    int start;
+    int copies;
+    int increment;
+    int result;
+};
+
+// The result speaks for every copy, also for those beyond the most that one call makes.
+TEST(MultiCopyResult, SpeaksForCopiesThatAreNotMade)
+{
+    const ManyCase cases[] = {
+        {"4x", 0, INT_MAX, 0, 1},
+        {"4x", 65536, INT_MAX, 0, 2},
+        {"4x_bit", -1048577, 2097153, 1, 1},    // the last one is 1048575
+        {"4x_bit", -1048577, 2097154, 1, 2},    // and here 1048576
+        {"4x_double", -2000000, 2065535, 1, 1}, // 65534
+        {"4x_double", -2000000, 2065536, 1, 2}, // 65535
+        {"4x", -1, INT_MAX, -1, 1},             // down to -2147483647
+        {"4x", -2, INT_MAX, -1, 1},             // down to the lowest number
+        {"4x", -3, INT_MAX, -1, 2},             // and around to the highest
+        {"0x", 5, 1100000, INT_MIN, 1},         // 5 and 5 - 2147483648 in turns
+        {"0x", 65535, 1100000, INT_MIN, 1},
+        {"0x", 0, 2, INT_MAX, 2},
+    };
+    for (const ManyCase &c : cases) {
+        QString type = QString::fromLatin1(c.type);
+        EXPECT_EQ(intf_multiCopy(&type, c.start, c.copies, c.increment, nullptr, nullptr), c.result)
+            << c.type << " " << c.start << " " << c.copies << " " << c.increment;
+    }
+}
+
+TEST(MultiCopyResult, AgreesWithSteppingForAnyIncrement)
+{
+    const int increments[] = {
+        1,          -1,          3,           -7,          1000,        -65536,     65537,           INT_MAX,
+        INT_MIN,    INT_MAX - 1, INT_MIN + 1, INT_MIN / 2, INT_MAX / 3, 2147418112, INT_MAX - 65536, INT_MIN + 65536,
+        2146435072, -2146435072};
+    const int starts[] = {0, 65535, 65536, -1, INT_MIN, INT_MIN + 40000, 1 << 30, -(1 << 30)};
+    for (const char *typeText : {"4x", "4x_double", "3x_bit"})
+        for (int start : starts)
+            for (int increment : increments) {
+                QString type = QString::fromLatin1(typeText);
+                const int last = type.endsWith(QLatin1String("bit"))      ? 1048575
+                                 : type.endsWith(QLatin1String("double")) ? 65534
+                                                                          : 65535;
+                long long running = start;
+                int expected = 1;
+                for (int copies = 1; copies <= 70; ++copies) {
+                    if (static_cast<int>(static_cast<unsigned int>(running)) > last)
+                        expected = 2;
+                    running += increment;
+                    ASSERT_EQ(intf_multiCopy(&type, start, copies, increment, nullptr, nullptr), expected)
+                        << typeText << " " << start << " " << copies << " " << increment;
+                }
+            }
+}
+
+// Every bit of every register of one station: more is never made in one call.
+TEST(MultiCopyResult, MakesNoMoreThan1048576Copies)
+{
+    QString type = QString::fromLatin1("4x_bit");
+    QVector<int> addresses;
+    EXPECT_EQ(intf_multiCopy(&type, 0, 1048577, 1, nullptr, &addresses), 2);
+    ASSERT_EQ(addresses.size(), 1048576);
+    EXPECT_EQ(addresses.last(), 1048575);
+}
+
 TEST(MultiCopyResult, VectorsAreAppendedTo)
 {
     QString type = QString::fromLatin1("4x");
