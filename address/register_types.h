@@ -25,7 +25,10 @@ struct RegisterType
     bool writable;
 };
 
-enum { RegisterTypeCount = 8 };
+enum {
+    RegisterTypeCount = 8,
+    RegisterBits = 16 ///< bits of a register: a bit address is register x 16 + bit
+};
 
 /** The table, in the order in which the types are presented to a project author. */
 const RegisterType *registerTypes();

@@ -7,7 +7,7 @@
 
 namespace {
 
-enum { RegisterBits = 16, AreaCoils = 8 };
+enum { AreaCoils = 8 };
 
 /** The text of a type that the table knows, so that its areas share one buffer; else the text itself. */
 QString sharedTypeText(const QString &regType)
@@ -58,31 +58,28 @@ _DATA_ &Modbus_rtu_master::dataArea(int station, const QString &regType, int are
 void Modbus_rtu_master::_wordDataChange(const int *oldValue, const int *newValue, int station, const QString &regType,
                                         int address, int noBits)
 {
-    const MonitorRoles roles(dataArea(station, regType, address));
-    reportWordChange(roles, *oldValue, *newValue, station, regType, address, noBits);
-}
-
-void Modbus_rtu_master::reportWordChange(const MonitorRoles &roles, int oldValue, int newValue, int station,
-                                         const QString &regType, int address, int noBits)
-{
-    if (oldValue == newValue)
+    // What is monitored is looked up once: a callback may change the plan or empty the cache.
+    const _DATA_ &area = dataArea(station, regType, address);
+    const int words = area.wordMonitor;
+    const int changed = *oldValue ^ *newValue;
+    const int changedBits = noBits == 0 ? area.bitMonitor & changed : 0;
+    if (changed == 0)
         return;
 
-    if (noBits == 0 && roles.bits != 0) {
-        const int changed = roles.bits & (oldValue ^ newValue);
+    if (changedBits != 0) {
         const QString bitType = bitTypeOf(regType);
         for (int bit = 0; bit < RegisterBits; ++bit) {
-            if (changed >> bit & 1)
+            if (changedBits >> bit & 1)
                 reportChange(linkId, station, bitType, wrapAdd(wrapMul(address, RegisterBits), bit));
         }
     }
-    if (roles.words & 1)
+    if (words & 1)
         reportChange(linkId, station, regType, address);
     for (int half = 0; half < 2; ++half) {
         const int lower = wrapSub(address, half);
         if (lower < 0)
             return;
-        if (roles.words >> (half + 1) & 1)
+        if (words >> (half + 1) & 1)
             reportChange(linkId, station, doubleTypeOf(regType), lower);
     }
 }

@@ -47,15 +47,6 @@ inline int shownValue(const _DATA_ &area)
     return area.writtenFlag ? area.writtenValue : area.readValue;
 }
 
-/** What a register area reports changes for. */
-struct MonitorRoles
-{
-    int words;
-    int bits;
-
-    explicit MonitorRoles(const _DATA_ &area) : words(area.wordMonitor), bits(area.bitMonitor) {}
-};
-
 /**
  * Walks the areas of one station and type. Areas of consecutive addresses mostly
  * lie beside each other in the cache, in the order in which they were first

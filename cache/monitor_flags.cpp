@@ -6,7 +6,7 @@
 namespace {
 
 enum { PlainWord = 0, FirstOfDouble = 1, SecondOfDouble = 2 }; // bits of wordMonitor
-enum { AreaCoils = 8, RegisterBits = 16 };
+enum { AreaCoils = 8 };
 
 void monitorBit(_DATA_ &area, int bit)
 {

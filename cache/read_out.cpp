@@ -5,8 +5,6 @@
 
 namespace {
 
-enum { RegisterBits = 16 };
-
 unsigned char lowByte(int value)
 {
     return static_cast<unsigned char>(value & 0xFF);

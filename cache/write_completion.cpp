@@ -5,8 +5,6 @@
 
 namespace {
 
-enum { RegisterBits = 16 };
-
 /** Undoes one of the at most two pending writes recorded for a bit. */
 int withoutPendingWrite(int bitWriteState, int position)
 {
@@ -61,11 +59,11 @@ void Modbus_rtu_master::settleRegisterWrite(AreaWalker &areas, int address, bool
     _DATA_ &area = areas.at(address);
     area.writtenFlag = 0;
     const int written = registerOf(area.writtenValue);
+    const int read = registerOf(area.readValue);
     if (confirmed)
         storeRegister(area.readValue, written);
     else
-        reportWordChange(MonitorRoles(area), registerOf(area.readValue), written, areas.station, areas.areaType,
-                         address, 0);
+        _wordDataChange(&read, &written, areas.station, areas.areaType, address, 0);
 }
 
 void Modbus_rtu_master::settleBitWrite(AreaWalker &areas, int bitAddress, bool confirmed)

@@ -1,9 +1,9 @@
 #include "cache/data_areas.h"
 
 #include "address/register_types.h"
+#include "cache/request_queue.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
-#include "planning/request_queue.h"
 
 #include <QtCore/QMutexLocker>
 
@@ -12,7 +12,7 @@
 
 namespace {
 
-enum { RegisterBits = 16, ByteBits = 8 };
+enum { ByteBits = 8 };
 
 /** Two bits of bitWriteState for each bit of a register. */
 int pendingBit(int position)
@@ -33,6 +33,26 @@ void copyPayload(VARIABLE &target, const unsigned char *data, std::ptrdiff_t off
     const long long room = ModbusRtuRecordBytes;
     std::memcpy(target.data, data + offset, static_cast<std::size_t>(bytes < room ? bytes : room));
 }
+
+/**
+ * The registers of each piece of a write. Bits are cut like registers and two
+ * bytes are copied for each, although bit data has one byte a bit.
+ */
+class RegisterPayload
+{
+public:
+    RegisterPayload(const RequestPieces &cut, const unsigned char *hostData) : pieces(cut), data(hostData) {}
+
+    void operator()(VARIABLE &unit, int k) const
+    {
+        std::memset(unit.data, 0, sizeof unit.data);
+        copyPayload(unit, data, 2 * static_cast<std::ptrdiff_t>(pieces.offset(k)), 2LL * unit.count);
+    }
+
+private:
+    const RequestPieces &pieces;
+    const unsigned char *data;
+};
 
 /** One bit of a register inside its area: which bit, and which byte holds it. */
 struct BitPlace
@@ -80,17 +100,8 @@ void Modbus_rtu_master::queueWrite(int station, const QString &regType, int addr
         return;
     }
 
-    // Bits are cut like registers and two bytes are copied for each, although
-    // bit data has one byte a bit.
-    const RequestPieces pieces(boundedCount(count), maxBlockWords);
-    for (int k = 0; k < pieces.number(); ++k) {
-        const int offset = pieces.offset(k);
-        std::memset(var.data, 0, sizeof var.data);
-        var.startAddr = wrapAdd(address, offset);
-        var.count = pieces.length(k);
-        copyPayload(var, data, 2 * static_cast<std::ptrdiff_t>(offset), 2LL * var.count);
-        addVarToList(writeList, var);
-    }
+    const RequestPieces pieces(address, boundedCount(count), maxBlockWords);
+    addPiecesToList(writeList, pieces, var, RegisterPayload(pieces, data));
 }
 
 void Modbus_rtu_master::write_saveDataToArea(int station, const QString &regType, int address, int count,
@@ -141,10 +152,9 @@ void Modbus_rtu_master::showWrittenCoil(AreaWalker &areas, int address, int valu
 
 void Modbus_rtu_master::showWrittenRegister(AreaWalker &areas, int address, int value)
 {
-    const _DATA_ &current = areas.at(address);
-    const int shown = registerOf(shownValue(current));
+    const int shown = registerOf(shownValue(areas.at(address)));
     if (shown != value)
-        reportWordChange(MonitorRoles(current), shown, value, areas.station, areas.areaType, address, 0);
+        _wordDataChange(&shown, &value, areas.station, areas.areaType, address, 0);
     _DATA_ &area = areas.at(address);
     storeRegister(area.writtenValue, value);
     area.writtenFlag = 1;
@@ -158,11 +168,10 @@ void Modbus_rtu_master::showWrittenRegister(AreaWalker &areas, int address, int 
 void Modbus_rtu_master::showWrittenBit(AreaWalker &areas, int bitAddress, bool on, bool keepsOtherByte)
 {
     const BitPlace place(bitAddress);
-    const _DATA_ &current = areas.at(place.areaIndex);
-    const int shown = registerOf(shownValue(current));
+    const int shown = registerOf(shownValue(areas.at(place.areaIndex)));
     const int value = on ? shown | place.mask : shown & ~place.mask;
     if (shown != value)
-        reportWordChange(MonitorRoles(current), shown, value, areas.station, areas.areaType, place.areaIndex, 0);
+        _wordDataChange(&shown, &value, areas.station, areas.areaType, place.areaIndex, 0);
 
     _DATA_ &area = areas.at(place.areaIndex);
     const bool otherByteWritten = keepsOtherByte && area.writtenFlag;

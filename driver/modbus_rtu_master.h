@@ -45,8 +45,6 @@ enum MergeMode { PollMerge = 1, RecipeMerge = 2 };
 
 class AreaWalker;
 class ReplyBytes;
-struct MergeItem;
-struct MonitorRoles;
 struct RegisterType;
 
 class Modbus_rtu_master
@@ -171,7 +169,7 @@ public:
     int maxReadWords;                  ///< property field 4; largest merged block
     unsigned char *hostArea;           ///< host block with the two request bytes; borrowed
     int hostArg;                       ///< stored, never read
-    unsigned char *hostWordBuffer;     ///< 16-bit words of recipe values, low byte first; any alignment; borrowed
+    unsigned short *hostWordBuffer;    ///< 16-bit words of recipe values, low byte first; any alignment; borrowed
     QMutex *hostMutex;                 ///< the host's mutex over the request bytes; borrowed
     QList<VARIABLE> cyclicReadList;    ///< cyclic plan, served round robin
     QList<VARIABLE> writeList;         ///< pending writes, the first in flight; at most 513
@@ -208,13 +206,6 @@ private:
     void callHost(int link, int station, QString &text, int address);
     bool swapsDoubleWords(int station) const;
 
-    void reportWordChange(const MonitorRoles &roles, int oldValue, int newValue, int station, const QString &regType,
-                          int address, int noBits);
-
-    std::vector<MergeItem> pollBlocks(std::vector<MergeItem> items) const;
-    void mergeRecipeRows();
-    void queueConditionRead(const KEY_ADDRESS &key, int startAddr, int count, int userData);
-
     void queueWrite(int station, const QString &regType, int address, int count, const unsigned char *data, int tag);
     void showWrittenCoil(AreaWalker &areas, int address, int value);
     void showWrittenRegister(AreaWalker &areas, int address, int value);
@@ -226,17 +217,21 @@ private:
     void settleBitWrite(AreaWalker &areas, int bitAddress, bool confirmed);
 
     /** What the host asks for through its two request bytes; a write wins over a read. */
-    enum BlockRequest { NoBlock, BlockWrite, BlockRead };
+    struct TransferRequests
+    {
+        bool write;
+        bool read;
+    };
 
-    BlockRequest blockRequest() const;
-    void clearBlockRequest(BlockRequest request);
-    void selectTransaction(BlockRequest request);
-    void selectBlock(BlockRequest request);
+    TransferRequests transferRequests() const;
+    void endTransfer(int requestByte);
+    void selectTransaction(TransferRequests requested);
+    void selectBlock(bool write);
     void selectPolling();
     void buildFrames();
     void finishWrite();
     void finishConditionRead();
-    void finishBlock(BlockRequest request);
+    void finishBlock(int requestByte);
 
     int finishGoodRead(QByteArray &received);
     int finishGoodWrite();

@@ -1,11 +1,12 @@
 #include "driver/modbus_rtu_master.h"
 
+#include "address/register_types.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
 
 namespace {
 
-enum { RegisterBits = 16, ExceptionReplyBytes = 5 };
+enum { ExceptionReplyBytes = 5 };
 
 /**
  * A note for replies of an exception's length. The code shown is the function

@@ -12,7 +12,7 @@
 
 namespace {
 
-enum { RegisterBits = 16, ByteBits = 8, WriteHeaderBytes = 7, CrcBytes = 2 };
+enum { ByteBits = 8, WriteHeaderBytes = 7, CrcBytes = 2 };
 
 /** Bytes of a reply that are changed in place; positions outside are left out. */
 class EditableReply
@@ -71,14 +71,16 @@ void fillWrite(FRAME_PRO &write, const EditableReply &reply)
         write.frame[WriteHeaderBytes + 2 * i] = reply.at(2 * i + 1);
         write.frame[WriteHeaderBytes + 2 * i + 1] = reply.at(2 * i);
     }
-    appendCrc(write.frame, write.frameLen - CrcBytes);
+    if (write.frameLen >= CrcBytes)
+        appendCrc(write.frame, write.frameLen - CrcBytes);
 }
 
-void putWord(unsigned char *buffer, int word, int value)
+/** Byte by byte: host buffers may lie at odd addresses. */
+void putWord(unsigned short *buffer, int word, int value)
 {
     if (!buffer || word < 0)
         return;
-    unsigned char *place = buffer + 2 * static_cast<std::ptrdiff_t>(word);
+    unsigned char *place = reinterpret_cast<unsigned char *>(buffer) + 2 * static_cast<std::ptrdiff_t>(word);
     place[0] = static_cast<unsigned char>(value & 0xFF);
     place[1] = static_cast<unsigned char>(value >> 8);
 }
@@ -138,7 +140,7 @@ bool Modbus_rtu_master::takeRegister(AreaWalker &areas, int address, int value, 
         return false;
     if (!keepsWritten || writeList.isEmpty())
         area.writtenFlag = 0;
-    reportWordChange(MonitorRoles(area), known, value, areas.station, areas.areaType, address, 0);
+    _wordDataChange(&known, &value, areas.station, areas.areaType, address, 0);
     storeRegister(areas.at(address).readValue, value);
     areas.advance();
     return true;

@@ -2,52 +2,38 @@
 
 #include "address/register_types.h"
 #include "driver/arithmetic.h"
-#include "planning/request_queue.h"
+#include "cache/request_queue.h"
 
 namespace {
 
-enum { RegisterBits = 16 };
-
 const int bitObjectFormat = -1;
 
-/**
- * The request for a run of bits in registers: the registers counted from the
- * number of bits alone. The place of the first bit inside its register is not
- * added, so a run that crosses into one more register is read without it.
- */
-void readAsRegisters(VARIABLE &request, const RegisterType &type)
+struct NoPayload
 {
-    request.regType = areaTypeText(type);
-    request.startAddr /= RegisterBits;
-    request.count = request.count / RegisterBits + ((request.count & 0x0F) != 0 ? 1 : 0);
-}
+    void operator()(VARIABLE &, int) const {}
+};
 
 } // namespace
 
 void Modbus_rtu_master::addConditionRead(const KEY_ADDRESS &key, int userData)
 {
-    const int limit = key.field7 == bitObjectFormat ? maxBlockBits : maxBlockWords;
-    if (limit <= 0 || limit >= key.count) {
-        queueConditionRead(key, key.startAddr, key.count, userData);
-        return;
-    }
-    const RequestPieces pieces(boundedCount(key.count), limit);
-    for (int k = 0; k < pieces.number(); ++k)
-        queueConditionRead(key, wrapAdd(key.startAddr, pieces.offset(k)), pieces.length(k), userData);
-}
-
-void Modbus_rtu_master::queueConditionRead(const KEY_ADDRESS &key, int startAddr, int count, int userData)
-{
+    // Bits are read as registers, counted from the number of bits alone. The
+    // place of the first bit inside its register is not added, so a run that
+    // crosses into one more register is read without it.
+    const RegisterType *type = findRegisterType(key.regType);
+    const bool bits = type && type->unit == RegisterBitUnit;
     VARIABLE request = VARIABLE();
     request.userData = userData;
     request.station = key.station;
-    request.regType = key.regType;
-    request.startAddr = startAddr;
-    request.count = count;
-    const RegisterType *type = findRegisterType(key.regType);
-    if (type && type->unit == RegisterBitUnit)
-        readAsRegisters(request, *type);
+    request.regType = bits ? areaTypeText(*type) : key.regType;
 
-    addVarToList(conditionReadList, request);
+    const int limit = key.field7 == bitObjectFormat ? maxBlockBits : maxBlockWords;
+    const RequestPieces::Unit unit = bits ? RequestPieces::BitsAsRegisters : RequestPieces::Elements;
+    const RequestPieces pieces = limit == 0 || limit >= key.count
+                                     ? RequestPieces::uncut(key.startAddr, key.count, unit)
+                                     : RequestPieces(key.startAddr, key.count, limit, unit);
+    if (pieces.number() < 1)
+        return;
+    addPiecesToList(conditionReadList, pieces, request, NoPayload());
     conditionVar = request;
 }

@@ -1,77 +1,128 @@
-#include "planning/merging.h"
+// Folding address keys into contiguous blocks.
+//
+// The work is done on small stand-ins of the keys, which carry 1024-byte arrays;
+// a block is copied once, from the key that opened it, at the end.
+
+#include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
 #include "driver/arithmetic.h"
-#include "driver/modbus_rtu_master.h"
 #include "driver/qt_compat.h"
 #include "planning/weight_order.h"
 
+#include <deque>
+
 namespace {
 
-enum { RegisterBits = 16 };
-
-bool sameGroup(const MergeItem &a, const MergeItem &b)
+/** A key, or a block opened by it, without what stays as it is in the key. */
+struct MergeItem
 {
-    return a.station == b.station && (sharesText(a.regType, b.regType) || a.regType == b.regType);
-}
+    int opener; ///< position of the key in the list that was handed in: it has the station and the type
+    int startAddr;
+    int count;
+};
 
-bool continuesBlock(const MergeItem &block, const MergeItem &item, int limit, BlockJoin join)
+/** Taken from the front while the blocks are made: the memory of the one goes into the other. */
+typedef std::deque<MergeItem> MergeItems;
+
+/** How a key is tied to the open block. */
+enum BlockJoin {
+    JoinContiguous, ///< it starts at or before the first element after the block
+    JoinAcrossGaps  ///< up to the block limit of unused elements may lie between
+};
+
+/** The keys as one merge sees them. */
+class MergedKeys
 {
-    if (!sameGroup(block, item))
-        return false;
-    const int gap = wrapSub(item.startAddr, wrapAdd(block.startAddr, block.count));
-    return join == JoinContiguous ? gap < 1 : gap <= limit;
-}
+public:
+    MergedKeys(const QList<KEY_ADDRESS> &handedIn, int mode) : keys(handedIn), rewritesBits(mode != RecipeMerge) {}
 
-std::vector<MergeItem> sortedItems(const Modbus_rtu_master &master, const std::vector<MergeItem> &items)
+    int station(const MergeItem &item) const { return keys.at(item.opener).station; }
+
+    /** The type of the blocks that a key belongs to: the polling of bits is the polling of their registers. */
+    const QString &regType(const MergeItem &item) const
+    {
+        const QString &own = keys.at(item.opener).regType;
+        const RegisterType *type = rewritesBits ? findRegisterType(own) : 0;
+        return type && type->unit == RegisterBitUnit ? areaTypeText(*type) : own;
+    }
+
+    /** Stand-ins of all keys; bits in registers become the smallest run of whole registers that holds them. */
+    MergeItems items() const
+    {
+        MergeItems made;
+        for (int i = 0; i < sizeOf(keys); ++i) {
+            const KEY_ADDRESS &key = keys.at(i);
+            MergeItem item = {i, key.startAddr, key.count};
+            const RegisterType *type = rewritesBits ? findRegisterType(key.regType) : 0;
+            if (type && type->unit == RegisterBitUnit) {
+                const int bits = wrapAdd(key.startAddr % RegisterBits, key.count);
+                item.startAddr = key.startAddr / RegisterBits;
+                item.count = bits / RegisterBits + ((bits & (RegisterBits - 1)) != 0 ? 1 : 0);
+            }
+            made.push_back(item);
+        }
+        return made;
+    }
+
+    bool sameGroup(const MergeItem &a, const MergeItem &b) const
+    {
+        if (station(a) != station(b))
+            return false;
+        const QString &one = regType(a);
+        const QString &other = regType(b);
+        return sharesText(one, other) || one == other;
+    }
+
+    KEY_ADDRESS block(const MergeItem &item) const
+    {
+        KEY_ADDRESS made = keys.at(item.opener);
+        made.regType = regType(item);
+        made.startAddr = item.startAddr;
+        made.count = item.count;
+        return made;
+    }
+
+private:
+    const QList<KEY_ADDRESS> keys; // shares the records of the caller's list, which is replaced at the end
+    const bool rewritesBits;
+};
+
+MergeItems sortedItems(const Modbus_rtu_master &master, const MergedKeys &keys, const MergeItems &items)
 {
     std::vector<WeightedPosition> order;
     order.reserve(items.size());
     for (std::size_t i = 0; i < items.size(); ++i) {
         const MergeItem &item = items[i];
-        const unsigned int weight = master.getRegAddressWeight(item.station, item.regType, item.startAddr, 0);
+        const unsigned int weight =
+            master.getRegAddressWeight(keys.station(item), keys.regType(item), item.startAddr, 0);
         order.push_back(WeightedPosition(weight, static_cast<int>(i)));
     }
     sortByWeight(order);
 
-    std::vector<MergeItem> sorted;
-    sorted.reserve(items.size());
+    MergeItems sorted;
     for (std::size_t i = 0; i < order.size(); ++i)
         sorted.push_back(items[static_cast<std::size_t>(order[i].position)]);
     return sorted;
 }
 
-} // namespace
-
-MergeItem mergeItem(const KEY_ADDRESS &key, int position)
+/**
+ * One merge pass over sorted items, in place.
+ *
+ * @param limit most elements of a block; a longer single key stays whole
+ * @param starts if not null, gets the position in @p items of each block's first item
+ */
+void mergePass(const MergedKeys &keys, MergeItems &items, int limit, BlockJoin join, QList<int> *starts)
 {
-    const MergeItem item = {key.station, key.regType, key.startAddr, key.count, position};
-    return item;
-}
-
-void bitsToRegisters(std::vector<MergeItem> &items)
-{
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        MergeItem &item = items[i];
-        const RegisterType *type = findRegisterType(item.regType);
-        if (!type || type->unit != RegisterBitUnit)
-            continue;
-        const int bits = wrapAdd(item.startAddr % RegisterBits, item.count);
-        item.regType = areaTypeText(*type);
-        item.count = bits / RegisterBits + ((bits & 0x0F) != 0 ? 1 : 0);
-        item.startAddr /= RegisterBits;
-    }
-}
-
-void mergePass(std::vector<MergeItem> &items, int limit, BlockJoin join, QList<int> *starts)
-{
+    const int widestGap = join == JoinContiguous ? 0 : limit;
     std::size_t blocks = 0; // blocks closed or open so far; they overwrite the items already handled
     for (std::size_t i = 0; i < items.size(); ++i) {
         const MergeItem item = items[i];
-        if (blocks > 0) {
+        if (blocks > 0 && keys.sameGroup(items[blocks - 1], item)) {
             MergeItem &open = items[blocks - 1];
+            const int gap = wrapSub(item.startAddr, wrapAdd(open.startAddr, open.count));
             const int span = wrapSub(wrapAdd(item.startAddr, item.count), open.startAddr);
-            if (continuesBlock(open, item, limit, join) && span <= limit) {
+            if (gap <= widestGap && span <= limit) {
                 if (open.count < span)
                     open.count = span;
                 continue;
@@ -84,34 +135,23 @@ void mergePass(std::vector<MergeItem> &items, int limit, BlockJoin join, QList<i
     items.resize(blocks);
 }
 
-std::vector<MergeItem> Modbus_rtu_master::pollBlocks(std::vector<MergeItem> items) const
-{
-    bitsToRegisters(items);
-    items = sortedItems(*this, items);
-    mergePass(items, maxReadWords, JoinContiguous, 0);
-    mergePass(items, maxReadWords, JoinAcrossGaps, 0);
-    return items;
-}
+} // namespace
 
 void Modbus_rtu_master::addrMerge(QList<KEY_ADDRESS> &keys, int mode)
 {
-    std::vector<MergeItem> items;
-    items.reserve(static_cast<std::size_t>(sizeOf(keys)));
-    for (int i = 0; i < sizeOf(keys); ++i)
-        items.push_back(mergeItem(keys.at(i), i));
-
-    if (mode == RecipeMerge)
-        mergePass(items, maxReadWords, JoinContiguous, &rcpBlockStarts);
-    else
-        items = pollBlocks(items);
+    const MergedKeys merged(keys, mode);
+    MergeItems items = merged.items();
+    if (mode == RecipeMerge) {
+        mergePass(merged, items, maxReadWords, JoinContiguous, &rcpBlockStarts);
+    } else {
+        items = sortedItems(*this, merged, items);
+        mergePass(merged, items, maxReadWords, JoinContiguous, 0);
+        mergePass(merged, items, maxReadWords, JoinAcrossGaps, 0);
+    }
 
     QList<KEY_ADDRESS> blocks;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        blocks.append(keys.at(items[i].opener));
-        KEY_ADDRESS &block = blocks.last();
-        block.regType = items[i].regType;
-        block.startAddr = items[i].startAddr;
-        block.count = items[i].count;
-    }
+    blocks.reserve(static_cast<int>(items.size()));
+    for (; !items.empty(); items.pop_front())
+        blocks.append(merged.block(items.front()));
     keys = blocks;
 }

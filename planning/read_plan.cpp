@@ -1,7 +1,6 @@
 #include "driver/modbus_rtu_master.h"
 
 #include "driver/qt_compat.h"
-#include "planning/merging.h"
 
 namespace {
 
@@ -16,23 +15,25 @@ int Modbus_rtu_master::buildReadPlan(const QList<KEY_ADDRESS> &keys)
         area->bitMonitor = 0;
     }
 
-    std::vector<MergeItem> items;
-    items.reserve(static_cast<std::size_t>(sizeOf(keys)));
     for (int i = 0; i < sizeOf(keys); ++i) {
         const KEY_ADDRESS &key = keys.at(i);
         _setDataAreaMonitorFlag(key.station, key.regType, key.startAddr, key.count);
-        items.push_back(mergeItem(key, i));
     }
 
     cyclicReadList.clear();
-    items = pollBlocks(items);
+    QList<KEY_ADDRESS> blocks = keys; // shares the host's records, which stay as they are
+    addrMerge(blocks, PollMerge);
+
+    // Each block gives its memory back before the next unit takes some.
+    cyclicReadList.reserve(sizeOf(blocks));
     VARIABLE unit = VARIABLE();
     unit.userData = cyclicReadTag;
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        unit.station = items[i].station;
-        unit.regType = items[i].regType;
-        unit.startAddr = items[i].startAddr;
-        unit.count = items[i].count;
+    for (; !blocks.isEmpty(); blocks.removeFirst()) {
+        const KEY_ADDRESS &block = blocks.at(0);
+        unit.station = block.station;
+        unit.regType = block.regType;
+        unit.startAddr = block.startAddr;
+        unit.count = block.count;
         cyclicReadList.append(unit);
     }
     return sizeOf(cyclicReadList);

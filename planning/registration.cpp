@@ -1,8 +1,48 @@
 #include "driver/modbus_rtu_master.h"
 
 #include "driver/qt_compat.h"
-#include "planning/merging.h"
 #include "planning/weight_order.h"
+
+namespace {
+
+/** Merging looks at station, type, address, count and place in the host's words; a block carries no more. */
+KEY_ADDRESS keyOf(const _RCP_VAR_PRO &row)
+{
+    KEY_ADDRESS key = KEY_ADDRESS();
+    key.station = row.station;
+    key.regType = row.regType;
+    key.startAddr = row.startAddr;
+    key.count = row.count;
+    key.hostOffset = row.hostOffset;
+    return key;
+}
+
+_RCP_VAR_PRO blockOf(const KEY_ADDRESS &key)
+{
+    _RCP_VAR_PRO block = _RCP_VAR_PRO();
+    block.station = key.station;
+    block.regType = key.regType;
+    block.startAddr = key.startAddr;
+    block.count = key.count;
+    block.hostOffset = key.hostOffset;
+    return block;
+}
+
+void mergeRows(Modbus_rtu_master &master)
+{
+    QList<KEY_ADDRESS> keys;
+    keys.reserve(sizeOf(master.rcpAddrs));
+    for (int i = 0; i < sizeOf(master.rcpAddrs); ++i)
+        keys.append(keyOf(master.rcpAddrs.at(i)));
+
+    master.rcpBlockStarts.clear();
+    master.rcpBlocks.clear();
+    master.addrMerge(keys, RecipeMerge);
+    for (; !keys.isEmpty(); keys.removeFirst())
+        master.rcpBlocks.append(blockOf(keys.at(0)));
+}
+
+} // namespace
 
 int Modbus_rtu_master::setRcpAddress(const QVector<_RCP_VAR_PRO> &rows)
 {
@@ -20,29 +60,6 @@ int Modbus_rtu_master::setRcpAddress(const QVector<_RCP_VAR_PRO> &rows)
         sorted.append(rows.at(order[i].position));
     rcpAddrs = sorted;
     if (!rcpAddrs.isEmpty()) // else the blocks of the last registration stay
-        mergeRecipeRows();
+        mergeRows(*this);
     return sizeOf(rcpAddrs);
-}
-
-void Modbus_rtu_master::mergeRecipeRows()
-{
-    std::vector<MergeItem> items;
-    items.reserve(static_cast<std::size_t>(sizeOf(rcpAddrs)));
-    for (int i = 0; i < sizeOf(rcpAddrs); ++i) {
-        const _RCP_VAR_PRO &row = rcpAddrs.at(i);
-        const MergeItem item = {row.station, row.regType, row.startAddr, row.count, i};
-        items.push_back(item);
-    }
-
-    rcpBlockStarts.clear();
-    mergePass(items, maxReadWords, JoinContiguous, &rcpBlockStarts);
-
-    rcpBlocks.clear();
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        _RCP_VAR_PRO block = rcpAddrs.at(items[i].opener);
-        block.userData = 0;
-        block.extra = 0;
-        block.count = items[i].count;
-        rcpBlocks.append(block);
-    }
 }

@@ -149,7 +149,7 @@ TEST_F(WriteBounds, BitWritesUpTo127RegistersAreExact)
 
 TEST_F(WriteBounds, UnsplitWritesStayInsideTheirArrays)
 {
-    const char *const properties[] = {"1#0#0#1#0", "1#0#0#1#-1", "1#0#0#1#-2147483648"};
+    const char *const properties[] = {"1#0#0#1#0", "1#0#0#1#-601", "1#0#0#1#-2147483648"};
     const char *const types[] = {"4x", "4x_double", "4x_bit"};
     for (const char *property : properties)
         for (const char *type : types) {

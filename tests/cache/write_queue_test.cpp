@@ -143,6 +143,63 @@ TEST_F(WriteQueue, SingleCoilIsOneUnit)
     EXPECT_EQ(nextRequest(), bytes("01 05 00 03 FF 00 7C 3A"));
 }
 
+// Negative limits divide as signed numbers do, toward zero.
+TEST_F(WriteQueue, NegativeLimitQueuesNothingOfALongerWrite)
+{
+    init("1#0#0#3#-10");
+    setData(1, "4x", 7, 25, numbered(50));
+    setData(1, "4x", 7, 10, numbered(20));
+    setData(1, "4x", 7, 0, "");
+    EXPECT_EQ(queued(), 0);
+    EXPECT_EQ(getData(1, "4x", 7, 1, 2), payload("01 0C")) << "the cache shows it all the same";
+}
+
+TEST_F(WriteQueue, NegativeLimitQueuesAShorterWriteWhole)
+{
+    init("1#0#0#3#-10");
+    const Bytes data = numbered(10);
+    setData(1, "4x", 7, 5, data);
+    ASSERT_EQ(queued(), 1);
+    expectUnit(0, "4x", 7, 5);
+    EXPECT_EQ(unitData(0, 10), data);
+}
+
+TEST_F(WriteQueue, NegativeLimitAndNegativeCountGiveNegativePiecesWithoutBytes)
+{
+    init("1#0#0#3#-10");
+    setData(1, "4x", 100, -25, "");
+    ASSERT_EQ(queued(), 3);
+    expectUnit(0, "4x", 100, -10);
+    expectUnit(1, "4x", 90, -10);
+    expectUnit(2, "4x", 80, -5);
+    EXPECT_EQ(unitData(2, 1024), Bytes(1024, 0));
+}
+
+TEST_F(WriteQueue, NegativeLimitOfOneAndTheLowestCounts)
+{
+    init("1#0#0#3#-1");
+    setData(1, "4x", 100, INT_MIN, "");
+    EXPECT_EQ(queued(), 0) << "as many requests as no 32-bit number holds";
+    setData(1, "4x", 100, INT_MIN + 1, "");
+    ASSERT_EQ(queued(), 513);
+    expectUnit(511, "4x", 100 - 511, -1);
+    expectUnit(512, "4x", INT_MIN + 100 + 2, -1);
+}
+
+TEST_F(WriteQueue, LongWriteGivesItsBytesToEveryEqualEntryOfTheFullQueue)
+{
+    init("1#0#0#3#1");
+    fillQueue(513); // registers 1000, 1002, 1004...
+    Bytes data = numbered(2 * 2000);
+    setData(1, "4x", 1003, 2000, data, 7000);
+    EXPECT_EQ(driver.writeList.at(1).userData, 1) << "register 1002";
+    EXPECT_EQ(driver.writeList.at(2).userData, 7000) << "register 1004";
+    EXPECT_EQ(unitData(2, 2), Bytes(data.begin() + 2, data.begin() + 4));
+    EXPECT_EQ(unitData(511, 2), Bytes(data.begin() + 2 * 1019, data.begin() + 2 * 1020));
+    expectUnit(512, "4x", 3002, 1);
+    EXPECT_EQ(unitData(512, 2), Bytes(data.end() - 2, data.end()));
+}
+
 TEST_F(WriteQueue, LimitOfOneGivesOneRequestARegister)
 {
     init("1#0#0#3#1");
@@ -164,9 +221,9 @@ TEST_F(WriteQueue, CoilsAreNotSplit)
     EXPECT_EQ(unitData(0, 500), data);
 }
 
-TEST_F(WriteQueue, LimitOfZeroOrBelowGivesOneUnsplitRequest)
+TEST_F(WriteQueue, LimitOfZeroGivesOneUnsplitRequestAndTheLowestAsWell)
 {
-    const char *const properties[] = {"1#0#0#3#0", "1#0#0#3#-5", "1#0#0#3#-2147483648"};
+    const char *const properties[] = {"1#0#0#3#0", "1#0#0#3#-2147483648"};
     for (const char *property : properties) {
         init(property);
         const Bytes data = numbered(500);
@@ -180,20 +237,19 @@ TEST_F(WriteQueue, LimitOfZeroOrBelowGivesOneUnsplitRequest)
     }
 }
 
-TEST_F(WriteQueue, LimitOfZeroOrBelowQueuesSinglesAndSkipsNothings)
+TEST_F(WriteQueue, LimitOfZeroQueuesSinglesAndSkipsNothings)
 {
-    const char *const properties[] = {"1#0#0#3#0", "1#0#0#3#-5"};
     const char *const types[] = {"4x", "4x_bit", "4x_double"};
-    for (const char *property : properties)
-        for (const char *type : types) {
-            init(property);
-            setData(1, type, 10, 0, "");
-            setData(1, type, 10, -1, "");
-            EXPECT_EQ(queued(), 0) << property << type;
-            setData(1, type, 10, 1, "01 00");
-            ASSERT_EQ(queued(), 1) << property << type;
-            expectUnit(0, type, 10, 1);
-        }
+    for (const char *type : types) {
+        init("1#0#0#3#0");
+        setData(1, type, 10, 0, "");
+        setData(1, type, 10, -1, "");
+        setData(1, type, 10, -25, "");
+        EXPECT_EQ(queued(), 0) << type;
+        setData(1, type, 10, 1, "01 00");
+        ASSERT_EQ(queued(), 1) << type;
+        expectUnit(0, type, 10, 1);
+    }
 }
 
 TEST_F(WriteQueue, PayloadBehindTheValuesIsZero)

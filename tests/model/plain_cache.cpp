@@ -119,15 +119,16 @@ int PlainDriver::setData(int station, const QString &regType, int address, int c
             addVarToList(writeList, unit);
         } else if (regType == QLatin1String("4x") || regType == QLatin1String("4x_bit")
                    || regType == QLatin1String("4x_double")) {
-            int limit = maxBlockWords;
-            // A limit that allows nothing splits nothing.
-            if (limit < 1)
-                limit = count < 1 ? 1 : count;
-            int q = count / limit;
-            int lastCount = limit;
-            if (count % limit != 0) {
-                ++q;
-                lastCount = count % limit;
+            const int limit = maxBlockWords;
+            int q = count > 0 ? 1 : 0; // a limit of nothing splits nothing
+            int lastCount = count;
+            if (limit != 0) {
+                q = count / limit;
+                lastCount = limit;
+                if (count % limit != 0) {
+                    ++q;
+                    lastCount = count % limit;
+                }
             }
             for (int k = 0; k <= q - 1; ++k) {
                 const int offset = product(k, limit);

@@ -205,8 +205,8 @@ int PlainDriver::addConditionRead(const KEY_ADDRESS &key, int userData)
     const int limit = key.field7 == -1 ? maxBlockBits : maxBlockWords;
     int pieces = 1;
     int lastCount = key.count;
-    // A limit that allows nothing splits nothing.
-    if (limit < key.count && limit > 0) {
+    // A limit of nothing splits nothing.
+    if (limit < key.count && limit != 0) {
         pieces = key.count / limit;
         lastCount = limit;
         if (key.count % limit != 0) {

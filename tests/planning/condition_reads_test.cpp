@@ -78,7 +78,8 @@ TEST_P(ConditionReadSplit, QueuesThePieces)
     init(QString::fromLatin1("1#0#0#3#%1").arg(c.limit).toLatin1().constData());
     EXPECT_EQ(request(1, c.type, c.start, c.count, c.dataFormat), 1);
     EXPECT_EQ(queued(), c.queue);
-    EXPECT_EQ(driver.conditionReadList.isEmpty() ? "" : unitText(driver.conditionReadList.last()),
+    const VARIABLE untouched = VARIABLE();
+    EXPECT_EQ(unitText(driver.conditionReadList.isEmpty() ? untouched : driver.conditionReadList.last()),
               unitText(driver.conditionVar));
 }
 
@@ -113,7 +114,14 @@ INSTANTIATE_TEST_SUITE_P(
         SplitCase{"LimitOfOneIsOneRequestAnElement", 1, "4x", 7, 3, WordObject, "1:4x 7+1 | 1:4x 8+1 | 1:4x 9+1"},
         SplitCase{"LimitOfZeroIsOneRequest", 0, "4x", 0, 250, WordObject, "1:4x 0+250"},
         SplitCase{"LimitOfZeroIsOneRequestForBits", 0, "0x", 0, 250, BitObject, "1:0x 0+250"},
-        SplitCase{"NegativeLimitIsOneRequest", -7, "4x", 0, 250, WordObject, "1:4x 0+250"},
+        SplitCase{"NegativeLimitAndALongerRangeIsNothing", -10, "4x", 0, 25, WordObject, ""},
+        SplitCase{"NegativeLimitAndNothingIsNothing", -10, "4x", 0, 0, WordObject, ""},
+        SplitCase{"NegativeLimitAndAShorterRangeIsOneRequest", -10, "4x", 3, 5, WordObject, "1:4x 3+5"},
+        SplitCase{"NegativeLimitAndExactlyItsLengthIsNothing", -10, "4x", 3, 10, WordObject, ""},
+        SplitCase{"NegativeLimitAndAShorterNegativeRange", -10, "4x", 3, -5, WordObject, "1:4x 3+-5"},
+        SplitCase{"NegativeLimitNotBelowTheCountIsTheKeyItself", -10, "4x", 3, -25, WordObject, "1:4x 3+-25"},
+        SplitCase{"NegativeLimitForBitsIsEightTimesAsLong", -10, "4x_bit", 32, 79, BitObject, "1:4x 2+5"},
+        SplitCase{"NegativeLimitForBitsAndALongerRange", -10, "4x_bit", 32, 81, BitObject, ""},
         SplitCase{"NegativeLimitAndTheSmallestCount", -1, "4x", 0, INT_MIN, WordObject, "1:4x 0+-2147483648"},
         SplitCase{"PiecesWrapAtTheEndOf32Bits", 100, "4x", INT_MAX - 99, 150, WordObject,
                   "1:4x 2147483548+100 | 1:4x -2147483648+50"}),
@@ -385,6 +393,8 @@ TEST_F(ConditionReads, ReadOfNothingEndsWithAnyFiveByteReply)
     EXPECT_TRUE(driver.dataAreas.isEmpty());
 }
 
+// --- ranges of more requests than the queue holds: its last place takes the last one -----------
+
 TEST_F(ConditionReads, HugeCountsAreCutIntoAFullQueue)
 {
     init("1#0#0#3#2000");
@@ -392,4 +402,38 @@ TEST_F(ConditionReads, HugeCountsAreCutIntoAFullQueue)
     ASSERT_EQ(driver.conditionReadList.size(), QueueLimit);
     EXPECT_EQ(unitText(driver.conditionReadList.at(0)), "1:4x 0+2000");
     EXPECT_EQ(unitText(driver.conditionReadList.at(511)), "1:4x 1022000+2000");
+    EXPECT_EQ(unitText(driver.conditionReadList.at(512)), "1:4x 2147482000+1647");
+    EXPECT_EQ(unitText(driver.conditionVar), "1:4x 2147482000+1647");
+}
+
+TEST_F(ConditionReads, OneRequestAnElementOfTheLongestRange)
+{
+    init("1#0#0#3#1");
+    EXPECT_EQ(request(1, "4x", 10, INT_MAX), 1);
+    ASSERT_EQ(driver.conditionReadList.size(), QueueLimit);
+    EXPECT_EQ(unitText(driver.conditionReadList.at(511)), "1:4x 521+1");
+    EXPECT_EQ(unitText(driver.conditionReadList.at(512)), "1:4x -2147483640+1");
+}
+
+TEST_F(ConditionReads, LongRangeGivesItsTagToEveryEqualEntryOfTheFullQueue)
+{
+    fillQueue(); // registers 0, 2, 4... one by one
+    init("1#0#0#3#1");
+    fillQueue();
+    request(1, "4x", 4, 100000, WordObject, 7000);
+    EXPECT_EQ(queuedTag(1), 1);
+    EXPECT_EQ(queuedTag(2), 7000);
+    EXPECT_EQ(queuedTag(511), 7000);
+    EXPECT_EQ(unitText(driver.conditionReadList.at(512)), "1:4x 100003+1");
+}
+
+TEST_F(ConditionReads, LastPlaceKeepsThePieceThatIsNotQueuedElsewhere)
+{
+    init("1#0#0#3#1");
+    fillQueue();
+    request(2, "4x", 5, 1);                     // takes the last place
+    request(1, "4x", 11, 10, WordObject, 7000); // its last register, 20, stands at position 10
+    EXPECT_EQ(unitText(driver.conditionReadList.at(512)), "1:4x 19+1");
+    EXPECT_EQ(queuedTag(10), 7000);
+    EXPECT_EQ(unitText(driver.conditionVar), "1:4x 20+1");
 }
