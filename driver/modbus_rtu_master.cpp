@@ -42,7 +42,7 @@ void Modbus_rtu_master::initProperty(void *area, int argument, void *wordBuffer,
 
     hostArea = static_cast<unsigned char *>(area);
     hostArg = argument;
-    hostWordBuffer = static_cast<unsigned char *>(wordBuffer);
+    hostWordBuffer = static_cast<unsigned short *>(wordBuffer);
     hostMutex = mutex;
 
     cyclicReadList.clear();

@@ -24,7 +24,6 @@ enum FunctionCode {
 };
 
 enum {
-    RegisterBits = 16,
     ByteBits = 8,
     CrcBytes = 2,
     RequestBytes = 8,      // read requests, single writes and the echoes of writes
@@ -70,10 +69,12 @@ FRAME_PRO &startFrame(FRAME_PRO &f, const VARIABLE &v, int function, int address
     return f;
 }
 
+/** Sets the length and puts the CRC at the end; a frame that is too short for one gets none. */
 void closeFrame(FRAME_PRO &f, int length)
 {
-    appendCrc(f.frame, length - CrcBytes);
-    f.frameLen = length;
+    f.frameLen = length > 0 ? length : 0;
+    if (length >= CrcBytes)
+        appendCrc(f.frame, length - CrcBytes);
 }
 
 /** A write is answered by an echo of its first six bytes; a broadcast by nothing. */
@@ -167,20 +168,22 @@ void addRegisterWrite(FrameQueue &frames, const VARIABLE &v, RegisterUnit unit)
 
 /**
  * Bits of registers are written by reading their registers and writing them
- * back with the bits changed; the reply to the read fills the write.
+ * back with the bits changed; the reply to the read fills the write. A range of
+ * no bits makes both frames as well, with the quantity that its sum gives.
  */
 void addBitWrite(FrameQueue &frames, const VARIABLE &v)
 {
     const int firstRegister = v.startAddr / RegisterBits;
     const int registers = divideUp(wrapAdd(v.startAddr % RegisterBits, v.count), RegisterBits);
-    if (v.station == 0 || registers < 1)
+    if (v.station == 0)
         return;
 
     addRead(frames, v, ReadHoldingRegisters, firstRegister, registers);
     FRAME_PRO &f = startFrame(frames.add(), v, WriteMultipleRegisters, firstRegister, registers);
     f.frame[6] = low(wrapMul(registers, 2));
     putRegisters(f, registers);
-    closeFrame(f, WriteHeaderBytes + boundedPayload(wrapMul(registers, 2)) + CrcBytes);
+    const int payload = wrapMul(registers, 2);
+    closeFrame(f, WriteHeaderBytes + (payload < 0 ? payload : boundedPayload(payload)) + CrcBytes);
     expectEcho(f);
 }
 

@@ -2,11 +2,11 @@
 
 #include "driver/modbus_rtu_master.h"
 
+#include "cache/request_queue.h"
 #include "driver/arithmetic.h"
 #include "driver/monitor.h"
 #include "driver/qt_compat.h"
 #include "driver/record_copy.h"
-#include "planning/request_queue.h"
 
 #include <QtCore/QMutexLocker>
 
@@ -16,11 +16,17 @@
 namespace {
 
 // Bytes of the host area; 1 means requested.
-const int blockWriteRequest = 60115;
-const int blockReadRequest = 60116;
+const int writeRequestByte = 60115;
+const int readRequestByte = 60116;
 
 const int writeBurst = 10;        // writes that may run between two cyclic reads
 const int conditionReadBurst = 3; // below this many, one-off reads may run as well
+
+/** Are there host words to write from? Not without a buffer, nor for a row that begins before its start. */
+bool hasSource(const unsigned short *words, const _RCP_VAR_PRO &block)
+{
+    return words && block.hostOffset >= 0;
+}
 
 /** Words of the source in pairs, each pair with its words exchanged; a trailing word is left out. */
 void copySwappedWords(unsigned char *target, const unsigned char *source, int words)
@@ -36,11 +42,11 @@ void copySwappedWords(unsigned char *target, const unsigned char *source, int wo
 int Modbus_rtu_master::getSendFrame(FRAME_PRO &out)
 {
     if (frameList.isEmpty()) {
-        const BlockRequest request = blockRequest();
+        const TransferRequests requested = transferRequests();
         // The monitor was let go meanwhile; a second transaction is never put
         // behind one that is already on its way.
         if (frameList.isEmpty())
-            selectTransaction(request);
+            selectTransaction(requested);
         if (frameList.isEmpty())
             return 0;
     }
@@ -49,44 +55,57 @@ int Modbus_rtu_master::getSendFrame(FRAME_PRO &out)
 }
 
 /** Reads the host's two request bytes; a host without area or mutex has none. */
-Modbus_rtu_master::BlockRequest Modbus_rtu_master::blockRequest() const
+Modbus_rtu_master::TransferRequests Modbus_rtu_master::transferRequests() const
 {
+    TransferRequests requested = {false, false};
     QMutex *const mutex = hostMutex;
     const unsigned char *const area = hostArea;
     if (!mutex || !area)
-        return NoBlock;
+        return requested;
     MonitorRelease released;
     QMutexLocker locked(mutex);
-    if (area[blockWriteRequest] == 1)
-        return BlockWrite;
-    return area[blockReadRequest] == 1 ? BlockRead : NoBlock;
+    requested.write = area[writeRequestByte] == 1;
+    requested.read = area[readRequestByte] == 1;
+    return requested;
 }
 
-void Modbus_rtu_master::clearBlockRequest(BlockRequest request)
+/** The transfer is over: the next one begins with the first block. */
+void Modbus_rtu_master::endTransfer(int requestByte)
 {
+    rcpIndex = 0;
     QMutex *const mutex = hostMutex;
     unsigned char *const area = hostArea;
     if (!mutex || !area)
         return;
     MonitorRelease released;
     QMutexLocker locked(mutex);
-    area[request == BlockWrite ? blockWriteRequest : blockReadRequest] = 0;
+    area[requestByte] = 0;
 }
 
-void Modbus_rtu_master::selectTransaction(BlockRequest request)
+void Modbus_rtu_master::selectTransaction(TransferRequests requested)
 {
-    if (request == NoBlock)
+    const bool blockLeft = rcpIndex >= 0 && rcpIndex < sizeOf(rcpBlocks);
+    if (requested.write && blockLeft && !hasSource(hostWordBuffer, rcpBlocks.at(rcpIndex))) {
+        // A slave never gets words that no host gave. The transfer ends here, and
+        // what else there is to do takes its turn.
+        endTransfer(writeRequestByte);
+        requested.write = false;
+        if (frameList.isEmpty()) // the monitor was let go once more
+            selectTransaction(requested);
+        return;
+    }
+    if (!requested.write && !requested.read)
         selectPolling();
-    else if (rcpIndex >= 0 && rcpIndex < sizeOf(rcpBlocks))
-        selectBlock(request);
+    else if (blockLeft)
+        selectBlock(requested.write);
     else
         buildFrames(); // no such block: the transaction that ran last is built once more
 }
 
-void Modbus_rtu_master::selectBlock(BlockRequest request)
+void Modbus_rtu_master::selectBlock(bool write)
 {
-    rcpAddrToVar(rcpBlocks.at(rcpIndex), currentVar, request == BlockWrite);
-    sendState = request == BlockWrite ? BlockWriteSent : BlockReadSent;
+    rcpAddrToVar(rcpBlocks.at(rcpIndex), currentVar, write);
+    sendState = write ? BlockWriteSent : BlockReadSent;
     buildFrames();
 }
 
@@ -136,12 +155,14 @@ void Modbus_rtu_master::rcpAddrToVar(const _RCP_VAR_PRO &descriptor, VARIABLE &t
     target.startAddr = descriptor.startAddr;
     target.count = descriptor.count;
     std::memset(target.data, 0, sizeof target.data);
-    if (withData == 0 || !hostWordBuffer || descriptor.hostOffset < 0 || descriptor.count < 1)
+    if (withData == 0 || !hasSource(hostWordBuffer, descriptor) || descriptor.count < 1)
         return;
 
     const int room = ModbusRtuRecordBytes / 2;
     const int words = descriptor.count < room ? descriptor.count : room;
-    const unsigned char *source = hostWordBuffer + 2 * static_cast<std::ptrdiff_t>(descriptor.hostOffset);
+    // As bytes: host buffers may lie at odd addresses.
+    const unsigned char *source = reinterpret_cast<const unsigned char *>(hostWordBuffer)
+                                  + 2 * static_cast<std::ptrdiff_t>(descriptor.hostOffset);
     if (descriptor.regType == QLatin1String("4x_double") && swapsDoubleWords(descriptor.station))
         copySwappedWords(target.data, source, words);
     else
@@ -162,10 +183,10 @@ void Modbus_rtu_master::dealListWhenFinish()
             cyclicReadList.append(cyclicReadList.takeFirst());
         return;
     case BlockWriteSent:
-        finishBlock(BlockWrite);
+        finishBlock(writeRequestByte);
         return;
     case BlockReadSent:
-        finishBlock(BlockRead);
+        finishBlock(readRequestByte);
         return;
     default:
         return;
@@ -196,13 +217,12 @@ void Modbus_rtu_master::finishConditionRead()
 }
 
 /** Steps to the next block; the request byte is cleared when the last is done, or at once after a failure. */
-void Modbus_rtu_master::finishBlock(BlockRequest request)
+void Modbus_rtu_master::finishBlock(int requestByte)
 {
     if (!lastFailed) {
         rcpIndex = wrapAdd(rcpIndex, 1);
         if (rcpIndex < sizeOf(rcpBlocks))
             return;
     }
-    rcpIndex = 0;
-    clearBlockRequest(request);
+    endTransfer(requestByte);
 }

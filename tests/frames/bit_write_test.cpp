@@ -385,3 +385,39 @@ TEST_F(BitWrite, AddressesBelowZeroAreSurvived)
         EXPECT_EQ(request, support::withCrc(request.left(static_cast<int>(request.size()) - 2)));
     }
 }
+
+// --- no registers -------------------------------------------------------------------------
+
+TEST_F(BitWrite, OfNothingEndsAndLetsTheNextWriteGo)
+{
+    slaves.station(1);
+    setData(1, "4x_bit", 32, 0, "");
+    writeBits(-1, Bits{1});
+    setData(1, "4x", 7, 1, "05 00");
+    ASSERT_EQ(driver.writeList.size(), 2) << "of no bits nothing is queued";
+    EXPECT_EQ(nextRequest(), adu("01 03 00 00 00 00"));
+    EXPECT_EQ(deal(adu("01 03 00")), ReplyAccepted);
+    EXPECT_EQ(nextRequest(), adu("01 10 00 00 00 00 00"));
+    EXPECT_EQ(deal(adu("01 10 00 00 00 00")), ReplyAccepted);
+    EXPECT_EQ(unitsText(driver.writeList), "1:4x 7+1");
+    EXPECT_EQ(nextRequest(), adu("01 06 00 07 00 05"));
+}
+
+TEST_F(BitWrite, OfNothingThatNobodyAnswersIsGivenUp)
+{
+    writeBits(-1, Bits{1});
+    EXPECT_EQ(exchangeUntilGivenUp(), 3);
+    EXPECT_TRUE(driver.writeList.isEmpty());
+}
+
+TEST_F(BitWrite, ShortestRepliesToFewerThanNoRegistersChangeNothing)
+{
+    init("1#0#0#3#-100");
+    setData(1, "4x_bit", 32, -16, "");
+    EXPECT_EQ(nextRequest(), adu("01 03 00 02 FF FF"));
+    EXPECT_EQ(deal(adu("01")), ReplyAccepted);
+    const FRAME_PRO write = nextFrame();
+    EXPECT_EQ(requestBytes(write), adu("01 10 00 02 FF"));
+    EXPECT_EQ(deal(support::writeEcho(write)), ReplyAccepted);
+    EXPECT_TRUE(driver.writeList.isEmpty());
+}

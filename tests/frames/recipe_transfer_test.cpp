@@ -413,15 +413,70 @@ TEST_F(RecipeTransfer, BlockPositionsBeyondTheRowsAreSurvived)
     EXPECT_EQ(words(0, 2), Words({1, 2}));
 }
 
-TEST_F(RecipeTransfer, WithoutAWordBufferTheTrafficGoesOn)
+// --- without a source: a slave must never get words that no host gave ------------------------
+
+TEST_F(RecipeTransfer, WithoutAWordBufferNothingIsWritten)
 {
     int status = -1;
     intf_initProperty(hostArea.data(), 0, nullptr, &status, "3#0#0#3#100", &hostMutex);
     registerRows("1:4x 0+2@0 | 1:4x_double 10+2@2");
+    plan(keysOf("1:3x 5+1"));
     slave(1).setHolding(0, {1, 2});
+    raise(BlockWriteRequest);
+    EXPECT_EQ(nextRequest(), adu("01 04 00 05 00 01")) << "polling goes on at once";
+    EXPECT_EQ(raised(BlockWriteRequest), 0);
+    EXPECT_EQ(raised(BlockReadRequest), 0);
+    EXPECT_EQ(driver.rcpIndex, 0);
+    EXPECT_EQ(slave(1).holding(0, 2), Words({1, 2}));
+}
+
+TEST_F(RecipeTransfer, WithoutAWordBufferABlockReadGoesOn)
+{
+    int status = -1;
+    intf_initProperty(hostArea.data(), 0, nullptr, &status, "3#0#0#3#100", &hostMutex);
+    registerRows("1:4x 0+2@0 | 1:4x_double 10+2@2");
+    slave(1);
     EXPECT_EQ(transfer(BlockReadRequest), 2);
+    EXPECT_EQ(wordReports().size(), 4u);
+}
+
+TEST_F(RecipeTransfer, WriteWithoutASourceMakesWayForTheReadThatWaits)
+{
+    int status = -1;
+    intf_initProperty(hostArea.data(), 0, nullptr, &status, "3#0#0#3#100", &hostMutex);
+    registerRows("1:4x 0+2@0");
+    raise(BlockWriteRequest);
+    raise(BlockReadRequest);
+    EXPECT_EQ(nextRequest(), adu("01 03 00 00 00 02"));
+    EXPECT_EQ(raised(BlockWriteRequest), 0);
+    EXPECT_EQ(raised(BlockReadRequest), 1);
+}
+
+TEST_F(RecipeTransfer, RowBeforeTheStartOfTheBufferEndsTheWrite)
+{
+    registerRows("1:4x 0+2@0 | 1:4x 10+2@-1 | 1:4x 20+2@4");
+    setWords(0, {0x1111, 0x2222});
+    slave(1).setHolding(10, {7, 8});
+    EXPECT_EQ(transfer(BlockWriteRequest), 2) << "the block before it is written, then nothing is";
+    EXPECT_EQ(slave(1).holding(0, 2), Words({0x1111, 0x2222}));
+    EXPECT_EQ(slave(1).holding(10, 2), Words({7, 8}));
+    EXPECT_EQ(raised(BlockWriteRequest), 0);
+    EXPECT_EQ(driver.rcpIndex, 0);
+    setWords(0, {0x3333});
     EXPECT_EQ(transfer(BlockWriteRequest), 2);
-    EXPECT_EQ(slave(1).holding(0, 2), Words({0, 0}));
+    EXPECT_EQ(slave(1).holding(0, 1), Words({0x3333})) << "the next transfer begins with the first block";
+}
+
+TEST_F(RecipeTransfer, RowsOfNoBitsAreWrittenAndTheTransferEnds)
+{
+    registerRows("1:4x_bit 32+0@0 | 1:4x_bit 320+1@0");
+    slave(1);
+    raise(BlockWriteRequest);
+    EXPECT_EQ(nextRequest(), adu("01 03 00 02 00 00"));
+    EXPECT_EQ(deal(adu("01 03 00")), ReplyAccepted);
+    EXPECT_EQ(nextRequest(), adu("01 10 00 02 00 00 00"));
+    EXPECT_EQ(deal(adu("01 10 00 02 00 00")), ReplyAccepted);
+    EXPECT_EQ(nextRequest(), adu("01 03 00 14 00 01")) << "the next block";
 }
 
 TEST_F(RecipeTransfer, BlocksLongerThanAFrameAreSurvived)

@@ -49,9 +49,11 @@ unsigned int PlainDriver::crc(const unsigned char *bytes, int length)
     return value;
 }
 
-// The CRC goes into the last two of the frame's bytes.
+// The CRC goes into the last two of the frame's bytes, where it has two.
 void PlainDriver::appendCrc(FRAME_PRO &frame)
 {
+    if (frame.frameLen < 2)
+        return;
     const unsigned int value = crc(frame.frame, frame.frameLen - 2);
     frame.frame[frame.frameLen - 2] = static_cast<unsigned char>(value & 0xFF);
     frame.frame[frame.frameLen - 1] = static_cast<unsigned char>(value >> 8);
@@ -159,16 +161,16 @@ void PlainDriver::writeBits(const VARIABLE &unit)
 {
     const int startRegister = unit.startAddr / 16;
     const int q = dividedRoundedUp(sum(unit.startAddr % 16, unit.count), 16);
-    if (q < 1 || 2 * q + 9 > ModbusRtuRecordBytes)
-        return;
     appendReadFrame(unit, 3, startRegister, q);
     FRAME_PRO frame = newFrame(unit, 16, startRegister, q);
-    frame.frame[6] = byteOf(2 * q, 0);
-    for (int i = 0; i < q; ++i) {
+    frame.frame[6] = byteOf(product(2, q), 0);
+    // What does not fit into the record is left out.
+    const int room = (ModbusRtuRecordBytes - 9) / 2;
+    for (int i = 0; i < std::min(q, room); ++i) {
         frame.frame[7 + 2 * i] = payloadByte(unit, 2 * i + 1);
         frame.frame[8 + 2 * i] = payloadByte(unit, 2 * i);
     }
-    frame.frameLen = 2 * q + 9;
+    frame.frameLen = q > room ? static_cast<int>(ModbusRtuRecordBytes) : std::max(0, 2 * q + 9);
     appendCrc(frame);
     frameList.append(frame);
 }

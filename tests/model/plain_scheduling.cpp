@@ -22,6 +22,13 @@ int PlainDriver::getSendFrame(FRAME_PRO *out)
         readRequest = hostArea[BlockReadRequest];
     }
     bool going = false;
+    // Without words to send, a write is over before it has begun.
+    if (writeRequest == 1 && rcpIndex < static_cast<int>(rcpBlocks.size())
+        && (hostWordBuffer == nullptr || rcpBlocks.at(rcpIndex).hostOffset < 0)) {
+        rcpIndex = 0;
+        hostArea[BlockWriteRequest] = 0;
+        writeRequest = 0;
+    }
     if (writeRequest == 1)
         going = startBlockTransfer(1);
     else if (readRequest == 1)
