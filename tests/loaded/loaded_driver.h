@@ -18,7 +18,8 @@
 class LoadedDriver
 {
 public:
-    LoadedDriver() : handle(::dlopen(DRIVER_LIBRARY_FILE, RTLD_NOW | RTLD_LOCAL))
+    explicit LoadedDriver(const std::string &path = DRIVER_LIBRARY_FILE)
+        : handle(::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL))
     {
         if (!handle)
             throw std::runtime_error(::dlerror());
