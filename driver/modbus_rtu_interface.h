@@ -4,9 +4,12 @@
  *
  * A host loads the library, resolves these eighteen names (C linkage) and calls
  * them in three phases: editor calls at any time, start-up calls while nothing
- * is polled, run-time calls while its poll loop runs. No call throws. Null
- * pointers are tolerated everywhere: what cannot be read counts as empty, what
- * cannot be written is left out.
+ * is polled, run-time calls while its poll loop runs. Null pointers are
+ * tolerated everywhere: what cannot be read counts as empty, what cannot be
+ * written is left out.
+ *
+ * Exceptions. The driver throws none of its own; std::bad_alloc passes through
+ * when memory runs out. The callback must not throw.
  *
  * Threads. The editor calls may come from any thread. The start-up calls must
  * not overlap polling. intf_getSendFrame() and intf_dealRcvFrame() belong to
@@ -17,6 +20,12 @@
  *
  * Results of the calls that report success: 1 done, 0 nothing done, unless a
  * call says otherwise. All integers are 32-bit signed.
+ *
+ * Bounds. One call walks at most 1048576 elements, every bit of every register
+ * of one station: intf_addrMerge() marks, intf_getData() reads out,
+ * intf_setData() shows and intf_multiCopy() appends that many and no more, a
+ * reply confirms, rolls back or marks as failed that many. Requests are cut by
+ * arithmetic, and results speak for the whole range.
  */
 #ifndef MODBUS_RTU_INTERFACE_H
 #define MODBUS_RTU_INTERFACE_H
@@ -41,8 +50,10 @@
  * Ordinary reports carry the link id, the station, the register type and the
  * zero-based address of the item whose value changed: a bit of a register comes
  * with the type plus "_bit" and register x 16 + bit, a 32-bit value with the
- * type plus "_double" and its lower register. A recipe read reports each word
- * as (0, -1, "RWI", word index in the host buffer). The end of a condition read
+ * type plus "_double" and its lower register. Outcomes of writes come the same
+ * way: of bits always, of coils when the write failed, of registers when it
+ * failed and a watched value differs. A recipe read reports each word as (0, -1,
+ * "RWI", word index in the host buffer). The end of a condition read
  * is (-1, -1, "-1", 0), or -1 as the address when it failed.
  *
  * @param regType lives for the duration of the call only
@@ -72,7 +83,9 @@ MODBUS_RTU_EXPORT void intf_setAddrValueChangeCallBack(ValueChangeCallBack callB
 
 /**
  * Configures and resets the driver: empties the read plan, the queues, the
- * cache and the frames in flight.
+ * cache and the frames in flight. Before the first property string of five
+ * fields or more every setting is 0: link 0, writes are sent, the first bad
+ * reply gives up, nothing is merged or cut.
  *
  * @param hostArea byte block of at least 60117 bytes; byte 60115 is the block
  *        write request, byte 60116 the block read request (1 = requested). Null
@@ -83,7 +96,11 @@ MODBUS_RTU_EXPORT void intf_setAddrValueChangeCallBack(ValueChangeCallBack callB
  * @param status always set to 0
  * @param property Latin-1 text "linkId#localWriteOnly#spare#retryLimit#maxReadWords"
  *        with an optional sixth field "doubleSwapMode_station,station,...". With
- *        fewer than five fields the earlier settings stay.
+ *        fewer than five fields the earlier settings stay. maxReadWords is the
+ *        largest block in registers ("0x", "1x": in bits) and the longest piece
+ *        of a write: 2 to 120, even. 0 merges and cuts nothing; a negative one
+ *        merges nothing and drops writes and one-off reads that are as long as
+ *        it says or longer.
  * @param hostMutex guards the two request bytes; the driver locks it only
  *        around reading and clearing them. Null means no block transfers. Borrowed.
  * @return 1
@@ -93,6 +110,9 @@ MODBUS_RTU_EXPORT int intf_initProperty(void *hostArea, int hostArg, void *hostW
 
 /**
  * Checks a typed-in address for an object of known kind.
+ *
+ * Numbers never wrap into the range: one that 32 bits do not hold, or would
+ * only hold multiplied by 16, is out of range.
  *
  * @param count consecutive elements: bits for bit types, registers otherwise
  * @param objectKind 0 for a bit object, anything else for a word object
@@ -107,10 +127,13 @@ MODBUS_RTU_EXPORT int intf_checkAddrValidity(QString *regType, QString *addressT
 /**
  * Checks an address together with the object's data format and access.
  *
- * @param dataFormat the host's format code, -1 for a bit object
+ * @param dataFormat the host's code for how the object shows its value: -1 for
+ *        a bit object; 32-bit types have one of five, 1, 3, 5, 6 or 9 (say
+ *        hexadecimal, unsigned, signed, floating point, binary: the names are the
+ *        host's); objects of one register any but -1
  * @param accessMode 1 and 2 mean that the object writes to the address
- * @return as intf_checkAddrValidity(), 5 meaning a 32-bit type with a format
- *         other than 1, 3, 5, 6, 9; also 6 write access to a read-only type, 14
+ * @return as intf_checkAddrValidity(), 5 meaning a 32-bit type with another
+ *         format than those five; also 6 write access to a read-only type, 14
  *         a 32-bit type with format 9 and count 1, 16 address text too long
  */
 MODBUS_RTU_EXPORT int intf_checkAddr(QString *regType, QString *addressText, int *outAddress, int dataFormat, int count,
@@ -136,11 +159,12 @@ MODBUS_RTU_EXPORT int intf_getRegDiscription(QString *regType, QList<QString> *l
 /**
  * Steps an address for copied screen objects. Appends one text and one
  * zero-based address a copy; copies past the end of the address space are set
- * to its last element.
+ * to its last element. At most 1048576 copies are appended.
  *
  * @param startAddress zero-based address of the first copy
  * @param increment step in the type's own unit (bits or registers)
- * @return 0 unknown type, 1 all inside, 2 at least one copy was clamped
+ * @return 0 unknown type, 1 all inside, 2 at least one copy lies past the end,
+ *         of all that were asked for
  */
 MODBUS_RTU_EXPORT int intf_multiCopy(QString *regType, int startAddress, int copies, int increment,
                                      QVector<QString> *texts, QVector<int> *addresses);
@@ -154,14 +178,18 @@ MODBUS_RTU_EXPORT int intf_setRcpAddress(QVector<_RCP_VAR_PRO> *rows);
 
 /**
  * Builds the cyclic read plan from the addresses that the host watches and
- * marks which elements changes are reported for. The list is not changed.
+ * marks which elements changes are reported for. The list is not changed. A
+ * type that is none of the eight is planned as well and polled with function 3
+ * for ever; its replies are thrown away.
  *
  * @return number of read requests in the plan
  */
 MODBUS_RTU_EXPORT int intf_addrMerge(QList<KEY_ADDRESS> *keys);
 
 /**
- * Queues a one-off read of one address range.
+ * Queues a one-off read of one address range, cut into pieces of maxReadWords
+ * registers or, for field7 -1, 8 x maxReadWords elements. The queue holds 513; of
+ * a longer range the first 512 and the last piece remain.
  *
  * @param userData tag carried with the request
  * @return 1
@@ -170,7 +198,9 @@ MODBUS_RTU_EXPORT int intf_addConditionRead(KEY_ADDRESS *key, int userData);
 
 /**
  * Hands out the next request frame; the same one again until
- * intf_dealRcvFrame() has judged its reply.
+ * intf_dealRcvFrame() has judged its reply. Whose frame it is, its var tells:
+ * userData is 4 for the cyclic plan, else the tag of the write or one-off read;
+ * but a recipe block carries that of the transaction before it.
  *
  * @return 1 when @p out holds a frame, 0 when there is nothing to send
  */
@@ -191,20 +221,28 @@ MODBUS_RTU_EXPORT int intf_dealRcvFrame(QByteArray *reply, QString *information)
  * Reads values out of the cache, without any traffic.
  *
  * @param count bits for bit types, registers otherwise
- * @param out one byte a bit; two bytes a register, low byte first; four bytes a
- *        32-bit value, low byte first
- * @return 1; unknown types write nothing
+ * @param out one byte a bit, 0 or 1, except that a coil shows the byte that was
+ *        written to it while that is shown; two bytes a register, low byte first;
+ *        four bytes a 32-bit value, low byte first
+ * @return 1; unknown types leave the buffer as it was
  */
 MODBUS_RTU_EXPORT int intf_getData(int station, QString *regType, int address, int count, unsigned char *out);
 
 /**
  * Shows a value in the cache at once and queues its write to the slave.
  *
- * @param data one byte a bit (1 on, anything else off); two bytes a register,
- *        low byte first; four bytes a 32-bit value, low byte first. For
- *        "4x_bit" the buffer must hold 2 x @p count bytes.
+ * @warning Bits and coils are the bytes 0 and 1 and nothing else. Another byte
+ * may switch what nobody asked for: of one coil only 1 is on; among several coils
+ * the byte is added, shifted to its place, and spills into its neighbours; a bit
+ * of a register is switched on by every byte but 0. The cache meanwhile shows the
+ * byte itself for coils, and "on" for 1 only for bits of registers.
+ *
+ * @param count coils (at most 1024), bits, or registers; at least 1
+ * @param data one byte a bit, 0 off and 1 on; two bytes a register, low byte
+ *        first; four bytes a 32-bit value, low byte first. For "4x_bit" the
+ *        buffer must hold 2 x @p count bytes.
  * @param userData tag carried with the request
- * @return 1
+ * @return 1, also for types that cannot be written, which are not queued
  */
 MODBUS_RTU_EXPORT int intf_setData(int station, QString *regType, int address, int count, unsigned char *data,
                                    int userData);

@@ -28,12 +28,13 @@ enum { ModbusRtuRecordBytes = 1024 };
 /** One request unit: a block of registers or bits to read, or a run of values to write. */
 struct VARIABLE
 {
-    int userData;    ///< tag carried with the unit: the host's for writes and condition reads, 4 for the cyclic plan
+    /** Tag: the host's for writes and condition reads, 4 for the cyclic plan; a recipe block has that of the unit before. */
+    int userData;
     int station;     ///< slave address, first byte of the frame
     QString regType; ///< register type text
     int startAddr;   ///< first register or bit, zero-based
     int count;       ///< registers, or bits for the bit types
-    /** Payload of a write: two bytes a register, low byte first; one byte a bit. */
+    /** Payload of a write: two bytes a register, low byte first; one byte a bit, 0 or 1. */
     unsigned char data[ModbusRtuRecordBytes];
 };
 
