@@ -196,4 +196,34 @@ TEST_F(HostGuide, NegativeCountsFromTheLimitDownAreNotQueued)
     EXPECT_EQ(nextFunction(), 5);
 }
 
+TEST_F(HostGuide, BitsBelowAddressZeroGoOutAndTheReadingHalfTakesAnExceptionForItsReply)
+{
+    setData(1, "4x_bit", -1, 1, "01 00");
+    EXPECT_EQ(nextFunction(), 3);
+    EXPECT_EQ(deal(exceptionReply(1, 3, 3)), 1);
+    EXPECT_EQ(nextFunction(), 16);
+    EXPECT_EQ(exchangeUntilGivenUp(), 3);
+}
+
+// --- a limit below zero -------------------------------------------------------------------------
+
+TEST_F(HostGuide, ALimitBelowZeroDropsWhatIsAsLongAsItSaysOrLonger)
+{
+    init("1#0#0#3#-10");
+    for (int count : {10, 25}) {
+        setData(1, "4x", 0, count, std::vector<unsigned char>(50));
+        KEY_ADDRESS words = key(1, "4x", 0, count);
+        intf_addConditionRead(&words, 9);
+        KEY_ADDRESS bits = key(1, "0x", 0, 8 * count, -1);
+        intf_addConditionRead(&bits, 9);
+    }
+    EXPECT_EQ(nextFunction(), 0);
+    setData(1, "4x", 0, 9, std::vector<unsigned char>(18));
+    EXPECT_EQ(nextFrame().var.count, 9);
+    ASSERT_EQ(exchangeEcho(), 1);
+    KEY_ADDRESS bits = key(1, "0x", 0, 79, -1);
+    intf_addConditionRead(&bits, 9);
+    EXPECT_EQ(nextFrame().var.count, 79);
+}
+
 } // namespace
