@@ -23,7 +23,7 @@ class InstalledFiles(NestedBuild):
         files = files_in(self.install(BUILD, "dev"))
         for name in ["modbus_rtu_interface.h", "modbus_rtu_records.h", "modbus_rtu_master.pc",
                      "modbus_rtu_master-config.cmake", "minimal_host.cpp", "integrating-a-host.md",
-                     "address-language.md", "line-behaviour.md"]:
+                     "address-language.md", "contract-checker.md", "line-behaviour.md"]:
             self.assertIn(name, [pathlib.Path(file).name for file in files])
 
     def test_links_between_installed_documents_lead_somewhere(self):
