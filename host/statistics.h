@@ -7,6 +7,7 @@
 #define RTU_HOST_STATISTICS_H
 
 #include "kit/line/line_timing.h"
+#include "kit/link/quantiles.h"
 #include <modbus_rtu_host/transaction.h>
 
 #include <cstdint>
@@ -17,23 +18,6 @@
 #include <vector>
 
 namespace rtu {
-
-/** Median and 95th percentile of the latest samples. */
-class Quantiles
-{
-public:
-    void add(Duration sample);
-    Duration median() const { return quantile(0.5); }
-    Duration percentile95() const { return quantile(0.95); }
-    Duration quantile(double share) const;
-    bool empty() const { return m_samples.empty(); }
-
-private:
-    enum { Kept = 1024 };
-
-    std::vector<Duration> m_samples;
-    std::size_t m_next = 0;
-};
 
 struct Counts
 {

@@ -18,14 +18,6 @@ namespace plant {
 
 using Clock = std::chrono::steady_clock;
 
-/** Bytes that go back on the line because of a request. */
-struct Outgoing
-{
-    Bytes bytes;
-    std::chrono::nanoseconds delay{0}; ///< beyond the silence after the request
-    bool echo = false;                 ///< travels together with the request itself
-};
-
 /** Bytes that wait for their time. */
 class Transmitter
 {

@@ -322,6 +322,11 @@ Counters Plant::counters(int station) const
     return found == core->stations.end() ? Counters() : found->second->counters;
 }
 
+std::vector<Outgoing> Plant::answer(const std::vector<std::uint8_t> &request)
+{
+    return core->handle(request);
+}
+
 Traffic Plant::traffic() const
 {
     return core->thread ? core->thread->traffic() : Traffic();

@@ -134,6 +134,14 @@ struct Traffic
     bool inRequest = false;    ///< a request has begun and not ended
 };
 
+/** Bytes that go back on the line because of a request. */
+struct Outgoing
+{
+    std::vector<std::uint8_t> bytes;
+    std::chrono::nanoseconds delay{0}; ///< beyond the silence after the request
+    bool echo = false;                 ///< travels together with the request itself
+};
+
 class Plant
 {
 public:
@@ -203,6 +211,9 @@ public:
     void holdMotion(bool hold);
 
     Counters counters(int station) const;
+
+    /** Does what a request with a right check sum asks for, without a port: for masters on virtual time. */
+    std::vector<Outgoing> answer(const std::vector<std::uint8_t> &request);
 
     Traffic traffic() const;
     /** Hands over at once what waits for its time. */

@@ -59,4 +59,38 @@ std::string describeMismatch(const QByteArray &request, const QByteArray &reply)
     return reply.mid(2, 4) == request.mid(2, 4) ? std::string() : "the reply acknowledges another write";
 }
 
+namespace {
+
+const int ExceptionReplyBytes = 5;
+const int ExceptionFlag = 0x80;
+
+ReplyKind kindOf(const Transaction &t, bool compare)
+{
+    if (t.end == ReplyEnd::PortLost)
+        return ReplyKind::PortLost;
+    if (t.end == ReplyEnd::NoneExpected)
+        return ReplyKind::Good;
+    if (t.reply.isEmpty())
+        return ReplyKind::Silent;
+    const std::size_t size = static_cast<std::size_t>(t.reply.size());
+    if (!endsWithCrc(reinterpret_cast<const unsigned char *>(t.reply.constData()), size))
+        return ReplyKind::Damaged;
+    const bool sameStation = t.reply.at(0) == t.request.at(0);
+    const bool exception =
+        t.reply.size() == ExceptionReplyBytes && byteAt(t.reply, 1) == (byteAt(t.request, 1) | ExceptionFlag);
+    if (exception && (sameStation || !compare))
+        return ReplyKind::Exception;
+    if (compare && !describeMismatch(t.request, t.reply).empty())
+        return ReplyKind::Foreign;
+    return t.reply.size() == t.expectedReply ? ReplyKind::Good : ReplyKind::Damaged;
+}
+
+} // namespace
+
+void judgeReply(Transaction &transaction, bool compare)
+{
+    transaction.kind = kindOf(transaction, compare);
+    transaction.exceptionCode = transaction.kind == ReplyKind::Exception ? byteAt(transaction.reply, 2) : 0;
+}
+
 } // namespace rtu

@@ -5,6 +5,8 @@
 #ifndef KIT_LINE_FRAME_CHECK_H
 #define KIT_LINE_FRAME_CHECK_H
 
+#include <modbus_rtu_host/transaction.h>
+
 #include <QtCore/QByteArray>
 
 #include <cstddef>
@@ -25,6 +27,13 @@ bool endsWithCrc(const unsigned char *bytes, std::size_t size);
  * @return empty when the reply fits the request
  */
 std::string describeMismatch(const QByteArray &request, const QByteArray &reply);
+
+/**
+ * Judges what was collected for a request: sets kind and exceptionCode.
+ *
+ * @param compare false: length and check sum alone decide, as they do for the driver
+ */
+void judgeReply(Transaction &transaction, bool compare);
 
 } // namespace rtu
 

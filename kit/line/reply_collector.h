@@ -23,6 +23,11 @@ class ReplyCollector
 public:
     ReplyCollector(Line &line, const LineTiming &timing, Duration replyTimeout, bool removeEcho);
 
+    /** For the replies from now on: time from the end of the request to the first byte. */
+    void setReplyTimeout(Duration timeout) { m_replyTimeout = timeout; }
+    /** For the replies from now on: the request comes back in front of them. */
+    void setRemoveEcho(bool remove) { m_removeEcho = remove; }
+
     /**
      * Collects the reply to @p transaction.request, of which expectedReply and
      * requestEnd are set. Fills reply, end, firstByte, finished, echoRemoved.

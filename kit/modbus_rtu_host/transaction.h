@@ -26,6 +26,16 @@ enum class ReplyEnd {
     Interrupted
 };
 
+/** What a reply turned out to be when compared with its request. */
+enum class ReplyKind {
+    Good,      ///< also the silence that a broadcast asks for
+    Exception, ///< from the station that was asked
+    Silent,    ///< not one byte
+    Damaged,   ///< length or check sum wrong
+    Foreign,   ///< whole, but of another station or to another request
+    PortLost
+};
+
 /** Answers of the driver to a reply; results of intf_dealRcvFrame(). */
 enum DriverVerdict { VerdictNothingPending = 0, VerdictGood = 1, VerdictGivenUp = 2, VerdictSendAgain = 8 };
 
@@ -49,6 +59,8 @@ struct Transaction
     TimePoint finished;         ///< reply complete, or waiting ended
     std::size_t strayBytes = 0; ///< dropped before sending and after a time-out
     bool echoRemoved = false;
+    ReplyKind kind = ReplyKind::Good; ///< as a link judges it
+    int exceptionCode = 0;            ///< with ReplyKind::Exception
     int verdict = VerdictNothingPending;
     QString information; ///< the driver's error text, with VerdictGivenUp
     QString warning;     ///< what the driver accepted although it looks wrong; else empty

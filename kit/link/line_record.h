@@ -1,0 +1,55 @@
+/**
+ * @file
+ * Counts and times of a link, whole and by station.
+ */
+#ifndef KIT_LINK_LINE_RECORD_H
+#define KIT_LINK_LINE_RECORD_H
+
+#include "kit/line/line_timing.h"
+#include "kit/link/quantiles.h"
+#include "kit/poll/request_end.h"
+
+#include <modbus_rtu_host/statistics.h>
+
+#include <map>
+#include <tuple>
+
+namespace rtu {
+
+/** The caller guards it. */
+class LineRecord
+{
+public:
+    LineRecord(const LineTiming &timing, TimePoint start) : m_timing(timing), m_start(start) {}
+
+    void add(const Transaction &transaction);
+    /** A cyclic read brought values. */
+    void refreshed(const Area &area, TimePoint when);
+    void setSilent(int station, bool silent) { m_stations[station].counts.silent = silent; }
+    void callbackFailed(int times) { m_failedCallbacks += static_cast<std::uint64_t>(times); }
+
+    LinkStatistics statistics(TimePoint now) const;
+
+private:
+    struct Entry
+    {
+        StationStatistics counts;
+        Quantiles reply;
+        Quantiles age;
+    };
+    using Block = std::tuple<int, char, int>;
+
+    static void count(Entry &entry, const Transaction &transaction, Duration busy);
+    static StationStatistics summary(const Entry &entry, Duration elapsed);
+
+    LineTiming m_timing;
+    TimePoint m_start;
+    Entry m_total;
+    std::map<int, Entry> m_stations;
+    std::map<Block, TimePoint> m_read; ///< by station, table and first address: the last good read
+    std::uint64_t m_failedCallbacks = 0;
+};
+
+} // namespace rtu
+
+#endif

@@ -1,0 +1,128 @@
+#include <modbus_rtu_host/link.h>
+
+#include "kit/line/serial_line.h"
+#include "kit/link/link_core.h"
+
+namespace rtu {
+
+namespace {
+
+std::unique_ptr<Line> lineOf(const LinkSettings &settings)
+{
+    if (settings.port.isEmpty())
+        throw Error(QLatin1String("the port is missing: /dev/ttyUSB0, a pseudo-terminal, or tcp:HOST:PORT"));
+    return std::unique_ptr<Line>(new SerialLine(settings.port.toStdString(), settings.parameters));
+}
+
+std::shared_ptr<LinkCore> coreOf(const LinkSettings &settings, std::unique_ptr<Line> line)
+{
+    if (!line)
+        throw Error(QLatin1String("the line is missing"));
+    try {
+        return std::make_shared<LinkCore>(settings, std::move(line));
+    } catch (const Error &) {
+        throw;
+    } catch (const std::runtime_error &error) {
+        throw Error(QString::fromUtf8(error.what()));
+    }
+}
+
+} // namespace
+
+Link::Link(const LinkSettings &settings) : m_core(coreOf(settings, lineOf(settings))) {}
+
+Link::Link(const LinkSettings &settings, std::unique_ptr<Line> line) : m_core(coreOf(settings, std::move(line))) {}
+
+Link::~Link()
+{
+    m_core->shutDown();
+}
+
+Tag Link::addTag(const TagSpec &spec)
+{
+    const std::shared_ptr<TagRecord> record = std::make_shared<TagRecord>();
+    record->lock = m_core->lock();
+    record->layout = m_core->layout(spec, TagUse::Read);
+    record->shown = TagValue(record->layout, std::vector<std::uint32_t>(static_cast<std::size_t>(spec.values)));
+    m_core->add(record);
+    return Tag(record);
+}
+
+void Link::removeTag(const Tag &tag)
+{
+    if (!tag.isNull())
+        m_core->remove(tag.m_record);
+}
+
+std::vector<Tag> Link::tags() const
+{
+    std::vector<Tag> tags;
+    for (const TagRecordPtr &record : m_core->records())
+        tags.push_back(Tag(record));
+    return tags;
+}
+
+void Link::onChange(std::function<void(const TagChange &)> listener)
+{
+    m_core->listeners().change.push_back(std::move(listener));
+}
+
+void Link::onPort(std::function<void(bool)> listener)
+{
+    m_core->listeners().port.push_back(std::move(listener));
+}
+
+void Link::onNotice(std::function<void(const QString &)> listener)
+{
+    m_core->listeners().notice.push_back(std::move(listener));
+}
+
+void Link::onTransaction(std::function<void(const Transaction &)> observer)
+{
+    m_core->listeners().transaction.push_back(std::move(observer));
+}
+
+void Link::open()
+{
+    m_core->open();
+}
+
+void Link::start()
+{
+    m_core->start();
+}
+
+void Link::stop()
+{
+    m_core->stop();
+}
+
+bool Link::running() const
+{
+    return m_core->running();
+}
+
+LinkStep Link::step()
+{
+    const std::shared_ptr<LinkCore> core = m_core; // a callback may destroy this link
+    if (core->running())
+        throw Error(QLatin1String("this link polls on a thread of its own; stop() it before stepping it"));
+    return static_cast<LinkStep>(core->step());
+}
+
+TimePoint Link::nextStep() const
+{
+    return m_core->nextStep();
+}
+
+LinkStatistics Link::statistics() const
+{
+    return m_core->statistics();
+}
+
+LinkSettings Link::settings() const
+{
+    return m_core->settings();
+}
+
+} // namespace rtu

@@ -1,0 +1,404 @@
+#include "kit/link/link_core.h"
+
+#include <modbus_rtu_host/error.h>
+
+#include <algorithm>
+
+namespace rtu {
+
+namespace {
+
+const int LinkId = 1;
+
+/** Half a second is soon enough for a clock that may not be this machine's. */
+const Duration LongestRest = std::chrono::milliseconds(500);
+
+QByteArray propertyOf(const LinkSettings &settings)
+{
+    return QString::fromLatin1("%1#%2#0#%3#%4#0")
+        .arg(LinkId)
+        .arg(settings.localWritesOnly ? 1 : 0)
+        .arg(settings.attempts)
+        .arg(settings.maxWords)
+        .toLatin1();
+}
+
+const LinkSettings &checked(const LinkSettings &settings)
+{
+    if (settings.attempts < 1)
+        throw Error(QLatin1String("attempts must be 1 or more"));
+    if (settings.maxWords < 2 || settings.maxWords > 120 || settings.maxWords % 2 != 0)
+        throw Error(QLatin1String("maxWords must be an even number from 2 to 120: an odd one would tear 32-bit "
+                                  "values, and slaves take no more"));
+    if (settings.replyTimeout <= Duration(0) || settings.reopenInterval <= Duration(0)
+        || settings.questionInterval <= Duration(0))
+        throw Error(QLatin1String("replyTimeout, reopenInterval and questionInterval must be more than 0"));
+    if (settings.parameters.dataBits != 8)
+        throw Error(QLatin1String("RTU frames need 8 data bits"));
+    return settings;
+}
+
+} // namespace
+
+LinkCore::LinkCore(const LinkSettings &settings, std::unique_ptr<Line> line)
+    : m_settings(checked(settings))
+    , m_lock(std::make_shared<LinkLock>())
+    , m_line(std::move(line))
+    , m_driver(settings.driver.toStdString())
+    , m_catalog(m_driver)
+    , m_tags(m_driver, settings.maxWords,
+             [this](const TagChange &change) {
+                 for (const auto &listener : m_listeners.change)
+                     m_events.add([listener, change] { listener(change); });
+             })
+    , m_parts{m_settings, m_driver, *m_line, m_tags, m_events}
+    , m_writes(m_parts)
+    , m_reads(m_parts)
+    , m_transfers(m_parts, m_memory, LinkId)
+    , m_poller(m_driver, *m_line, m_settings, *this)
+    , m_paced(m_parts, m_poller.health())
+    , m_record(LineTiming(settings.parameters), m_line->now())
+{
+    int status = 0;
+    m_driver.setChangeListener([this](const ValueChange &) { m_changed = true; });
+    m_driver.initProperty(m_memory.area(), 0, m_memory.words(), &status, propertyOf(m_settings).constData(),
+                          m_memory.mutex());
+}
+
+LinkCore::~LinkCore()
+{
+    int status = 0;
+    m_driver.initProperty(nullptr, 0, nullptr, &status, "", nullptr); // what it has borrowed goes
+}
+
+std::shared_ptr<const TagLayout> LinkCore::layout(const TagSpec &spec, TagUse use)
+{
+    return std::make_shared<TagLayout>(m_driver, m_catalog, spec, use);
+}
+
+// --- from any thread -------------------------------------------------------------
+
+void LinkCore::post(Task task)
+{
+    {
+        const Locked held(m_lock->mutex);
+        if (m_ended)
+            return;
+        m_tasks.push_back(std::move(task));
+        m_lock->woken = true;
+        m_nextStep = TimePoint();
+    }
+    m_lock->changed.notify_all();
+}
+
+void LinkCore::add(const TagRecordPtr &record)
+{
+    {
+        const Locked held(m_lock->mutex);
+        m_known.push_back(record);
+    }
+    post([this, record] {
+        m_tags.add(record);
+        m_replan = true;
+    });
+}
+
+void LinkCore::remove(const TagRecordPtr &record)
+{
+    {
+        const Locked held(m_lock->mutex);
+        m_known.erase(std::remove(m_known.begin(), m_known.end(), record), m_known.end());
+    }
+    post([this, record] {
+        m_tags.remove(record);
+        m_replan = true;
+    });
+}
+
+std::vector<TagRecordPtr> LinkCore::records() const
+{
+    const Locked held(m_lock->mutex);
+    return m_known;
+}
+
+void LinkCore::ask(const WriteJobPtr &job)
+{
+    post([this, job] { m_writes.accept(job); });
+}
+
+void LinkCore::ask(const ReadJobPtr &job)
+{
+    post([this, job] { m_reads.accept(job); });
+}
+
+void LinkCore::ask(const TransferJobPtr &job)
+{
+    post([this, job] { m_transfers.accept(job); });
+}
+
+LinkStatistics LinkCore::statistics() const
+{
+    const Locked held(m_lock->mutex);
+    return m_record.statistics(m_line->now());
+}
+
+TimePoint LinkCore::nextStep() const
+{
+    const Locked held(m_lock->mutex);
+    return m_lock->woken ? TimePoint() : m_nextStep;
+}
+
+// --- running ------------------------------------------------------------------------
+
+void LinkCore::open()
+{
+    if (!m_line->ensureOpen())
+        throw Error(QLatin1String("cannot open ") + m_settings.port
+                    + QLatin1String(": it is not there, it is in use, or its permissions forbid it"));
+}
+
+void LinkCore::start()
+{
+    Locked held(m_lock->mutex);
+    if (m_threaded)
+        return;
+    if (m_thread.joinable()) {
+        // Stopped from its own thread before, which has only its way out left.
+        if (m_thread.get_id() == std::this_thread::get_id())
+            throw Error(QLatin1String("a link that was stopped in a callback is started again after the callback"));
+        held.unlock();
+        m_thread.join();
+        held.lock();
+    }
+    m_threaded = true;
+    m_poller.stopping() = false;
+    m_line->clearInterrupt();
+    const std::shared_ptr<LinkCore> self = shared_from_this();
+    m_thread = std::thread([self] { self->run(); });
+}
+
+void LinkCore::run()
+{
+    while (!m_poller.stopping()) {
+        const PollStep done = step();
+        if (done == PollStep::Idle || done == PollStep::NoPort)
+            rest();
+    }
+}
+
+void LinkCore::rest()
+{
+    Locked held(m_lock->mutex);
+    const Duration time = std::min(LongestRest, m_nextStep - m_line->now());
+    if (m_nextStep > m_line->now())
+        m_lock->changed.wait_for(held, time, [this] { return m_lock->woken || m_poller.stopping(); });
+}
+
+void LinkCore::stop()
+{
+    bool join = false;
+    {
+        const Locked held(m_lock->mutex);
+        m_poller.stopping() = true;
+        m_threaded = false;
+        join = m_thread.joinable() && m_thread.get_id() != std::this_thread::get_id();
+    }
+    m_lock->changed.notify_all();
+    m_line->interrupt();
+    if (join)
+        m_thread.join();
+}
+
+bool LinkCore::running() const
+{
+    const Locked held(m_lock->mutex);
+    return m_threaded;
+}
+
+PollStep LinkCore::step()
+{
+    const std::shared_ptr<LinkCore> self = shared_from_this();
+    takeTasks();
+    const PollStep done = m_poller.step();
+    {
+        const Locked held(m_lock->mutex);
+        m_nextStep = m_poller.nextStep();
+    }
+    if (done == PollStep::Stopped && !running()) { // told once to whoever steps; the next step goes on
+        m_poller.stopping() = false;
+        m_line->clearInterrupt();
+    }
+    tell();
+    return done;
+}
+
+void LinkCore::tell()
+{
+    const int failed = m_events.run();
+    if (failed == 0)
+        return;
+    const Locked held(m_lock->mutex);
+    m_record.callbackFailed(failed);
+}
+
+void LinkCore::shutDown()
+{
+    stop();
+    if (m_thread.joinable())
+        m_thread.detach(); // destroyed in a callback: the thread has only its way out left, and keeps this alive
+    takeTasks();
+    const bool sent = m_poller.inRequest() && m_poller.request().source == Source::Write && m_poller.request().written;
+    m_writes.endAll(sent);
+    m_reads.endAll();
+    m_transfers.endAll();
+    {
+        const Locked held(m_lock->mutex);
+        m_ended = true;
+    }
+    tell();
+    m_listeners = LinkListeners();
+}
+
+// --- on the link's thread ---------------------------------------------------------------
+
+void LinkCore::takeTasks()
+{
+    std::vector<Task> tasks;
+    {
+        const Locked held(m_lock->mutex);
+        tasks.swap(m_tasks);
+        m_lock->woken = false;
+    }
+    for (const Task &task : tasks)
+        task();
+}
+
+void LinkCore::plan()
+{
+    m_replan = false;
+    QList<KEY_ADDRESS> keys = m_tags.planKeys();
+    const int length = m_driver.addrMerge(&keys);
+    std::set<int> stations;
+    for (const TagRecordPtr &record : m_tags.records())
+        stations.insert(record->layout->spec().station);
+    m_poller.setPlan(length, stations);
+    m_paced.reset(length > 0);
+}
+
+bool LinkCore::feed()
+{
+    if (m_replan)
+        plan();
+    const bool transfer = m_transfers.feed();
+    const bool write = m_writes.feed();
+    feedReadBack();
+    // One read in the driver at a time: a failure would take the others with it.
+    const bool read = !m_paced.underWay() && m_reads.feed();
+    const bool paced = !read && m_paced.feed();
+    return transfer || write || read || paced;
+}
+
+void LinkCore::feedReadBack()
+{
+    const WriteJobPtr write = m_writes.readingBack();
+    if (!write || m_readBack)
+        return;
+    m_readBack = std::make_shared<ReadJob>();
+    m_readBack->lock = m_lock;
+    m_readBack->layout = write->layout;
+    m_readBack->inside = [this](const ReadResult &result) {
+        m_readBack.reset();
+        m_writes.readBackDone(result.end == ReadEnd::Good ? &result.value.raw() : nullptr, m_line->now());
+    };
+    m_reads.acceptFirst(m_readBack);
+}
+
+TimePoint LinkCore::nextFeed()
+{
+    return std::min(m_poller.portOpen() ? m_paced.nextDue() : TimePoint::max(), m_writes.nextExpiry());
+}
+
+void LinkCore::frameDone(const Transaction &transaction)
+{
+    {
+        const Locked held(m_lock->mutex);
+        m_record.add(transaction);
+    }
+    for (const auto &observer : m_listeners.transaction)
+        m_events.add([observer, transaction] { observer(transaction); });
+}
+
+void LinkCore::requestDone(const RequestEnd &end)
+{
+    switch (end.source) {
+    case Source::Cyclic:
+        cyclicDone(end);
+        break;
+    case Source::Write:
+        m_writes.requestDone(end);
+        break;
+    case Source::OneOff:
+        if (end.good())
+            m_tags.readGood(end.area, end.time, true);
+        m_reads.requestDone(end);
+        break;
+    case Source::Paced:
+        m_paced.requestDone(end);
+        break;
+    case Source::Transfer:
+        m_transfers.requestDone(end);
+        break;
+    }
+    m_changed = false;
+    const QString finding = m_paced.takeFinding();
+    if (finding.isEmpty())
+        return;
+    m_replan = true;
+    for (const auto &listener : m_listeners.notice)
+        m_events.add([listener, finding] { listener(finding); });
+}
+
+void LinkCore::cyclicDone(const RequestEnd &end)
+{
+    if (end.good()) {
+        m_tags.readGood(end.area, end.time, m_changed);
+        const Locked held(m_lock->mutex);
+        m_record.refreshed(end.area, end.time);
+        m_record.setSilent(end.area.station, false);
+    } else if (end.refused()) {
+        m_tags.readRefused(end.area, end.exceptionCode);
+        if (end.exceptionCode == 2 || end.exceptionCode == 3)
+            m_paced.blockRefused(end.area);
+    } else {
+        m_tags.readSilent(end.area);
+    }
+}
+
+void LinkCore::stationSilent(int station)
+{
+    m_tags.stationSilent(station);
+    m_writes.stationSilent(station);
+    m_reads.stationSilent(station);
+    m_transfers.stationSilent(station);
+    const Locked held(m_lock->mutex);
+    m_record.setSilent(station, true);
+}
+
+void LinkCore::portChanged(bool open)
+{
+    if (!open) {
+        m_tags.allSilent();
+        m_paced.portLost();
+    }
+    for (const auto &listener : m_listeners.port)
+        m_events.add([listener, open] { listener(open); });
+}
+
+void LinkCore::portAway()
+{
+    m_writes.portAway(m_line->now());
+    m_reads.portAway();
+    m_transfers.portAway();
+}
+
+} // namespace rtu

@@ -1,0 +1,114 @@
+/**
+ * @file
+ * What stands behind a Link. Its thread, or whoever steps it, keeps it alive, so that
+ * a callback may destroy the link.
+ */
+#ifndef KIT_LINK_LINK_CORE_H
+#define KIT_LINK_LINK_CORE_H
+
+#include "kit/driver/block_memory.h"
+#include "kit/driver/register_catalog.h"
+#include "kit/link/line_record.h"
+#include "kit/link/write_queue.h"
+#include "kit/poll/paced_reads.h"
+#include "kit/poll/poller.h"
+#include "kit/transfer/read_queue.h"
+#include "kit/transfer/transfer_queue.h"
+
+#include <memory>
+#include <thread>
+
+namespace rtu {
+
+/** Whom a link calls back. Set before it runs. */
+struct LinkListeners
+{
+    std::vector<std::function<void(const TagChange &)>> change;
+    std::vector<std::function<void(bool)>> port;
+    std::vector<std::function<void(const QString &)>> notice;
+    std::vector<std::function<void(const Transaction &)>> transaction;
+};
+
+class LinkCore : public std::enable_shared_from_this<LinkCore>, private PollClient
+{
+public:
+    LinkCore(const LinkSettings &settings, std::unique_ptr<Line> line);
+    ~LinkCore() override;
+    LinkCore(const LinkCore &) = delete;
+    LinkCore &operator=(const LinkCore &) = delete;
+
+    const LinkSettings &settings() const { return m_settings; }
+    LinkListeners &listeners() { return m_listeners; }
+    const std::shared_ptr<LinkLock> &lock() const { return m_lock; }
+
+    std::shared_ptr<const TagLayout> layout(const TagSpec &spec, TagUse use);
+
+    // From any thread:
+    void add(const TagRecordPtr &record);
+    void remove(const TagRecordPtr &record);
+    std::vector<TagRecordPtr> records() const;
+    void ask(const WriteJobPtr &job);
+    void ask(const ReadJobPtr &job);
+    void ask(const TransferJobPtr &job);
+    LinkStatistics statistics() const;
+    TimePoint nextStep() const;
+
+    void open();
+    void start();
+    void stop();
+    bool running() const;
+    PollStep step();
+    /** The link goes: stops, and ends what has not ended. */
+    void shutDown();
+
+private:
+    using Task = std::function<void()>;
+
+    void post(Task task);
+    void takeTasks();
+    void plan();
+    void run();
+    void rest();
+    void feedReadBack();
+    void tell();
+
+    bool feed() override;
+    TimePoint nextFeed() override;
+    bool transferring() const override { return m_transfers.underWay(); }
+    void frameDone(const Transaction &transaction) override;
+    void requestDone(const RequestEnd &end) override;
+    void cyclicDone(const RequestEnd &end);
+    void stationSilent(int station) override;
+    void portChanged(bool open) override;
+    void portAway() override;
+
+    LinkSettings m_settings;
+    std::shared_ptr<LinkLock> m_lock;
+    std::unique_ptr<Line> m_line;
+    DriverLibrary m_driver;
+    RegisterCatalog m_catalog;
+    BlockMemory m_memory;
+    LinkListeners m_listeners;
+    Events m_events;
+    WatchedTags m_tags;
+    LinkParts m_parts;
+    WriteQueue m_writes;
+    ReadQueue m_reads;
+    TransferQueue m_transfers;
+    Poller m_poller;
+    PacedReads m_paced;
+    LineRecord m_record;
+    bool m_replan = true;
+    bool m_changed = false;            ///< the driver reported a change since the last request ended
+    ReadJobPtr m_readBack;             ///< under way
+    std::vector<Task> m_tasks;         ///< guarded by the lock: what other threads ask for
+    std::vector<TagRecordPtr> m_known; ///< guarded by the lock: as callers see the tags
+    TimePoint m_nextStep;              ///< guarded by the lock
+    bool m_ended = false;              ///< guarded by the lock
+    std::thread m_thread;
+    bool m_threaded = false; ///< guarded by the lock: a thread of its own polls
+};
+
+} // namespace rtu
+
+#endif

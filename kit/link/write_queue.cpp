@@ -1,0 +1,230 @@
+#include "kit/link/write_queue.h"
+
+#include <algorithm>
+
+namespace rtu {
+
+namespace {
+
+const int CoilsPerWrite = 1024; ///< what a request of the driver holds
+
+WriteResult resultOf(WriteEnd end, const QString &text, TimePoint when)
+{
+    WriteResult result;
+    result.end = end;
+    result.text = text;
+    result.time = when;
+    return result;
+}
+
+/** What a request that was not acknowledged says about the write as a whole. */
+WriteEnd endOf(const RequestEnd &end, const WriteJob &job)
+{
+    if (end.refused())
+        return WriteEnd::Refused;
+    const bool partly = job.acknowledged > 0;
+    return end.written || partly ? WriteEnd::Unconfirmed : WriteEnd::NotSent;
+}
+
+QString reasonOf(const RequestEnd &end)
+{
+    switch (end.kind) {
+    case ReplyKind::Exception:
+        return QString::fromLatin1("the slave answered with exception %1").arg(end.exceptionCode);
+    case ReplyKind::Silent:
+        return QLatin1String("no answer");
+    case ReplyKind::PortLost:
+        return QLatin1String("the port was lost");
+    case ReplyKind::Damaged:
+        return QLatin1String("the answers were damaged");
+    default:
+        return QLatin1String("the answers were those to other requests");
+    }
+}
+
+} // namespace
+
+void WriteQueue::accept(const WriteJobPtr &job)
+{
+    job->asked = m_parts.line.now();
+    if (job->record)
+        m_parts.tags.showWritten(job->record, job->raw);
+    const auto older = std::find_if(m_waiting.begin(), m_waiting.end(), [&](const WriteJobPtr &waiting) {
+        return !waiting->keep && !waiting->takenBack() && waiting->layout->sameTarget(*job->layout);
+    });
+    if (older == m_waiting.end()) {
+        m_waiting.push_back(job);
+        return;
+    }
+    const WriteJobPtr replaced = *older;
+    *older = job;
+    const bool takenBack = !replaced->take();
+    const QString text = QLatin1String(takenBack ? "taken back" : "a newer write to the same place took its turn");
+    end(replaced, resultOf(takenBack ? WriteEnd::Cancelled : WriteEnd::Replaced, text, job->asked));
+}
+
+bool WriteQueue::feed()
+{
+    if (m_inDriver)
+        return true;
+    for (;;) {
+        if (m_current)
+            return !m_current->reading && handPiece();
+        endWaiting([](const WriteJob &job) { return job.takenBack(); }, WriteEnd::Cancelled,
+                   QLatin1String("taken back"));
+        if (m_waiting.empty())
+            return false;
+        const WriteJobPtr job = m_waiting.front();
+        if (!job->take())
+            continue; // taken back this very moment
+        m_waiting.pop_front();
+        m_current = job;
+    }
+}
+
+int WriteQueue::pieceValues() const
+{
+    const RegisterType &type = m_current->layout->type();
+    const int most = type.bitInRegister ? m_parts.settings.maxWords
+                     : type.isBit()     ? CoilsPerWrite
+                                        : m_parts.settings.maxWords / type.unitsPerValue();
+    return std::min(most, m_current->layout->spec().values - m_current->handed);
+}
+
+/** False when the link keeps its writes to itself. */
+bool WriteQueue::handPiece()
+{
+    const TagLayout &layout = *m_current->layout;
+    const int first = m_current->handed;
+    const int values = pieceValues();
+    std::vector<unsigned char> bytes = layout.encode(m_current->raw, first, values);
+    bytes.resize(std::max(bytes.size(), static_cast<std::size_t>(2 * values))); // the driver copies two bytes a bit
+    QString regType = layout.regType();
+    m_current->handed += values;
+    m_parts.driver.setData(layout.spec().station, &regType, layout.addressOf(first),
+                           values * layout.type().unitsPerValue(), bytes.data(), static_cast<int>(Source::Write));
+    m_parts.tags.refresh(layout.area(first, values));
+    m_inDriver = !m_parts.settings.localWritesOnly;
+    if (m_inDriver)
+        return true;
+    if (m_current->handed < layout.spec().values)
+        return handPiece();
+    endCurrent(resultOf(WriteEnd::KeptLocal, QString(), m_parts.line.now()));
+    return feed();
+}
+
+void WriteQueue::requestDone(const RequestEnd &done)
+{
+    if (!m_current || !m_inDriver)
+        return;
+    m_inDriver = false;
+    m_parts.tags.refresh(done.area);
+    const int values = m_current->layout->spec().values;
+    if (done.good())
+        m_current->acknowledged = m_current->handed;
+    if (done.good() && m_current->handed < values)
+        return; // the next piece follows
+    if (done.good() && m_current->readBack && m_current->layout->spec().station != 0)
+        m_current->reading = true;
+    else
+        finish(done);
+}
+
+void WriteQueue::finish(const RequestEnd &done)
+{
+    WriteResult result;
+    result.acknowledged = m_current->acknowledged;
+    result.time = done.time;
+    if (done.good()) {
+        const bool broadcast = m_current->layout->spec().station == 0;
+        result.end = broadcast ? WriteEnd::Broadcast : WriteEnd::Acknowledged;
+        result.acknowledged = broadcast ? 0 : result.acknowledged;
+    } else {
+        result.end = endOf(done, *m_current);
+        result.exceptionCode = done.refused() ? done.exceptionCode : 0;
+        result.text = reasonOf(done);
+    }
+    endCurrent(result);
+}
+
+void WriteQueue::readBackDone(const std::vector<std::uint32_t> *read, TimePoint when)
+{
+    if (!readingBack())
+        return;
+    WriteResult result = resultOf(WriteEnd::Acknowledged, QString(), when);
+    if (!read)
+        result = resultOf(WriteEnd::Unconfirmed, QLatin1String("acknowledged, but it could not be read back"), when);
+    else if (*read != m_current->raw)
+        result = resultOf(WriteEnd::Differs, QLatin1String("acknowledged, but it reads otherwise"), when);
+    result.acknowledged = m_current->acknowledged;
+    endCurrent(result);
+}
+
+void WriteQueue::endCurrent(const WriteResult &result)
+{
+    const WriteJobPtr job = m_current;
+    m_current.reset();
+    end(job, result);
+}
+
+void WriteQueue::end(const WriteJobPtr &job, WriteResult result)
+{
+    if (job->record) {
+        const bool acknowledged = result.end == WriteEnd::Acknowledged;
+        m_parts.tags.writeEnded(job->record, acknowledged, result.end == WriteEnd::Unconfirmed, result.time);
+    }
+    endJob(m_parts, job, result);
+}
+
+template <typename Condition>
+void WriteQueue::endWaiting(Condition condition, WriteEnd how, const QString &text)
+{
+    std::deque<WriteJobPtr> left;
+    std::deque<WriteJobPtr> ending;
+    for (const WriteJobPtr &job : m_waiting)
+        (condition(*job) ? ending : left).push_back(job);
+    m_waiting.swap(left);
+    for (const WriteJobPtr &job : ending) {
+        const bool takenBack = !job->take();
+        end(job, resultOf(takenBack ? WriteEnd::Cancelled : how, takenBack ? QLatin1String("taken back") : text,
+                          m_parts.line.now()));
+    }
+}
+
+void WriteQueue::stationSilent(int station)
+{
+    endWaiting([station](const WriteJob &job) { return job.layout->spec().station == station; }, WriteEnd::NotSent,
+               QLatin1String("the station does not answer"));
+}
+
+void WriteQueue::portAway(TimePoint now)
+{
+    const Duration kept = m_parts.settings.keepWrites;
+    endWaiting([=](const WriteJob &job) { return now >= job.asked + kept; }, WriteEnd::NotSent,
+               QLatin1String("the port is away"));
+    if (m_current && !m_inDriver)
+        endCurrent(resultOf(m_current->handed > 0 ? WriteEnd::Unconfirmed : WriteEnd::NotSent,
+                            QLatin1String("the port was lost"), now));
+}
+
+TimePoint WriteQueue::nextExpiry() const
+{
+    TimePoint next = TimePoint::max();
+    for (const WriteJobPtr &job : m_waiting)
+        next = std::min(next, job->asked + m_parts.settings.keepWrites);
+    return next;
+}
+
+void WriteQueue::endAll(bool sent)
+{
+    const QString text = QLatin1String("the link has ended");
+    if (m_current) {
+        const bool reached = sent || m_current->acknowledged > 0;
+        WriteResult result = resultOf(reached ? WriteEnd::Unconfirmed : WriteEnd::NotSent, text, m_parts.line.now());
+        result.acknowledged = m_current->acknowledged;
+        endCurrent(result);
+    }
+    endWaiting([](const WriteJob &) { return true; }, WriteEnd::NotSent, text);
+}
+
+} // namespace rtu

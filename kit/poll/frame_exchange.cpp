@@ -1,0 +1,228 @@
+#include "kit/poll/frame_exchange.h"
+
+#include "kit/line/frame_check.h"
+
+#include <algorithm>
+
+namespace rtu {
+
+namespace {
+
+/** So many time-outs that nothing followed make a station dead, not late: one or two requests may be lost. */
+const int DeadAfter = 3;
+
+/** So much of a request in front of a reply is no accident. */
+const int EchoBytes = 5;
+
+bool isReadFunction(const FRAME_PRO &frame)
+{
+    return frame.frame[1] >= 1 && frame.frame[1] <= 4;
+}
+
+LineTiming timingOf(const LinkSettings &settings)
+{
+    LineTiming timing(settings.parameters);
+    if (settings.silence >= Duration(0))
+        timing.setSilence(settings.silence);
+    return timing;
+}
+
+} // namespace
+
+FrameExchange::FrameExchange(Line &line, const LinkSettings &settings, const std::atomic<bool> &stopping)
+    : m_line(line)
+    , m_settings(settings)
+    , m_stopping(stopping)
+    , m_timing(timingOf(settings))
+    , m_collector(line, m_timing, settings.replyTimeout, settings.echo == Echo::Always)
+    , m_echoes(settings.echo == Echo::Always)
+{
+}
+
+Duration FrameExchange::replyTimeout(int station) const
+{
+    const auto own = m_settings.stations.find(station);
+    const bool set = own != m_settings.stations.end() && own->second.replyTimeout >= Duration(0);
+    return set ? own->second.replyTimeout : m_settings.replyTimeout;
+}
+
+Duration FrameExchange::silence(int station) const
+{
+    const auto own = m_settings.stations.find(station);
+    const bool set = own != m_settings.stations.end() && own->second.silence >= Duration(0);
+    return set ? own->second.silence : m_timing.silence();
+}
+
+ExchangeEnd FrameExchange::exchange(const FRAME_PRO &frame, const Sending &sending, Transaction &transaction)
+{
+    m_transaction = &transaction;
+    transaction.strayBytes = 0;
+    awaitLateReplies(frame.var.station);
+    waitForSilence(frame.var.station);
+    if (stopping())
+        return ExchangeEnd::Stopped;
+    begin(frame, sending);
+    if (!m_line.write(frame.frame, static_cast<std::size_t>(frame.frameLen)))
+        return ExchangeEnd::NotSent;
+    m_collector.setReplyTimeout(sending.timeout);
+    m_collector.setRemoveEcho(m_echoes);
+    collect();
+    if (transaction.end == ReplyEnd::Interrupted)
+        return ExchangeEnd::Stopped;
+    judgeReply(transaction, m_settings.checkReplies);
+    detectEcho();
+    m_expectLate = expectLate(sending);
+    if (transaction.kind == ReplyKind::Silent && !m_expectLate)
+        m_unheard = true;
+    return ExchangeEnd::Judged;
+}
+
+void FrameExchange::begin(const FRAME_PRO &frame, const Sending &sending)
+{
+    Transaction &t = *m_transaction;
+    ++t.number;
+    t.attempt = sending.resend ? t.attempt + 1 : 1;
+    t.station = frame.var.station;
+    t.regType = frame.var.regType;
+    t.startAddr = frame.var.startAddr;
+    t.count = frame.var.count;
+    t.tag = frame.var.userData;
+    t.isRead = isReadFunction(frame);
+    t.request = QByteArray(reinterpret_cast<const char *>(frame.frame), frame.frameLen);
+    t.expectedReply = frame.replyLen;
+    t.information.clear();
+    t.warning.clear();
+    t.echoRemoved = false;
+    if (!sending.resend)
+        m_unheard = false;
+    t.sent = m_line.now();
+    t.requestEnd = t.sent + m_timing.characters(static_cast<std::size_t>(frame.frameLen));
+}
+
+void FrameExchange::collect()
+{
+    Transaction &t = *m_transaction;
+    if (t.expectedReply > 0) {
+        m_collector.collect(t);
+    } else {
+        m_line.sleepUntil(t.requestEnd + m_settings.broadcastDelay);
+        m_line.discardInput(); // the echo, where the adapter has one
+        t.reply.clear();
+        t.end = ReplyEnd::NoneExpected;
+        t.firstByte = t.requestEnd;
+        t.finished = m_line.now();
+    }
+    m_quietSince = std::max(t.requestEnd, t.finished);
+}
+
+/**
+ * Only reads tell: the acknowledgement of a write of one value looks like its echo.
+ * What was received in front of the true reply spoils this one; it is asked for again.
+ */
+void FrameExchange::detectEcho()
+{
+    const Transaction &t = *m_transaction;
+    if (m_settings.echo != Echo::Detect || !t.isRead || t.reply.isEmpty())
+        return;
+    if (m_echoes) {
+        m_echoes = t.echoRemoved || t.kind != ReplyKind::Good;
+        return;
+    }
+    const int common = std::min(static_cast<int>(t.reply.size()), static_cast<int>(t.request.size()));
+    m_echoes = t.kind != ReplyKind::Good && common >= EchoBytes && t.reply.left(common) == t.request.left(common);
+    if (m_echoes)
+        m_transaction->kind = ReplyKind::Foreign;
+}
+
+/** Whether to listen before the next frame, of whatever station, for a reply that is still missing. */
+bool FrameExchange::expectLate(const Sending &sending)
+{
+    const Transaction &t = *m_transaction;
+    m_lateStation = t.station;
+    m_lateDeadline = t.finished + m_settings.lateReplyGuard;
+    if (t.kind == ReplyKind::PortLost || t.end == ReplyEnd::NoneExpected || m_settings.lateReplyGuard <= Duration(0))
+        return false;
+    if (t.kind == ReplyKind::Foreign)
+        return true; // the true one has not come yet
+    if (t.kind != ReplyKind::Silent) {
+        m_listenedInVain.erase(t.station);
+        m_lateUntil.erase(t.station);
+        return m_unheard && t.kind != ReplyKind::Damaged; // this may have been the answer to an earlier attempt
+    }
+    if (sending.question) {
+        m_lateUntil[t.station] = t.requestEnd + replyTimeout(t.station) + m_settings.lateReplyGuard;
+        return false;
+    }
+    const auto vain = m_listenedInVain.find(t.station);
+    return vain == m_listenedInVain.end() || vain->second < DeadAfter;
+}
+
+void FrameExchange::giveUp()
+{
+    if (!m_expectLate || m_transaction->kind != ReplyKind::Silent)
+        return;
+    m_expectLate = false;
+    m_lateUntil[m_lateStation] = m_lateDeadline;
+}
+
+/**
+ * After a time-out the missing reply may still come, and would be taken for the answer
+ * to what is sent next to that station. So the line is listened to for a while first.
+ */
+void FrameExchange::awaitLateReplies(int station)
+{
+    if (m_expectLate) {
+        m_expectLate = false;
+        listen(m_lateDeadline, m_lateStation);
+    }
+    const auto late = m_lateUntil.find(station);
+    if (late == m_lateUntil.end())
+        return;
+    const TimePoint deadline = late->second;
+    m_lateUntil.erase(late);
+    if (deadline > m_line.now())
+        listen(deadline, station);
+}
+
+/** Drops what comes up to the deadline, and then until the line is quiet. */
+void FrameExchange::listen(TimePoint deadline, int station)
+{
+    unsigned char dropped[512];
+    int count = m_line.read(dropped, sizeof(dropped), deadline);
+    if (count == DeadlinePassed)
+        ++m_listenedInVain[station];
+    if (count <= 0) // a lost port says nothing about the station
+        return;
+    m_listenedInVain.erase(station);
+    const TimePoint patience = m_line.now() + m_settings.replyTimeout + m_settings.lateReplyGuard;
+    while (count > 0 && m_line.now() < patience) {
+        m_transaction->strayBytes += static_cast<std::size_t>(count);
+        m_quietSince = m_line.now();
+        count = m_line.read(dropped, sizeof(dropped), m_line.now() + m_timing.replyGap());
+    }
+}
+
+/**
+ * Lets the line fall silent for long enough that slaves take what follows as a new
+ * frame. What arrives meanwhile belongs to nobody; a line that never falls silent is
+ * given up on after a reply time-out.
+ */
+void FrameExchange::waitForSilence(int station)
+{
+    const TimePoint patience = m_line.now() + m_settings.replyTimeout;
+    Duration quietTime = silence(station);
+    for (;;) {
+        const TimePoint quiet = m_quietSince + quietTime;
+        if (quiet > m_line.now())
+            m_line.sleepUntil(quiet);
+        const std::size_t stray = m_line.discardInput();
+        if (stray == 0 || m_line.now() > patience || stopping())
+            return;
+        m_transaction->strayBytes += stray;
+        m_quietSince = m_line.now();
+        if (m_unheard) // a late reply is coming in; it may come in lumps
+            quietTime = std::max(quietTime, m_timing.replyGap());
+    }
+}
+
+} // namespace rtu

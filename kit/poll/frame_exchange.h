@@ -1,0 +1,76 @@
+/**
+ * @file
+ * One frame over the line and what comes back: silences, late replies, echoes.
+ */
+#ifndef KIT_POLL_FRAME_EXCHANGE_H
+#define KIT_POLL_FRAME_EXCHANGE_H
+
+#include "kit/driver/driver_library.h"
+#include "kit/line/line_timing.h"
+#include "kit/line/reply_collector.h"
+
+#include <modbus_rtu_host/link_settings.h>
+#include <modbus_rtu_host/transaction.h>
+
+#include <atomic>
+#include <map>
+
+namespace rtu {
+
+enum class ExchangeEnd {
+    Judged,  ///< sent; the transaction says what came
+    NotSent, ///< the port is gone
+    Stopped
+};
+
+/** How one frame is to be sent. */
+struct Sending
+{
+    bool resend = false;   ///< the frame before, again
+    bool question = false; ///< to a dead station: the line is not kept waiting for a late reply
+    Duration timeout{0};   ///< from the end of the request to the first byte
+};
+
+class FrameExchange
+{
+public:
+    FrameExchange(Line &line, const LinkSettings &settings, const std::atomic<bool> &stopping);
+
+    ExchangeEnd exchange(const FRAME_PRO &frame, const Sending &sending, Transaction &transaction);
+
+    /** The request was given up: a reply that is still missing is listened for before its station is asked again. */
+    void giveUp();
+
+    Duration replyTimeout(int station) const;
+    const LineTiming &timing() const { return m_timing; }
+
+private:
+    void begin(const FRAME_PRO &frame, const Sending &sending);
+    void awaitLateReplies(int station);
+    void listen(TimePoint deadline, int station);
+    void waitForSilence(int station);
+    void collect();
+    void detectEcho();
+    bool expectLate(const Sending &sending);
+    Duration silence(int station) const;
+    bool stopping() const { return m_stopping.load(std::memory_order_relaxed); }
+
+    Line &m_line;
+    LinkSettings m_settings;
+    const std::atomic<bool> &m_stopping;
+    LineTiming m_timing;
+    ReplyCollector m_collector;
+    Transaction *m_transaction = nullptr;
+    TimePoint m_quietSince;               ///< the line has been silent from here on
+    bool m_unheard = false;               ///< an attempt of this frame was neither answered nor listened for
+    bool m_expectLate = false;            ///< the last attempt may still be answered
+    int m_lateStation = 0;                ///< by this station
+    TimePoint m_lateDeadline;             ///< until then
+    std::map<int, TimePoint> m_lateUntil; ///< by station: answers to questions and given-up requests may come
+    std::map<int, int> m_listenedInVain;  ///< by station, how often since it last made a sound
+    bool m_echoes = false;                ///< the adapter hears itself
+};
+
+} // namespace rtu
+
+#endif

@@ -1,0 +1,214 @@
+#include "kit/poll/paced_reads.h"
+
+#include "kit/transfer/read_queue.h"
+
+#include <algorithm>
+
+namespace rtu {
+
+namespace {
+
+bool belongsHere(const TagRecord &record)
+{
+    return record.alone || record.layout->spec().pace > Duration(0);
+}
+
+bool sameArea(const Area &left, const Area &right)
+{
+    return left.covers(right) && right.covers(left);
+}
+
+} // namespace
+
+void PacedReads::reset(bool planned)
+{
+    m_planned = planned;
+    m_areas.clear();
+    m_suspects.clear();
+    m_readable.clear();
+    m_hopeless.clear();
+}
+
+void PacedReads::portLost()
+{
+    m_areas.clear();
+    m_suspects.clear();
+    m_readable.clear();
+}
+
+void PacedReads::ask(const Area &area)
+{
+    askForArea(m_parts.driver, area, Source::Paced);
+    m_asked = m_parts.line.now();
+    m_inDriver = true;
+}
+
+bool PacedReads::feed()
+{
+    if (m_inDriver || feedProbe())
+        return true;
+    if (m_areas.empty()) {
+        const TimePoint now = m_parts.line.now();
+        const TagRecordPtr record = mostOverdue(now);
+        if (!record)
+            return false;
+        schedule(*record, now);
+        if (record->pieces.size() == 1 && !record->alone) {
+            m_areas.push_back(widened(record, now));
+        } else {
+            for (const TagPiece &piece : record->pieces)
+                m_areas.push_back(piece.area);
+        }
+    }
+    const Area area = m_areas.front();
+    m_areas.pop_front();
+    ask(area);
+    return true;
+}
+
+void PacedReads::schedule(TagRecord &record, TimePoint now) const
+{
+    const Duration pace = std::max(record.layout->spec().pace, m_parts.settings.roundInterval);
+    record.due = std::max(record.due + pace, now + (record.alone ? pace : Duration(0)));
+    if (record.due <= now && pace > Duration(0))
+        record.due = now + pace;
+}
+
+/** A dead station is read only when it is its turn to be asked. */
+bool PacedReads::due(const TagRecord &record, TimePoint now)
+{
+    if (!belongsHere(record) || record.due > now || (record.alone && now < m_nextAlone))
+        return false;
+    const int station = record.layout->spec().station;
+    return !m_health.dead(station) || m_health.mayAsk(station, now);
+}
+
+TagRecordPtr PacedReads::mostOverdue(TimePoint now)
+{
+    TagRecordPtr chosen;
+    for (const TagRecordPtr &record : m_parts.tags.records()) {
+        if (due(*record, now) && (!chosen || record->due < chosen->due))
+            chosen = record;
+    }
+    return chosen;
+}
+
+/** Takes neighbours that are due as well into the same request. */
+Area PacedReads::widened(const TagRecordPtr &record, TimePoint now)
+{
+    Area area = record->pieces.front().area;
+    const int limit = area.isBits() ? 8 * m_parts.settings.maxWords : m_parts.settings.maxWords;
+    for (const TagRecordPtr &other : m_parts.tags.records()) {
+        const Area &piece = other->pieces.front().area;
+        const bool fits = other->pieces.size() == 1 && !other->alone && piece.sameTable(area) && due(*other, now);
+        Area both = area;
+        both.first = std::min(area.first, piece.first);
+        both.count = std::max(area.end(), piece.end()) - both.first;
+        if (!fits || both.count > limit)
+            continue;
+        schedule(*other, now);
+        area = both;
+    }
+    return area;
+}
+
+TimePoint PacedReads::nextDue()
+{
+    if (m_inDriver || !m_areas.empty() || m_probe < m_suspects.size())
+        return TimePoint();
+    TimePoint next = TimePoint::max();
+    for (const TagRecordPtr &record : m_parts.tags.records()) {
+        if (!belongsHere(*record))
+            continue;
+        TimePoint when = record->alone ? std::max(record->due, m_nextAlone) : record->due;
+        if (m_health.dead(record->layout->spec().station))
+            when = std::max(when, m_health.nextQuestion(m_parts.line.now()));
+        next = std::min(next, when);
+    }
+    return next;
+}
+
+void PacedReads::requestDone(const RequestEnd &done)
+{
+    if (!m_inDriver)
+        return;
+    m_inDriver = false;
+    if (m_planned)
+        m_nextAlone = done.time + (done.time - m_asked);
+    if (done.good())
+        m_parts.tags.readGood(done.area, done.time, true);
+    else if (done.refused())
+        m_parts.tags.readRefused(done.area, done.exceptionCode);
+    else
+        m_parts.tags.readSilent(done.area);
+    if (m_probe < m_suspects.size())
+        probed(done.good());
+    else if (done.refused() && (done.exceptionCode == 2 || done.exceptionCode == 3))
+        blockRefused(done.area);
+}
+
+void PacedReads::blockRefused(const Area &area)
+{
+    if (!m_parts.settings.findHoles || m_probe < m_suspects.size())
+        return;
+    for (const Area &known : m_hopeless) {
+        if (sameArea(known, area))
+            return;
+    }
+    const std::vector<TagRecordPtr> inside = m_parts.tags.inArea(area);
+    if (inside.size() < 2)
+        return;
+    m_refused = area;
+    m_suspects = inside;
+    m_readable.clear();
+    m_probe = 0;
+}
+
+bool PacedReads::feedProbe()
+{
+    while (m_probe < m_suspects.size()) {
+        const TagRecord &suspect = *m_suspects[m_probe];
+        for (const TagPiece &piece : suspect.pieces) {
+            if (m_refused.overlaps(piece.area)) {
+                ask(piece.area);
+                return true;
+            }
+        }
+        ++m_probe;
+    }
+    return false;
+}
+
+void PacedReads::probed(bool readable)
+{
+    if (readable)
+        m_readable.push_back(m_suspects[m_probe]);
+    if (++m_probe == m_suspects.size())
+        conclude();
+}
+
+void PacedReads::conclude()
+{
+    if (m_readable.empty()) {
+        m_hopeless.push_back(m_refused);
+    } else {
+        QString names;
+        for (const TagRecordPtr &record : m_suspects) {
+            record->alone = true;
+            names += (names.isEmpty() ? QString() : QString(QLatin1String(", "))) + record->layout->label();
+        }
+        m_finding = QLatin1String("the slave refuses addresses between tags that it has; read one by one: ") + names;
+    }
+    m_suspects.clear();
+    m_readable.clear();
+    m_probe = 0;
+}
+
+QString PacedReads::takeFinding()
+{
+    const QString finding = m_finding;
+    m_finding.clear();
+    return finding;
+}
+
+} // namespace rtu

@@ -1,0 +1,65 @@
+/**
+ * @file
+ * Reads that the link asks for beside the cyclic plan: tags with a pace of their own,
+ * and tags that are readable alone where their block is refused.
+ */
+#ifndef KIT_POLL_PACED_READS_H
+#define KIT_POLL_PACED_READS_H
+
+#include "kit/link/link_parts.h"
+#include "kit/poll/request_end.h"
+#include "kit/poll/station_health.h"
+
+#include <deque>
+
+namespace rtu {
+
+class PacedReads
+{
+public:
+    PacedReads(LinkParts &parts, StationHealth &health) : m_parts(parts), m_health(health) {}
+
+    /** Asks the driver for the next read that is due. True: it has one. */
+    bool feed();
+    bool underWay() const { return m_inDriver; }
+    TimePoint nextDue();
+    void requestDone(const RequestEnd &end);
+
+    /** A request for several tags was refused for one of its addresses: find out which tags are readable alone. */
+    void blockRefused(const Area &area);
+
+    /** The text of what was found out; empty: nothing new. Found tags no longer belong into the plan. */
+    QString takeFinding();
+
+    /** The tags have changed. @param planned the cyclic plan has something to read */
+    void reset(bool planned);
+    void portLost();
+
+private:
+    void ask(const Area &area);
+    bool feedProbe();
+    bool due(const TagRecord &record, TimePoint now);
+    TagRecordPtr mostOverdue(TimePoint now);
+    Area widened(const TagRecordPtr &record, TimePoint now);
+    void schedule(TagRecord &record, TimePoint now) const;
+    void probed(bool readable);
+    void conclude();
+
+    LinkParts &m_parts;
+    StationHealth &m_health;
+    std::deque<Area> m_areas; ///< of the record in turn, to be asked for
+    bool m_inDriver = false;
+    bool m_planned = false;
+    TimePoint m_asked;
+    TimePoint m_nextAlone; ///< tags alone take half of the line at most
+    std::vector<TagRecordPtr> m_suspects;
+    std::size_t m_probe = 0; ///< of the suspects
+    std::vector<TagRecordPtr> m_readable;
+    std::vector<Area> m_hopeless; ///< refused, and so is each tag in it
+    Area m_refused;
+    QString m_finding;
+};
+
+} // namespace rtu
+
+#endif

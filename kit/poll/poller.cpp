@@ -1,0 +1,242 @@
+#include "kit/poll/poller.h"
+
+#include <algorithm>
+
+namespace rtu {
+
+namespace {
+
+/** Exceptions that tell the master to try again later. */
+bool asksForPatience(int exceptionCode)
+{
+    return exceptionCode == 5 || exceptionCode == 6;
+}
+
+} // namespace
+
+Poller::Poller(DriverLibrary &driver, Line &line, const LinkSettings &settings, PollClient &client)
+    : m_driver(driver)
+    , m_line(line)
+    , m_settings(settings)
+    , m_client(client)
+    , m_health(settings.replyTimeout, settings.questionInterval)
+    , m_exchange(line, settings, m_stopping)
+{
+}
+
+void Poller::setPlan(int roundLength, const std::set<int> &stations)
+{
+    m_roundLength = roundLength;
+    m_cyclicDone = 0;
+    m_askedInRound = false;
+    m_restUntil = TimePoint();
+    m_roundStart = m_line.now();
+    m_health.setPolled(stations);
+}
+
+PollStep Poller::step()
+{
+    if (m_stopping.load(std::memory_order_relaxed))
+        return PollStep::Stopped;
+    if (!openPort()) {
+        m_client.portAway();
+        m_nextStep = std::min(m_nextOpen, m_client.nextFeed());
+        return PollStep::NoPort;
+    }
+    if (m_inRequest && !nextFrame())
+        m_inRequest = false;
+    while (!m_inRequest) {
+        const bool fed = m_client.feed();
+        if (!fed && (m_roundLength == 0 || m_line.now() < m_restUntil))
+            return idle(m_roundLength == 0 ? TimePoint::max() : m_restUntil);
+        if (!nextFrame())
+            return idle(TimePoint::max());
+        beginRequest();
+        if (!skipped())
+            break;
+    }
+    return send();
+}
+
+PollStep Poller::idle(TimePoint until)
+{
+    m_nextStep = std::min(until, m_client.nextFeed());
+    return PollStep::Idle;
+}
+
+bool Poller::openPort()
+{
+    if (!m_portOpen && m_line.now() < m_nextOpen)
+        return false;
+    const bool open = m_line.ensureOpen();
+    if (!open)
+        m_nextOpen = m_line.now() + m_settings.reopenInterval;
+    if (open != m_portOpen || !m_portKnown) {
+        m_portKnown = true;
+        m_portOpen = open;
+        m_client.portChanged(open);
+    }
+    return open;
+}
+
+/**
+ * Without a cyclic plan the driver says "nothing" once after a burst of queued
+ * requests, where a cyclic read would have its turn; only twice is nothing left.
+ */
+bool Poller::nextFrame()
+{
+    return m_driver.getSendFrame(&m_frame) == 1 || m_driver.getSendFrame(&m_frame) == 1;
+}
+
+void Poller::beginRequest()
+{
+    const VARIABLE &var = m_frame.var;
+    m_request = RequestEnd();
+    m_request.source = m_client.transferring() ? Source::Transfer : static_cast<Source>(var.userData);
+    m_request.area = areaOf(var.station, var.regType, var.startAddr, var.count);
+    m_resend = false;
+    m_heard = false;
+    m_wasDead = m_health.dead(var.station);
+    m_inRequest = true;
+}
+
+/** The cyclic reads of dead stations are answered with silence, unless it is time to ask. */
+bool Poller::skipped()
+{
+    const int station = m_request.area.station;
+    if (m_request.source != Source::Cyclic || !m_wasDead || m_health.mayAsk(station, m_line.now()))
+        return false;
+    giveUp();
+    m_inRequest = false;
+    countCyclic(false);
+    return true;
+}
+
+bool Poller::isWriteFrame() const
+{
+    const unsigned char function = m_frame.frame[1];
+    return function == 5 || function == 6 || function == 15 || function == 16;
+}
+
+bool Poller::question() const
+{
+    return m_wasDead && (m_request.source == Source::Cyclic || m_request.source == Source::Paced);
+}
+
+PollStep Poller::send()
+{
+    Sending sending;
+    sending.resend = m_resend;
+    sending.question = m_wasDead;
+    const int station = m_request.area.station;
+    sending.timeout = question() ? m_health.questionTime(station) : m_exchange.replyTimeout(station);
+    m_exchangeStart = m_line.now();
+    const ExchangeEnd end = m_exchange.exchange(m_frame, sending, m_transaction);
+    if (end == ExchangeEnd::Stopped)
+        return PollStep::Stopped;
+    if (end == ExchangeEnd::NotSent) {
+        m_request.kind = ReplyKind::PortLost;
+        giveUp();
+        endRequest();
+        openPort();
+        return PollStep::NoPort;
+    }
+    m_request.written = m_request.written || isWriteFrame();
+    handOver();
+    return PollStep::Done;
+}
+
+void Poller::handOver()
+{
+    Transaction &t = m_transaction;
+    m_request.kind = t.kind;
+    m_request.exceptionCode = t.exceptionCode;
+    m_request.time = t.finished;
+    if (t.kind != ReplyKind::Silent && t.kind != ReplyKind::Foreign && !m_request.gatewaySilence())
+        m_heard = true;
+    deal(t.kind == ReplyKind::Foreign ? QByteArray() : t.reply);
+    const bool lastAttempt = answersOnce() && t.verdict == VerdictSendAgain;
+    if (lastAttempt)
+        giveUp();
+    m_client.frameDone(t);
+    m_resend = t.verdict == VerdictSendAgain;
+    const bool readHalf = t.verdict == VerdictGood && m_request.source == Source::Write && t.isRead;
+    if (!m_resend && !readHalf)
+        endRequest();
+    if (t.end == ReplyEnd::PortLost)
+        openPort();
+}
+
+/** No further attempt would bring anything: a dead station gets one, and a refusal is an answer. */
+bool Poller::answersOnce() const
+{
+    const Transaction &t = m_transaction;
+    if (t.kind == ReplyKind::PortLost || (m_wasDead && !m_heard))
+        return true;
+    return m_request.refused() && !asksForPatience(t.exceptionCode);
+}
+
+/** @param reply a copy: the driver may work on these bytes in place */
+void Poller::deal(const QByteArray &reply)
+{
+    QByteArray bytes = reply;
+    bytes.detach();
+    m_transaction.information.clear();
+    m_transaction.verdict = m_driver.dealRcvFrame(&bytes, &m_transaction.information);
+}
+
+/** Answers the driver until it gives the request up, without the line. */
+void Poller::giveUp()
+{
+    const QByteArray last = m_request.kind == ReplyKind::Exception ? m_transaction.reply : QByteArray();
+    do {
+        deal(last);
+    } while (m_transaction.verdict == VerdictSendAgain);
+}
+
+void Poller::endRequest()
+{
+    m_inRequest = false;
+    m_resend = false;
+    m_request.text = m_transaction.information;
+    if (!m_request.good())
+        m_exchange.giveUp();
+    noteHealth();
+    m_client.requestDone(m_request);
+    if (m_request.source == Source::Cyclic)
+        countCyclic(true);
+}
+
+void Poller::noteHealth()
+{
+    if (m_request.kind == ReplyKind::PortLost || m_request.area.station == 0)
+        return;
+    const int station = m_request.area.station;
+    const TimePoint now = m_line.now();
+    if (m_wasDead)
+        m_health.asked(station, now, now - m_exchangeStart);
+    if (m_heard) {
+        m_health.heard(station, m_transaction.firstByte - m_transaction.requestEnd);
+        return;
+    }
+    m_health.silent(station, now);
+    if (m_request.kind != ReplyKind::Good)
+        m_client.stationSilent(station);
+}
+
+/** A round is over when every request of the plan had its turn; with nobody to ask, the plan rests. */
+void Poller::countCyclic(bool asked)
+{
+    m_askedInRound = m_askedInRound || asked;
+    if (++m_cyclicDone < m_roundLength)
+        return;
+    const TimePoint now = m_line.now();
+    m_restUntil = m_roundStart + m_settings.roundInterval;
+    if (!m_askedInRound)
+        m_restUntil = std::max(m_restUntil, m_health.nextQuestion(now));
+    m_roundStart = std::max(m_restUntil, now);
+    m_cyclicDone = 0;
+    m_askedInRound = false;
+}
+
+} // namespace rtu

@@ -1,0 +1,42 @@
+/**
+ * @file
+ * How one request of the driver ended: read or write, with all its frames and attempts.
+ */
+#ifndef KIT_POLL_REQUEST_END_H
+#define KIT_POLL_REQUEST_END_H
+
+#include "kit/tags/area.h"
+
+#include <modbus_rtu_host/transaction.h>
+
+namespace rtu {
+
+/** Who asked for a request; also the tag that it carries through the driver. */
+enum class Source {
+    Cyclic = CyclicTag,
+    Write = 1001,
+    OneOff = 1002,
+    Paced = 1003, ///< one-off reads of the link's own
+    Transfer = 1004
+};
+
+struct RequestEnd
+{
+    Source source = Source::Cyclic;
+    Area area;
+    ReplyKind kind = ReplyKind::Good; ///< of the last attempt
+    int exceptionCode = 0;
+    /** A frame that writes was handed to the port. */
+    bool written = false;
+    TimePoint time;
+    QString text; ///< the driver's error text
+
+    bool good() const { return kind == ReplyKind::Good; }
+    bool refused() const { return kind == ReplyKind::Exception && !gatewaySilence(); }
+    /** A gateway's word for silence: it cannot reach the station, or the station does not answer it. */
+    bool gatewaySilence() const { return exceptionCode == 10 || exceptionCode == 11; }
+};
+
+} // namespace rtu
+
+#endif
