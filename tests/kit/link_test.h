@@ -71,8 +71,7 @@ protected:
         const std::chrono::nanoseconds character = plant::characterTime(plantLine);
         const rtu::Duration received = character * static_cast<int>(request.size()) + plant::silenceOf(plantLine);
         for (const plant::Outgoing &outgoing : plant.answer(request))
-            line->receivePaced(outgoing.echo ? rtu::Duration(0) : received + outgoing.delay, character,
-                               outgoing.bytes);
+            line->receivePaced(outgoing.echo ? rtu::Duration(0) : received + outgoing.delay, character, outgoing.bytes);
     }
 
     /** The next request is lost on the way. */

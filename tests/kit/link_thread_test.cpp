@@ -1,0 +1,205 @@
+// Links on threads of their own, stopped, restarted and destroyed from anywhere. The
+// lines are on virtual time or hold their reader up; no time decides.
+
+#include "kit/link_test.h"
+
+#include <atomic>
+#include <condition_variable>
+#include <future>
+#include <mutex>
+#include <thread>
+
+namespace {
+
+using namespace test_kit;
+
+/** Answers every read at once with zeros, on any thread; reads that nobody answers last until interrupt(). */
+class QuickLine : public rtu::Line
+{
+public:
+    std::atomic<bool> answers{true};
+    std::atomic<int> sent{0};
+
+    rtu::TimePoint now() override { return rtu::SteadyClock::now(); }
+    void sleepUntil(rtu::TimePoint) override {}
+    bool ensureOpen() override { return true; }
+
+    bool write(const unsigned char *bytes, std::size_t size) override
+    {
+        ++sent;
+        if (answers)
+            m_reply = goodReply(Bytes(bytes, bytes + size));
+        return true;
+    }
+
+    int read(unsigned char *out, std::size_t room, rtu::TimePoint) override
+    {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        m_changed.wait(lock, [this] { return m_interrupted || !m_reply.empty(); });
+        if (m_interrupted)
+            return rtu::Interrupted;
+        const std::size_t size = std::min(room, m_reply.size());
+        std::copy_n(m_reply.begin(), size, out);
+        m_reply.erase(m_reply.begin(), m_reply.begin() + static_cast<std::ptrdiff_t>(size));
+        return static_cast<int>(size);
+    }
+
+    std::size_t discardInput() override { return 0; }
+
+    void interrupt() override
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_interrupted = true;
+        m_changed.notify_all();
+    }
+
+    void clearInterrupt() override
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_interrupted = false;
+    }
+
+private:
+    std::mutex m_mutex;
+    std::condition_variable m_changed;
+    bool m_interrupted = false;
+    Bytes m_reply;
+};
+
+class LinkThread : public testing::Test
+{
+protected:
+    LinkThread()
+    {
+        settings.driver = TEST_DRIVER;
+        settings.parameters.baud = 0;
+        line = new QuickLine;
+        link.reset(new rtu::Link(settings, std::unique_ptr<rtu::Line>(line)));
+        link->onTransaction([this](const rtu::Transaction &) {
+            if (++frames == 5)
+                fifth.set_value();
+        });
+        link->addTag(TagSpec(1, "4x10"));
+    }
+
+    void untilFive() { fifth.get_future().wait(); }
+
+    rtu::LinkSettings settings;
+    QuickLine *line = nullptr;
+    std::unique_ptr<rtu::Link> link;
+    std::atomic<int> frames{0};
+    std::promise<void> fifth;
+};
+
+TEST_F(LinkThread, PollsAndStops)
+{
+    link->start();
+    EXPECT_TRUE(link->running());
+    untilFive();
+    link->stop();
+    EXPECT_FALSE(link->running());
+    const int sent = line->sent;
+    EXPECT_EQ(sent, line->sent);
+}
+
+TEST_F(LinkThread, StartsAgain)
+{
+    link->start();
+    link->stop();
+    link->start();
+    untilFive();
+}
+
+TEST_F(LinkThread, StoppingNeverHangsInAWait)
+{
+    line->answers = false;
+    link->start();
+    while (line->sent == 0)
+        std::this_thread::yield();
+    link->stop();
+    EXPECT_EQ(1, line->sent);
+}
+
+TEST_F(LinkThread, SteppingAPollingLinkIsRefused)
+{
+    link->start();
+    EXPECT_TRUE(contains(refusalOf([this] { link->step(); }), "stop() it"));
+}
+
+TEST_F(LinkThread, ACallbackMayStopTheLink)
+{
+    std::promise<void> stopped;
+    link->onTransaction([&](const rtu::Transaction &) {
+        link->stop();
+        if (frames == 1)
+            stopped.set_value();
+    });
+    link->start();
+    stopped.get_future().wait();
+    EXPECT_FALSE(link->running());
+    link->start();
+    link.reset();
+}
+
+TEST_F(LinkThread, ACallbackMayDestroyTheLink)
+{
+    std::promise<void> destroyed;
+    int calls = 0;
+    link->onTransaction([&](const rtu::Transaction &) {
+        ++calls;
+        link.reset();
+        destroyed.set_value();
+    });
+    link->start();
+    destroyed.get_future().wait();
+    EXPECT_EQ(1, calls);
+    EXPECT_FALSE(link);
+}
+
+TEST_F(LinkThread, ACallbackOfAStepMayDestroyTheLink)
+{
+    link->onTransaction([&](const rtu::Transaction &) { link.reset(); });
+    EXPECT_EQ(rtu::LinkStep::Done, link->step());
+    EXPECT_FALSE(link);
+}
+
+TEST_F(LinkThread, WhatCallbacksThrowEndsThere)
+{
+    link->onTransaction([](const rtu::Transaction &) { throw std::runtime_error("mine"); });
+    link->start();
+    untilFive();
+    link->stop();
+    EXPECT_GE(link->statistics().failedCallbacks, 4u);
+}
+
+TEST_F(LinkThread, AWriteCanBeWaitedForFromAnotherThread)
+{
+    link->start();
+    const rtu::Write write = link->write(TagSpec(1, "4x10"), {7});
+    EXPECT_TRUE(write.wait(std::chrono::hours(1)));
+    EXPECT_EQ(rtu::WriteEnd::Acknowledged, write.result().end);
+}
+
+TEST_F(LinkThread, TagsAndWritesComeFromManyThreads)
+{
+    link->start();
+    std::vector<std::thread> threads;
+    std::atomic<int> ended{0};
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([this, i, &ended] {
+            const rtu::Tag tag = link->addTag(TagSpec(1, QString::fromLatin1("4x%1").arg(20 + i)));
+            for (int n = 0; n < 50; ++n) {
+                const rtu::Write write = link->write(tag, n);
+                write.wait(std::chrono::hours(1));
+                ended += write.ended() ? 1 : 0;
+                tag.value();
+                link->statistics();
+            }
+            link->removeTag(tag);
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    EXPECT_EQ(200, ended);
+}
+
+} // namespace

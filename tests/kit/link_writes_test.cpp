@@ -1,0 +1,406 @@
+// Writes of a link: each ends exactly once, and says how.
+
+#include "kit/link_test.h"
+
+namespace {
+
+using namespace test_kit;
+using rtu::WriteEnd;
+using rtu::WriteOptions;
+using rtu::WriteResult;
+
+class LinkWrites : public LinkTest
+{
+protected:
+    LinkWrites()
+    {
+        plant.define(1, Table::HoldingRegisters, 0, 400);
+        plant.define(1, Table::Coils, 0, 2000);
+    }
+
+    /** Options whose end is noted under a number. */
+    WriteOptions noted(int number)
+    {
+        WriteOptions options;
+        options.done = [this, number](const WriteResult &result) { ends.push_back({number, result}); };
+        return options;
+    }
+
+    /** The one end of the only write. */
+    WriteResult theEnd()
+    {
+        EXPECT_EQ(1u, ends.size());
+        return ends.empty() ? WriteResult() : ends.front().second;
+    }
+
+    std::uint16_t held(int address) { return plant.peek(1, Table::HoldingRegisters, address); }
+
+    std::vector<std::pair<int, WriteResult>> ends;
+};
+
+TEST_F(LinkWrites, AreAcknowledged)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Write write = link().write(tag, 7, noted(1));
+    EXPECT_FALSE(write.ended());
+    steps(1);
+    EXPECT_EQ("01 06 00 09 00 07", lastRequest());
+    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
+    EXPECT_EQ(1, theEnd().acknowledged);
+    EXPECT_EQ("", theEnd().text.toStdString());
+    EXPECT_TRUE(write.ended());
+    EXPECT_EQ(7, held(9));
+    EXPECT_EQ(7.0, tag.value().number());
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+}
+
+TEST_F(LinkWrites, AreShownAtOnceAndNotConfirmed)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    changes.clear();
+    loseRequests(1);
+    link().write(tag, 7, noted(1));
+    steps(1);
+    EXPECT_EQ(7.0, tag.value().number());
+    EXPECT_EQ(Quality::Unconfirmed, tag.value().quality);
+    ASSERT_EQ(1u, changes.size());
+    EXPECT_EQ(0.0, changes[0].before.number());
+    EXPECT_TRUE(ends.empty());
+    steps(1);
+    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+}
+
+TEST_F(LinkWrites, RefusedByTheSlave)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    plant.addFault([] {
+        plant::Fault fault;
+        fault.kind = plant::FaultKind::Exception;
+        fault.value = 4;
+        fault.function = 6;
+        return fault;
+    }());
+    link().write(tag, 7, noted(1));
+    steps(1);
+    EXPECT_EQ(WriteEnd::Refused, theEnd().end);
+    EXPECT_EQ(4, theEnd().exceptionCode);
+    EXPECT_EQ(0.0, tag.value().number()) << "the value read last is shown again";
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+    EXPECT_EQ(2u, requests.size()) << "a refusal is an answer: sent once";
+}
+
+TEST_F(LinkWrites, UnconfirmedWhenSentWithoutAnAnswer)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    loseReplies(3);
+    link().write(tag, 7, noted(1));
+    steps(3);
+    EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
+    EXPECT_EQ(0.0, tag.value().number());
+    EXPECT_EQ(Quality::Unconfirmed, tag.value().quality) << "the slave may hold either";
+    EXPECT_EQ(7, held(9)) << "here it got through";
+    run(std::chrono::seconds(10));
+    EXPECT_EQ(7.0, tag.value().number()) << "the next read tells";
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+}
+
+TEST_F(LinkWrites, NotSentWhenTheReadHalfOfABitWriteIsGivenUp)
+{
+    loseRequests(3);
+    link().write(TagSpec(1, "4x_bit3.5"), {1}, noted(1));
+    steps(3);
+    EXPECT_EQ("01 03 00 02 00 01", lastRequest());
+    EXPECT_EQ(WriteEnd::NotSent, theEnd().end);
+    EXPECT_EQ(3u, requests.size());
+}
+
+TEST_F(LinkWrites, OfBitsKeepTheOtherBits)
+{
+    plant.poke(1, Table::HoldingRegisters, 2, 0x8001);
+    link().write(TagSpec(1, "4x_bit3.5"), {1}, noted(1));
+    steps(2);
+    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
+    EXPECT_EQ(0x8021, held(2));
+}
+
+TEST_F(LinkWrites, RefusedReadHalfOfABitWriteIsARefusal)
+{
+    link().write(TagSpec(1, "4x_bit500.5"), {1}, noted(1));
+    steps(2);
+    EXPECT_EQ(WriteEnd::Refused, theEnd().end);
+    EXPECT_EQ(2, theEnd().exceptionCode);
+}
+
+TEST_F(LinkWrites, LongOnesEndOnceForAllTheirPieces)
+{
+    TagSpec spec(1, "4x1");
+    spec.values = 250;
+    link().write(spec, std::vector<double>(250, 9), noted(1));
+    steps(3);
+    EXPECT_EQ(3u, requests.size());
+    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
+    EXPECT_EQ(250, theEnd().acknowledged);
+    EXPECT_EQ(9, held(249));
+}
+
+TEST_F(LinkWrites, ALongOneThatFailsInTheMiddleSaysHowFarItCame)
+{
+    TagSpec spec(1, "4x301");
+    spec.values = 250; // the slave has 100 of them
+    plant.define(1, Table::HoldingRegisters, 400, 20);
+    link().write(spec, std::vector<double>(250, 9), noted(1));
+    steps(3);
+    EXPECT_EQ(2u, requests.size()) << "what follows a refused piece is not sent";
+    EXPECT_EQ(WriteEnd::Refused, theEnd().end);
+    EXPECT_EQ(120, theEnd().acknowledged);
+}
+
+TEST_F(LinkWrites, ManyCoilsGoOutInRequestsThatTheProtocolAllows)
+{
+    TagSpec spec(1, "0x1");
+    spec.values = 1100;
+    link().write(spec, std::vector<double>(1100, 1), noted(1));
+    steps(2);
+    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
+    EXPECT_EQ(1, plant.peek(1, Table::Coils, 1099));
+    EXPECT_EQ(2u, requests.size());
+}
+
+TEST_F(LinkWrites, DifferWhenReadBack)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    WriteOptions options = noted(1);
+    options.readBack = true;
+    script.push_back([this](const Bytes &request) { // acknowledged, and kept otherwise
+        slaves(request);
+        plant.poke(1, Table::HoldingRegisters, 9, 5);
+    });
+    link().write(tag, 7, options);
+    steps(2);
+    EXPECT_EQ(WriteEnd::Differs, theEnd().end);
+    EXPECT_EQ(5.0, tag.value().number());
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+}
+
+TEST_F(LinkWrites, AcknowledgedWhenReadBackTheSame)
+{
+    WriteOptions options = noted(1);
+    options.readBack = true;
+    link().write(TagSpec(1, "4x10"), {7}, options);
+    steps(1);
+    EXPECT_TRUE(ends.empty());
+    steps(1);
+    EXPECT_EQ("01 03 00 09 00 01", lastRequest());
+    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
+}
+
+TEST_F(LinkWrites, AnEchoTakenForAnAcknowledgementIsUnmaskedByTheReadBack)
+{
+    settings.echo = rtu::Echo::Never;
+    script.push_back([this](const Bytes &request) { line->receive(microseconds(100), request); });
+    WriteOptions options = noted(1);
+    options.readBack = true;
+    link().write(TagSpec(1, "4x10"), {7}, options);
+    steps(2);
+    EXPECT_EQ(WriteEnd::Differs, theEnd().end);
+}
+
+TEST_F(LinkWrites, UnconfirmedWhenTheReadBackFails)
+{
+    WriteOptions options = noted(1);
+    options.readBack = true;
+    script.push_back([this](const Bytes &request) { slaves(request); });
+    loseRequests(3);
+    link().write(TagSpec(1, "4x10"), {7}, options);
+    steps(4);
+    EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
+    EXPECT_EQ(1, theEnd().acknowledged);
+}
+
+TEST_F(LinkWrites, ReplacedByANewerOne)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    link().write(TagSpec(1, "4x20"), {1}, noted(0));
+    link().write(tag, 7, noted(1));
+    link().write(tag, 8, noted(2));
+    steps(2);
+    ASSERT_EQ(3u, ends.size());
+    EXPECT_EQ(1, ends[0].first);
+    EXPECT_EQ(WriteEnd::Replaced, ends[0].second.end);
+    EXPECT_EQ(WriteEnd::Acknowledged, ends[1].second.end);
+    EXPECT_EQ(2, ends[2].first);
+    EXPECT_EQ(WriteEnd::Acknowledged, ends[2].second.end);
+    EXPECT_EQ(2u, requests.size());
+    EXPECT_EQ(8, held(9));
+    EXPECT_EQ(8.0, tag.value().number());
+}
+
+TEST_F(LinkWrites, PulsesAreNotReplaced)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "0x10"));
+    WriteOptions on = noted(1);
+    on.keep = true;
+    link().write(tag, 1, on);
+    link().write(tag, 0, noted(2));
+    steps(2);
+    ASSERT_EQ(2u, requests.size());
+    EXPECT_EQ("01 05 00 09 FF 00", text(requests[0]));
+    EXPECT_EQ("01 05 00 09 00 00", text(requests[1]));
+    ASSERT_EQ(2u, ends.size());
+    EXPECT_EQ(WriteEnd::Acknowledged, ends[0].second.end);
+    EXPECT_EQ(WriteEnd::Acknowledged, ends[1].second.end);
+}
+
+TEST_F(LinkWrites, CancelledBeforeTheyAreSent)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    rtu::Write write = link().write(tag, 7, noted(1));
+    EXPECT_TRUE(write.cancel());
+    EXPECT_TRUE(ends.empty()) << "told on the link's thread only";
+    steps(1);
+    EXPECT_EQ(WriteEnd::Cancelled, theEnd().end);
+    EXPECT_EQ("01 03 00 09 00 01", lastRequest());
+    EXPECT_EQ(0.0, tag.value().number());
+    EXPECT_FALSE(write.cancel());
+}
+
+TEST_F(LinkWrites, CannotBeCancelledOnceSent)
+{
+    loseRequests(1);
+    rtu::Write write = link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    steps(1);
+    EXPECT_FALSE(write.cancel());
+    steps(1);
+    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
+}
+
+TEST_F(LinkWrites, BroadcastToAllSlaves)
+{
+    plant.define(2, Table::HoldingRegisters, 0, 100);
+    WriteOptions options = noted(1);
+    options.readBack = true; // there is nobody to read it back from
+    link().write(TagSpec(0, "4x10"), {7}, options);
+    steps(1);
+    EXPECT_EQ(WriteEnd::Broadcast, theEnd().end);
+    EXPECT_EQ(7, held(9));
+    EXPECT_EQ(7, plant.peek(2, Table::HoldingRegisters, 9));
+}
+
+TEST_F(LinkWrites, KeptLocal)
+{
+    settings.localWritesOnly = true;
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    link().write(tag, 7, noted(1));
+    steps(1);
+    EXPECT_EQ(WriteEnd::KeptLocal, theEnd().end);
+    EXPECT_EQ("01 03 00 09 00 01", lastRequest());
+    EXPECT_EQ(7.0, tag.value().number());
+    EXPECT_EQ(0, held(9));
+}
+
+TEST_F(LinkWrites, WaitingOnesAreNotSentWhenThePortIsLost)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    line->plugged = false;
+    link().write(tag, 7, noted(1));
+    link().step();
+    EXPECT_EQ(WriteEnd::NotSent, theEnd().end);
+    line->plugged = true;
+    run(std::chrono::seconds(2));
+    EXPECT_EQ(0, held(9)) << "nothing old goes out to what is plugged in next";
+}
+
+TEST_F(LinkWrites, WaitingOnesAreKeptForAStatedTime)
+{
+    settings.keepWrites = std::chrono::seconds(5);
+    link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    line->plugged = false;
+    link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    run(std::chrono::seconds(3));
+    EXPECT_TRUE(ends.empty());
+    line->plugged = true;
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
+    line->plugged = false;
+    link().write(TagSpec(1, "4x10"), {8}, noted(2));
+    run(std::chrono::seconds(6));
+    ASSERT_EQ(2u, ends.size());
+    EXPECT_EQ(WriteEnd::NotSent, ends[1].second.end);
+}
+
+TEST_F(LinkWrites, OnTheLineWhenThePortIsLostAreUnconfirmed)
+{
+    script.push_back([this](const Bytes &) { line->unplugAfter(milliseconds(2)); });
+    link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    steps(1);
+    EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
+}
+
+TEST_F(LinkWrites, ToADeadStationGetOneAttemptAndTheOthersEndAtOnce)
+{
+    link().addTag(TagSpec(2, "4x10"));
+    steps(3);
+    requests.clear();
+    link().write(TagSpec(2, "4x10"), {1}, noted(1));
+    link().write(TagSpec(2, "4x11"), {2}, noted(2));
+    link().write(TagSpec(1, "4x12"), {3}, noted(3));
+    steps(2);
+    ASSERT_EQ(3u, ends.size());
+    EXPECT_EQ(2, ends[0].first);
+    EXPECT_EQ(WriteEnd::NotSent, ends[0].second.end);
+    EXPECT_EQ(WriteEnd::Unconfirmed, ends[1].second.end);
+    EXPECT_EQ(WriteEnd::Acknowledged, ends[2].second.end);
+    EXPECT_EQ(2u, requests.size());
+}
+
+TEST_F(LinkWrites, AGatewaysWordForSilenceIsNoRefusal)
+{
+    for (int i = 0; i < 3; ++i)
+        script.push_back([this](const Bytes &) { line->receive(milliseconds(8), frame("01 86 0B")); });
+    link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    steps(3);
+    EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
+    EXPECT_EQ(3u, requests.size());
+}
+
+TEST_F(LinkWrites, EndWithTheirLink)
+{
+    loseRequests(1);
+    link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    link().write(TagSpec(1, "4x11"), {7}, noted(2));
+    steps(1);
+    destroyLink();
+    ASSERT_EQ(2u, ends.size());
+    EXPECT_EQ(WriteEnd::Unconfirmed, ends[0].second.end) << "it was on the line";
+    EXPECT_EQ(WriteEnd::NotSent, ends[1].second.end);
+}
+
+TEST_F(LinkWrites, OtherTagsOfTheSameRegistersShowThem)
+{
+    const rtu::Tag bit = link().addTag(TagSpec(1, "4x_bit10.0"));
+    const rtu::Tag word = link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    link().write(word, 1, noted(1));
+    steps(1);
+    EXPECT_EQ(1.0, bit.value().number());
+}
+
+TEST_F(LinkWrites, ReadsOfThePlanGoOnBetweenTen)
+{
+    link().addTag(TagSpec(1, "4x100"));
+    for (int i = 0; i < 25; ++i)
+        link().write(TagSpec(1, QString::fromLatin1("4x%1").arg(i + 1)), {1}, noted(i));
+    steps(28);
+    EXPECT_EQ(25u, ends.size());
+    EXPECT_EQ(3, requests[10][1]);
+    EXPECT_EQ(3, requests[21][1]);
+}
+
+} // namespace
