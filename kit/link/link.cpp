@@ -104,10 +104,18 @@ bool Link::running() const
 
 LinkStep Link::step()
 {
-    const std::shared_ptr<LinkCore> core = m_core; // a callback may destroy this link
-    if (core->running())
+    if (m_core->running())
         throw Error(QLatin1String("this link polls on a thread of its own; stop() it before stepping it"));
-    return static_cast<LinkStep>(core->step());
+    switch (m_core->stepFromOutside()) {
+    case PollStep::Done:
+        return LinkStep::Done;
+    case PollStep::NoPort:
+        return LinkStep::NoPort;
+    case PollStep::Stopped:
+        return LinkStep::Stopped;
+    default:
+        return LinkStep::Idle;
+    }
 }
 
 TimePoint Link::nextStep() const

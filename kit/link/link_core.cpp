@@ -217,18 +217,24 @@ bool LinkCore::running() const
 
 PollStep LinkCore::step()
 {
-    const std::shared_ptr<LinkCore> self = shared_from_this();
     takeTasks();
     const PollStep done = m_poller.step();
     {
         const Locked held(m_lock->mutex);
         m_nextStep = m_poller.nextStep();
     }
-    if (done == PollStep::Stopped && !running()) { // told once to whoever steps; the next step goes on
+    tell();
+    return done;
+}
+
+PollStep LinkCore::stepFromOutside()
+{
+    const std::shared_ptr<LinkCore> self = shared_from_this(); // a callback may destroy the link
+    const PollStep done = step();
+    if (done == PollStep::Stopped) { // told once; the next step goes on
         m_poller.stopping() = false;
         m_line->clearInterrupt();
     }
-    tell();
     return done;
 }
 

@@ -57,7 +57,8 @@ public:
     void start();
     void stop();
     bool running() const;
-    PollStep step();
+    /** A step by a loop of the caller's. */
+    PollStep stepFromOutside();
     /** The link goes: stops, and ends what has not ended. */
     void shutDown();
 
@@ -67,6 +68,7 @@ private:
     void post(Task task);
     void takeTasks();
     void plan();
+    PollStep step();
     void run();
     void rest();
     void feedReadBack();

@@ -165,6 +165,9 @@ void TransferQueue::requestDone(const RequestEnd &done)
         m_silent.insert(done.area.station);
     if (done.good() && m_current->kind != TransferKind::Load)
         m_parts.tags.readGood(done.area, done.time, true);
+    skipHopeless();
+    if (m_next == m_pieces.size())
+        finish();
 }
 
 /** Which of the rows of a block the slave refuses is found out by asking for each. */

@@ -1,0 +1,194 @@
+// Dead stations cost the others nothing.
+
+#include "kit/link_test.h"
+
+#include <algorithm>
+
+namespace {
+
+using namespace test_kit;
+
+class LinkDeadStations : public LinkTest
+{
+protected:
+    LinkDeadStations()
+    {
+        settings.replyTimeout = milliseconds(1000);
+        settings.lateReplyGuard = milliseconds(1000);
+    }
+
+    /** Stations 1 to @p count with one register each, all polled. */
+    void watch(int count)
+    {
+        for (int station = 1; station <= count; ++station) {
+            plant.define(station, Table::HoldingRegisters, 0, 10);
+            plant.setTurnaround(station, milliseconds(2));
+            tags.push_back(link().addTag(TagSpec(station, "4x1")));
+        }
+        m_watched = count;
+    }
+
+    void kill(int count)
+    {
+        for (int station = m_watched; station > m_watched - count; --station)
+            plant.setStationOn(station, false);
+        m_dead = count;
+    }
+
+    /** Rounds of those that live: from one good reply of station 1 to the next. */
+    std::vector<rtu::Duration> rounds(rtu::Duration time)
+    {
+        transactions.clear();
+        run(time);
+        std::vector<rtu::Duration> lengths;
+        rtu::TimePoint last;
+        for (const rtu::Transaction &t : transactions) {
+            if (t.station != 1)
+                continue;
+            if (last != rtu::TimePoint())
+                lengths.push_back(t.finished - last);
+            last = t.finished;
+        }
+        std::sort(lengths.begin(), lengths.end());
+        return lengths;
+    }
+
+    static double median(const std::vector<rtu::Duration> &lengths)
+    {
+        return static_cast<double>(lengths[lengths.size() / 2].count());
+    }
+
+    /** Time until the tag is good again. */
+    rtu::Duration backAfter(const rtu::Tag &tag)
+    {
+        const rtu::TimePoint start = line->now();
+        while (!tag.value().good() && line->now() - start < std::chrono::minutes(10))
+            run(milliseconds(20));
+        return line->now() - start;
+    }
+
+    std::vector<rtu::Tag> tags;
+
+private:
+    int m_watched = 0;
+    int m_dead = 0;
+};
+
+TEST_F(LinkDeadStations, OneOfFive)
+{
+    watch(5);
+    run(std::chrono::seconds(5));
+    kill(1);
+    run(std::chrono::seconds(30)); // found dead meanwhile
+    const std::vector<rtu::Duration> lengths = rounds(std::chrono::minutes(10));
+    // The four that live alone, on a line of their own, are what it is compared with.
+    link().removeTag(tags[4]);
+    const std::vector<rtu::Duration> alone = rounds(std::chrono::minutes(1));
+    EXPECT_LE(median(lengths), 1.05 * median(alone));
+    EXPECT_LE(lengths.back(), milliseconds(1300));
+    EXPECT_GT(lengths.back(), milliseconds(900)) << "now and then the full time-out is waited for";
+}
+
+TEST_F(LinkDeadStations, TenOfThirty)
+{
+    watch(30);
+    run(std::chrono::seconds(10));
+    kill(10);
+    run(std::chrono::minutes(2));
+    const std::vector<rtu::Duration> lengths = rounds(std::chrono::minutes(10));
+    for (std::size_t i = 20; i < 30; ++i)
+        link().removeTag(tags[i]);
+    const std::vector<rtu::Duration> alone = rounds(std::chrono::minutes(1));
+    EXPECT_LE(median(lengths), 1.1 * median(alone));
+}
+
+TEST_F(LinkDeadStations, AskingTakesATwentiethOfTheLineAtMost)
+{
+    watch(30);
+    run(std::chrono::seconds(10));
+    kill(10);
+    run(std::chrono::minutes(2));
+    transactions.clear();
+    const rtu::TimePoint start = line->now();
+    run(std::chrono::minutes(10));
+    rtu::Duration asking{0};
+    for (const rtu::Transaction &t : transactions)
+        asking += t.station > 20 ? t.finished - t.sent : rtu::Duration(0);
+    EXPECT_LE(asking, (line->now() - start) / 19);
+    EXPECT_GT(asking, (line->now() - start) / 100);
+}
+
+TEST_F(LinkDeadStations, ComeBackWithinTenSeconds)
+{
+    watch(5);
+    run(std::chrono::seconds(5));
+    for (int wait = 20; wait < 200; wait += 17) {
+        kill(1);
+        run(std::chrono::seconds(wait));
+        EXPECT_EQ(Quality::StationSilent, tags[4].value().quality);
+        plant.setStationOn(5, true);
+        EXPECT_LE(backAfter(tags[4]), std::chrono::seconds(10)) << "dead for " << wait << " s";
+    }
+}
+
+TEST_F(LinkDeadStations, SlowerThanBeforeAreFoundAsWell)
+{
+    watch(5);
+    run(std::chrono::seconds(5));
+    kill(1);
+    run(std::chrono::seconds(30));
+    plant.setStationOn(5, true);
+    plant.setTurnaround(5, milliseconds(700));
+    EXPECT_LE(backAfter(tags[4]), std::chrono::minutes(3));
+}
+
+TEST_F(LinkDeadStations, CostNoStatistic)
+{
+    watch(2);
+    run(std::chrono::seconds(2));
+    kill(1);
+    run(std::chrono::seconds(30));
+    const std::uint64_t before = link().statistics().stations.at(2).frames;
+    EXPECT_TRUE(link().statistics().stations.at(2).silent);
+    run(milliseconds(2500));
+    EXPECT_LE(link().statistics().stations.at(2).frames - before, 1u);
+    EXPECT_FALSE(link().statistics().stations.at(1).silent);
+}
+
+TEST_F(LinkDeadStations, AloneLetTheThreadSleep)
+{
+    watch(1);
+    kill(1);
+    run(std::chrono::seconds(10));
+    requests.clear();
+    line->wakeUps = 0;
+    run(std::chrono::seconds(60));
+    EXPECT_LE(line->wakeUps, 80);
+    EXPECT_GE(requests.size(), 5u);
+}
+
+TEST_F(LinkDeadStations, AWriteFindsThemBack)
+{
+    watch(2);
+    kill(1);
+    run(std::chrono::seconds(20));
+    plant.setStationOn(2, true);
+    link().write(TagSpec(2, "4x2"), {1});
+    run(milliseconds(200));
+    EXPECT_EQ(Quality::Good, tags[1].value().quality);
+}
+
+TEST_F(LinkDeadStations, AGatewaysWordCountsAsSilence)
+{
+    watch(2);
+    plant::Fault fault;
+    fault.kind = plant::FaultKind::Exception;
+    fault.station = 2;
+    fault.value = 11;
+    plant.addFault(fault);
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(Quality::StationSilent, tags[1].value().quality);
+    EXPECT_TRUE(link().statistics().stations.at(2).silent);
+}
+
+} // namespace

@@ -1,0 +1,204 @@
+// Replies that do not belong to their request, echoes, observers, statistics, holes.
+
+#include "kit/link_test.h"
+
+namespace {
+
+using namespace test_kit;
+using rtu::ReplyKind;
+
+class LinkReplies : public LinkTest
+{
+protected:
+    LinkReplies()
+    {
+        for (int station = 1; station <= 2; ++station)
+            plant.define(station, Table::HoldingRegisters, 0, 100, 5);
+    }
+
+    void reply(const std::string &hexText)
+    {
+        script.push_back([this, hexText](const Bytes &) { line->receive(milliseconds(10), frame(hexText)); });
+    }
+
+    std::vector<ReplyKind> kinds() const
+    {
+        std::vector<ReplyKind> all;
+        for (const rtu::Transaction &t : transactions)
+            all.push_back(t.kind);
+        return all;
+    }
+};
+
+struct ForeignCase
+{
+    const char *what;
+    const char *reply;
+};
+
+TEST_F(LinkReplies, OfOthersBringNoValue)
+{
+    const ForeignCase cases[] = {
+        {"another station", "02 03 02 00 09"},
+        {"another function", "01 04 02 00 09"},
+        {"another byte count", "01 03 04 00 09"},
+        {"the exception of another station", "02 83 02"},
+    };
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    for (const ForeignCase &c : cases) {
+        transactions.clear();
+        reply(c.reply);
+        steps(2);
+        EXPECT_EQ(5.0, tag.value().number()) << c.what;
+        ASSERT_EQ(2u, transactions.size());
+        EXPECT_EQ(ReplyKind::Foreign, transactions[0].kind) << c.what;
+        EXPECT_EQ(ReplyKind::Good, transactions[1].kind) << c.what;
+    }
+    EXPECT_EQ(4u, link().statistics().stations.at(1).foreign);
+}
+
+TEST_F(LinkReplies, AcknowledgementsOfOtherWritesEndNothing)
+{
+    int ends = 0;
+    rtu::WriteOptions options;
+    options.done = [&ends](const rtu::WriteResult &) { ++ends; };
+    reply("01 06 00 0A 00 07");
+    link().write(TagSpec(1, "4x10"), {7}, options);
+    steps(1);
+    EXPECT_EQ(0, ends);
+    steps(1);
+    EXPECT_EQ(1, ends);
+    EXPECT_EQ(7, plant.peek(1, Table::HoldingRegisters, 9));
+}
+
+TEST_F(LinkReplies, AreTakenByLengthAndCheckSumAloneOnRequest)
+{
+    settings.checkReplies = false;
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    reply("02 03 02 00 09");
+    steps(1);
+    EXPECT_EQ(9.0, tag.value().number());
+}
+
+TEST_F(LinkReplies, LateOnesAreNotTakenForTheNext)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagSpec(1, "4x_bit90.0"));
+    steps(2);
+    script.push_back(
+        [this](const Bytes &) { line->receive(settings.replyTimeout + milliseconds(50), frame("01 03 02 00 09")); });
+    steps(2);
+    EXPECT_EQ(5.0, tag.value().number());
+    EXPECT_GT(transactions.back().strayBytes, 0u);
+}
+
+TEST_F(LinkReplies, EchoesAreFoundAndDropped)
+{
+    plant::Fault echo;
+    echo.kind = plant::FaultKind::Echo;
+    plant.addFault(echo);
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    steps(4);
+    EXPECT_EQ(5.0, tag.value().number());
+    EXPECT_EQ((std::vector<ReplyKind>{ReplyKind::Foreign, ReplyKind::Good, ReplyKind::Good, ReplyKind::Good}), kinds());
+    EXPECT_TRUE(transactions.back().echoRemoved);
+    rtu::WriteOptions options;
+    std::vector<rtu::WriteEnd> ends;
+    options.done = [&ends](const rtu::WriteResult &result) { ends.push_back(result.end); };
+    link().write(tag, 7, options);
+    steps(1);
+    EXPECT_EQ((std::vector<rtu::WriteEnd>{rtu::WriteEnd::Acknowledged}), ends);
+}
+
+TEST_F(LinkReplies, AnEchoWithoutAnAnswerConfirmsNoWrite)
+{
+    settings.echo = rtu::Echo::Always;
+    for (int i = 0; i < 3; ++i)
+        script.push_back([this](const Bytes &request) { line->receive(milliseconds(1), request); });
+    std::vector<rtu::WriteEnd> ends;
+    rtu::WriteOptions options;
+    options.done = [&ends](const rtu::WriteResult &result) { ends.push_back(result.end); };
+    link().write(TagSpec(1, "4x10"), {7}, options);
+    steps(3);
+    EXPECT_EQ((std::vector<rtu::WriteEnd>{rtu::WriteEnd::Unconfirmed}), ends);
+}
+
+TEST_F(LinkReplies, ObserversSeeBytesTimesAndVerdict)
+{
+    link().addTag(TagSpec(1, "4x10"));
+    loseRequests(1);
+    steps(2);
+    ASSERT_EQ(2u, transactions.size());
+    EXPECT_EQ(ReplyKind::Silent, transactions[0].kind);
+    EXPECT_EQ(8, transactions[0].verdict);
+    EXPECT_EQ(1, transactions[0].attempt);
+    EXPECT_EQ(2, transactions[1].attempt);
+    EXPECT_EQ(1, transactions[1].verdict);
+    EXPECT_EQ(array(frame("01 03 00 09 00 01")), transactions[1].request);
+    EXPECT_EQ(array(frame("01 03 02 00 05")), transactions[1].reply);
+    EXPECT_GT(transactions[1].finished, transactions[1].requestEnd);
+    EXPECT_GT(transactions[1].requestEnd, transactions[1].sent);
+}
+
+TEST_F(LinkReplies, StatisticsCountByStationAndKind)
+{
+    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagSpec(2, "4x200"));
+    loseRequests(1);
+    script.push_back([this](const Bytes &) { line->receive(milliseconds(10), hex("01 03 02 00 05 00 00")); });
+    steps(6);
+    const rtu::LinkStatistics all = link().statistics();
+    const rtu::StationStatistics &first = all.stations.at(1);
+    EXPECT_EQ(1u, first.timeouts);
+    EXPECT_EQ(1u, first.damaged);
+    EXPECT_EQ(2u, first.resends);
+    EXPECT_GT(first.good, 0u);
+    EXPECT_GT(all.stations.at(2).exceptions, 0u);
+    EXPECT_EQ(6u, all.total.frames);
+    EXPECT_GT(first.replyMedian, rtu::Duration(0));
+    EXPECT_GT(all.total.share, 0.1);
+    EXPECT_LE(all.total.share, 1.01);
+    steps(4);
+    EXPECT_GT(link().statistics().stations.at(1).ageMedian, rtu::Duration(0));
+}
+
+TEST_F(LinkReplies, HolesAreFoundAndTheTagsAroundThemReadAlone)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    const rtu::Tag before = link().addTag(TagSpec(1, "4x20"));
+    const rtu::Tag behind = link().addTag(TagSpec(1, "4x30"));
+    const rtu::Tag inside = link().addTag(TagSpec(1, "4x22"));
+    const rtu::Tag other = link().addTag(TagSpec(2, "4x1"));
+    run(std::chrono::seconds(5));
+    EXPECT_EQ(Quality::Good, before.value().quality);
+    EXPECT_EQ(Quality::Good, behind.value().quality);
+    EXPECT_EQ(Quality::Refused, inside.value().quality);
+    EXPECT_EQ(Quality::Good, other.value().quality);
+    ASSERT_EQ(1u, notices.size());
+    EXPECT_TRUE(contains(notices[0], "station 1 4x20")) << notices[0];
+    plant.poke(1, Table::HoldingRegisters, 29, 77);
+    run(std::chrono::seconds(2));
+    EXPECT_EQ(77.0, behind.value().number()) << "read in turn from then on";
+}
+
+TEST_F(LinkReplies, BlocksThatAreRefusedWholeAreLeftInThePlan)
+{
+    link().addTag(TagSpec(1, "4x201"));
+    link().addTag(TagSpec(1, "4x202"));
+    run(std::chrono::seconds(2));
+    EXPECT_TRUE(notices.empty());
+    EXPECT_EQ("01 03 00 C8 00 02", lastRequest());
+}
+
+TEST_F(LinkReplies, HolesAreLeftAloneOnRequest)
+{
+    settings.findHoles = false;
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    link().addTag(TagSpec(1, "4x20"));
+    link().addTag(TagSpec(1, "4x30"));
+    run(std::chrono::seconds(2));
+    for (const Bytes &request : requests)
+        EXPECT_EQ("01 03 00 13 00 0B", text(request));
+}
+
+} // namespace
