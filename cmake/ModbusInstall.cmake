@@ -82,3 +82,11 @@ if(TARGET rtu_demo)
     install(DIRECTORY host/demo/ DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/rtuhost/demo COMPONENT host
         FILES_MATCHING PATTERN *.sim PATTERN *.csv)
 endif()
+# A Qt 4 may lie anywhere: the programs look for it where it was found, here and when
+# installed. A run path that is rewritten when installed ends with an empty entry,
+# which stands for the working directory.
+foreach(program rtuhost rtu_demo)
+    if(TARGET ${program} AND MODBUS_QT_MAJOR EQUAL 4)
+        set_target_properties(${program} PROPERTIES BUILD_WITH_INSTALL_RPATH ON INSTALL_RPATH_USE_LINK_PATH ON)
+    endif()
+endforeach()

@@ -106,6 +106,13 @@ class PanelBuild(NestedBuild):
         self.assertIn("libQtCore.so", rule)
         self.assertNotIn("-rpath", rule)
 
+    def test_no_run_path_has_an_empty_entry(self):
+        qt4 = make_qt4(self.work / "qt4")
+        self.configure(f"-DMODBUS_QT4_ROOT={qt4}")
+        paths = re.findall(r"-rpath,(\S*)", (self.work / "build" / "build.ninja").read_text())
+        self.assertIn(f"{qt4}/lib", paths)
+        self.assertEqual([path for path in paths if "" in path.split(":")], [])
+
     def test_hosts_find_the_installed_package_and_qt_4_with_it(self):
         qt4 = make_qt4(self.work / "qt4")
         self.configure_panel(f"-DMODBUS_QT4_ROOT={qt4}")
