@@ -42,7 +42,7 @@ def printed_toolchain_file(sysroot):
 class PanelBuild(NestedBuild):
 
     def configure_panel(self, *settings):
-        return self.configure("-DMODBUS_BUILD_HOST=OFF", *settings)
+        return self.configure("-DMODBUS_BUILD_HOST=OFF", "-DMODBUS_BUILD_KIT=OFF", *settings)
 
     def compile_command(self, source, build="build"):
         commands = json.loads((self.work / build / "compile_commands.json").read_text())
