@@ -33,8 +33,11 @@ PlanBlock blockOf(const FRAME_PRO &frame)
 QByteArray emptyReply(const FRAME_PRO &frame)
 {
     QByteArray reply(frame.replyLen, '\0');
-    if (reply.size() < 3)
+    if (reply.size() < 5)
         return reply;
+    reply[0] = static_cast<char>(frame.frame[0]);
+    reply[1] = static_cast<char>(frame.frame[1]);
+    reply[2] = static_cast<char>(reply.size() - 5);
     const std::size_t size = static_cast<std::size_t>(reply.size()) - 2;
     const unsigned int crc = crc16(reinterpret_cast<const unsigned char *>(reply.constData()), size);
     reply[reply.size() - 2] = static_cast<char>(crc & 0xFF);

@@ -168,6 +168,7 @@ private:
         // Before the slaves' thread and the line: every thread must inherit the held-back signals.
         const SignalWatcher watcher([this](int signal) { end(signal); });
         LineSource source(m_options, m_err);
+        m_session.driver().setChangeListener(nullptr); // the callback comes first; who hears of it, later
         m_session.configure(m_options.property);
         const PollSettings settings = pollSettings(m_options, source.line().parameters());
         if (wantsLiveView() && !selection.reads.empty()) {

@@ -350,10 +350,12 @@ void Host::askForRead()
     static const char *const types[] = {"0x", "1x", "3x", "4x", "4x_bit"};
     KEY_ADDRESS key = KEY_ADDRESS();
     key.station = FirstStation + static_cast<int>(random() % Stations);
-    key.regType = QString::fromLatin1(types[random() % 5]);
-    key.startAddr = static_cast<int>(random() % 10);
+    const char *const type = types[random() % 5];
+    key.regType = QString::fromLatin1(type);
+    // Runs of register bits begin with a register, else the driver reads one short.
+    key.startAddr = isBitInRegister(type) ? 0 : static_cast<int>(random() % 10);
     key.count = 1 + static_cast<int>(random() % 10);
-    key.field7 = 1;
+    key.field7 = isBitInRegister(type) || type[0] < '3' ? -1 : 1; // coils and inputs are 0x and 1x
     ++books.readsAsked;
     readWaits = true;
     intf_addConditionRead(&key, readTag);
