@@ -1,0 +1,2 @@
+// Only a place to precompile the headers in.
+#include "support/precompiled.h"
