@@ -22,29 +22,41 @@ skip()
     count 0 0 1
 }
 
-# step NAME COMMAND...: one counted check; its output goes to the log, and to
-# the terminal when it fails.
-step()
+# announce NAME: what runs now; the outcome follows on the same line.
+announce()
+{
+    printf '  %-48s ' "$1"
+    step_start=$SECONDS
+}
+
+# outcome TEXT: what became of it, and how long it took.
+outcome()
+{
+    printf '%6s  %s\n' "$(clock $((SECONDS - step_start)))" "$1"
+}
+
+# attempt NAME COMMAND...: COMMAND's output goes to the log, and to the terminal
+# when it fails; only failures count.
+attempt()
 {
     local name=$1 log="$log_folder/$stage-${1// /-}.log"
     shift
+    announce "$name"
     if "$@" >"$log" 2>&1; then
-        echo "  ok    $name"
-        count 1 0 0
+        outcome ok
         return 0
     fi
-    echo "  FAIL  $name (log: $log)"
+    outcome "FAIL (log: $log)"
     show_failure "$log"
     count 0 1 0
     return 1
 }
 
-# prepare NAME COMMAND...: as step, but counted only when it fails: building is
-# not a test, failing to build is a failure.
-prepare()
+# step NAME COMMAND...: one counted check.
+step()
 {
-    step "$@" || return 1
-    count -1 0 0
+    attempt "$@" || return 1
+    count 1 0 0
 }
 
 show_failure()
@@ -67,9 +79,11 @@ run_tests()
     local folder=$1 report="$PWD/$1/ctest.xml" log="$log_folder/$stage-ctest.log" status=0
     shift
     rm -f "$report"
+    announce tests
     env "${test_environment[@]}" ctest --test-dir "$folder" -j "$jobs" --output-on-failure --no-tests=error --output-junit "$report" "$@" \
         >"$log" 2>&1 || status=$?
     if [ ! -s "$report" ]; then
+        outcome "FAIL (log: $log)"
         show_failure "$log"
         count 0 1 0
         return 1
@@ -79,7 +93,7 @@ run_tests()
     failed=$(junit_number "$report" failures)
     skipped=$(($(junit_number "$report" skipped) + $(junit_number "$report" disabled)))
     count $((tests - failed - skipped)) "$failed" "$skipped"
-    grep 'tests passed' "$log" || true
+    outcome "$((tests - failed - skipped)) of $tests passed"
     if [ "$status" -eq 0 ]; then
         return 0
     fi

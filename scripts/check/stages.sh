@@ -1,19 +1,24 @@
 # The stages of ./check: for each a purpose and a function stage_NAME. Read by
 # ./check, which supplies the counting.
 
-# Those of a run without arguments, the quick ones with the most to say first.
-all_stages=(style release sanitize thread fuzz demo abi clang qt6 package arm)
+# What a change needs, and the whole matrix, the quick ones with the most to say first.
+quick_stages=(release thread abi)
+all_stages=(style "${quick_stages[@]}" sanitize fuzz package demo clang qt6 arm tools)
 extra_stages=(coverage)
+
+# Tests that show that a tool notices what it is there for: see the stage tools.
+tools_label=tools
 
 declare -A stage_purpose=(
     [release]="Qt 5, g++, optimised: all tests"
     [sanitize]="Qt 5, g++, address and undefined-behaviour sanitizers: all tests"
     [thread]="Qt 5, g++, thread sanitizer: the tests labelled 'threads'"
     [fuzz]="the fuzz targets: corpora, and a bounded number of further inputs each"
-    [demo]="./demo: the driver against simulated slaves"
+    [demo]="the demo: the driver against simulated slaves"
     [clang]="clang++: all tests with Qt 5, the library with Qt 6"
     [qt6]="Qt 6, g++: all tests"
-    [abi]="the binary interface against its baseline"
+    [abi]="exported names and layouts against their baseline"
+    [tools]="that the comparison of interfaces and the soak notice what goes wrong: counts when it fails"
     [package]="installation, hosts built outside the tree, Debian packages"
     [arm]="Qt 5, armhf, cross-built: all tests under qemu-arm, and packages"
     [style]="clang-format over all of our sources, clang-tidy over driver and host"
@@ -28,9 +33,11 @@ sanitizer_options=(
     TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 )
 
+precompile=ON # the headers that most tests read
+
 install_for()
 {
-    prepare "install" scripts/install-dependencies "$@"
+    attempt "install" scripts/install-dependencies "$@"
 }
 
 # with_environment NAME=VALUE... -- COMMAND...: the variables reach the tests
@@ -51,15 +58,15 @@ build_preset()
 {
     local preset=$1
     shift
-    prepare "configure $preset" cmake --preset "$preset" || return 1
-    prepare "build $preset" cmake --build --preset "$preset" -j "$jobs" "$@"
+    attempt "configure $preset" cmake --preset "$preset" -DMODBUS_PRECOMPILE="$precompile" || return 1
+    attempt "build $preset" cmake --build --preset "$preset" -j "$jobs" "$@"
 }
 
 # whole_preset PRESET: builds everything and runs every test.
 whole_preset()
 {
     build_preset "$1" || return 1
-    run_tests "build/$1"
+    run_tests "build/$1" -LE "$tools_label"
 }
 
 stage_release()
@@ -71,8 +78,7 @@ stage_release()
 stage_sanitize()
 {
     install_for build host demo test || return 1
-    build_preset sanitize || return 1
-    with_environment "${sanitizer_options[@]}" -- run_tests build/sanitize
+    with_environment "${sanitizer_options[@]}" -- whole_preset sanitize
 }
 
 stage_thread()
@@ -89,6 +95,7 @@ stage_thread()
 stage_clang()
 {
     install_for build host demo test qt6 clang || return 1
+    local precompile=OFF # one compiler shows whether a source includes what it uses
     whole_preset clang || return 1
     build_preset qt6-clang --target modbus_rtu_master
 }
@@ -113,7 +120,7 @@ stage_arm()
         return 1
     fi
     build_preset armhf || return 1
-    run_tests build/armhf -LE native
+    run_tests build/armhf -LE "native|$tools_label"
     count_left_out build/armhf native
     check_arm_packages
 }
@@ -122,7 +129,7 @@ stage_fuzz()
 {
     local target
     install_for build fuzz test || return 1
-    prepare "build fuzz targets" bash -c 'source fuzz/common.sh && build_fuzz_targets' || return 1
+    attempt "build fuzz targets" bash -c 'source fuzz/common.sh && build_fuzz_targets' || return 1
     for target in addresses properties replies calls model; do
         step "fuzz $target" fuzz/replay "$target"
         grep executions "$log_folder/fuzz-fuzz-$target.log" | sed 's/^/        /' || true
@@ -132,7 +139,8 @@ stage_fuzz()
 stage_demo()
 {
     install_for build host demo || return 1
-    step "demo" ./demo
+    build_preset package --target rtu_demo rtuhost || return 1
+    step "demo" env MODBUS_DEMO_BUILD=build/package ./demo
     tail -n 1 "$log_folder/demo-demo.log"
 }
 
@@ -140,8 +148,8 @@ stage_style()
 {
     install_for build host demo test clang style || return 1
     step "clang-format" scripts/format --check
-    prepare "configure clang" cmake --preset clang || return 1
-    prepare "generate" cmake --build --preset clang --target modbus_version_header || return 1
+    local precompile=OFF
+    build_preset clang --target modbus_version_header || return 1
     step "clang-tidy" tidy_sources
 }
 
