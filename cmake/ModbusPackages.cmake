@@ -1,7 +1,7 @@
 # Debian packages of the three components:
 #
 #   cmake --preset package && cmake --build --preset package && (cd build/package && cpack)
-#   with --preset armhf: the same for armhf
+#   with --preset armhf or arm64: the same for that machine
 
 set(MODBUS_PACKAGE_MAINTAINER "modbus_rtu_master maintainers <maintainers@modbus-rtu-master.invalid>"
     CACHE STRING "Maintainer of the Debian packages")
@@ -55,7 +55,7 @@ if(CMAKE_CROSSCOMPILING)
     string(APPEND CPACK_DEBIAN_HOST_PACKAGE_DEPENDS
         ", ${_modbus_runtime}, ${_modbus_qt_runtime}, libmodbus5 (>= 3.1.6), libncursesw6 (>= 6), libtinfo6 (>= 6)")
     set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "${_modbus_runtime}, ${_modbus_qt_runtime}")
-    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE armhf)
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${MODBUS_MACHINE})
 else()
     set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
     set(CPACK_DEBIAN_HOST_PACKAGE_SHLIBDEPS ON)

@@ -137,7 +137,7 @@ run_stage()
     total_passed=$((total_passed + stage_passed))
     total_failed=$((total_failed + stage_failed))
     total_skipped=$((total_skipped + stage_skipped))
-    summary+=("$(printf '%-10s %5d passed %4d failed %4d skipped  %6s  %s' "$stage" "$stage_passed" \
+    summary+=("$(printf '%-14s %5d passed %4d failed %4d skipped  %6s  %s' "$stage" "$stage_passed" \
         "$stage_failed" "$stage_skipped" "$(clock $((SECONDS - start)))" "$stage_note")")
     echo "${summary[-1]}"
 }

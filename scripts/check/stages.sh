@@ -3,8 +3,8 @@
 
 # What a change needs, and the whole matrix, the quick ones with the most to say first.
 quick_stages=(release thread abi)
-all_stages=(style "${quick_stages[@]}" sanitize fuzz package demo clang qt6 arm tools)
-extra_stages=(coverage)
+all_stages=(style "${quick_stages[@]}" sanitize fuzz package demo clang qt6 machine-armhf machine-s390x tools)
+extra_stages=(machine-arm64 machine-armel machine-i386 coverage)
 
 # Tests that show that a tool notices what it is there for: see the stage tools.
 tools_label=tools
@@ -20,7 +20,6 @@ declare -A stage_purpose=(
     [abi]="exported names and layouts against their baseline"
     [tools]="that the comparison of interfaces and the soak notice what goes wrong: counts when it fails"
     [package]="installation, hosts built outside the tree, Debian packages"
-    [arm]="Qt 5, armhf, cross-built: all tests under qemu-arm, and packages"
     [style]="clang-format over all of our sources, clang-tidy over driver and host"
     [coverage]="line and branch coverage of the product folders"
 )
@@ -33,7 +32,7 @@ sanitizer_options=(
     TSAN_OPTIONS=halt_on_error=1:second_deadlock_stack=1
 )
 
-precompile=ON # the headers that most tests read
+quick_tests=ON # see the option of that name
 
 install_for()
 {
@@ -58,7 +57,7 @@ build_preset()
 {
     local preset=$1
     shift
-    attempt "configure $preset" cmake --preset "$preset" -DMODBUS_PRECOMPILE="$precompile" || return 1
+    attempt "configure $preset" cmake --preset "$preset" -DMODBUS_QUICK_TESTS="$quick_tests" || return 1
     attempt "build $preset" cmake --build --preset "$preset" -j "$jobs" "$@"
 }
 
@@ -95,7 +94,7 @@ stage_thread()
 stage_clang()
 {
     install_for build host demo test qt6 clang || return 1
-    local precompile=OFF # one compiler shows whether a source includes what it uses
+    local quick_tests=OFF # one compiler shows whether a source includes what it uses
     whole_preset clang || return 1
     build_preset qt6-clang --target modbus_rtu_master
 }
@@ -104,25 +103,6 @@ stage_qt6()
 {
     install_for build host demo test qt6 || return 1
     whole_preset qt6
-}
-
-stage_arm()
-{
-    install_for build arm || return 1
-    local status=0
-    scripts/make-arm-root "$PWD/build/armhf-root" >"$log_folder/arm-root.log" 2>&1 || status=$?
-    if [ "$status" -eq 3 ]; then
-        skip "$(tail -n 1 "$log_folder/arm-root.log")"
-        return 0
-    fi
-    if [ "$status" -ne 0 ]; then
-        show_failure "$log_folder/arm-root.log"
-        return 1
-    fi
-    build_preset armhf || return 1
-    run_tests build/armhf -LE "native|$tools_label"
-    count_left_out build/armhf native
-    check_arm_packages
 }
 
 stage_fuzz()
@@ -148,7 +128,7 @@ stage_style()
 {
     install_for build host demo test clang style || return 1
     step "clang-format" scripts/format --check
-    local precompile=OFF
+    local quick_tests=OFF
     build_preset clang --target modbus_version_header || return 1
     step "clang-tidy" tidy_sources
 }

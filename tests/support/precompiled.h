@@ -1,4 +1,4 @@
-// Headers of Qt and GoogleTest that most tests read: with MODBUS_PRECOMPILE they
+// Headers of Qt and GoogleTest that most tests read: with MODBUS_QUICK_TESTS they
 // are read once for all of them. A test still includes what it uses; builds
 // without that option show when one does not.
 #ifndef PRECOMPILED_H
