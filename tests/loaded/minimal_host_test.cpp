@@ -1,33 +1,16 @@
 // The host that the documents show, run as a program of its own.
 
 #include "plant/plant.h"
+#include "support/run_program.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdio>
 #include <string>
-#include <sys/wait.h>
 
 namespace {
 
-struct Outcome
-{
-    int status;
-    std::string output;
-};
-
-Outcome run(const std::string &command)
-{
-    FILE *pipe = ::popen((command + " 2>&1").c_str(), "r");
-    if (!pipe)
-        return {-1, "cannot start " + command};
-    std::string output;
-    char piece[256];
-    while (const std::size_t count = std::fread(piece, 1, sizeof(piece), pipe))
-        output.append(piece, count);
-    const int status = ::pclose(pipe);
-    return {WIFEXITED(status) ? WEXITSTATUS(status) : -1, output};
-}
+using support::Outcome;
+using support::run;
 
 std::string minimalHost(const std::string &library, const std::string &port)
 {
