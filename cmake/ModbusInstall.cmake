@@ -65,7 +65,7 @@ install(FILES ${CMAKE_BINARY_DIR}/package/modbus_rtu_master.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
 set(MODBUS_INSTALL_DEV_DOCDIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/libmodbus-rtu-master-dev)
 install(DIRECTORY docs/examples/ DESTINATION ${MODBUS_INSTALL_DEV_DOCDIR}/examples COMPONENT dev)
-install(FILES docs/integrating-a-host.md docs/address-language.md docs/contract-checker.md docs/line-behaviour.md
+install(FILES docs/integrating-a-host.md docs/address-language.md docs/contract-checker.md docs/host-kit.md docs/line-behaviour.md
     DESTINATION ${MODBUS_INSTALL_DEV_DOCDIR} COMPONENT dev)
 
 # --- host --------------------------------------------------------------------

@@ -152,7 +152,7 @@ TimePoint LinkCore::nextStep() const
 
 void LinkCore::open()
 {
-    if (!m_line->ensureOpen())
+    if (!running() && !m_line->ensureOpen()) // one thread uses a line
         throw Error(QLatin1String("cannot open ") + m_settings.port
                     + QLatin1String(": it is not there, it is in use, or its permissions forbid it"));
 }
@@ -252,15 +252,15 @@ void LinkCore::shutDown()
     stop();
     if (m_thread.joinable())
         m_thread.detach(); // destroyed in a callback: the thread has only its way out left, and keeps this alive
+    {
+        const Locked held(m_lock->mutex);
+        m_ended = true;
+    }
     takeTasks();
     const bool sent = m_poller.inRequest() && m_poller.request().source == Source::Write && m_poller.request().written;
     m_writes.endAll(sent);
     m_reads.endAll();
     m_transfers.endAll();
-    {
-        const Locked held(m_lock->mutex);
-        m_ended = true;
-    }
     tell();
     m_listeners = LinkListeners();
 }

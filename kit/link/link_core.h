@@ -76,6 +76,10 @@ private:
 
     bool feed() override;
     TimePoint nextFeed() override;
+    bool handed() const override
+    {
+        return m_writes.handed() || m_reads.handed() || m_paced.underWay() || m_transfers.underWay();
+    }
     bool transferring() const override { return m_transfers.underWay(); }
     void frameDone(const Transaction &transaction) override;
     void requestDone(const RequestEnd &end) override;

@@ -26,6 +26,16 @@ Write askWrite(LinkCore &core, const std::shared_ptr<TagRecord> &record, const L
     return Write(job);
 }
 
+/** The layout of a tag of this link that is to be written. */
+Layout layoutToWrite(LinkCore &core, const std::shared_ptr<TagRecord> &record)
+{
+    if (!record)
+        throw Error(QLatin1String("there is no tag to write; addTag() gives one"));
+    if (record->lock != core.lock())
+        throw Error(record->layout->label() + QLatin1String(" is a tag of another link; write it through that one"));
+    return core.layout(record->layout->spec(), TagUse::Write);
+}
+
 Layout layoutForTransfer(LinkCore &core, const RecipeRow &row, TransferKind kind)
 {
     const Layout layout = core.layout(row.where, kind == TransferKind::Load ? TagUse::Write : TagUse::Read);
@@ -64,17 +74,13 @@ Write Link::write(const Tag &tag, double number, const WriteOptions &options)
 
 Write Link::write(const Tag &tag, const std::vector<double> &numbers, const WriteOptions &options)
 {
-    if (tag.isNull())
-        throw Error(QLatin1String("there is no tag to write; addTag() gives one"));
-    const Layout layout = m_core->layout(tag.spec(), TagUse::Write);
+    const Layout layout = layoutToWrite(*m_core, tag.m_record);
     return askWrite(*m_core, tag.m_record, layout, layout->rawOf(numbers), options);
 }
 
 Write Link::write(const Tag &tag, const QString &text, const WriteOptions &options)
 {
-    if (tag.isNull())
-        throw Error(QLatin1String("there is no tag to write; addTag() gives one"));
-    const Layout layout = m_core->layout(tag.spec(), TagUse::Write);
+    const Layout layout = layoutToWrite(*m_core, tag.m_record);
     return askWrite(*m_core, tag.m_record, layout, layout->rawOfText(text), options);
 }
 

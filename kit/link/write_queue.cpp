@@ -68,8 +68,10 @@ bool WriteQueue::feed()
     if (m_inDriver)
         return true;
     for (;;) {
+        if (m_current && (m_current->reading || handPiece()))
+            return m_inDriver;
         if (m_current)
-            return !m_current->reading && handPiece();
+            continue; // a further piece of a write that is kept local
         endWaiting([](const WriteJob &job) { return job.takenBack(); }, WriteEnd::Cancelled,
                    QLatin1String("taken back"));
         if (m_waiting.empty())
@@ -91,7 +93,7 @@ int WriteQueue::pieceValues() const
     return std::min(most, m_current->layout->spec().values - m_current->handed);
 }
 
-/** False when the link keeps its writes to itself. */
+/** False when the link keeps its writes to itself, which ends the last piece's write. */
 bool WriteQueue::handPiece()
 {
     const TagLayout &layout = *m_current->layout;
@@ -107,10 +109,9 @@ bool WriteQueue::handPiece()
     m_inDriver = !m_parts.settings.localWritesOnly;
     if (m_inDriver)
         return true;
-    if (m_current->handed < layout.spec().values)
-        return handPiece();
-    endCurrent(resultOf(WriteEnd::KeptLocal, QString(), m_parts.line.now()));
-    return feed();
+    if (m_current->handed == layout.spec().values)
+        endCurrent(resultOf(WriteEnd::KeptLocal, QString(), m_parts.line.now()));
+    return false;
 }
 
 void WriteQueue::requestDone(const RequestEnd &done)

@@ -46,6 +46,8 @@ public:
     bool feed();
     void requestDone(const RequestEnd &end);
 
+    bool handed() const { return m_inDriver; }
+
     /** The write that wants its values read back now; null for none. */
     WriteJobPtr readingBack() const { return m_current && m_current->reading ? m_current : WriteJobPtr(); }
     /** @param read the values that the slave has now, or null when they could not be read */

@@ -25,6 +25,9 @@ public:
     /** When feed() may have something new without being asked by anybody; TimePoint::max() for never. */
     virtual TimePoint nextFeed() = 0;
 
+    /** The driver has been handed something that has not ended. */
+    virtual bool handed() const = 0;
+
     /** True while a block transfer is requested: the next new request is its. */
     virtual bool transferring() const = 0;
 

@@ -38,11 +38,8 @@ PollStep Poller::step()
 {
     if (m_stopping.load(std::memory_order_relaxed))
         return PollStep::Stopped;
-    if (!openPort()) {
-        m_client.portAway();
-        m_nextStep = std::min(m_nextOpen, m_client.nextFeed());
-        return PollStep::NoPort;
-    }
+    if (!openPort())
+        return noPort();
     if (m_inRequest && !nextFrame())
         m_inRequest = false;
     while (!m_inRequest) {
@@ -56,6 +53,28 @@ PollStep Poller::step()
             break;
     }
     return send();
+}
+
+/** What the driver has been handed must not go out to whatever is plugged in next. */
+PollStep Poller::noPort()
+{
+    if (m_inRequest)
+        drop();
+    while (m_client.handed() && nextFrame()) {
+        beginRequest();
+        drop();
+    }
+    m_client.portAway();
+    m_nextStep = std::min(m_nextOpen, m_client.nextFeed());
+    return PollStep::NoPort;
+}
+
+void Poller::drop()
+{
+    m_request.kind = ReplyKind::PortLost;
+    m_request.time = m_line.now();
+    giveUp();
+    endRequest();
 }
 
 PollStep Poller::idle(TimePoint until)
@@ -135,11 +154,9 @@ PollStep Poller::send()
     if (end == ExchangeEnd::Stopped)
         return PollStep::Stopped;
     if (end == ExchangeEnd::NotSent) {
-        m_request.kind = ReplyKind::PortLost;
-        giveUp();
-        endRequest();
+        drop();
         openPort();
-        return PollStep::NoPort;
+        return noPort();
     }
     m_request.written = m_request.written || isWriteFrame();
     handOver();

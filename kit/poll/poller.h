@@ -42,6 +42,8 @@ public:
 
 private:
     PollStep idle(TimePoint until);
+    PollStep noPort();
+    void drop();
     bool openPort();
     bool nextFrame();
     void beginRequest();

@@ -37,6 +37,7 @@ public:
 
     /** Hands the driver the next piece. True: it has one. */
     bool feed();
+    bool handed() const { return m_inDriver; }
     void requestDone(const RequestEnd &end);
     void stationSilent(int station);
     void portAway();

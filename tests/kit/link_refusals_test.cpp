@@ -107,6 +107,13 @@ TEST_F(RefusedRequests, TextsThatDoNotFit)
     EXPECT_TRUE(contains(refusalOf([&] { link().write(rtu::Tag(), 1); }), "no tag"));
 }
 
+TEST_F(RefusedRequests, TagsOfOtherLinks)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x1"));
+    destroyLink();
+    EXPECT_TRUE(contains(refusalOf([&] { link().write(tag, 1); }), "another link"));
+}
+
 TEST_F(RefusedRequests, ReadsOfStationZero)
 {
     EXPECT_TRUE(contains(refusalOf([&] { link().read(TagSpec(0, "4x1")); }), "station 0 is all slaves"));

@@ -18,19 +18,26 @@ public:
     using LinkTest::steps;
 };
 
-TEST(LinkSeveral, SixteenKeepTheirValuesApart)
+TEST(LinkSeveral, SixteenKeepTheirPlansAndValuesApart)
 {
     std::vector<std::unique_ptr<OwnLink>> links;
     std::vector<rtu::Tag> tags;
     for (int i = 0; i < 16; ++i) {
         links.emplace_back(new OwnLink);
-        links.back()->plant.define(1, Table::HoldingRegisters, 0, 10, static_cast<std::uint16_t>(100 + i));
-        tags.push_back(links.back()->link().addTag(TagSpec(1, "4x1")));
+        links.back()->plant.define(1, Table::HoldingRegisters, i, 1, static_cast<std::uint16_t>(100 + i));
+        tags.push_back(links.back()->link().addTag(TagSpec(1, QString::fromLatin1("4x%1").arg(i + 1))));
     }
-    for (const auto &one : links)
-        one->steps(2);
-    for (int i = 0; i < 16; ++i)
-        EXPECT_EQ(100.0 + i, tags[static_cast<std::size_t>(i)].value().number());
+    for (int round = 0; round < 3; ++round) {
+        for (const auto &one : links)
+            one->steps(1);
+    }
+    for (int i = 0; i < 16; ++i) {
+        const std::size_t index = static_cast<std::size_t>(i);
+        EXPECT_EQ(100.0 + i, tags[index].value().number());
+        ASSERT_EQ(3u, links[index]->requests.size());
+        for (const Bytes &request : links[index]->requests)
+            EXPECT_EQ(i, request[3]) << "each asks for what is its own";
+    }
 }
 
 TEST(LinkSeveral, ADeadOneLeavesTheOtherAlone)

@@ -301,6 +301,12 @@ TEST_F(LinkWrites, KeptLocal)
     EXPECT_EQ("01 03 00 09 00 01", lastRequest());
     EXPECT_EQ(7.0, tag.value().number());
     EXPECT_EQ(0, held(9));
+    TagSpec spec(1, "4x1");
+    spec.values = 250;
+    link().write(spec, std::vector<double>(250, 9), noted(2));
+    steps(1);
+    ASSERT_EQ(2u, ends.size());
+    EXPECT_EQ(WriteEnd::KeptLocal, ends[1].second.end);
 }
 
 TEST_F(LinkWrites, WaitingOnesAreNotSentWhenThePortIsLost)
@@ -333,6 +339,35 @@ TEST_F(LinkWrites, WaitingOnesAreKeptForAStatedTime)
     run(std::chrono::seconds(6));
     ASSERT_EQ(2u, ends.size());
     EXPECT_EQ(WriteEnd::NotSent, ends[1].second.end);
+}
+
+TEST_F(LinkWrites, HandedToTheDriverAreNotSentAfterThePortWasLost)
+{
+    link().addTag(TagSpec(1, "4x100"));
+    for (int i = 1; i <= 11; ++i)
+        link().write(TagSpec(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
+    steps(11); // ten writes, then a read has its turn before the eleventh
+    EXPECT_EQ(10u, ends.size());
+    line->plugged = false;
+    link().step();
+    ASSERT_EQ(11u, ends.size());
+    EXPECT_EQ(WriteEnd::NotSent, ends[10].second.end);
+    line->plugged = true;
+    run(std::chrono::seconds(2));
+    EXPECT_EQ(0, held(10));
+}
+
+TEST_F(LinkWrites, WaitingForAnotherAttemptAreNotSentAgainAfterThePortWasLost)
+{
+    loseRequests(1);
+    link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    steps(1);
+    line->plugged = false;
+    link().step();
+    EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
+    line->plugged = true;
+    run(std::chrono::seconds(2));
+    EXPECT_EQ(0, held(9));
 }
 
 TEST_F(LinkWrites, OnTheLineWhenThePortIsLostAreUnconfirmed)
