@@ -11,6 +11,10 @@ namespace {
 // driver's own limits lie far beyond and take seconds.
 const int largestRun = 3000;
 const int mostRequests = 600;
+// Long runs are worth a try and cost a thousand short ones: an input has so many
+// elements in all, and small counts when they are used up.
+const int elementsAnInput = 6000;
+const int smallRun = 24;
 const int deepestCallBack = 3;
 
 int stationOf(const CallRecord &record)
@@ -56,7 +60,10 @@ int countOf(const CallRecord &record, int largest)
 
 } // namespace
 
-CallPlayer::CallPlayer(const std::uint8_t *bytes, std::size_t size) : script(bytes, size), depth(0)
+CallPlayer::CallPlayer(const std::uint8_t *bytes, std::size_t size)
+    : script(bytes, size)
+    , depth(0)
+    , room(elementsAnInput)
 {
     host.onReport = [this](const Report &report) { onReport(report); };
 }
@@ -68,6 +75,14 @@ void CallPlayer::play()
         host.check();
     }
     host.checkCache();
+}
+
+/** How many elements a call is for; those that it carries are no longer to be had. */
+int CallPlayer::elementsOf(const CallRecord &record, int largest)
+{
+    const int count = countOf(record, std::min(largest, std::max(room, smallRun)));
+    room -= std::max(count, 0);
+    return count;
 }
 
 void CallPlayer::onReport(const Report &report)
@@ -111,11 +126,11 @@ void CallPlayer::playOne(const CallRecord &record)
         return;
     }
     case CallWrite:
-        host.setData(stationOf(record), typeText(record.type), addressOf(record), countOf(record, largestRun),
+        host.setData(stationOf(record), typeText(record.type), addressOf(record), elementsOf(record, largestRun),
                      record.extra, static_cast<int>(record.extra));
         return;
     case CallRead:
-        host.getData(stationOf(record), typeText(record.type), addressOf(record), countOf(record, largestRun));
+        host.getData(stationOf(record), typeText(record.type), addressOf(record), elementsOf(record, largestRun));
         return;
     case CallNextFrame:
         host.nextFrame();
@@ -132,6 +147,9 @@ void CallPlayer::playOne(const CallRecord &record)
         return;
     case CallNulls:
         callWithNulls();
+        return;
+    case CallPoll:
+        poll(record);
         return;
     }
 }
@@ -155,13 +173,13 @@ void CallPlayer::initProperty(const CallRecord &record)
     host.initProperty(odd ? others[record.count % (sizeof others / sizeof others[0])] : text.constData());
 }
 
-KEY_ADDRESS CallPlayer::keyOf(const CallRecord &record, int largestCount) const
+KEY_ADDRESS CallPlayer::keyOf(const CallRecord &record, int largestCount)
 {
     KEY_ADDRESS key = KEY_ADDRESS();
     key.station = stationOf(record);
     key.regType = typeText(record.type);
     key.startAddr = addressOf(record);
-    key.count = countOf(record, largestCount);
+    key.count = elementsOf(record, largestCount);
     key.field7 = record.extra % 3 == 0 ? -1 : 1;
     return key;
 }
@@ -230,6 +248,22 @@ void CallPlayer::reply(const CallRecord &record)
         break;
     }
     host.deal(made);
+}
+
+/**
+ * Polls as a host does most of the time: the slaves say what they said before,
+ * but for a byte now and then.
+ */
+void CallPlayer::poll(const CallRecord &record)
+{
+    Noise noise(record.address);
+    std::vector<unsigned char> content = noise.bytes(static_cast<int>(record.count % 16) + 1);
+    const unsigned int changing = record.extra >> 8 & 3u; // none, or one reply of so many
+    for (unsigned int left = record.extra % 64 + 1; left > 0 && host.nextFrame(); --left) {
+        if (changing != 0 && left % (4 * changing) == 0)
+            content[left % content.size()] ^= noise.byte();
+        host.deal(host.wholeReply(content));
+    }
 }
 
 // --- editor calls and null pointers ---------------------------------------------------

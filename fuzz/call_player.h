@@ -26,17 +26,20 @@ private:
     void addKey(const CallRecord &record);
     void addRow(const CallRecord &record);
     void reply(const CallRecord &record);
+    void poll(const CallRecord &record);
     void edit(const CallRecord &record);
     void callWithNulls();
 
-    KEY_ADDRESS keyOf(const CallRecord &record, int largestCount) const;
+    KEY_ADDRESS keyOf(const CallRecord &record, int largestCount);
     int waitingReadsLimit() const;
+    int elementsOf(const CallRecord &record, int largest);
 
     CallScript script;
     Host host;
     QList<KEY_ADDRESS> keys;
     QVector<_RCP_VAR_PRO> rows;
     int depth;
+    int room; ///< elements that the calls of this input may still carry
 };
 
 } // namespace fuzz

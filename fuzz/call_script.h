@@ -27,6 +27,7 @@ enum CallKind {
     CallRequestBlock,
     CallEdit,
     CallNulls,
+    CallPoll, ///< rounds of a poll loop: frames, each with a good reply
     CallKinds
 };
 

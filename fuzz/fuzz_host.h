@@ -23,7 +23,7 @@ inline void require(bool holds, const char *reason)
         fail(reason);
 }
 
-/** CRC-16 of Modbus, bit by bit. */
+/** CRC-16 of Modbus. */
 unsigned int crcOf(const unsigned char *bytes, int length);
 
 /** The eight register types, then two texts that are none. */
@@ -94,8 +94,8 @@ public:
     void checkCache() const;
 
     FRAME_PRO lastFrame;
-    std::vector<unsigned char> area;
-    std::vector<unsigned char> words; ///< two bytes a word
+    std::vector<unsigned char> &area;
+    std::vector<unsigned char> &words; ///< two bytes a word
 
 private:
     Host(const Host &);
