@@ -1,15 +1,15 @@
 # What fuzz/run, fuzz/replay, fuzz/minimise and fuzz/coverage share. To be read
 # from the root of the project.
 
-fuzz_targets=(addresses properties replies calls model)
+fuzz_targets=(addresses properties replies calls model simulations)
 fuzz_build=build/fuzz
 
 # Longest inputs that are tried, in bytes.
-declare -A fuzz_longest=([addresses]=200 [properties]=120 [replies]=1000 [calls]=2400 [model]=800)
+declare -A fuzz_longest=([addresses]=200 [properties]=120 [replies]=1000 [calls]=2400 [model]=800 [simulations]=600)
 
 build_fuzz_targets()
 {
-    scripts/install-dependencies build fuzz test
+    scripts/install-dependencies build fuzz test demo
     cmake -S . -B "$fuzz_build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=clang++ \
         -DMODBUS_BUILD_FUZZ=ON -DMODBUS_BUILD_TESTS=OFF -DMODBUS_BUILD_HOST=OFF "$@" >/dev/null
     ninja -C "$fuzz_build" -j "${MODBUS_JOBS:-$(nproc)}" "${fuzz_targets[@]/#/fuzz_}" >"$fuzz_build/build.log" || {
@@ -33,12 +33,13 @@ fuzz_target()
 # report_target TARGET LOG STATUS: one line about a run.
 report_target()
 {
-    local executions edges inputs
+    local executions edges inputs calls
     executions=$(sed -n 's/^stat::number_of_executed_units: *//p' "$2")
     edges=$(sed -n 's/.* cov: \([0-9]*\) .*/\1/p' "$2" | tail -n 1)
     inputs=$(sed -n 's/.* corp: \([0-9]*\)\/.*/\1/p' "$2" | tail -n 1)
-    printf '%-10s %9s executions, %5s edges, %5s inputs kept: %s\n' "$1" "${executions:-?}" "${edges:-?}" \
-        "${inputs:-?}" "$([ "$3" -eq 0 ] && echo 'no finding' || echo "FINDING, see $2")"
+    calls=$(sed -n 's/^stat::driver_calls: *//p' "$2")
+    printf '%-11s %9s executions, %9s driver calls, %5s edges, %5s inputs kept: %s\n' "$1" "${executions:-?}" \
+        "${calls:--}" "${edges:-?}" "${inputs:-?}" "$([ "$3" -eq 0 ] && echo 'no finding' || echo "FINDING, see $2")"
 }
 
 # in_parallel FUNCTION ITEM...: FUNCTION for each item, as many at a time as there
