@@ -5,6 +5,7 @@
 #ifndef RECIPE_FIXTURE_H
 #define RECIPE_FIXTURE_H
 
+#include "support/buffer_word.h"
 #include "support/scripted_slave.h"
 #include "support/unit_text.h"
 
@@ -38,12 +39,15 @@ protected:
     void setWords(int first, const Words &values)
     {
         for (size_t i = 0; i < values.size(); ++i)
-            hostWords[static_cast<size_t>(first) + i] = static_cast<unsigned short>(values[i]);
+            hostWords[static_cast<size_t>(first) + i] = bufferWord(values[i]);
     }
 
     Words words(int first, int count) const
     {
-        return Words(hostWords.begin() + first, hostWords.begin() + first + count);
+        Words values;
+        for (int i = 0; i < count; ++i)
+            values.push_back(bufferWord(hostWords[static_cast<size_t>(first + i)]));
+        return values;
     }
 
     SlaveTables &slave(int station) { return slaves.station(station); }

@@ -1,6 +1,7 @@
 // The turning of a recipe block into a request unit, and the retirement of
 // transactions, on a driver object of the test's own.
 
+#include "support/buffer_word.h"
 #include "support/unit_text.h"
 
 #include <gtest/gtest.h>
@@ -97,7 +98,7 @@ TEST_F(OwnDriver, AnyNonzeroFlagTakesTheData)
 
 TEST_F(OwnDriver, WordsAreCopiedLowByteFirst)
 {
-    words[0] = 0x1234;
+    words[0] = support::bufferWord(0x1234);
     EXPECT_EQ(payloadOf(converted(row(1, 2, "4x", 0, 1, 0)), 2), payload("34 12"));
 }
 
@@ -110,8 +111,8 @@ TEST_F(OwnDriver, SwapOnExchangesTheWordsOfEachDouble)
 TEST_F(OwnDriver, SwapKeepsTheBytesOfAWord)
 {
     master.doubleSwapMode = 1;
-    words[0] = 0x1234;
-    words[1] = 0x5678;
+    words[0] = support::bufferWord(0x1234);
+    words[1] = support::bufferWord(0x5678);
     EXPECT_EQ(payloadOf(converted(row(1, 2, "4x_double", 0, 2, 0)), 4), payload("78 56 34 12"));
 }
 

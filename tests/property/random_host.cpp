@@ -1,5 +1,6 @@
 #include "property/random_host.h"
 
+#include "support/buffer_word.h"
 #include "support/unit_text.h"
 
 #include <algorithm>
@@ -399,7 +400,8 @@ void RandomHost::compareTransfer(int requestByte)
         for (int j = 0; j < row.count; ++j) {
             const int place = isDouble && !swapped ? j ^ 1 : j;
             ++recipeWordsCompared;
-            if (registers[static_cast<size_t>(place)] != hostWords[static_cast<size_t>(row.hostOffset + j)])
+            if (registers[static_cast<size_t>(place)]
+                != support::bufferWord(hostWords[static_cast<size_t>(row.hostOffset + j)]))
                 findings.add("after a block " + std::string(requestByte == BlockWriteRequest ? "write" : "read")
                              + " host word " + std::to_string(row.hostOffset + j) + " differs from its register");
         }

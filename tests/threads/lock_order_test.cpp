@@ -3,6 +3,7 @@
 // for another thread that calls the driver, or a thread calls the driver while
 // it holds the mutex that the poll loop is about to take.
 
+#include "support/buffer_word.h"
 #include "support/scripted_slave.h"
 
 #include <QtCore/QMutexLocker>
@@ -134,7 +135,7 @@ TEST_F(CallBackWaitingForAnotherThread, ForAWordOfARecipe)
     rows << row(1, 1, "4x", 0, 1, 10);
     intf_setRcpAddress(&rows);
     EXPECT_EQ(transfer(BlockReadRequest), 1);
-    EXPECT_EQ(hostWords[10], 0x1234);
+    EXPECT_EQ(support::bufferWord(hostWords[10]), 0x1234);
 }
 
 // --- the host's mutex -----------------------------------------------------------------
