@@ -21,6 +21,10 @@ done
 # Random tests take a tenth of their steps here: an emulator is that much slower.
 emulated_environment=(MODBUS_STEPS=9000 QTEST_FUNCTION_TIMEOUT=600000)
 
+# Programs that do not end under the emulator of a machine: there a thread that waits
+# for a mutex of Qt's is not woken. Which of the two is to blame is not known yet.
+declare -A not_emulated=([s390x]=concurrency_tests)
+
 is_packaged()
 {
     [[ " ${packaged_machines[*]} " == *" $1 "* ]]
@@ -43,11 +47,16 @@ machine_root()
 # run_program_tests MACHINE: the test programs that can run under emulation, their tests counted.
 run_program_tests()
 {
-    local folder=build/$1 log="$log_folder/$stage-ctest.log" status=0 tests failed skipped
+    local folder=build/$1 log="$log_folder/$stage-ctest.log" status=0 tests failed skipped left_out=()
+    if [ -n "${not_emulated[$1]:-}" ]; then
+        left_out=(-E "^${not_emulated[$1]}\$")
+        echo "  left out: ${not_emulated[$1]}"
+        count 0 0 1
+    fi
     rm -rf "$folder/reports"
     announce tests
     env "${emulated_environment[@]}" ctest --test-dir "$folder" -j "$jobs" --output-on-failure --no-tests=error \
-        -LE "native|$tools_label" >"$log" 2>&1 || status=$?
+        -LE "native|$tools_label" "${left_out[@]}" >"$log" 2>&1 || status=$?
     tests=$(report_sum "$folder" tests)
     failed=$(report_sum "$folder" failures)
     skipped=$(($(report_sum "$folder" disabled) + $(cat "$folder"/reports/*.xml | grep -c 'result="skipped"')))
