@@ -5,6 +5,7 @@
  */
 #include "line_bench_common.h"
 
+#include "punctuality.h"
 #include "kit/driver/driver_library.h"
 #include "poll_loop.h"
 #include "kit/line/serial_line.h"
@@ -100,6 +101,7 @@ int run(const Arguments &arguments)
         return !meter.finished(arguments, cycles);
     });
     meter.start();
+    rtu::askForPunctuality();
     loop.run();
     meter.stop();
     meter.print(transactions, errors, checksum);

@@ -1,5 +1,6 @@
 #include "live_view.h"
 
+#include "punctuality.h"
 #include "poll_program.h"
 
 #include <stdexcept>
@@ -39,6 +40,7 @@ void LiveView::run(LiveTerminal &terminal, const TagSelection &selection)
 {
     prepare(selection);
     std::thread polling([this] {
+        askForPunctuality();
         m_loop.run();
         m_pollingEnded = true;
     });

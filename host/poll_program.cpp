@@ -1,5 +1,6 @@
 #include "poll_program.h"
 
+#include "punctuality.h"
 #include "trace.h"
 #include "wall_clock.h"
 
@@ -170,6 +171,7 @@ void PollProgram::poll(const std::vector<TagRange> &tags)
         + (frames == 1 ? " request a round" : " requests a round"));
     m_loop.setRoundLength(frames);
     m_loop.setRoundObserver([this, &tags] { return finishRound(tags); });
+    askForPunctuality();
     m_loop.run();
 }
 

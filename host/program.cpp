@@ -199,7 +199,7 @@ private:
                  std::unique_ptr<LiveTerminal> terminal)
     {
         const std::string port =
-            source.plant() ? "simulated slaves of " + fileName(m_options.simFile) : source.line().device();
+            source.plant() ? "simulated slaves of " + fileName(m_options.simFile) : source.line().name();
         const std::string name = port + ", " + lineName(source.line().parameters());
         LiveView view(m_session, source.line(), settings, m_options, source.plant(), name);
         {

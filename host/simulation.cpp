@@ -14,16 +14,6 @@ namespace rtu {
 
 namespace {
 
-plant::PortSettings portSettings(const LineParameters &line)
-{
-    plant::PortSettings settings;
-    settings.baud = line.baud;
-    settings.dataBits = line.dataBits;
-    settings.parity = line.parity;
-    settings.stopBits = line.stopBits;
-    return settings;
-}
-
 std::string addFault(plant::Plant &plant, const std::string &text)
 {
     plant::Fault fault;
@@ -199,7 +189,7 @@ bool startServing(plant::Plant &slaves, const Options &options, std::string *err
     const std::string withLink = "pty:";
     const bool link = options.port.compare(0, withLink.size(), withLink) == 0;
     if (!link && options.port != "pty")
-        return slaves.serveOn(options.port, portSettings(options.line), error);
+        return slaves.serveOn(options.port, options.line, error);
     if (options.baudGiven)
         agreeOnPace(slaves, options);
     return slaves.start(error, link ? options.port.substr(withLink.size()) : std::string());

@@ -221,10 +221,10 @@ std::string Plant::devicePath() const
     return core->port.masterPath();
 }
 
-bool Plant::serveOn(const std::string &port, const PortSettings &settings, std::string *error)
+bool Plant::serveOn(const std::string &port, const rtu::LineParameters &parameters, std::string *error)
 {
     stop();
-    return core->port.openExisting(port, settings, error) && core->launch(error);
+    return core->port.openExisting(port, parameters, error) && core->launch(error);
 }
 
 void Plant::stop()

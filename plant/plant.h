@@ -23,6 +23,8 @@
 #ifndef RTU_PLANT_H
 #define RTU_PLANT_H
 
+#include <modbus_rtu_host/line_parameters.h>
+
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -48,15 +50,6 @@ std::chrono::nanoseconds characterTime(const Line &line);
 
 /** The silence around frames: 3.5 characters, 1.75 ms above 19200 baud, 0 when not paced; or as set. */
 std::chrono::nanoseconds silenceOf(const Line &line);
-
-/** What a port is set to by serveOn(). */
-struct PortSettings
-{
-    int baud = 9600;
-    int dataBits = 8;
-    char parity = 'N'; ///< N, E or O
-    int stopBits = 1;
-};
 
 enum class FaultKind {
     NoReply,       ///< the request is not heard: nothing is done and nothing answered
@@ -182,7 +175,7 @@ public:
     /** What a master opens after start(): the link, or the device itself. */
     std::string devicePath() const;
     /** Starts answering on an existing port. A real port paces itself; the Line's baud rate serves pseudo-terminals. */
-    bool serveOn(const std::string &port, const PortSettings &settings, std::string *error);
+    bool serveOn(const std::string &port, const rtu::LineParameters &parameters, std::string *error);
     void stop();
     /** False before start() or serveOn(), after stop(), and when the port of serveOn() went away. */
     bool running() const;

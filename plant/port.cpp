@@ -2,6 +2,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <stdexcept>
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -18,28 +19,6 @@ bool fail(std::string *error, const std::string &what)
 {
     if (error)
         *error = what + ": " + std::strerror(errno);
-    return false;
-}
-
-struct BaudRate
-{
-    int baud;
-    speed_t speed;
-};
-
-const BaudRate BaudRates[] = {
-    {300, B300},       {600, B600},       {1200, B1200},     {2400, B2400},     {4800, B4800},
-    {9600, B9600},     {19200, B19200},   {38400, B38400},   {57600, B57600},   {115200, B115200},
-    {230400, B230400}, {460800, B460800}, {500000, B500000}, {921600, B921600}, {1000000, B1000000},
-};
-
-bool setSpeed(termios &terminal, int baud)
-{
-    for (const BaudRate &rate : BaudRates) {
-        if (rate.baud == baud)
-            return cfsetispeed(&terminal, rate.speed) == 0 && cfsetospeed(&terminal, rate.speed) == 0;
-    }
-    errno = EINVAL;
     return false;
 }
 
@@ -64,34 +43,20 @@ bool hasModemLines(int descriptor)
     return ioctl(descriptor, TIOCMGET, &lines) == 0;
 }
 
-void setCharacterFormat(termios &terminal, const PortSettings &settings)
-{
-    cfmakeraw(&terminal);
-    terminal.c_cflag |= CLOCAL | CREAD;
-    terminal.c_cflag &= ~static_cast<tcflag_t>(CSIZE | PARENB | PARODD | CSTOPB | CRTSCTS);
-    terminal.c_cflag |= settings.dataBits == 7 ? CS7 : CS8;
-    if (settings.parity != 'N')
-        terminal.c_cflag |= PARENB;
-    if (settings.parity == 'O')
-        terminal.c_cflag |= PARODD;
-    if (settings.stopBits == 2)
-        terminal.c_cflag |= CSTOPB;
-}
-
 } // namespace
 
 bool Port::openPair(const std::string &link, std::string *error)
 {
-    m_descriptor = posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    m_far.reset(posix_openpt(O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
     char name[128];
-    if (m_descriptor < 0 || grantpt(m_descriptor) != 0 || unlockpt(m_descriptor) != 0
-        || ptsname_r(m_descriptor, name, sizeof name) != 0) {
+    const int far = m_far.number();
+    if (far < 0 || grantpt(far) != 0 || unlockpt(far) != 0 || ptsname_r(far, name, sizeof name) != 0) {
         fail(error, "no pseudo-terminal");
         close();
         return false;
     }
-    m_masterEnd = ::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC);
-    if (m_masterEnd < 0 || !makeRaw(m_masterEnd)) {
+    m_masterEnd.reset(::open(name, O_RDWR | O_NOCTTY | O_CLOEXEC));
+    if (!m_masterEnd.isOpen() || !makeRaw(m_masterEnd.number())) {
         fail(error, name);
         close();
         return false;
@@ -112,26 +77,16 @@ bool Port::openPair(const std::string &link, std::string *error)
     return true;
 }
 
-bool Port::openExisting(const std::string &path, const PortSettings &settings, std::string *error)
+bool Port::openExisting(const std::string &path, const rtu::LineParameters &parameters, std::string *error)
 {
-    m_descriptor = ::open(path.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    termios terminal;
-    if (m_descriptor < 0 || tcgetattr(m_descriptor, &terminal) != 0) {
-        fail(error, path);
-        close();
+    try {
+        m_existing.open(path, parameters);
+    } catch (const std::runtime_error &failure) {
+        if (error)
+            *error = failure.what();
         return false;
     }
-    m_pacesItself = hasModemLines(m_descriptor);
-    setCharacterFormat(terminal, settings);
-    const bool ready = m_pacesItself
-                           ? setSpeed(terminal, settings.baud) && tcsetattr(m_descriptor, TCSANOW, &terminal) == 0
-                           : makeRaw(m_descriptor);
-    if (!ready) {
-        fail(error, path + " at " + std::to_string(settings.baud) + " baud");
-        close();
-        return false;
-    }
-    tcflush(m_descriptor, TCIOFLUSH);
+    m_pacesItself = hasModemLines(m_existing.descriptor());
     m_masterPath = path;
     return true;
 }
@@ -141,12 +96,9 @@ void Port::close()
     if (!m_link.empty())
         ::unlink(m_link.c_str());
     m_link.clear();
-    if (m_masterEnd >= 0)
-        ::close(m_masterEnd);
-    if (m_descriptor >= 0)
-        ::close(m_descriptor);
-    m_masterEnd = -1;
-    m_descriptor = -1;
+    m_masterEnd.reset();
+    m_far.reset();
+    m_existing.close();
 }
 
 } // namespace plant

@@ -96,7 +96,7 @@ const rtu::Transaction &Stage::step()
     case rtu::StepResult::Stopped:
         throw Ended();
     case rtu::StepResult::NoPort:
-        throw std::runtime_error("the port " + line->device() + " is gone");
+        throw std::runtime_error("the port " + line->name() + " is gone");
     case rtu::StepResult::Idle:
         break;
     }

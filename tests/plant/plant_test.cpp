@@ -310,7 +310,7 @@ TEST(PlantOnAPort, AnswersThere)
     Plant plant;
     plant.define(1, Table::HoldingRegisters, 0, 1, 0x0102);
     std::string error;
-    ASSERT_TRUE(plant.serveOn(::ptsname(far), plant::PortSettings(), &error)) << error;
+    ASSERT_TRUE(plant.serveOn(::ptsname(far), rtu::LineParameters(), &error)) << error;
     EXPECT_TRUE(plant.running());
     const Bytes read = {1, 3, 0, 0, 0, 1, 0x84, 0x0A};
     ASSERT_EQ(::write(far, read.data(), read.size()), 8);
@@ -331,8 +331,8 @@ TEST(PlantOnAPort, ThatIsNotThereIsNamed)
 {
     Plant plant;
     std::string error;
-    EXPECT_FALSE(plant.serveOn("/dev/no-such-port", plant::PortSettings(), &error));
-    EXPECT_EQ(error, "/dev/no-such-port: No such file or directory");
+    EXPECT_FALSE(plant.serveOn("/dev/no-such-port", rtu::LineParameters(), &error));
+    EXPECT_EQ(error, "cannot open /dev/no-such-port: No such file or directory");
     EXPECT_FALSE(plant.running());
 }
 

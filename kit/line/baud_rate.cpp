@@ -1,0 +1,46 @@
+/**
+ * @file
+ * In a file of its own: the kernel's header of rates without a name cannot be
+ * included beside the C library's <termios.h>.
+ */
+#include <asm/ioctls.h>
+#include <asm/termbits.h>
+
+#include <sys/ioctl.h>
+
+namespace rtu {
+
+namespace {
+
+// Where a machine's first settings have speeds of any value, there are no second ones.
+#ifdef TCGETS2
+using Settings = termios2;
+const unsigned long ReadSettings = TCGETS2;
+const unsigned long WriteSettings = TCSETS2;
+#else
+using Settings = termios;
+const unsigned long ReadSettings = TCGETS;
+const unsigned long WriteSettings = TCSETS;
+#endif
+
+} // namespace
+
+namespace port_control {
+
+int setBaudRate(int descriptor, int baud)
+{
+    Settings settings;
+    if (::ioctl(descriptor, ReadSettings, &settings) != 0)
+        return -1;
+    settings.c_cflag &= ~static_cast<tcflag_t>(CBAUD);
+    settings.c_cflag |= BOTHER;
+    settings.c_ispeed = static_cast<speed_t>(baud);
+    settings.c_ospeed = static_cast<speed_t>(baud);
+    if (::ioctl(descriptor, WriteSettings, &settings) != 0 || ::ioctl(descriptor, ReadSettings, &settings) != 0)
+        return -1;
+    return static_cast<int>(settings.c_ospeed);
+}
+
+} // namespace port_control
+
+} // namespace rtu

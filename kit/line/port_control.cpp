@@ -1,0 +1,68 @@
+#include "kit/line/port_control.h"
+
+#include <linux/serial.h>
+#include <sys/file.h>
+#include <sys/ioctl.h>
+#include <sys/stat.h>
+#include <sys/sysmacros.h>
+
+#include <cstring>
+
+namespace rtu {
+
+namespace port_control {
+
+/** Unix 98 pseudo-terminals have the major numbers 136 to 143. */
+bool isPseudoTerminal(int descriptor)
+{
+    struct stat info;
+    if (::fstat(descriptor, &info) != 0 || !S_ISCHR(info.st_mode))
+        return false;
+    const unsigned int number = major(info.st_rdev);
+    return number >= 136 && number <= 143;
+}
+
+bool lock(int descriptor)
+{
+    return ::flock(descriptor, LOCK_EX | LOCK_NB) == 0;
+}
+
+bool setExclusive(int descriptor, bool exclusive)
+{
+    return ::ioctl(descriptor, exclusive ? TIOCEXCL : TIOCNXCL) == 0;
+}
+
+bool readSettings(int descriptor, termios *settings)
+{
+    return ::tcgetattr(descriptor, settings) == 0;
+}
+
+bool writeSettings(int descriptor, const termios &settings)
+{
+    return ::tcsetattr(descriptor, TCSANOW, &settings) == 0;
+}
+
+bool switchDirection(int descriptor)
+{
+    serial_rs485 settings;
+    std::memset(&settings, 0, sizeof(settings));
+    // Delays that the system's description of the board has set are kept.
+    (void)::ioctl(descriptor, TIOCGRS485, &settings);
+    settings.flags |= SER_RS485_ENABLED | SER_RS485_RTS_ON_SEND;
+    settings.flags &= ~static_cast<decltype(settings.flags)>(SER_RS485_RTS_AFTER_SEND);
+    return ::ioctl(descriptor, TIOCSRS485, &settings) == 0;
+}
+
+void askForLowLatency(int descriptor)
+{
+    serial_struct settings;
+    std::memset(&settings, 0, sizeof(settings));
+    if (::ioctl(descriptor, TIOCGSERIAL, &settings) != 0)
+        return;
+    settings.flags |= static_cast<int>(ASYNC_LOW_LATENCY);
+    (void)::ioctl(descriptor, TIOCSSERIAL, &settings);
+}
+
+} // namespace port_control
+
+} // namespace rtu

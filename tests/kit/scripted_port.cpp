@@ -1,0 +1,85 @@
+#include "kit/scripted_port.h"
+
+#include "kit/line/port_control.h"
+
+#include <cerrno>
+
+namespace test_line {
+
+ScriptedPort scriptedPort;
+
+namespace {
+
+bool fail(int error)
+{
+    errno = error;
+    return false;
+}
+
+} // namespace
+
+} // namespace test_line
+
+// In the place of the kit's own functions of these names.
+namespace rtu {
+
+namespace port_control {
+
+using test_line::fail;
+using test_line::scriptedPort;
+
+bool isPseudoTerminal(int)
+{
+    return scriptedPort.pseudoTerminal;
+}
+
+bool lock(int)
+{
+    return !scriptedPort.locked || fail(EWOULDBLOCK);
+}
+
+bool setExclusive(int, bool exclusive)
+{
+    scriptedPort.exclusive = exclusive;
+    return true;
+}
+
+bool readSettings(int, termios *settings)
+{
+    if (scriptedPort.readsOnce && ++scriptedPort.reads > 1)
+        return fail(EIO);
+    *settings = scriptedPort.settings;
+    return true;
+}
+
+bool writeSettings(int, const termios &settings)
+{
+    if (scriptedPort.refusesSettings)
+        return fail(EIO);
+    scriptedPort.settings = settings;
+    scriptedPort.settings.c_cflag &= ~scriptedPort.missingFlags;
+    return true;
+}
+
+int setBaudRate(int, int baud)
+{
+    scriptedPort.askedBaud = baud;
+    if (scriptedPort.baudRate < 0)
+        errno = EINVAL;
+    return scriptedPort.baudRate == 0 ? baud : scriptedPort.baudRate;
+}
+
+bool switchDirection(int)
+{
+    scriptedPort.sendsDirection = scriptedPort.hasDirectionControl;
+    return scriptedPort.hasDirectionControl || fail(ENOTTY);
+}
+
+void askForLowLatency(int)
+{
+    scriptedPort.lowLatency = true;
+}
+
+} // namespace port_control
+
+} // namespace rtu

@@ -1,0 +1,38 @@
+/**
+ * @file
+ * Stands in the place of the kernel's port: a pseudo-terminal is opened, and what a
+ * serial port would do with it is scripted.
+ */
+#ifndef TESTS_KIT_SCRIPTED_PORT_H
+#define TESTS_KIT_SCRIPTED_PORT_H
+
+#include <termios.h>
+
+namespace test_line {
+
+struct ScriptedPort
+{
+    bool pseudoTerminal = false;
+    bool locked = false;       ///< by another program
+    tcflag_t missingFlags = 0; ///< of c_cflag: accepted and not kept
+    bool refusesSettings = false;
+    bool readsOnce = false; ///< its settings can be read once, then it is gone
+    int baudRate = 0;       ///< what it makes of any rate; 0: what was asked for
+    bool hasDirectionControl = true;
+
+    // What it was asked to do.
+    bool exclusive = false;
+    bool sendsDirection = false;
+    bool lowLatency = false;
+    int askedBaud = 0;
+    termios settings = termios();
+
+    int reads = 0;
+};
+
+/** The port that the next open finds. */
+extern ScriptedPort scriptedPort;
+
+} // namespace test_line
+
+#endif

@@ -1,0 +1,147 @@
+// Opening and setting a serial port whose kernel side is scripted.
+
+#include "kit/line/serial_port.h"
+#include "kit/scripted_port.h"
+#include "kit/terminal_pair.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+namespace {
+
+using namespace test_line;
+using rtu::LineParameters;
+
+LineParameters parameters(int baud, int dataBits, char parity, int stopBits)
+{
+    LineParameters result;
+    result.baud = baud;
+    result.dataBits = dataBits;
+    result.parity = parity;
+    result.stopBits = stopBits;
+    return result;
+}
+
+class SerialPort : public testing::Test
+{
+protected:
+    SerialPort() { scriptedPort = ScriptedPort(); }
+
+    std::string refusal(const LineParameters &wanted)
+    {
+        return failureOf([&] { port.open(pair.path(), wanted); });
+    }
+
+    TerminalPair pair;
+    rtu::SerialPort port;
+};
+
+struct Characters
+{
+    LineParameters wanted;
+    tcflag_t flags; ///< of c_cflag
+    bool checksParity;
+};
+
+class SerialPortCharacters : public SerialPort, public testing::WithParamInterface<Characters>
+{
+};
+
+TEST_P(SerialPortCharacters, AreSet)
+{
+    scriptedPort.settings.c_cflag = CRTSCTS | PARODD | CSTOPB | CS5;
+    scriptedPort.settings.c_iflag = IXON | IXOFF | ICRNL | INPCK;
+    scriptedPort.settings.c_lflag = ICANON | ECHO;
+    port.open(pair.path(), GetParam().wanted);
+    const termios &set = scriptedPort.settings;
+    EXPECT_EQ(GetParam().flags | CLOCAL | CREAD, set.c_cflag);
+    EXPECT_EQ(GetParam().checksParity ? static_cast<tcflag_t>(INPCK) : 0u, set.c_iflag);
+    EXPECT_EQ(0u, set.c_lflag);
+    EXPECT_EQ(0u, set.c_oflag);
+    EXPECT_EQ(GetParam().wanted.baud, scriptedPort.askedBaud);
+    EXPECT_EQ(GetParam().wanted.parity, port.parameters().parity);
+    EXPECT_EQ("", port.notice());
+}
+
+INSTANTIATE_TEST_SUITE_P(All, SerialPortCharacters,
+                         testing::Values(Characters{parameters(19200, 8, 'E', 1), CS8 | PARENB, true},
+                                         Characters{parameters(9600, 8, 'O', 1), CS8 | PARENB | PARODD, true},
+                                         Characters{parameters(76800, 8, 'N', 2), CS8 | CSTOPB, false},
+                                         Characters{parameters(0, 7, 'N', 1), CS7, false}));
+
+TEST_F(SerialPort, IsForOneProgramUntilItIsClosed)
+{
+    port.open(pair.path(), LineParameters());
+    EXPECT_TRUE(port.isOpen());
+    EXPECT_TRUE(scriptedPort.exclusive);
+    EXPECT_TRUE(scriptedPort.lowLatency);
+    port.close();
+    EXPECT_FALSE(port.isOpen());
+    EXPECT_FALSE(scriptedPort.exclusive);
+    port.close();
+}
+
+TEST_F(SerialPort, SwitchesTheDirectionOnRequest)
+{
+    port.open(pair.path(), LineParameters());
+    EXPECT_FALSE(scriptedPort.sendsDirection);
+    LineParameters twoWire;
+    twoWire.rs485 = true;
+    port.open(pair.path(), twoWire);
+    EXPECT_TRUE(scriptedPort.sendsDirection);
+}
+
+struct Refusal
+{
+    std::function<void(ScriptedPort &)> script;
+    const char *words;
+};
+
+class SerialPortRefusal : public SerialPort, public testing::WithParamInterface<Refusal>
+{
+};
+
+TEST_P(SerialPortRefusal, IsNamed)
+{
+    GetParam().script(scriptedPort);
+    LineParameters wanted;
+    wanted.rs485 = true;
+    EXPECT_EQ(pair.path() + GetParam().words, refusal(wanted));
+    EXPECT_FALSE(port.isOpen());
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    All, SerialPortRefusal,
+    testing::Values(
+        Refusal{[](ScriptedPort &port) { port.locked = true; }, " is in use by another program"},
+        Refusal{[](ScriptedPort &port) { port.refusesSettings = true; }, " does not take 8E1: Input/output error"},
+        Refusal{[](ScriptedPort &port) { port.missingFlags = PARENB; }, " does not take 8E1: Invalid argument"},
+        Refusal{[](ScriptedPort &port) { port.readsOnce = true; }, " does not take 8E1: Invalid argument"},
+        Refusal{[](ScriptedPort &port) { port.baudRate = -1; }, " does not take 19200 baud: Invalid argument"},
+        Refusal{[](ScriptedPort &port) { port.baudRate = 18800; }, " does not take 19200 baud: it would use 18800"},
+        Refusal{[](ScriptedPort &port) { port.hasDirectionControl = false; },
+                " does not take the direction control of RS-485: Inappropriate ioctl for device"}));
+
+TEST_F(SerialPort, TakesARateThatIsNearlyTheOneAskedFor)
+{
+    scriptedPort.baudRate = 19300;
+    port.open(pair.path(), LineParameters());
+    EXPECT_TRUE(port.isOpen());
+}
+
+TEST_F(SerialPort, ThatIsMissingIsNamed)
+{
+    EXPECT_EQ("cannot open /nowhere/port: No such file or directory",
+              failureOf([&] { port.open("/nowhere/port", LineParameters()); }));
+}
+
+TEST_F(SerialPort, OpensAgainAfterARefusal)
+{
+    scriptedPort.locked = true;
+    EXPECT_NE("nothing thrown", refusal(LineParameters()));
+    scriptedPort.locked = false;
+    EXPECT_EQ("nothing thrown", refusal(LineParameters()));
+}
+
+} // namespace
