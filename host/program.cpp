@@ -71,6 +71,15 @@ std::string fileName(const std::string &path)
     return path.substr(path.rfind('/') + 1);
 }
 
+DriverLibrary loadDriver(const std::string &path)
+{
+    try {
+        return DriverLibrary(path);
+    } catch (const std::runtime_error &error) {
+        throw std::runtime_error(std::string(error.what()) + "; name the library with --driver PATH");
+    }
+}
+
 class Program
 {
 public:
@@ -78,7 +87,7 @@ public:
         : m_options(options)
         , m_out(out)
         , m_err(err)
-        , m_driver(options.driverPath)
+        , m_driver(loadDriver(options.driverPath))
         , m_catalog(m_driver)
         , m_session(m_driver)
     {

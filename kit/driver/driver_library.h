@@ -7,46 +7,37 @@
 #define KIT_DRIVER_DRIVER_LIBRARY_H
 
 #include "driver/modbus_rtu_interface.h"
+#include "kit/driver/change_callbacks.h"
+#include "kit/driver/loaded_library.h"
 
-#include <functional>
+#include <memory>
 #include <string>
-#include <vector>
 
 namespace rtu {
-
-/** A value change as the driver reports it; see ValueChangeCallBack. */
-struct ValueChange
-{
-    int linkId;
-    int station;
-    QString regType;
-    int address;
-};
 
 class DriverLibrary
 {
 public:
-    using ChangeListener = std::function<void(const ValueChange &)>;
-
     /**
      * Loads the library and resolves the entry points.
      *
-     * @param wanted a file or folder, or empty to search: beside the executable,
-     *        in the lib folders next to it, then where the system looks
+     * @param wanted a file or folder, or empty to search; see findDriver()
      * @throws std::runtime_error that says what is missing where
      */
-    explicit DriverLibrary(const std::string &wanted = std::string());
+    explicit DriverLibrary(const std::string &wanted = std::string(), LibraryUse use = LibraryUse::Shared);
     ~DriverLibrary();
     DriverLibrary(const DriverLibrary &) = delete;
     DriverLibrary &operator=(const DriverLibrary &) = delete;
 
-    /** The file that was loaded. */
+    /** The file that was loaded, or that the copy was made of. */
     const std::string &path() const { return m_path; }
 
     /**
-     * Sets who hears of value changes. The driver's callback has no room for a
-     * receiver, so there is one listener for the one driver of the process. It is
-     * called on whatever thread is inside the driver. Set it while nothing polls.
+     * Sets who hears of value changes. It is called on whatever thread is inside the
+     * driver. Of a driver that is shared, the last one to be set hears. Set it while
+     * nothing polls.
+     *
+     * @throws std::runtime_error when too many drivers report in this process
      */
     void setChangeListener(ChangeListener listener);
 
@@ -74,12 +65,10 @@ private:
     template <typename Function>
     void resolve(Function &function, const char *name);
 
-    void *m_handle = nullptr;
     std::string m_path;
+    LoadedLibrary m_library;
+    std::unique_ptr<ChangeCallback> m_callback; ///< once somebody listens
 };
-
-/** The places where the driver is looked for when no path is given, in order. */
-std::vector<std::string> driverSearchPath(const std::string &executableFolder);
 
 } // namespace rtu
 

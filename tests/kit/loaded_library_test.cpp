@@ -1,0 +1,181 @@
+// Copies of the driver in one process: apart from each other, gone when unloaded.
+
+#include "kit/driver/loaded_library.h"
+
+#include "kit/driver/elf_needs.h"
+#include "kit/driver/private_copy.h"
+#include "kit/temporary_folder.h"
+#include "kit/terminal_pair.h"
+
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/wait.h>
+
+#include <fstream>
+#include <memory>
+#include <random>
+#include <set>
+#include <vector>
+
+namespace {
+
+using namespace test_line;
+using rtu::CopyPlaces;
+using rtu::LibraryUse;
+using rtu::LoadedLibrary;
+using Library = std::unique_ptr<LoadedLibrary>;
+
+const char *const EntryPoint = "intf_getSendFrame";
+
+Library copyOf(const std::string &path)
+{
+    return Library(new LoadedLibrary(path, LibraryUse::OwnCopy));
+}
+
+/** How many pieces of copies are mapped into this process. */
+int mappedPieces()
+{
+    std::ifstream maps("/proc/self/maps");
+    int pieces = 0;
+    for (std::string line; std::getline(maps, line);)
+        pieces += line.find("modbus_rtu_driver") != std::string::npos ? 1 : 0;
+    return pieces;
+}
+
+std::string failureOfLoading(const std::string &path, LibraryUse use, const CopyPlaces &places = CopyPlaces())
+{
+    return failureOf([&] { LoadedLibrary(path, use, places); });
+}
+
+TEST(LoadedLibrary, IsOneForAllWhoShareIt)
+{
+    const LoadedLibrary first(TEST_DRIVER, LibraryUse::Shared);
+    const LoadedLibrary second(TEST_DRIVER, LibraryUse::Shared);
+    EXPECT_NE(nullptr, first.symbol(EntryPoint));
+    EXPECT_EQ(first.symbol(EntryPoint), second.symbol(EntryPoint));
+    EXPECT_EQ(nullptr, first.symbol("intf_nothing"));
+}
+
+TEST(LoadedLibrary, SixteenCopiesAreApart)
+{
+    const LoadedLibrary shared(TEST_DRIVER, LibraryUse::Shared);
+    std::vector<Library> copies;
+    std::set<void *> entryPoints = {shared.symbol(EntryPoint)};
+    for (int i = 0; i < 16; ++i) {
+        copies.push_back(copyOf(TEST_DRIVER));
+        entryPoints.insert(copies.back()->symbol(EntryPoint));
+    }
+    EXPECT_EQ(17u, entryPoints.size());
+    EXPECT_EQ(0u, entryPoints.count(nullptr));
+}
+
+TEST(LoadedLibrary, CopiesComeAndGoInAnyOrder)
+{
+    const std::size_t descriptors = namesIn("/proc/self/fd").size();
+    std::mt19937 random(1);
+    std::vector<Library> copies(16);
+    for (int i = 0; i < 300; ++i) {
+        Library &copy = copies[random() % copies.size()];
+        if (copy)
+            copy.reset();
+        else
+            copy = copyOf(TEST_DRIVER);
+        std::set<void *> entryPoints;
+        std::size_t alive = 0;
+        for (const Library &library : copies) {
+            alive += library ? 1 : 0;
+            if (library)
+                entryPoints.insert(library->symbol(EntryPoint));
+        }
+        ASSERT_EQ(alive, entryPoints.size()) << "after step " << i;
+    }
+    copies.clear();
+    EXPECT_EQ(descriptors, namesIn("/proc/self/fd").size());
+    EXPECT_EQ(0, mappedPieces());
+}
+
+TEST(LoadedLibrary, ACopyOfALibraryThatStaysIsNotHandedOutAgain)
+{
+    for (int i = 0; i < 4; ++i) {
+        const LoadedLibrary copy(STAYING_LIBRARY, LibraryUse::OwnCopy);
+        const auto countCalls = reinterpret_cast<int (*)()>(copy.symbol("countCalls"));
+        ASSERT_NE(nullptr, countCalls);
+        EXPECT_EQ(1, countCalls()) << "this is an earlier copy";
+    }
+}
+
+TEST(LoadedLibrary, IsCopiedToAFolderWhereMemoryHasNoFiles)
+{
+    const TemporaryFolder folder;
+    CopyPlaces places;
+    places.memory = false;
+    places.folders = {"/nowhere", folder.path()};
+    const LoadedLibrary first(TEST_DRIVER, LibraryUse::OwnCopy, places);
+    const LoadedLibrary second(TEST_DRIVER, LibraryUse::OwnCopy, places);
+    EXPECT_NE(first.symbol(EntryPoint), second.symbol(EntryPoint));
+    EXPECT_TRUE(namesIn(folder.path()).empty());
+}
+
+TEST(LoadedLibrary, SaysThatThereIsNoPlaceForACopy)
+{
+    CopyPlaces places;
+    places.memory = false;
+    places.folders = {"/nowhere"};
+    EXPECT_EQ("cannot load the driver " TEST_DRIVER
+              ": there is no place for a copy of it: No such file or directory",
+              failureOfLoading(TEST_DRIVER, LibraryUse::OwnCopy, places));
+}
+
+TEST(LoadedLibrary, LeavesNothingBehindAfterACrash)
+{
+    const TemporaryFolder folder;
+    CopyPlaces places;
+    places.memory = false;
+    places.folders = {folder.path()};
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const LoadedLibrary copy(TEST_DRIVER, LibraryUse::OwnCopy, places);
+        ::raise(SIGKILL);
+    }
+    int status = 0;
+    ASSERT_EQ(child, ::waitpid(child, &status, 0));
+    EXPECT_EQ(SIGKILL, WTERMSIG(status));
+    EXPECT_TRUE(namesIn(folder.path()).empty());
+}
+
+/** The driver with the name of its Qt replaced by that of another, as long. */
+std::string driverForAnotherQt(std::string *foreign)
+{
+    const std::string own = rtu::ownQt();
+    *foreign = own;
+    foreign->back() = '7';
+    if (own.size() > 5 && own[5] != 'C')
+        (*foreign)[5] = '7';
+    std::string content = rtu::fileContent(TEST_DRIVER);
+    const std::size_t place = content.find(own);
+    return place == std::string::npos ? std::string() : content.replace(place, own.size(), *foreign);
+}
+
+TEST(LoadedLibrary, ForAnotherQtIsRefused)
+{
+    const TemporaryFolder folder;
+    const std::string path = folder.path() + "/driver.so";
+    std::string foreign;
+    std::ofstream(path, std::ios::binary) << driverForAnotherQt(&foreign);
+    const std::string refusal = "the driver " + path + " was built for " + foreign + ", this program for "
+                                + rtu::ownQt() + ": take the driver that was built for " + rtu::ownQt();
+    EXPECT_EQ(refusal, failureOfLoading(path, LibraryUse::OwnCopy));
+    EXPECT_EQ(refusal, failureOfLoading(path, LibraryUse::Shared));
+}
+
+TEST(LoadedLibrary, SaysWhatIsNoLibrary)
+{
+    for (LibraryUse use : {LibraryUse::OwnCopy, LibraryUse::Shared}) {
+        const std::string failure = failureOfLoading("/etc/passwd", use);
+        EXPECT_EQ(0u, failure.find("cannot load the driver /etc/passwd: ")) << failure;
+        EXPECT_NE(std::string::npos, failure.find("invalid ELF header")) << failure;
+    }
+}
+
+} // namespace
