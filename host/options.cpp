@@ -120,7 +120,8 @@ Parser::Parser() : m_app(HelpDescription, "rtuhost")
     m_app.footer(HelpFooter);
     m_app.set_help_flag("-h,--help", "This text");
     m_app.set_version_flag("-V,--version", "rtuhost " MODBUS_RTU_VERSION_TEXT)->description("The version");
-    m_app.add_option("PORT", m_raw.arguments, "Serial port or pseudo-terminal, then addresses and values");
+    m_app.add_option("PORT", m_raw.arguments,
+                     "Serial port, pseudo-terminal or tcp:HOST:PORT, then addresses and values");
     addWhat();
     addLine();
     addHow();

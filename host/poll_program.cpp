@@ -38,10 +38,10 @@ std::string keyLabel(const TagRange &tag, const KEY_ADDRESS &key)
 
 } // namespace
 
-PollSettings pollSettings(const Options &options, const LineParameters &line)
+PollSettings pollSettings(const Options &options, const LineTiming &timing)
 {
     PollSettings settings;
-    settings.timing = LineTiming(line);
+    settings.timing = timing;
     if (options.silence >= 0)
         settings.timing.setSilence(seconds(options.silence));
     if (options.replyGap > 0)

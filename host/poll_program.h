@@ -22,7 +22,7 @@ namespace rtu {
 enum { WriteTag = 100, ConditionTag = 101 };
 
 /** The poll loop's settings as the options say. */
-PollSettings pollSettings(const Options &options, const LineParameters &line);
+PollSettings pollSettings(const Options &options, const LineTiming &timing);
 
 class PollProgram
 {

@@ -6,7 +6,7 @@
 #include "plan_view.h"
 #include "poll_program.h"
 #include "recipe.h"
-#include "kit/line/serial_line.h"
+#include "kit/line/make_line.h"
 #include "signal_watcher.h"
 #include "simulation.h"
 
@@ -40,18 +40,18 @@ public:
                 throw std::runtime_error(error);
             device = m_plant->devicePath();
         }
-        m_line.reset(new SerialLine(device, parameters));
+        m_line = makeLine(device, parameters);
         m_line->open();
         if (!m_line->notice().empty() && !options.quiet)
             err << m_line->notice() << '\n';
     }
 
-    SerialLine &line() { return *m_line; }
+    PortLine &line() { return *m_line; }
     plant::Plant *plant() { return m_plant.get(); }
 
 private:
     std::unique_ptr<plant::Plant> m_plant;
-    std::unique_ptr<SerialLine> m_line;
+    std::unique_ptr<PortLine> m_line;
 };
 
 std::string optionOf(Mode mode)
@@ -140,7 +140,7 @@ private:
         const bool simulated = !m_options.simFile.empty();
         const LineParameters line =
             simulated ? agreeOnPace(*makePlant(m_options.simFile, m_options), m_options) : m_options.line;
-        const PollSettings settings = pollSettings(m_options, line);
+        const PollSettings settings = pollSettings(m_options, LineTiming(line));
         PlanCosts costs;
         costs.timing = settings.timing;
         costs.line = line;
@@ -179,7 +179,7 @@ private:
         LineSource source(m_options, m_err);
         m_session.driver().setChangeListener(nullptr); // the callback comes first; who hears of it, later
         m_session.configure(m_options.property);
-        const PollSettings settings = pollSettings(m_options, source.line().parameters());
+        const PollSettings settings = pollSettings(m_options, source.line().timing());
         if (wantsLiveView() && !selection.reads.empty()) {
             std::unique_ptr<LiveTerminal> terminal(new LiveTerminal);
             if (terminal->usable())

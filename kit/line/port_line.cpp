@@ -6,7 +6,6 @@
 #include "kit/line/port_line.h"
 
 #include <poll.h>
-#include <unistd.h>
 
 #include <cerrno>
 
@@ -63,7 +62,7 @@ int PortLine::read(unsigned char *out, std::size_t room, TimePoint deadline)
             return Interrupted;
         if (m_emptied && SteadyClock::now() < deadline && !m_wakeUp.await(descriptor(), POLLIN, deadline))
             return m_wakeUp.interrupted() ? Interrupted : DeadlinePassed;
-        const ssize_t count = ::read(descriptor(), out, room);
+        const ssize_t count = get(out, room);
         m_emptied = count < static_cast<ssize_t>(room);
         if (count > 0)
             return static_cast<int>(count);

@@ -6,6 +6,7 @@
 #ifndef KIT_LINE_PORT_LINE_H
 #define KIT_LINE_PORT_LINE_H
 
+#include "kit/line/line_timing.h"
 #include "kit/line/wake_up.h"
 
 #include <modbus_rtu_host/line.h>
@@ -33,6 +34,8 @@ public:
     const std::string &notice() const { return m_notice; }
     /** The parameters in use after open(); of a port without a pace, the baud rate is 0. */
     const LineParameters &parameters() const { return m_parameters; }
+    /** How long characters and silences last there. */
+    virtual LineTiming timing() const { return LineTiming(m_parameters); }
     /** As the caller named the port. */
     const std::string &name() const { return m_name; }
 
@@ -52,6 +55,8 @@ protected:
     virtual int descriptor() const = 0;
     /** As ::write(), and without a signal when the far end is gone. */
     virtual ssize_t put(const unsigned char *bytes, std::size_t size) = 0;
+    /** As ::read(). */
+    virtual ssize_t get(unsigned char *out, std::size_t room) = 0;
 
     const WakeUp &wakeUp() const { return m_wakeUp; }
     void setNotice(const std::string &notice) { m_notice = notice; }

@@ -42,4 +42,9 @@ ssize_t SerialLine::put(const unsigned char *bytes, std::size_t size)
     return ::write(m_port.descriptor(), bytes, size);
 }
 
+ssize_t SerialLine::get(unsigned char *out, std::size_t room)
+{
+    return ::read(m_port.descriptor(), out, room);
+}
+
 } // namespace rtu

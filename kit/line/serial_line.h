@@ -23,6 +23,7 @@ public:
 private:
     int descriptor() const override { return m_port.descriptor(); }
     ssize_t put(const unsigned char *bytes, std::size_t size) override;
+    ssize_t get(unsigned char *out, std::size_t room) override;
 
     const LineParameters m_wanted;
     SerialPort m_port;

@@ -35,6 +35,9 @@ public:
     void clear();
     bool interrupted() const { return m_interrupted; }
 
+    /** Readable while interrupted. */
+    int descriptor() const { return m_event.number(); }
+
 private:
     Descriptor m_event;
     std::atomic<bool> m_interrupted{false};

@@ -36,7 +36,7 @@ TEST(DriverSearch, LooksWhereTheSystemLooks)
     const std::vector<std::string> folders = rtu::systemLibraryFolders();
     EXPECT_EQ("/nowhere", folders[0]);
     EXPECT_EQ(folder.path(), folders[1]);
-    EXPECT_EQ(1, std::count(folders.begin(), folders.end(), "/usr/local/lib"));
+    EXPECT_LE(1, std::count(folders.begin(), folders.end(), "/usr/local/lib"));
     std::ofstream(folder.path() + "/" + Name) << "x";
     const std::string found = rtu::findDriver(std::string());
     if (missing == Name || missing.compare(0, 4, "/usr") == 0) // nothing beside this program

@@ -122,8 +122,7 @@ TEST(LoadedLibrary, SaysThatThereIsNoPlaceForACopy)
     CopyPlaces places;
     places.memory = false;
     places.folders = {"/nowhere"};
-    EXPECT_EQ("cannot load the driver " TEST_DRIVER
-              ": there is no place for a copy of it: No such file or directory",
+    EXPECT_EQ("cannot load the driver " TEST_DRIVER ": there is no place for a copy of it: No such file or directory",
               failureOfLoading(TEST_DRIVER, LibraryUse::OwnCopy, places));
 }
 

@@ -1,0 +1,115 @@
+#include "kit/line/name_lookup.h"
+
+#include "kit/line/wake_up.h"
+
+#include <netdb.h>
+#include <pthread.h>
+#include <signal.h>
+
+#include <cstring>
+#include <mutex>
+#include <system_error>
+#include <thread>
+
+namespace rtu {
+
+namespace {
+
+LookupResult ask(const std::string &host, const std::string &port, int flags)
+{
+    addrinfo wanted;
+    std::memset(&wanted, 0, sizeof(wanted));
+    wanted.ai_family = AF_UNSPEC;
+    wanted.ai_socktype = SOCK_STREAM;
+    wanted.ai_flags = flags | AI_NUMERICSERV;
+    LookupResult result;
+    addrinfo *found = nullptr;
+    const int error = ::getaddrinfo(host.c_str(), port.c_str(), &wanted, &found);
+    if (error != 0) {
+        result.problem = ::gai_strerror(error);
+        return result;
+    }
+    for (const addrinfo *info = found; info; info = info->ai_next) {
+        NetworkAddress address;
+        std::memset(&address, 0, sizeof(address));
+        std::memcpy(&address.address, info->ai_addr, info->ai_addrlen);
+        address.size = info->ai_addrlen;
+        result.addresses.push_back(address);
+    }
+    ::freeaddrinfo(found);
+    return result;
+}
+
+/** Threads that begin meanwhile get no signals: those are for the program's own threads. */
+class SignalsHeld
+{
+public:
+    SignalsHeld()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        ::pthread_sigmask(SIG_BLOCK, &all, &m_before);
+    }
+
+    ~SignalsHeld() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
+    SignalsHeld(const SignalsHeld &) = delete;
+    SignalsHeld &operator=(const SignalsHeld &) = delete;
+
+private:
+    sigset_t m_before;
+};
+
+} // namespace
+
+LookupResult lookUpName(const std::string &host, const std::string &port)
+{
+    return ask(host, port, 0);
+}
+
+struct NameLookup::Shared
+{
+    void finish(const LookupResult &found)
+    {
+        {
+            const std::lock_guard<std::mutex> lock(mutex);
+            result = found;
+        }
+        ready.interrupt();
+    }
+
+    std::mutex mutex;
+    LookupResult result;
+    WakeUp ready;
+};
+
+NameLookup::NameLookup(const std::string &host, const std::string &port, const Lookup &lookup)
+    : m_shared(std::make_shared<Shared>())
+{
+    const LookupResult figures = ask(host, port, AI_NUMERICHOST);
+    if (!figures.addresses.empty()) {
+        m_shared->finish(figures);
+        return;
+    }
+    try {
+        const SignalsHeld held;
+        const std::shared_ptr<Shared> shared = m_shared;
+        std::thread([shared, host, port, lookup] { shared->finish(lookup(host, port)); }).detach();
+    } catch (const std::system_error &error) {
+        LookupResult failed;
+        failed.problem = error.what();
+        m_shared->finish(failed);
+    }
+}
+
+int NameLookup::descriptor() const
+{
+    return m_shared->ready.descriptor();
+}
+
+LookupResult NameLookup::result() const
+{
+    const std::lock_guard<std::mutex> lock(m_shared->mutex);
+    return m_shared->result;
+}
+
+} // namespace rtu
