@@ -17,7 +17,7 @@ namespace rtu {
  *
  * @param port "/dev/ttyUSB0", a pseudo-terminal, or "tcp:HOST:PORT"
  * @param parameters of a serial port; a device server has its own
- * @throws std::runtime_error when the name cannot be understood
+ * @throws Error when the name cannot be understood
  */
 std::unique_ptr<PortLine> makeLine(const std::string &port, const LineParameters &parameters);
 

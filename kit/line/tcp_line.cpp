@@ -1,5 +1,7 @@
 #include "kit/line/tcp_line.h"
 
+#include <modbus_rtu_host/error.h>
+
 #include <netinet/in.h>
 #include <netinet/tcp.h>
 #include <poll.h>
@@ -82,8 +84,8 @@ TcpPort parseTcpPort(const std::string &name)
     else if (result.host.find_first_of(":[]") != std::string::npos)
         result.host.clear();
     if (result.host.empty() || !isPortNumber(result.port))
-        throw std::runtime_error(name
-                                 + " is not written tcp:HOST:PORT, such as tcp:192.168.1.5:4001 or tcp:[fe80::1]:4001");
+        throw Error(QString::fromStdString(
+            name + " is not written tcp:HOST:PORT, such as tcp:192.168.1.5:4001 or tcp:[fe80::1]:4001"));
     return result;
 }
 

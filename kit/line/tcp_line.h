@@ -24,7 +24,7 @@ struct TcpPort
 /** Whether a port's name means the network: "tcp:HOST:PORT". */
 bool isTcpPort(const std::string &name);
 
-/** @param name "tcp:192.168.1.5:4001", "tcp:[fe80::1]:4001", "tcp:gateway:4001" @throws std::runtime_error */
+/** @param name "tcp:192.168.1.5:4001", "tcp:[fe80::1]:4001", "tcp:gateway:4001" @throws Error */
 TcpPort parseTcpPort(const std::string &name);
 
 struct TcpSettings
@@ -38,7 +38,7 @@ struct TcpSettings
 class TcpLine : public PortLine
 {
 public:
-    /** Connects to nothing yet. @throws std::runtime_error when the name is not written "tcp:HOST:PORT" */
+    /** Connects to nothing yet. @throws Error when the name is not written "tcp:HOST:PORT" */
     explicit TcpLine(const std::string &name, const TcpSettings &settings = TcpSettings());
     /** Does not wait, not even for a name server. */
     ~TcpLine() override;

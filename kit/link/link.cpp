@@ -1,6 +1,6 @@
 #include <modbus_rtu_host/link.h>
 
-#include "kit/line/serial_line.h"
+#include "kit/line/make_line.h"
 #include "kit/link/link_core.h"
 
 namespace rtu {
@@ -11,7 +11,7 @@ std::unique_ptr<Line> lineOf(const LinkSettings &settings)
 {
     if (settings.port.isEmpty())
         throw Error(QLatin1String("the port is missing: /dev/ttyUSB0, a pseudo-terminal, or tcp:HOST:PORT"));
-    return std::unique_ptr<Line>(new SerialLine(settings.port.toStdString(), settings.parameters));
+    return makeLine(settings.port.toStdString(), settings.parameters);
 }
 
 std::shared_ptr<LinkCore> coreOf(const LinkSettings &settings, std::unique_ptr<Line> line)

@@ -44,7 +44,7 @@ LinkCore::LinkCore(const LinkSettings &settings, std::unique_ptr<Line> line)
     : m_settings(checked(settings))
     , m_lock(std::make_shared<LinkLock>())
     , m_line(std::move(line))
-    , m_driver(settings.driver.toStdString())
+    , m_driver(settings.driver.toStdString(), LibraryUse::OwnCopy)
     , m_catalog(m_driver)
     , m_tags(m_driver, settings.maxWords,
              [this](const TagChange &change) {
