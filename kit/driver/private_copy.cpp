@@ -33,7 +33,7 @@ std::string fileContent(const std::string &path)
             content.append(piece, static_cast<std::size_t>(count));
     }
     if (count < 0)
-        throw std::runtime_error("cannot read the driver " + path + ": " + std::strerror(errno));
+        throw std::runtime_error("cannot load the driver " + path + ": " + std::strerror(errno));
     return content;
 }
 

@@ -16,9 +16,9 @@ TEST(PrivateCopy, ReadsWholeFiles)
     EXPECT_EQ("\x7f"
               "ELF",
               rtu::fileContent(TEST_DRIVER).substr(0, 4));
-    EXPECT_EQ("cannot read the driver /nowhere: No such file or directory",
+    EXPECT_EQ("cannot load the driver /nowhere: No such file or directory",
               test_line::failureOf([] { rtu::fileContent("/nowhere"); }));
-    EXPECT_EQ("cannot read the driver /tmp: Is a directory", test_line::failureOf([] { rtu::fileContent("/tmp"); }));
+    EXPECT_EQ("cannot load the driver /tmp: Is a directory", test_line::failureOf([] { rtu::fileContent("/tmp"); }));
 }
 
 TEST(PrivateCopy, IsWrittenAndReadByItsPath)
