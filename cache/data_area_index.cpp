@@ -1,5 +1,7 @@
 #include "cache/data_area_index.h"
 
+#include "address/register_types.h"
+
 namespace {
 
 const int scanLimit = 64;
@@ -36,6 +38,29 @@ unsigned int keyHashOf(const _DATA_ &area)
     return keyHash(area.station, area.regType, area.areaIndex);
 }
 
+/** The text of a type that the table knows, so that its areas share one buffer; else the text itself. */
+QString sharedTypeText(const QString &regType)
+{
+    const RegisterType *type = findRegisterType(regType);
+    return type ? registerTypeText(*type) : regType;
+}
+
+_DATA_ newArea(int station, const QString &regType, int areaIndex)
+{
+    _DATA_ area = _DATA_();
+    area.station = station;
+    area.regType = sharedTypeText(regType);
+    area.areaIndex = areaIndex;
+    return area;
+}
+
+int append(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+{
+    makeRoomForOne(areas);
+    areas.append(newArea(station, regType, areaIndex));
+    return sizeOf(areas) - 1;
+}
+
 } // namespace
 
 int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
@@ -48,9 +73,47 @@ int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType,
     return -1;
 }
 
-DataAreaIndex::DataAreaIndex() : indexed(0), firstArea(0), lastArea(0), firstHash(0), lastHash(0) {}
+int scanOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+{
+    const int found = scanForArea(areas, station, regType, areaIndex);
+    return found >= 0 ? found : append(areas, station, regType, areaIndex);
+}
+
+DataAreaIndex::DataAreaIndex()
+    : indexed(0)
+    , firstArea(0)
+    , lastArea(0)
+    , firstHash(0)
+    , lastHash(0)
+    , found(-1)
+    , next(-1)
+    , searched(false)
+{
+}
 
 int DataAreaIndex::find(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+{
+    const int position = search(areas, station, regType, areaIndex);
+    // A single area that lies elsewhere does not end a run: monitor flags create
+    // the coil areas at multiples of 8 ahead of the ones between them.
+    if (searched || next < 0)
+        next = position + 1;
+    searched = true;
+    found = position;
+    return position;
+}
+
+int DataAreaIndex::findOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+{
+    const int position = find(areas, station, regType, areaIndex);
+    if (position >= 0)
+        return position;
+    append(areas, station, regType, areaIndex);
+    appended(areas);
+    return sizeOf(areas) - 1;
+}
+
+int DataAreaIndex::search(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
 {
     if (sizeOf(areas) <= scanLimit)
         return scanForArea(areas, station, regType, areaIndex);
@@ -69,10 +132,12 @@ int DataAreaIndex::find(const QList<_DATA_> &areas, int station, const QString &
 void DataAreaIndex::appended(const QList<_DATA_> &areas)
 {
     const int count = sizeOf(areas);
+    found = count - 1;
+    next = count;
     if (count <= scanLimit)
         return;
     const bool onlyThisOneIsNew = indexed == count - 1 && indexed > 0 && firstArea == &areas.at(0);
-    const bool fits = 3 * static_cast<std::size_t>(count) <= 2 * slots_.size();
+    const bool fits = 3 * static_cast<std::size_t>(count) <= 2 * table.size();
     if (!onlyThisOneIsNew || !fits) {
         rebuild(areas);
         return;
@@ -99,7 +164,7 @@ void DataAreaIndex::rebuild(const QList<_DATA_> &areas)
     while (2 * size < 3 * static_cast<std::size_t>(count))
         size *= 2;
     const Slot unused = {0, freeSlot};
-    slots_.assign(size, unused);
+    table.assign(size, unused);
     for (int i = 0; i < count; ++i)
         insert(areas, i);
     remember(areas);
@@ -108,12 +173,12 @@ void DataAreaIndex::rebuild(const QList<_DATA_> &areas)
 void DataAreaIndex::insert(const QList<_DATA_> &areas, int position)
 {
     const _DATA_ &area = areas.at(position);
-    const std::size_t mask = slots_.size() - 1;
+    const std::size_t mask = table.size() - 1;
     const Slot slot = {keyHashOf(area), position};
     std::size_t i = slot.hash & mask;
-    while (slots_[i].position != freeSlot)
+    while (table[i].position != freeSlot)
         i = (i + 1) & mask;
-    slots_[i] = slot;
+    table[i] = slot;
 }
 
 void DataAreaIndex::remember(const QList<_DATA_> &areas)
@@ -130,12 +195,12 @@ bool DataAreaIndex::probe(const QList<_DATA_> &areas, int station, const QString
                           int &position) const
 {
     const unsigned int hash = keyHash(station, regType, areaIndex);
-    const std::size_t mask = slots_.size() - 1;
+    const std::size_t mask = table.size() - 1;
     std::size_t i = hash & mask;
-    for (; slots_[i].position != freeSlot; i = (i + 1) & mask) {
-        if (slots_[i].hash != hash)
+    for (; table[i].position != freeSlot; i = (i + 1) & mask) {
+        if (table[i].hash != hash)
             continue;
-        position = slots_[i].position;
+        position = table[i].position;
         const _DATA_ &area = areas.at(position);
         if (hasKeys(area, station, regType, areaIndex))
             return true;

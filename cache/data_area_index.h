@@ -5,6 +5,10 @@
  * The list itself stays the plain list it is; the index holds positions only
  * and compares keys in the list. A short list is scanned, which costs less than
  * a hash would and needs no upkeep.
+ *
+ * Areas of consecutive addresses mostly lie beside each other, in the order in
+ * which they were first asked for, and are mostly asked for in that order again:
+ * so the area found last and the one behind it are tried before any search.
  */
 #ifndef DATA_AREA_INDEX_H
 #define DATA_AREA_INDEX_H
@@ -19,12 +23,15 @@
 /** True when the area has these keys; the integers are compared first. */
 inline bool hasKeys(const _DATA_ &area, int station, const QString &regType, int areaIndex)
 {
-    return area.station == station && area.areaIndex == areaIndex
+    return area.areaIndex == areaIndex && area.station == station
            && (sharesText(area.regType, regType) || area.regType == regType);
 }
 
 /** Position of the first area with these keys, by walking the list; -1 when there is none. */
 int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
+
+/** The same, with the area appended, all but its keys zero, where there is none. */
+int scanOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
 
 class DataAreaIndex
 {
@@ -42,6 +49,23 @@ public:
      */
     int find(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
 
+    /**
+     * The same, but only where areas are mostly asked for: the one found last,
+     * and the one behind it. Also -1 when the type is another text of the same name.
+     */
+    int findBeside(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+    {
+        if (isAt(areas, next, station, regType, areaIndex)) {
+            searched = false;
+            found = next++;
+            return found;
+        }
+        return isAt(areas, found, station, regType, areaIndex) ? found : -1;
+    }
+
+    /** As find(), with the area appended, all but its keys zero, where there is none. */
+    int findOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
+
     /** To be told after an area was appended. */
     void appended(const QList<_DATA_> &areas);
 
@@ -52,6 +76,16 @@ private:
         int position; ///< in the list; -1 when the slot is free
     };
 
+    static bool isAt(const QList<_DATA_> &areas, int position, int station, const QString &regType, int areaIndex)
+    {
+        // One comparison for both ends: a negative position is a large unsigned one.
+        if (static_cast<unsigned int>(position) >= static_cast<unsigned int>(sizeOf(areas)))
+            return false;
+        const _DATA_ &area = areas.at(position);
+        return area.areaIndex == areaIndex && area.station == station && sharesText(area.regType, regType);
+    }
+
+    int search(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
     bool describes(const QList<_DATA_> &areas) const;
     bool endsHaveTheirKeys(const QList<_DATA_> &areas) const;
     void rebuild(const QList<_DATA_> &areas);
@@ -59,12 +93,15 @@ private:
     void remember(const QList<_DATA_> &areas);
     bool probe(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex, int &position) const;
 
-    std::vector<Slot> slots_; ///< open addressing, a power of two long, at most two thirds full
-    int indexed;              ///< how many areas of the list are in the slots
-    const _DATA_ *firstArea;  ///< the ends of the list as last seen
+    std::vector<Slot> table; ///< open addressing, a power of two long, at most two thirds full
+    int indexed;             ///< how many areas of the list are in the slots
+    const _DATA_ *firstArea; ///< the ends of the list as last seen
     const _DATA_ *lastArea;
     unsigned int firstHash; ///< the keys at the ends, hashed
     unsigned int lastHash;
+    int found;     ///< position of the area found last: a guess
+    int next;      ///< position of the area that is probably asked for next
+    bool searched; ///< the last one was not where it was expected
 };
 
 #endif

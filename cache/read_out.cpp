@@ -1,6 +1,8 @@
-#include "cache/data_areas.h"
+#include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
+#include "cache/type_areas.h"
+#include "cache/data_areas.h"
 #include "driver/arithmetic.h"
 
 namespace {
@@ -30,7 +32,7 @@ void Modbus_rtu_master::getData(int station, const QString &regType, int address
     if (!type)
         return;
 
-    AreaWalker areas(*this, station, areaTypeText(*type));
+    TypeAreas areas(*this, station, areaTypeText(*type));
     const int elements = boundedCount(count);
     for (int i = 0; i < elements; ++i) {
         const int element = wrapAdd(address, i);

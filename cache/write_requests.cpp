@@ -1,6 +1,10 @@
-#include "cache/data_areas.h"
+// Host writes: queued for the slaves, and shown at once.
+
+#include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
+#include "cache/type_areas.h"
+#include "cache/data_areas.h"
 #include "cache/request_queue.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
@@ -71,18 +75,8 @@ struct BitPlace
     }
 };
 
-} // namespace
-
-void Modbus_rtu_master::setData(int station, const QString &regType, int address, int count, const unsigned char *data,
-                                int tag)
-{
-    if (!localWriteOnly)
-        queueWrite(station, regType, address, count, data, tag);
-    write_saveDataToArea(station, regType, address, count, data);
-}
-
-void Modbus_rtu_master::queueWrite(int station, const QString &regType, int address, int count,
-                                   const unsigned char *data, int tag)
+void queueWrite(Modbus_rtu_master &master, int station, const QString &regType, int address, int count,
+                const unsigned char *data, int tag)
 {
     const RegisterType *type = findRegisterType(regType);
     if (!type || !type->writable)
@@ -96,12 +90,87 @@ void Modbus_rtu_master::queueWrite(int station, const QString &regType, int addr
         var.startAddr = address;
         var.count = count;
         copyPayload(var, data, 0, count);
-        addVarToList(writeList, var);
+        addVarToList(master.writeList, var);
         return;
     }
 
-    const RequestPieces pieces(address, boundedCount(count), maxBlockWords);
-    addPiecesToList(writeList, pieces, var, RegisterPayload(pieces, data));
+    const RequestPieces pieces(address, boundedCount(count), master.maxBlockWords);
+    addPiecesToList(master.writeList, pieces, var, RegisterPayload(pieces, data));
+}
+
+void showWrittenCoil(TypeAreas &areas, int address, int value)
+{
+    if (coilOf(shownValue(areas.at(address))) != value)
+        areas.master.reportChange(areas.master.linkId, areas.station, areas.areaType, address);
+    _DATA_ &area = areas.at(address);
+    storeCoil(area.writtenValue, value);
+    area.writtenFlag = 1;
+}
+
+void showWrittenRegister(TypeAreas &areas, int address, int value)
+{
+    const int shown = registerOf(shownValue(areas.at(address)));
+    if (shown != value)
+        areas.master._wordDataChange(&shown, &value, areas.station, areas.areaType, address, 0);
+    _DATA_ &area = areas.at(address);
+    storeRegister(area.writtenValue, value);
+    area.writtenFlag = 1;
+}
+
+/**
+ * Shows one written bit of a register. @p keepsOtherByte: earlier writes to the
+ * other byte survive while the area is flagged as written; else that byte is
+ * taken from the value read.
+ */
+void showWrittenBit(TypeAreas &areas, int bitAddress, bool on, bool keepsOtherByte)
+{
+    const BitPlace place(bitAddress);
+    const int shown = registerOf(shownValue(areas.at(place.areaIndex)));
+    const int value = on ? shown | place.mask : shown & ~place.mask;
+    if (shown != value)
+        areas.master._wordDataChange(&shown, &value, areas.station, areas.areaType, place.areaIndex, 0);
+
+    _DATA_ &area = areas.at(place.areaIndex);
+    const bool otherByteWritten = keepsOtherByte && area.writtenFlag;
+    const int otherByte = (otherByteWritten ? area.writtenValue : area.readValue) & ~place.byteMask;
+    storeRegister(area.writtenValue, (value & place.byteMask) | otherByte);
+    area.writtenFlag = 1;
+}
+
+int queuedBitWrites(Modbus_rtu_master &master, int station, int startAddr, int count)
+{
+    const QString regType = QLatin1String("4x_bit");
+    int found = 0;
+    QMutexLocker locked(&master.listMutex);
+    for (int i = 0; i < sizeOf(master.writeList); ++i) {
+        if (isRange(master.writeList.at(i), station, regType, startAddr, count))
+            ++found;
+    }
+    return found;
+}
+
+/** Counts a bit write as pending, at most twice: one in flight and one queued behind it. */
+void recordBitWrite(TypeAreas &areas, int bitAddress, int startAddr, int count)
+{
+    const BitPlace place(bitAddress);
+    _DATA_ &area = areas.at(place.areaIndex);
+    const int pending = _setBitValue(area.bitWriteState, pendingBit(place.position), 1);
+    if (pending != area.bitWriteState) {
+        area.bitWriteState = pending;
+        return;
+    }
+    if (queuedBitWrites(areas.master, areas.station, startAddr, count) == 2)
+        area.bitWriteState = _setBitValue(area.bitWriteState, secondPendingBit(place.position), 1);
+}
+
+} // namespace
+
+void Modbus_rtu_master::setData(int station, const QString &regType, int address, int count, const unsigned char *data,
+                                int tag)
+{
+    if (!localWriteOnly)
+        queueWrite(*this, station, regType, address, count, data, tag);
+    write_saveDataToArea(station, regType, address, count, data);
 }
 
 void Modbus_rtu_master::write_saveDataToArea(int station, const QString &regType, int address, int count,
@@ -111,7 +180,7 @@ void Modbus_rtu_master::write_saveDataToArea(int station, const QString &regType
     if (!type)
         return;
 
-    AreaWalker areas(*this, station, areaTypeText(*type));
+    TypeAreas areas(*this, station, areaTypeText(*type));
     const int elements = boundedCount(count);
     switch (type->unit) {
     case CoilUnit:
@@ -139,69 +208,4 @@ void Modbus_rtu_master::write_saveDataToArea(int station, const QString &regType
         }
         return;
     }
-}
-
-void Modbus_rtu_master::showWrittenCoil(AreaWalker &areas, int address, int value)
-{
-    if (coilOf(shownValue(areas.at(address))) != value)
-        reportChange(linkId, areas.station, areas.areaType, address);
-    _DATA_ &area = areas.at(address);
-    storeCoil(area.writtenValue, value);
-    area.writtenFlag = 1;
-}
-
-void Modbus_rtu_master::showWrittenRegister(AreaWalker &areas, int address, int value)
-{
-    const int shown = registerOf(shownValue(areas.at(address)));
-    if (shown != value)
-        _wordDataChange(&shown, &value, areas.station, areas.areaType, address, 0);
-    _DATA_ &area = areas.at(address);
-    storeRegister(area.writtenValue, value);
-    area.writtenFlag = 1;
-}
-
-/**
- * Shows one written bit of a register. @p keepsOtherByte: earlier writes to the
- * other byte survive while the area is flagged as written; else that byte is
- * taken from the value read.
- */
-void Modbus_rtu_master::showWrittenBit(AreaWalker &areas, int bitAddress, bool on, bool keepsOtherByte)
-{
-    const BitPlace place(bitAddress);
-    const int shown = registerOf(shownValue(areas.at(place.areaIndex)));
-    const int value = on ? shown | place.mask : shown & ~place.mask;
-    if (shown != value)
-        _wordDataChange(&shown, &value, areas.station, areas.areaType, place.areaIndex, 0);
-
-    _DATA_ &area = areas.at(place.areaIndex);
-    const bool otherByteWritten = keepsOtherByte && area.writtenFlag;
-    const int otherByte = (otherByteWritten ? area.writtenValue : area.readValue) & ~place.byteMask;
-    storeRegister(area.writtenValue, (value & place.byteMask) | otherByte);
-    area.writtenFlag = 1;
-}
-
-/** Counts a bit write as pending, at most twice: one in flight and one queued behind it. */
-void Modbus_rtu_master::recordBitWrite(AreaWalker &areas, int bitAddress, int startAddr, int count)
-{
-    const BitPlace place(bitAddress);
-    _DATA_ &area = areas.at(place.areaIndex);
-    const int pending = _setBitValue(area.bitWriteState, pendingBit(place.position), 1);
-    if (pending != area.bitWriteState) {
-        area.bitWriteState = pending;
-        return;
-    }
-    if (queuedBitWrites(areas.station, startAddr, count) == 2)
-        area.bitWriteState = _setBitValue(area.bitWriteState, secondPendingBit(place.position), 1);
-}
-
-int Modbus_rtu_master::queuedBitWrites(int station, int startAddr, int count)
-{
-    const QString regType = QLatin1String("4x_bit");
-    int found = 0;
-    QMutexLocker locked(&listMutex);
-    for (int i = 0; i < sizeOf(writeList); ++i) {
-        if (isRange(writeList.at(i), station, regType, startAddr, count))
-            ++found;
-    }
-    return found;
 }

@@ -6,6 +6,37 @@
 
 Modbus_rtu_master driver;
 
+namespace {
+
+/** The settings of the property string; one of four fields or fewer changes nothing. */
+void configure(Modbus_rtu_master &master, const char *property)
+{
+    const QStringList fields = QString::fromLatin1(property).split(QLatin1Char('#'));
+    if (fields.size() <= 4)
+        return;
+
+    master.linkId = fields.at(0).toInt();
+    master.localWriteOnly = fields.at(1).toInt();
+    master.spareProperty = fields.at(2).toInt();
+    master.retryLimit = fields.at(3).toInt();
+    master.maxReadWords = fields.at(4).toInt();
+    if (fields.size() == 5) {
+        master.doubleSwapMode = 0;
+        return;
+    }
+
+    const QStringList swap = fields.at(5).split(QLatin1Char('_'));
+    master.doubleSwapMode = swap.at(0).toInt();
+    if (swap.size() < 2 || swap.at(1).isEmpty())
+        return;
+    // The list is appended to: a host that initialises again adds stations.
+    const QStringList stations = swap.at(1).split(QLatin1Char(','));
+    for (int i = 0; i < sizeOf(stations); ++i)
+        master.doubleSwapStations.append(stations.at(i).toInt());
+}
+
+} // namespace
+
 Modbus_rtu_master::Modbus_rtu_master()
     : valueChangeCallBack(0)
     , linkId(0)
@@ -31,14 +62,12 @@ Modbus_rtu_master::Modbus_rtu_master()
     , spareFlagB(0)
     , rcpIndex(0)
     , doubleSwapMode(0)
-    , lastReplyStart(0)
-    , lastReplyEnd(0)
 {
 }
 
 void Modbus_rtu_master::initProperty(void *area, int argument, void *wordBuffer, const char *property, QMutex *mutex)
 {
-    configure(property);
+    configure(*this, property);
 
     hostArea = static_cast<unsigned char *>(area);
     hostArg = argument;
@@ -49,6 +78,7 @@ void Modbus_rtu_master::initProperty(void *area, int argument, void *wordBuffer,
     writeList.clear();
     conditionReadList.clear();
     dataAreas.clear();
+    lastReplies.plan(cyclicReadList);
     sendState = NothingSent;
     burstCount = 0;
     spareCounter = 0;
@@ -61,48 +91,17 @@ void Modbus_rtu_master::initProperty(void *area, int argument, void *wordBuffer,
     spareFlagB = 1;
 }
 
-void Modbus_rtu_master::configure(const char *property)
-{
-    const QStringList fields = QString::fromLatin1(property).split(QLatin1Char('#'));
-    if (fields.size() <= 4)
-        return;
-
-    linkId = fields.at(0).toInt();
-    localWriteOnly = fields.at(1).toInt();
-    spareProperty = fields.at(2).toInt();
-    retryLimit = fields.at(3).toInt();
-    maxReadWords = fields.at(4).toInt();
-    if (fields.size() == 5) {
-        doubleSwapMode = 0;
-        return;
-    }
-
-    const QStringList swap = fields.at(5).split(QLatin1Char('_'));
-    doubleSwapMode = swap.at(0).toInt();
-    if (swap.size() < 2 || swap.at(1).isEmpty())
-        return;
-    // The list is appended to: a host that initialises again adds stations.
-    const QStringList stations = swap.at(1).split(QLatin1Char(','));
-    for (int i = 0; i < sizeOf(stations); ++i)
-        doubleSwapStations.append(stations.at(i).toInt());
-}
-
-bool Modbus_rtu_master::swapsDoubleWords(int station) const
-{
-    return doubleSwapMode == 1 || doubleSwapStations.contains(station);
-}
-
-void Modbus_rtu_master::reportChange(int link, int station, const QString &regType, int address)
-{
-    QString text = regType; // the host gets a copy of its own for the duration of the call
-    callHost(link, station, text, address);
-}
-
-void Modbus_rtu_master::callHost(int link, int station, QString &text, int address)
+void Modbus_rtu_master::reportChange(int link, int station, QString &text, int address)
 {
     const ValueChangeCallBack callBack = valueChangeCallBack;
     if (!callBack)
         return;
     MonitorRelease released;
     callBack(link, station, &text, address);
+}
+
+void Modbus_rtu_master::reportChange(int link, int station, const QString &regType, int address)
+{
+    QString text = regType;
+    reportChange(link, station, text, address);
 }

@@ -19,10 +19,10 @@
 #include "modbus_rtu_interface.h"
 
 #include "cache/data_area_index.h"
+#include "cache/last_replies.h"
+#include "driver/qt_compat.h"
 
 #include <QtCore/QStringList>
-
-#include <vector>
 
 /** What the transaction in flight is; values of Modbus_rtu_master::sendState. */
 enum SendState {
@@ -43,10 +43,6 @@ enum ReplyVerdict { NothingPending = 0, ReplyAccepted = 1, RequestGivenUp = 2, S
 /** Second argument of Modbus_rtu_master::addrMerge(). */
 enum MergeMode { PollMerge = 1, RecipeMerge = 2 };
 
-class AreaWalker;
-class ReplyBytes;
-struct RegisterType;
-
 class Modbus_rtu_master
 {
 public:
@@ -60,7 +56,11 @@ public:
     /**
      * Calls the host back, outside the monitor. Does nothing without a callback.
      * May run any other operation of this object before it returns.
+     * @param text what the host gets as the type, and may change: no text that is used for anything else
      */
+    void reportChange(int link, int station, QString &text, int address);
+
+    /** The same with a copy of the type. */
     void reportChange(int link, int station, const QString &regType, int address);
 
     // --- address language ----------------------------------------------------
@@ -133,9 +133,6 @@ public:
      */
     int getIndexOfDataArea(int station, const QString &regType, int areaIndex, QList<_DATA_> &areas);
 
-    /** Area of the cache with these keys; valid until the next look-up or callback. */
-    _DATA_ &dataArea(int station, const QString &regType, int areaIndex);
-
     /** Reports what changed between two values of a register: bits, word, doubles, in this order. */
     void _wordDataChange(const int *oldValue, const int *newValue, int station, const QString &regType, int address,
                          int noBits);
@@ -196,77 +193,16 @@ public:
     int doubleSwapMode;                ///< 1: low word first for every station
     QList<int> doubleSwapStations;     ///< stations with the low word first in other modes
 
+    // --- what else is remembered ---------------------------------------------
+
+    DataAreaIndex areaPositions;  ///< where the areas of dataAreas are
+    LastReplies lastReplies;      ///< what the areas of the cyclic plan hold
+    Rotation planRotation;        ///< of cyclicReadList
+    QList<FRAME_PRO> spareFrames; ///< at most one frame that stands by for the next transaction
+
 private:
     Modbus_rtu_master(const Modbus_rtu_master &);
     Modbus_rtu_master &operator=(const Modbus_rtu_master &);
-
-    friend class AreaWalker;
-
-    void configure(const char *property);
-    void callHost(int link, int station, QString &text, int address);
-    bool swapsDoubleWords(int station) const;
-
-    void queueWrite(int station, const QString &regType, int address, int count, const unsigned char *data, int tag);
-    void showWrittenCoil(AreaWalker &areas, int address, int value);
-    void showWrittenRegister(AreaWalker &areas, int address, int value);
-    void showWrittenBit(AreaWalker &areas, int bitAddress, bool on, bool keepsOtherByte);
-    void recordBitWrite(AreaWalker &areas, int bitAddress, int startAddr, int count);
-    int queuedBitWrites(int station, int startAddr, int count);
-    void settleCoilWrite(AreaWalker &areas, int address, bool confirmed);
-    void settleRegisterWrite(AreaWalker &areas, int address, bool confirmed);
-    void settleBitWrite(AreaWalker &areas, int bitAddress, bool confirmed);
-
-    /** What the host asks for through its two request bytes; a write wins over a read. */
-    struct TransferRequests
-    {
-        bool write;
-        bool read;
-    };
-
-    TransferRequests transferRequests() const;
-    void endTransfer(int requestByte);
-    void selectTransaction(TransferRequests requested);
-    void selectBlock(bool write);
-    void selectPolling();
-    void buildFrames();
-    void finishWrite();
-    void finishConditionRead();
-    void finishBlock(int requestByte);
-
-    int finishGoodRead(QByteArray &received);
-    int finishGoodWrite();
-    int retireHeadFrame();
-    int giveUp(const QByteArray &received, QString &errorText);
-    void markFailed(const VARIABLE &var, int dataLen);
-
-    void unpackReply(const ReplyBytes &reply, int dataLen, int station, const RegisterType &type, int startAddr);
-    void unpackRegisters(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply, bool keepsWritten);
-    bool takeRegister(AreaWalker &areas, int address, int value, bool keepsWritten);
-    void unpackCoils(AreaWalker &areas, int startAddr, int count, const ReplyBytes &reply);
-    bool takeCoil(AreaWalker &areas, int address, int value, QString &text);
-    int takeChangedCoils(AreaWalker &areas, int address, const unsigned char *packed, int firstBit, int count);
-    void fillBitWrite(QByteArray &received);
-
-    /** Registered rows first to last - 1 of one recipe block. */
-    struct RecipeRows
-    {
-        QVector<_RCP_VAR_PRO> rows; ///< shares the registered rows: a callback may register anew
-        int first;
-        int last;
-
-        RecipeRows() : first(0), last(0) {}
-    };
-
-    RecipeRows recipeRowsInTransfer() const;
-    void unpackRecipeRows(const RecipeRows &found, const RegisterType *type, const ReplyBytes &reply);
-    void storeRecipeWords(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply);
-    void storeRecipeDouble(const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply);
-    void reportRecipeWord(int word);
-
-    int lastReplyStart;           ///< where in dataAreas the areas of the last reply began,
-    int lastReplyEnd;             ///< and where they ended: guesses, never relied on
-    QList<FRAME_PRO> spareFrames; ///< at most one frame that stands by for the next transaction
-    DataAreaIndex areaPositions;  ///< where the areas of dataAreas are
 };
 
 /** The one object behind the exported entry points. */

@@ -218,24 +218,3 @@ void Modbus_rtu_master::getWriteFrame(const VARIABLE &v)
         return;
     }
 }
-
-int Modbus_rtu_master::check_rcv_data(const unsigned char *reply, int length) const
-{
-    if (frameList.isEmpty())
-        return BadReply;
-    const FRAME_PRO &head = frameList.first();
-    if (length == 0)
-        return head.replyLen == 0 ? GoodReplyWithoutData : BadReply;
-    if (length != head.replyLen || length < CrcBytes || !reply)
-        return BadReply;
-
-    const unsigned char *crcBytes = reply + length - CrcBytes;
-    if (length == CrcBytes) {
-        // Two bytes leave nothing to check: an idle line's 0xFF 0xFF is accepted.
-        if (crcBytes[0] != 0xFF || crcBytes[1] != 0xFF)
-            return BadReply;
-    } else if (modbusCrc16(reply, length - CrcBytes) != static_cast<unsigned int>(crcBytes[0] | crcBytes[1] << 8)) {
-        return BadReply;
-    }
-    return head.dataLen != 0 ? GoodReadReply : GoodReplyWithoutData;
-}

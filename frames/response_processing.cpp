@@ -3,11 +3,116 @@
 #include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
-#include "cache/data_areas.h"
+#include "cache/type_areas.h"
+#include "cache/reply_values.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
+#include "frames/bit_write.h"
+#include "frames/crc.h"
 #include "frames/frame_queue.h"
-#include "frames/reply_bytes.h"
+#include "frames/recipe_transfer.h"
+
+namespace {
+
+enum { CrcBytes = 2, AreaCoils = 8 };
+
+int retireHeadFrame(Modbus_rtu_master &master)
+{
+    FrameQueue(master.frameList, master.spareFrames).removeFirst();
+    if (master.frameList.isEmpty())
+        master.dealListWhenFinish();
+    master.failCount = 0;
+    return ReplyAccepted;
+}
+
+bool isReadHalfOfBitWrite(const Modbus_rtu_master &master, const VARIABLE &var)
+{
+    const RegisterType *type = master.sendState == WriteSent ? findRegisterType(var.regType) : 0;
+    return type && type->unit == RegisterBitUnit && type->writable;
+}
+
+int finishGoodRead(Modbus_rtu_master &master, QByteArray &received)
+{
+    master.lastFailed = 0;
+    if (isReadHalfOfBitWrite(master, master.frameList.first().var)) {
+        fillBitWrite(master, received);
+        return retireHeadFrame(master);
+    }
+    // Callbacks may empty frameList and register anew: what is needed is taken before.
+    const FRAME_PRO &head = master.frameList.first();
+    const bool recipe = master.sendState == BlockReadSent;
+    const RecipeRows rows = recipe ? rowsInTransfer(master) : RecipeRows();
+    const QString regType = head.var.regType;
+    const ReplyBytes reply(received, head.frameKind);
+    takeReplyValues(master, head.var, head.dataLen, reply);
+    if (recipe)
+        storeRecipeRows(master, rows, regType, reply);
+    return retireHeadFrame(master);
+}
+
+int finishGoodWrite(Modbus_rtu_master &master)
+{
+    if (master.sendState == WriteSent) {
+        const VARIABLE var = master.frameList.first().var;
+        master._write_FailOrSuc(var.station, var.regType, var.startAddr, var.count, 1);
+    }
+    master.lastFailed = 0;
+    return retireHeadFrame(master);
+}
+
+void markFailed(Modbus_rtu_master &master, const VARIABLE &var, int dataLen)
+{
+    const RegisterType *type = findRegisterType(var.regType);
+    if (!type)
+        return;
+    // Coils are marked in steps of 8, one area for each coil read: hosts rely on
+    // just these areas.
+    const int step = type->unit == CoilUnit ? static_cast<int>(AreaCoils) : 1;
+    const int areasToMark = boundedCount(type->unit == CoilUnit ? dataLen : dataLen / 2);
+    TypeAreas areas(master, var.station, areaTypeText(*type));
+    master.lastReplies.forget(var.station, areas.areaType, var.startAddr, wrapMul(areasToMark, step));
+    for (int i = 0; i < areasToMark; ++i)
+        areas.at(wrapAdd(var.startAddr, step * i)).errorFlag = 1;
+}
+
+int giveUp(Modbus_rtu_master &master, const QByteArray &received, QString &errorText)
+{
+    master.lastFailed = 1;
+    const int dataLen = master.frameList.first().dataLen;
+    const VARIABLE var = master.frameList.first().var;
+    if (master.sendState == WriteSent)
+        master._write_FailOrSuc(var.station, var.regType, var.startAddr, var.count, 0);
+    errorText = master.getErrorInfo(received, var.regType, var.startAddr, var.station, var.count);
+    markFailed(master, var, dataLen);
+
+    master.frameList.clear();
+    master.failCount = 0;
+    master.dealListWhenFinish();
+    return RequestGivenUp;
+}
+
+} // namespace
+
+int Modbus_rtu_master::check_rcv_data(const unsigned char *reply, int length) const
+{
+    if (frameList.isEmpty())
+        return BadReply;
+    const FRAME_PRO &head = frameList.first();
+    if (length == 0)
+        return head.replyLen == 0 ? GoodReplyWithoutData : BadReply;
+    if (length != head.replyLen || length < CrcBytes || !reply)
+        return BadReply;
+
+    const unsigned char *crcBytes = reply + length - CrcBytes;
+    if (length == CrcBytes) {
+        // Two bytes leave nothing to check: an idle line's 0xFF 0xFF is accepted.
+        if (crcBytes[0] != 0xFF || crcBytes[1] != 0xFF)
+            return BadReply;
+    } else if (modbusCrc16(reply, length - CrcBytes) != static_cast<unsigned int>(crcBytes[0] | crcBytes[1] << 8)) {
+        return BadReply;
+    }
+    return head.dataLen != 0 ? GoodReadReply : GoodReplyWithoutData;
+}
 
 int Modbus_rtu_master::dealRcvFrame(QByteArray &received, QString &errorText)
 {
@@ -16,11 +121,12 @@ int Modbus_rtu_master::dealRcvFrame(QByteArray &received, QString &errorText)
     if (frameList.isEmpty())
         return NothingPending;
 
+    lastReplies.begin();
     switch (check_rcv_data(reinterpret_cast<const unsigned char *>(received.constData()), sizeOf(received))) {
     case GoodReadReply:
-        return finishGoodRead(received);
+        return finishGoodRead(*this, received);
     case GoodReplyWithoutData:
-        return finishGoodWrite();
+        return finishGoodWrite(*this);
     default:
         break;
     }
@@ -28,81 +134,5 @@ int Modbus_rtu_master::dealRcvFrame(QByteArray &received, QString &errorText)
     failCount = wrapAdd(failCount, 1);
     if (failCount < retryLimit)
         return SendAgain;
-    return giveUp(received, errorText);
-}
-
-int Modbus_rtu_master::finishGoodRead(QByteArray &received)
-{
-    lastFailed = 0;
-    // Callbacks may empty frameList: what is needed of its head is taken before.
-    const FRAME_PRO &head = frameList.first();
-    const RegisterType *type = findRegisterType(head.var.regType);
-    const int station = head.var.station;
-    const int startAddr = head.var.startAddr;
-    const int dataStart = head.frameKind;
-    const int dataLen = head.dataLen;
-
-    if (type && type->unit == RegisterBitUnit && type->writable && sendState == WriteSent) {
-        fillBitWrite(received);
-        return retireHeadFrame();
-    }
-    const ReplyBytes reply(received, dataStart);
-    if (sendState == BlockReadSent) {
-        const RecipeRows rows = recipeRowsInTransfer(); // callbacks may register anew
-        if (type)
-            unpackReply(reply, dataLen, station, *type, startAddr);
-        unpackRecipeRows(rows, type, reply);
-    } else if (type) {
-        unpackReply(reply, dataLen, station, *type, startAddr);
-    }
-    return retireHeadFrame();
-}
-
-int Modbus_rtu_master::finishGoodWrite()
-{
-    if (sendState == WriteSent) {
-        const VARIABLE var = frameList.first().var;
-        _write_FailOrSuc(var.station, var.regType, var.startAddr, var.count, 1);
-    }
-    lastFailed = 0;
-    return retireHeadFrame();
-}
-
-int Modbus_rtu_master::retireHeadFrame()
-{
-    FrameQueue(frameList, spareFrames).removeFirst();
-    if (frameList.isEmpty())
-        dealListWhenFinish();
-    failCount = 0;
-    return ReplyAccepted;
-}
-
-int Modbus_rtu_master::giveUp(const QByteArray &received, QString &errorText)
-{
-    lastFailed = 1;
-    const int dataLen = frameList.first().dataLen;
-    const VARIABLE var = frameList.first().var;
-    if (sendState == WriteSent)
-        _write_FailOrSuc(var.station, var.regType, var.startAddr, var.count, 0);
-    errorText = getErrorInfo(received, var.regType, var.startAddr, var.station, var.count);
-    markFailed(var, dataLen);
-
-    frameList.clear();
-    failCount = 0;
-    dealListWhenFinish();
-    return RequestGivenUp;
-}
-
-void Modbus_rtu_master::markFailed(const VARIABLE &var, int dataLen)
-{
-    const RegisterType *type = findRegisterType(var.regType);
-    if (!type)
-        return;
-    // Coils are marked in steps of 8, one area for each coil read: hosts rely on
-    // just these areas.
-    const bool coils = type->unit == CoilUnit;
-    const int areasToMark = boundedCount(coils ? dataLen : dataLen / 2);
-    AreaWalker areas(*this, var.station, areaTypeText(*type));
-    for (int i = 0; i < areasToMark; ++i)
-        areas.at(wrapAdd(var.startAddr, coils ? 8 * i : i)).errorFlag = 1;
+    return giveUp(*this, received, errorText);
 }

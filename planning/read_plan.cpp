@@ -36,5 +36,7 @@ int Modbus_rtu_master::buildReadPlan(const QList<KEY_ADDRESS> &keys)
         unit.count = block.count;
         cyclicReadList.append(unit);
     }
+    planRotation.prepare(cyclicReadList);
+    lastReplies.plan(cyclicReadList);
     return sizeOf(cyclicReadList);
 }

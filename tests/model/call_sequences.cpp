@@ -17,6 +17,7 @@ const Phase phases[] = {
     //                       desc cb init va ca rl rd mc rcp am cond send deal get set host
     {"everything", Narrow, {1, 1, 1, 3, 3, 1, 1, 2, 2, 4, 8, 30, 30, 10, 20, 2}},
     {"polling", Narrow, {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 4, 60, 60, 4, 6, 1}},
+    {"steady polling", Calm, {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 6, 400, 400, 8, 10, 1}},
     {"writing bits", Narrow, {0, 0, 0, 0, 0, 0, 0, 0, 0, 1, 2, 40, 40, 5, 40, 0}},
     {"write flood", Wide, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 2, 4, 4, 2, 80, 0}},
     {"read flood", Wide, {0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 80, 4, 4, 2, 4, 0}},
@@ -24,6 +25,8 @@ const Phase phases[] = {
     {"planning", Narrow, {0, 1, 2, 1, 1, 0, 0, 0, 10, 30, 5, 15, 15, 10, 5, 1}},
     {"editing", Narrow, {5, 0, 0, 40, 40, 4, 8, 20, 0, 0, 0, 0, 0, 0, 0, 0}},
 };
+
+enum { SteadyPhase = 2 };
 
 CallKind pickKind(Random &random, const Phase &phase)
 {
@@ -53,7 +56,8 @@ std::vector<Call> randomCalls(std::uint32_t seed, int steps)
     }
     while (static_cast<int>(calls.size()) < steps) {
         const int phaseCount = static_cast<int>(sizeof phases / sizeof phases[0]);
-        const Phase &phase = phases[random.chance(30) ? 0 : random.below(phaseCount)];
+        const int number = random.chance(25) ? 0 : random.chance(35) ? SteadyPhase : random.below(phaseCount);
+        const Phase &phase = phases[number];
         // A flood comes on a fresh, widely split queue, else it takes too long to fill.
         const int length = phase.spread == Wide ? random.between(50, 500) : random.between(20, 300);
         if (random.chance(50)) {

@@ -45,11 +45,14 @@ TEST(DriverAgainstPlainModel, AgreesOnRandomCallSequences)
         all.blockTransfers += reach.blockTransfers;
         all.fullQueues += reach.fullQueues;
         all.blockedHeads += reach.blockedHeads;
+        all.remembered += reach.remembered;
+        all.unchanged += reach.unchanged;
     }
     std::printf("frames %d, accepted %d, resent %d, given up %d, changes %d, condition ends %d, recipe words %d, "
-                "block transfers %d, calls with a full queue %d, heads without a frame %d\n",
+                "block transfers %d, calls with a full queue %d, heads without a frame %d, replies remembered %d, "
+                "unchanged %d\n",
                 all.frames, all.accepted, all.resent, all.givenUp, all.changes, all.conditionEnds, all.recipeWords,
-                all.blockTransfers, all.fullQueues, all.blockedHeads);
+                all.blockTransfers, all.fullQueues, all.blockedHeads, all.remembered, all.unchanged);
     if (steps < 90000)
         return;
     // A run that never gets anywhere would agree as well.
@@ -60,6 +63,9 @@ TEST(DriverAgainstPlainModel, AgreesOnRandomCallSequences)
     EXPECT_GT(all.blockTransfers, 20);
     EXPECT_GT(all.fullQueues, 50);
     EXPECT_GT(all.blockedHeads, 50);
+    EXPECT_GT(all.remembered, steps / 50);
+    EXPECT_GT(all.unchanged, steps / 80);
+    EXPECT_GT(all.remembered - all.unchanged, steps / 300);
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "model/duel.h"
 
+#include "driver/modbus_rtu_master.h"
 #include "model/state_comparison.h"
 #include "support/driver_fixture.h"
 
@@ -152,7 +153,7 @@ std::string Duel::dispatch(const Call &call, Random &random)
     case GetSendFrame:
         return getSendFrame();
     case DealRcvFrame:
-        return dealRcvFrame(random);
+        return dealRcvFrame(random, call.spread);
     case GetData:
         return getData(random, call.spread);
     case SetData:
@@ -301,11 +302,24 @@ std::string Duel::getSendFrame()
     return difference;
 }
 
-std::string Duel::dealRcvFrame(Random &random)
+// Shows that a run has replies to requests whose last reply the driver still knows.
+void Duel::noteWhatIsRemembered(const QByteArray &reply)
+{
+    if (driver.sendState != CyclicReadSent || driver.frameList.isEmpty() || reply.size() < 5)
+        return;
+    const FRAME_PRO &head = driver.frameList.first();
+    const unsigned char *known = driver.lastReplies.dataAt(driver.lastReplies.placeFor(head.var));
+    if (known == nullptr || reply.size() != head.replyLen)
+        return;
+    ++reach.remembered;
+    reach.unchanged += memcmp(known, reply.constData() + 3, static_cast<size_t>(reply.size() - 5)) == 0 ? 1 : 0;
+}
+
+std::string Duel::dealRcvFrame(Random &random, Spread spread)
 {
     QByteArray reply;
     if (lastFrame.frameLen > 0 && (!answered || random.chance(50)))
-        reply = slave.reply(random, lastFrame);
+        reply = slave.reply(random, lastFrame, spread == Calm);
     answered = true;
     note("intf_dealRcvFrame(" + std::string(slave.lastKind) + ": "
          + text(reinterpret_cast<const unsigned char *>(reply.constData()), static_cast<int>(reply.size())) + ")");
@@ -314,6 +328,7 @@ std::string Duel::dealRcvFrame(Random &random)
     QString realText = QLatin1String("left over");
     QString plainText = realText;
     const bool block = plain.sendState == 5 || plain.sendState == 6;
+    noteWhatIsRemembered(reply);
     const int real = intf_dealRcvFrame(&realReply, &realText);
     const int expected = plain.dealRcvFrame(&plainReply, &plainText);
     note(" = " + std::to_string(expected));

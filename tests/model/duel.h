@@ -83,6 +83,8 @@ public:
         int blockTransfers = 0;
         int fullQueues = 0;
         int blockedHeads = 0;
+        int remembered = 0; ///< replies to requests whose last reply was known
+        int unchanged = 0;  ///< those of them that said the same
     };
     Reach reach;
 
@@ -119,7 +121,8 @@ private:
     std::string addrMerge(Random &random, Spread spread);
     std::string addConditionRead(Random &random, Spread spread);
     std::string getSendFrame();
-    std::string dealRcvFrame(Random &random);
+    std::string dealRcvFrame(Random &random, Spread spread);
+    void noteWhatIsRemembered(const QByteArray &reply);
     std::string getData(Random &random, Spread spread);
     std::string setData(Random &random, Spread spread);
     void hostRequest(Random &random);

@@ -101,12 +101,12 @@ void FaultySlave::moveSomething(support::Random &random, const FRAME_PRO &reques
         area == 0 ? random.below(2) : random.pick({0, 1, 2, 256, 0x8000, 0xFFFF, random.below(65536)});
 }
 
-QByteArray FaultySlave::reply(support::Random &random, const FRAME_PRO &request)
+QByteArray FaultySlave::reply(support::Random &random, const FRAME_PRO &request, bool calm)
 {
-    while (random.chance(40))
+    while (random.chance(calm ? 25 : 40))
         moveSomething(random, request);
     const QByteArray good = goodReply(request);
-    const int fault = random.below(100);
+    const int fault = calm && random.chance(85) ? 0 : random.below(100);
     if (fault < 66) {
         execute(request);
         previous = good;

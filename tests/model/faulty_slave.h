@@ -20,8 +20,8 @@ namespace model {
 class FaultySlave
 {
 public:
-    /** What arrives after @p request: mostly the right answer. */
-    QByteArray reply(support::Random &random, const FRAME_PRO &request);
+    /** What arrives after @p request: mostly the right answer, and on a calm line nearly always the last one again. */
+    QByteArray reply(support::Random &random, const FRAME_PRO &request, bool calm);
 
     /** What went on in the last reply, for the trace. */
     const char *lastKind = "";

@@ -21,8 +21,8 @@ namespace model {
 
 using support::Random;
 
-/** How far apart the addresses are: narrow ones collide, wide ones fill the queues. */
-enum Spread { Narrow, Wide };
+/** How far apart the addresses are: narrow ones collide, wide ones fill the queues. Calm: narrow, in a steady plant. */
+enum Spread { Narrow, Wide, Calm };
 
 int station(Random &random);
 

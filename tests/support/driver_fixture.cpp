@@ -309,7 +309,9 @@ _DATA_ DriverFixture::area(int station, const char *regType, int areaIndex)
 
 _DATA_ &DriverFixture::makeArea(int station, const char *regType, int areaIndex)
 {
-    return driver.dataArea(station, QString::fromLatin1(regType), areaIndex);
+    const QString type = QString::fromLatin1(regType);
+    driver.lastReplies.forget(station, type, areaIndex, 1); // the test is going to change it behind the driver's back
+    return driver.dataAreas[driver.getIndexOfDataArea(station, type, areaIndex, driver.dataAreas)];
 }
 
 } // namespace support

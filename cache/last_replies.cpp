@@ -1,0 +1,155 @@
+#include "cache/last_replies.h"
+
+#include "address/register_types.h"
+#include "driver/qt_compat.h"
+
+#include <algorithm>
+#include <climits>
+#include <cstring>
+
+namespace {
+
+const int noRequest = -1;
+
+/** Data bytes that are kept of a reply. Slaves send no more than 250; what asks for more is answered by none. */
+const int mostBytes = 256;
+
+unsigned char typeDigit(const QString &areaType)
+{
+    return static_cast<unsigned char>(areaType.at(0).unicode());
+}
+
+bool isCoilType(unsigned char digit)
+{
+    return digit == '0' || digit == '1';
+}
+
+int bytesFor(unsigned char type, int values)
+{
+    return isCoilType(type) ? (values + 7) / 8 : 2 * values;
+}
+
+} // namespace
+
+LastReplies::LastReplies() : head(0), sent(noRequest), events(0) {}
+
+bool LastReplies::isBefore(const Reply &a, const Reply &b)
+{
+    if (a.station != b.station)
+        return a.station < b.station;
+    return a.type != b.type ? a.type < b.type : a.first < b.first;
+}
+
+/** Compares as isBefore(), but by the area that a reply and those before it reach to. */
+bool LastReplies::endsBefore(const Reply &a, const Reply &b)
+{
+    if (a.station != b.station)
+        return a.station < b.station;
+    return a.type != b.type ? a.type < b.type : a.reach < b.reach;
+}
+
+/** What is to be kept of the replies to this request; false when nothing is. */
+bool LastReplies::replyTo(const VARIABLE &request, Reply &made)
+{
+    const RegisterType *type = findRegisterType(request.regType);
+    if (!type || request.count < 1 || request.count > mostBytes * 8 || request.startAddr > INT_MAX - request.count)
+        return false;
+    made.station = request.station;
+    made.first = request.startAddr;
+    made.count = request.count;
+    made.reach = request.startAddr + request.count - 1;
+    made.data = 0;
+    made.type = typeDigit(areaTypeText(*type));
+    made.known = false;
+    return bytesFor(made.type, made.count) <= mostBytes;
+}
+
+void LastReplies::plan(const QList<VARIABLE> &requests)
+{
+    begin();
+    head = 0;
+    sent = noRequest;
+    std::vector<Reply>().swap(replies);
+    std::vector<unsigned char>().swap(bytes);
+    places.assign(static_cast<std::size_t>(sizeOf(requests)), static_cast<int>(NoPlace));
+
+    std::vector<int> requestOf; // for each reply, in the order of the plan
+    for (int i = 0; i < sizeOf(requests); ++i) {
+        Reply made;
+        if (!replyTo(requests.at(i), made))
+            continue;
+        replies.push_back(made);
+        requestOf.push_back(i);
+    }
+    orderReplies(requestOf);
+}
+
+void LastReplies::orderReplies(const std::vector<int> &requestOf)
+{
+    std::vector<int> order(replies.size());
+    for (std::size_t i = 0; i < order.size(); ++i)
+        order[i] = static_cast<int>(i);
+    const std::vector<Reply> unordered(replies);
+    std::sort(order.begin(), order.end(), [&unordered](int a, int b) {
+        return isBefore(unordered[static_cast<std::size_t>(a)], unordered[static_cast<std::size_t>(b)]);
+    });
+
+    int size = 0;
+    for (std::size_t i = 0; i < order.size(); ++i) {
+        const std::size_t from = static_cast<std::size_t>(order[i]);
+        Reply &reply = replies[i];
+        reply = unordered[from];
+        reply.data = size;
+        size += bytesFor(reply.type, reply.count);
+        if (i > 0 && replies[i - 1].station == reply.station && replies[i - 1].type == reply.type)
+            reply.reach = std::max(reply.reach, replies[i - 1].reach);
+        places[static_cast<std::size_t>(requestOf[from])] = static_cast<int>(i);
+    }
+    bytes.resize(static_cast<std::size_t>(size));
+}
+
+void LastReplies::rotate()
+{
+    const int requests = static_cast<int>(places.size());
+    head = head + 1 < requests ? head + 1 : 0;
+}
+
+int LastReplies::placeFor(const VARIABLE &unit) const
+{
+    if (sent < 0 || sent >= static_cast<int>(places.size()))
+        return NoPlace;
+    const int place = places[static_cast<std::size_t>(sent)];
+    if (place == NoPlace)
+        return NoPlace;
+    const Reply &reply = replies[static_cast<std::size_t>(place)];
+    const bool same = reply.station == unit.station && reply.first == unit.startAddr && reply.count == unit.count;
+    return same ? place : static_cast<int>(NoPlace);
+}
+
+const unsigned char *LastReplies::dataAt(int place) const
+{
+    if (place == NoPlace)
+        return 0;
+    const Reply &reply = replies[static_cast<std::size_t>(place)];
+    return reply.known ? bytes.data() + reply.data : 0;
+}
+
+void LastReplies::keep(int place, const unsigned char *data)
+{
+    Reply &reply = replies[static_cast<std::size_t>(place)];
+    std::memcpy(bytes.data() + reply.data, data, static_cast<std::size_t>(bytesFor(reply.type, reply.count)));
+    reply.known = true;
+}
+
+void LastReplies::forget(int station, const QString &areaType, int areaIndex, int count)
+{
+    if (replies.empty() || count < 1)
+        return;
+    const unsigned char type = typeDigit(areaType);
+    const long long last = static_cast<long long>(areaIndex) + count - 1;
+    // A range around the end of the 32-bit addresses is taken for all of them.
+    const Reply touched = {station, 0, 0, last > INT_MAX ? INT_MIN : areaIndex, 0, type, false};
+    std::vector<Reply>::iterator reply = std::lower_bound(replies.begin(), replies.end(), touched, endsBefore);
+    for (; reply != replies.end() && reply->station == station && reply->type == type && reply->first <= last; ++reply)
+        reply->known = false;
+}

@@ -1,0 +1,166 @@
+#include "cache/reply_values.h"
+
+#include "address/register_types.h"
+#include "cache/type_areas.h"
+#include "cache/data_areas.h"
+#include "driver/arithmetic.h"
+#include "driver/record_copy.h"
+
+#include <cstring>
+
+namespace {
+
+enum { ByteBits = 8 };
+
+/**
+ * One reply on its way into the areas. Where the last reply to the same request
+ * is known, only what differs from it needs a look, until a callback has let
+ * something else happen to the areas.
+ */
+class ReplyValues
+{
+public:
+    ReplyValues(Modbus_rtu_master &driverObject, const VARIABLE &answered, const RegisterType &answeredType,
+                int elements, const ReplyBytes &received)
+        : master(driverObject)
+        , areas(driverObject, answered.station, areaTypeText(answeredType))
+        , reply(received)
+        , data(received.data())
+        , size(received.size())
+        , start(answered.startAddr)
+        , count(elements)
+        , coils(answeredType.unit == CoilUnit)
+        // While host writes are queued, a panel goes on showing what was written to
+        // holding registers read as such.
+        , keepsWritten(answeredType.writable && answeredType.unit != RegisterBitUnit)
+        , moment(master.lastReplies.moment())
+        , place(placeFor(answered))
+        , known(master.lastReplies.dataAt(place))
+        , forgottenAt(moment - 1)
+    {
+    }
+
+    void take()
+    {
+        if (known && std::memcmp(known, data, static_cast<std::size_t>(dataBytes())) == 0)
+            return;
+        if (coils)
+            takeCoils();
+        else
+            takeRegisters();
+        if (place != LastReplies::NoPlace && nothingCameBetween())
+            master.lastReplies.keep(place, data);
+    }
+
+private:
+    ReplyValues(const ReplyValues &);
+    ReplyValues &operator=(const ReplyValues &);
+
+    int dataBytes() const { return coils ? divideUp(count, ByteBits) : 2 * count; }
+
+    int placeFor(const VARIABLE &answered) const
+    {
+        if (master.sendState != CyclicReadSent)
+            return LastReplies::NoPlace;
+        const int found = master.lastReplies.placeFor(answered);
+        const bool whole = found != LastReplies::NoPlace && count == answered.count && dataBytes() <= size;
+        return whole ? found : static_cast<int>(LastReplies::NoPlace);
+    }
+
+    bool nothingCameBetween() const { return master.lastReplies.moment() == moment; }
+
+    void takeRegisters()
+    {
+        for (int i = 0; i < count; ++i) {
+            if (!known || std::memcmp(known + 2 * i, data + 2 * i, 2) != 0)
+                takeRegister(wrapAdd(start, i),
+                             2 * i + 1 < size ? data[2 * i] << 8 | data[2 * i + 1] : reply.registerAt(i));
+        }
+    }
+
+    void takeCoils()
+    {
+        QString text; // what the host gets as the type: kept from coil to coil, renewed when the host changed it
+        for (int first = 0; first < count; first += ByteBits) {
+            const int byte = first / ByteBits;
+            const int packed = byte < size ? data[byte] : 0;
+            const int coilsHere =
+                count - first < static_cast<int>(ByteBits) ? count - first : static_cast<int>(ByteBits);
+            for (int bit = 0; bit < coilsHere; ++bit) {
+                if (!known || ((known[byte] ^ packed) >> bit & 1) != 0)
+                    takeCoil(wrapAdd(start, first + bit), packed >> bit & 1, text);
+            }
+        }
+    }
+
+    void takeRegister(int address, int value)
+    {
+        const int position = areas.positionOf(address);
+        _DATA_ &area = master.dataAreas[position];
+        area.errorFlag = 0;
+        const int before = registerOf(area.readValue);
+        if (before == value)
+            return;
+        if (!keepsWritten || master.writeList.isEmpty())
+            area.writtenFlag = 0;
+        master._wordDataChange(&before, &value, areas.station, areas.areaType, address, 0);
+        storeRegister(areaAfterReport(position, address).readValue, value);
+        afterChange();
+    }
+
+    void takeCoil(int address, int value, QString &text)
+    {
+        const int position = areas.positionOf(address);
+        _DATA_ &area = master.dataAreas[position];
+        area.errorFlag = 0;
+        if (coilOf(area.readValue) == value)
+            return;
+        area.writtenFlag = 0;
+        copyText(text, areas.areaType);
+        master.reportChange(master.linkId, areas.station, text, address);
+        storeCoil(areaAfterReport(position, address).readValue, value);
+        afterChange();
+    }
+
+    /** Positions hold until the cache is emptied, which is one of the things that may come between. */
+    _DATA_ &areaAfterReport(int position, int address)
+    {
+        return nothingCameBetween() ? master.dataAreas[position] : areas.at(address);
+    }
+
+    /** Other replies about these areas are forgotten once, and again only if a callback may have let one be kept. */
+    void afterChange()
+    {
+        if (master.lastReplies.moment() == forgottenAt)
+            return;
+        master.lastReplies.forget(areas.station, areas.areaType, start, count);
+        forgottenAt = master.lastReplies.moment();
+        if (!nothingCameBetween())
+            known = 0; // it may say nothing about the areas any more
+    }
+
+    Modbus_rtu_master &master;
+    TypeAreas areas;
+    const ReplyBytes &reply;
+    const unsigned char *const data; ///< the data bytes of the reply
+    const int size;                  ///< and how many there are
+    const int start;
+    const int count;
+    const bool coils;
+    const bool keepsWritten;
+    const unsigned int moment;
+    const int place;
+    const unsigned char *known; ///< data of the last reply to the same request, or null
+    unsigned int forgottenAt;   ///< when the replies about these areas were forgotten last
+};
+
+} // namespace
+
+void takeReplyValues(Modbus_rtu_master &master, const VARIABLE &request, int dataLen, const ReplyBytes &reply)
+{
+    const RegisterType *type = findRegisterType(request.regType);
+    if (!type)
+        return;
+    const int elements = type->unit == CoilUnit ? dataLen : dataLen / 2;
+    ReplyValues(master, request, *type, elements, reply).take();
+}

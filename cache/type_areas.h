@@ -1,0 +1,51 @@
+/**
+ * @file
+ * The areas of one station and type.
+ */
+#ifndef TYPE_AREAS_H
+#define TYPE_AREAS_H
+
+#include "cache/data_areas.h"
+#include "driver/modbus_rtu_master.h"
+
+class TypeAreas
+{
+public:
+    /** @param type type of the areas; outlives the object */
+    TypeAreas(Modbus_rtu_master &driverObject, int areaStation, const QString &type)
+        : master(driverObject)
+        , station(areaStation)
+        , areaType(type)
+    {
+    }
+
+    /** Position of the area at @p areaIndex, created if absent. Holds until the cache is emptied. */
+    int positionOf(int areaIndex) { return master.getIndexOfDataArea(station, areaType, areaIndex, master.dataAreas); }
+
+    /** The area itself. Valid until the next look-up or callback. */
+    _DATA_ &at(int areaIndex) { return master.dataAreas[positionOf(areaIndex)]; }
+
+    /** Stores what a register was read as; what was known of replies about it is forgotten. */
+    void storeReadRegister(int areaIndex, int value)
+    {
+        storeRegister(at(areaIndex).readValue, value);
+        master.lastReplies.forget(station, areaType, areaIndex, 1);
+    }
+
+    /** The same for a coil. */
+    void storeReadCoil(int areaIndex, int value)
+    {
+        storeCoil(at(areaIndex).readValue, value);
+        master.lastReplies.forget(station, areaType, areaIndex, 1);
+    }
+
+    Modbus_rtu_master &master;
+    const int station;
+    const QString &areaType;
+
+private:
+    TypeAreas(const TypeAreas &);
+    TypeAreas &operator=(const TypeAreas &);
+};
+
+#endif
