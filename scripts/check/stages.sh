@@ -3,8 +3,8 @@
 
 # What a change needs, and the whole matrix, the quick ones with the most to say first.
 quick_stages=(release thread abi)
-all_stages=(style "${quick_stages[@]}" sanitize fuzz package demo clang qt6 machine-armhf machine-s390x tools)
-extra_stages=(machine-arm64 machine-armel machine-i386 coverage)
+all_stages=(style "${quick_stages[@]}" sanitize fuzz package demo clang qt6 tools)
+extra_stages=(machine-armhf machine-s390x machine-arm64 machine-armel machine-i386 coverage)
 
 # Tests that show that a tool notices what it is there for: see the stage tools.
 tools_label=tools
