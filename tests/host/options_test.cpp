@@ -76,7 +76,7 @@ TEST(Options, ReachTheLine)
 {
     const Options o = parse({"-b", "38400", "--silence", "3", "--gap", "80", "--late-guard", "0", "--broadcast-delay",
                              "200", "--remove-echo", "-o", "0.5", "p"});
-    const rtu::PollSettings settings = rtu::pollSettings(o, o.line);
+    const rtu::PollSettings settings = rtu::pollSettings(o, rtu::LineTiming(o.line));
     EXPECT_EQ(std::chrono::milliseconds(3), settings.timing.silence());
     EXPECT_EQ(std::chrono::milliseconds(80), settings.timing.replyGap());
     EXPECT_EQ(std::chrono::milliseconds(0), settings.lateReplyGuard);
@@ -88,7 +88,7 @@ TEST(Options, ReachTheLine)
 TEST(Options, TheGuardIsAsLongAsTheTimeOutByItself)
 {
     const Options o = parse({"-o", "0.5", "p"});
-    EXPECT_EQ(std::chrono::milliseconds(500), rtu::pollSettings(o, o.line).lateReplyGuard);
+    EXPECT_EQ(std::chrono::milliseconds(500), rtu::pollSettings(o, rtu::LineTiming(o.line)).lateReplyGuard);
 }
 
 struct ModeCase
