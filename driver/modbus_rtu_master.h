@@ -30,8 +30,8 @@ enum SendState {
     WriteSent = 2,
     ConditionReadSent = 3,
     CyclicReadSent = 4,
-    BlockWriteSent = 5,
-    BlockReadSent = 6
+    TransferWriteSent = 5,
+    TransferReadSent = 6
 };
 
 /** Results of Modbus_rtu_master::check_rcv_data(). */

@@ -12,13 +12,13 @@ const std::size_t readRequestBytes = 8;
 
 FRAME_PRO &FrameQueue::add()
 {
-    if (!frames_.isEmpty() || sizeOf(spare_) != 1) {
+    if (!frames.isEmpty() || sizeOf(spare) != 1) {
         static const FRAME_PRO blank = FRAME_PRO();
-        frames_.append(blank);
-        return frames_.last();
+        frames.append(blank);
+        return frames.last();
     }
-    frames_.swap(spare_);
-    FRAME_PRO &f = frames_.first();
+    frames.swap(spare);
+    FRAME_PRO &f = frames.first();
     const bool wasRead = f.frameKind != 0; // then nothing but its eight bytes was ever set
     std::memset(f.frame, 0, wasRead ? readRequestBytes : sizeof f.frame);
     f.frameLen = 0;
@@ -31,10 +31,10 @@ FRAME_PRO &FrameQueue::add()
 
 void FrameQueue::removeFirst()
 {
-    if (sizeOf(frames_) > 1) {
-        frames_.removeFirst();
+    if (sizeOf(frames) > 1) {
+        frames.removeFirst();
         return;
     }
-    spare_.clear();
-    frames_.swap(spare_);
+    spare.clear();
+    frames.swap(spare);
 }

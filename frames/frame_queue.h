@@ -14,8 +14,8 @@
 class FrameQueue
 {
 public:
-    /** @param spare keeps at most one frame while @p frames is empty */
-    FrameQueue(QList<FRAME_PRO> &frames, QList<FRAME_PRO> &spare) : frames_(frames), spare_(spare) {}
+    /** @param standby keeps at most one frame while @p transaction is empty */
+    FrameQueue(QList<FRAME_PRO> &transaction, QList<FRAME_PRO> &standby) : frames(transaction), spare(standby) {}
 
     /** A frame at the end of the queue, every byte and count of it zero; its unit is left to be filled. */
     FRAME_PRO &add();
@@ -24,8 +24,8 @@ public:
     void removeFirst();
 
 private:
-    QList<FRAME_PRO> &frames_;
-    QList<FRAME_PRO> &spare_;
+    QList<FRAME_PRO> &frames;
+    QList<FRAME_PRO> &spare;
 };
 
 #endif

@@ -40,7 +40,7 @@ int finishGoodRead(Modbus_rtu_master &master, QByteArray &received)
     }
     // Callbacks may empty frameList and register anew: what is needed is taken before.
     const FRAME_PRO &head = master.frameList.first();
-    const bool recipe = master.sendState == BlockReadSent;
+    const bool recipe = master.sendState == TransferReadSent;
     const RecipeRows rows = recipe ? rowsInTransfer(master) : RecipeRows();
     const QString regType = head.var.regType;
     const ReplyBytes reply(received, head.frameKind);

@@ -20,12 +20,12 @@ void buildFrames(Modbus_rtu_master &master)
 {
     switch (master.sendState) {
     case WriteSent:
-    case BlockWriteSent:
+    case TransferWriteSent:
         master.getWriteFrame(master.currentVar);
         return;
     case ConditionReadSent:
     case CyclicReadSent:
-    case BlockReadSent:
+    case TransferReadSent:
         master.getReadFrame(master.currentVar);
         return;
     default:
@@ -36,7 +36,7 @@ void buildFrames(Modbus_rtu_master &master)
 void selectBlock(Modbus_rtu_master &master, bool write)
 {
     master.rcpAddrToVar(master.rcpBlocks.at(master.rcpIndex), master.currentVar, write);
-    master.sendState = write ? BlockWriteSent : BlockReadSent;
+    master.sendState = write ? TransferWriteSent : TransferReadSent;
 }
 
 void selectPolling(Modbus_rtu_master &master)
@@ -150,10 +150,10 @@ void Modbus_rtu_master::dealListWhenFinish()
     case CyclicReadSent:
         finishCyclicRead(*this);
         return;
-    case BlockWriteSent:
+    case TransferWriteSent:
         finishBlock(*this, WriteRequestByte);
         return;
-    case BlockReadSent:
+    case TransferReadSent:
         finishBlock(*this, ReadRequestByte);
         return;
     default:

@@ -277,7 +277,7 @@ void Host::check() const
     require(driver.writeList.size() <= 513, "the queue of writes");
     require(driver.conditionReadList.size() <= 513, "the queue of one-off reads");
     require(driver.rcpBlocks.size() == driver.rcpBlockStarts.size(), "recipe blocks and their first rows");
-    require(driver.sendState == NothingSent || (driver.sendState >= WriteSent && driver.sendState <= BlockReadSent),
+    require(driver.sendState == NothingSent || (driver.sendState >= WriteSent && driver.sendState <= TransferReadSent),
             "the kind of transaction");
     require(driver.failCount >= 0 && driver.burstCount >= 0 && driver.burstCount <= 10, "a counter");
     require(driver.maxBlockWords == driver.maxReadWords || driver.maxBlockWords == 0, "the largest block");

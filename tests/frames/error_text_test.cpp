@@ -53,8 +53,8 @@ INSTANTIATE_TEST_SUITE_P(
     ::testing::Values(TextCase{"PollRead", CyclicReadSent, "", "4x", 99, 1, 10, "R,1#4x100(10)"},
                       TextCase{"ConditionRead", ConditionReadSent, "", "3x", 0, 247, 1, "R,247#3x1(1)"},
                       TextCase{"Write", WriteSent, "", "4x", 99, 1, 10, "W,1#4x100(10)"},
-                      TextCase{"RecipeWriteIsShownAsARead", BlockWriteSent, "", "4x", 99, 1, 10, "R,1#4x100(10)"},
-                      TextCase{"RecipeRead", BlockReadSent, "", "4x_double", 99, 1, 10, "R,1#4x_double100(10)"},
+                      TextCase{"RecipeWriteIsShownAsARead", TransferWriteSent, "", "4x", 99, 1, 10, "R,1#4x100(10)"},
+                      TextCase{"RecipeRead", TransferReadSent, "", "4x_double", 99, 1, 10, "R,1#4x_double100(10)"},
                       TextCase{"NoTransaction", NothingSent, "", "0x", 0, 1, 10, "R,1#0x1(10)"},
                       TextCase{"Coils", WriteSent, "", "0x", 65535, 1, 10, "W,1#0x65536(10)"}),
     caseName);

@@ -501,7 +501,7 @@ TEST_F(ResponseProcessing, FailedRegisterReadMarksItsRegisters)
                        {"4x", "4x"}, {"4x_double", "4x"}, {"4x_bit", "4x"}};
     for (const auto &c : cases) {
         init("1#0#0#1#100");
-        sendRead(c.type, 40, 3, BlockReadSent);
+        sendRead(c.type, 40, 3, TransferReadSent);
         EXPECT_EQ(deal(QByteArray()), RequestGivenUp);
         EXPECT_EQ(areasWithError(), 3) << c.type;
         for (int address = 40; address < 43; ++address)

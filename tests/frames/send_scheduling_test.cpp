@@ -475,7 +475,7 @@ TEST_F(SendScheduling, BlocksThatCannotBeWrittenHoldTheRequest)
         raise(BlockWriteRequest);
         EXPECT_EQ(trace(2), "--") << rows;
         EXPECT_EQ(raised(BlockWriteRequest), 1);
-        EXPECT_EQ(driver.sendState, BlockWriteSent);
+        EXPECT_EQ(driver.sendState, TransferWriteSent);
         EXPECT_EQ(inFlight(), rows);
     }
 }
@@ -504,8 +504,8 @@ const RebuildCase rebuildCases[] = {
     {WriteSent, "01 06 00 07 12 34"},
     {ConditionReadSent, "01 03 00 07 00 01"},
     {CyclicReadSent, "01 03 00 07 00 01"},
-    {BlockWriteSent, "01 06 00 07 12 34"},
-    {BlockReadSent, "01 03 00 07 00 01"},
+    {TransferWriteSent, "01 06 00 07 12 34"},
+    {TransferReadSent, "01 03 00 07 00 01"},
     {7, ""},
     {-1, ""},
 };
@@ -581,7 +581,7 @@ TEST_F(SendScheduling, RebuiltConditionReadEndsWithAnEmptyQueueUnreported)
 TEST_F(SendScheduling, RebuiltBlockReadWithoutBlocksEndsItsTransfer)
 {
     driver.currentVar = variable(1, "4x", 7, 1);
-    driver.sendState = BlockReadSent;
+    driver.sendState = TransferReadSent;
     raise(BlockReadRequest);
     EXPECT_EQ(trace(1), "L");
     EXPECT_EQ(raised(BlockReadRequest), 0);
@@ -592,7 +592,7 @@ TEST_F(SendScheduling, RebuiltBlockReadWithoutBlocksEndsItsTransfer)
 TEST_F(SendScheduling, RebuiltTransactionClearsItsOwnRequestByte)
 {
     driver.currentVar = variable(1, "4x", 7, 1);
-    driver.sendState = BlockReadSent;
+    driver.sendState = TransferReadSent;
     raise(BlockWriteRequest);
     EXPECT_EQ(trace(1), "L");
     EXPECT_EQ(raised(BlockWriteRequest), 1);

@@ -287,7 +287,7 @@ TEST_F(OwnDriver, PlanOfOneOrNoneStaysAsItIs)
 TEST_F(OwnDriver, EndOfABlockStepsToTheNext)
 {
     master.rcpBlocks << row(0, 1, "4x", 0, 1, 0) << row(0, 1, "4x", 9, 1, 0);
-    for (int state : {BlockWriteSent, BlockReadSent}) {
+    for (int state : {TransferWriteSent, TransferReadSent}) {
         master.rcpIndex = 0;
         raiseBoth();
         finish(state, 0);
@@ -300,26 +300,26 @@ TEST_F(OwnDriver, EndOfABlockStepsToTheNext)
 TEST_F(OwnDriver, EndOfTheLastBlockClearsTheRequest)
 {
     master.rcpBlocks << row(0, 1, "4x", 0, 1, 0) << row(0, 1, "4x", 9, 1, 0);
-    for (int state : {BlockWriteSent, BlockReadSent}) {
+    for (int state : {TransferWriteSent, TransferReadSent}) {
         master.rcpIndex = 1;
         raiseBoth();
         finish(state, 0);
         EXPECT_EQ(master.rcpIndex, 0);
-        EXPECT_EQ(area[WriteRequestByte], state == BlockWriteSent ? 0 : 1);
-        EXPECT_EQ(area[ReadRequestByte], state == BlockReadSent ? 0 : 1);
+        EXPECT_EQ(area[WriteRequestByte], state == TransferWriteSent ? 0 : 1);
+        EXPECT_EQ(area[ReadRequestByte], state == TransferReadSent ? 0 : 1);
     }
 }
 
 TEST_F(OwnDriver, FailedBlockAbandonsTheTransfer)
 {
     master.rcpBlocks << row(0, 1, "4x", 0, 1, 0) << row(0, 1, "4x", 9, 1, 0) << row(0, 1, "4x", 20, 1, 0);
-    for (int state : {BlockWriteSent, BlockReadSent}) {
+    for (int state : {TransferWriteSent, TransferReadSent}) {
         master.rcpIndex = 1;
         raiseBoth();
         finish(state, 1);
         EXPECT_EQ(master.rcpIndex, 0);
-        EXPECT_EQ(area[WriteRequestByte], state == BlockWriteSent ? 0 : 1);
-        EXPECT_EQ(area[ReadRequestByte], state == BlockReadSent ? 0 : 1);
+        EXPECT_EQ(area[WriteRequestByte], state == TransferWriteSent ? 0 : 1);
+        EXPECT_EQ(area[ReadRequestByte], state == TransferReadSent ? 0 : 1);
     }
 }
 
@@ -327,13 +327,13 @@ TEST_F(OwnDriver, EndOfABlockWithoutHostObjectsOrBlocksIsSurvived)
 {
     master.rcpIndex = 5;
     master.initProperty(nullptr, 0, nullptr, "1#0#0#3#100", nullptr);
-    finish(BlockWriteSent, 0);
+    finish(TransferWriteSent, 0);
     EXPECT_EQ(master.rcpIndex, 0);
     master.initProperty(nullptr, 0, nullptr, "1#0#0#3#100", &mutex);
-    finish(BlockReadSent, 1);
+    finish(TransferReadSent, 1);
     EXPECT_EQ(master.rcpIndex, 0);
     master.rcpIndex = 2147483647;
-    finish(BlockReadSent, 0);
+    finish(TransferReadSent, 0);
 }
 
 namespace {
@@ -351,8 +351,8 @@ const RetirementCase retirements[] = {
     {WriteSent, "1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
     {ConditionReadSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
     {CyclicReadSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 2+1 | 1:4x 1+1", 1},
-    {BlockWriteSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 2},
-    {BlockReadSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 2},
+    {TransferWriteSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 2},
+    {TransferReadSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 2},
     {NothingSent, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
     {1, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},
     {7, "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", "1:4x 1+1 | 1:4x 2+1", 1},

@@ -242,7 +242,7 @@ TEST(StageAgainstPlainModel, BuildsFrames)
         }
         ASSERT_EQ(real.frameList.size(), plain.frameList.size()) << model::text(unit);
         for (int i = 0; i < static_cast<int>(plain.frameList.size()); ++i) {
-            ASSERT_EQ(model::frameDifference(real.frameList.at(i), plain.frameList.at(i), BlockWriteSent),
+            ASSERT_EQ(model::frameDifference(real.frameList.at(i), plain.frameList.at(i), TransferWriteSent),
                       std::string())
                 << model::text(unit);
         }

@@ -140,7 +140,7 @@ std::string listsDifference(const PlainDriver &plain)
 int payloadBytes(const VARIABLE &unit, int sendState)
 {
     const int whole = ModbusRtuRecordBytes;
-    if (sendState == BlockWriteSent || sendState == BlockReadSent)
+    if (sendState == TransferWriteSent || sendState == TransferReadSent)
         return whole;
     if (sendState != WriteSent)
         return 0;

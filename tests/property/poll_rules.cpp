@@ -33,7 +33,7 @@ int wordAt(const FRAME_PRO &frame, int position)
 
 bool isWrite(int state)
 {
-    return state == WriteSent || state == BlockWriteSent;
+    return state == WriteSent || state == TransferWriteSent;
 }
 
 // Function codes that may serve a unit, and where on the wire it starts.
@@ -189,7 +189,7 @@ void PollRules::checkBytes(const FRAME_PRO &frame)
 void PollRules::checkChoice(const VARIABLE &unit, int state)
 {
     if (blockWriteAsked || blockReadAsked) {
-        findings.require(state == (blockWriteAsked ? BlockWriteSent : BlockReadSent),
+        findings.require(state == (blockWriteAsked ? TransferWriteSent : TransferReadSent),
                          "a block transfer was asked for, but something else is sent");
         checkBlock(unit);
         return;
@@ -317,7 +317,7 @@ void PollRules::finishTransaction(bool failed, bool blockWriteLeft, bool blockRe
         ++rotation;
     if (state == ConditionReadSent && failed)
         findings.require(driver.conditionReadList.isEmpty(), "condition reads are left after one failed");
-    if (state == BlockWriteSent || state == BlockReadSent)
+    if (state == TransferWriteSent || state == TransferReadSent)
         finishBlock(state, failed, blockWriteLeft, blockReadLeft);
 }
 
@@ -325,9 +325,9 @@ void PollRules::finishTransaction(bool failed, bool blockWriteLeft, bool blockRe
 // other one, if the host has set it too, is still to be served.
 void PollRules::finishBlock(int state, bool failed, bool blockWriteLeft, bool blockReadLeft)
 {
-    const bool own = state == BlockWriteSent ? blockWriteLeft : blockReadLeft;
-    const bool other = state == BlockWriteSent ? blockReadLeft : blockWriteLeft;
-    const bool otherAsked = state == BlockWriteSent ? blockReadAsked : blockWriteAsked;
+    const bool own = state == TransferWriteSent ? blockWriteLeft : blockReadLeft;
+    const bool other = state == TransferWriteSent ? blockReadLeft : blockWriteLeft;
+    const bool otherAsked = state == TransferWriteSent ? blockReadAsked : blockWriteAsked;
     findings.require(other == otherAsked, "a block transfer changed the request byte of the other kind");
     ++nextBlock;
     if (!failed && nextBlock < static_cast<int>(blocks.size())) {

@@ -254,9 +254,9 @@ void RandomHost::deal(const FRAME_PRO &frame, const QByteArray &reply)
         shadow.writeGivenUp(frame.var, changes);
     if (isWriteState && driver.writeList.isEmpty())
         shadow.queueRanEmpty();
-    if (state == BlockWriteSent || state == BlockReadSent) {
+    if (state == TransferWriteSent || state == TransferReadSent) {
         transferGenuine = transferGenuine && verdict == ReplyAccepted && line.lastWasGenuine();
-        const int requestByte = state == BlockWriteSent ? BlockWriteRequest : BlockReadRequest;
+        const int requestByte = state == TransferWriteSent ? BlockWriteRequest : BlockReadRequest;
         if (!requestSet(requestByte))
             compareTransfer(requestByte);
     }
