@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
+
 using support::adu;
 using support::bitsReply;
 using support::Change;
@@ -34,12 +36,25 @@ protected:
         return recorder.take();
     }
 
+    /** Runs inside the first report from now on, and in no other. */
+    void onFirstReport(const std::function<void()> &act)
+    {
+        reports = 0;
+        recorder.hook = [this, act](const Change &) {
+            if (reports++ == 0)
+                act();
+        };
+    }
+
     /** Is the reply to the head of the plan known? */
     static bool knowsHead()
     {
         driver.lastReplies.send();
         return driver.lastReplies.dataAt(driver.lastReplies.placeFor(driver.cyclicReadList.at(0))) != nullptr;
     }
+
+private:
+    int reports = 0;
 };
 
 TEST_F(SteadyReplies, SameReplyReportsNothing)
@@ -73,7 +88,10 @@ TEST_F(SteadyReplies, EachRequestOfTheRoundHasItsOwn)
         EXPECT_EQ(getData(1, "4x", 0, 2, 4), payload("05 00 05 00"));
         EXPECT_EQ(area(1, "4x", 10).readValue, value);
         EXPECT_EQ(area(1, "4x", 21).readValue, value);
-        EXPECT_TRUE(knowsHead());
+    }
+    for (int request = 0; request < 3; ++request) {
+        EXPECT_TRUE(knowsHead()) << unitsText(driver.cyclicReadList);
+        poll(request == 0 ? wordsReply(1, 3, {5, 5}) : wordsReply(1, 3, {request == 1 ? 2 : 7, 2}));
     }
 }
 
@@ -199,15 +217,10 @@ TEST_F(SteadyReplies, AReplyDealtWithInsideAReportIsNotSkippedOver)
 {
     plan(keysOf("1:4x 0+3"));
     poll(wordsReply(1, 3, {1, 2, 3}));
-    bool nested = false;
-    recorder.hook = [&](const Change &) {
-        if (nested)
-            return;
-        nested = true;
+    onFirstReport([&] {
         deal(wordsReply(1, 3, {7, 2, 8})); // the same request, answered once more
-    };
+    });
     exchange(wordsReply(1, 3, {5, 2, 3}));
-    recorder.hook = nullptr;
     EXPECT_EQ(area(1, "4x", 0).readValue, 5);
     EXPECT_EQ(area(1, "4x", 2).readValue, 3) << "register 2 says 3 again, although the reply did not change it";
     recorder.take();
@@ -217,37 +230,50 @@ TEST_F(SteadyReplies, AReplyDealtWithInsideAReportIsNotSkippedOver)
 TEST_F(SteadyReplies, APlanMadeInsideAReportKnowsOnlyItsOwnReplies)
 {
     plan(keysOf("1:4x 0+3"));
-    bool nested = false;
-    recorder.hook = [&](const Change &) {
-        if (nested)
-            return;
-        nested = true;
+    onFirstReport([&] {
         plan(keysOf("1:4x 0+3"));
         deal(wordsReply(1, 3, {7, 7, 7}));
         exchange(wordsReply(1, 3, {8, 8, 8})); // kept for the new plan
-    };
+    });
     exchange(wordsReply(1, 3, {1, 2, 3}));
-    recorder.hook = nullptr;
     EXPECT_EQ(area(1, "4x", 0).readValue, 1);
     EXPECT_EQ(area(1, "4x", 1).readValue, 2);
     recorder.take();
     EXPECT_EQ(poll(wordsReply(1, 3, {8, 8, 8})), Changes({word("4x", 0), word("4x", 1), word("4x", 2)}));
 }
 
+TEST_F(SteadyReplies, AFailureInsideAReportLeavesErrorsToBeCleared)
+{
+    init("1#0#0#1#100");
+    plan(keysOf("1:4x 0+3"));
+    poll(wordsReply(1, 3, {1, 2, 3}));
+    onFirstReport([&] { EXPECT_EQ(deal(QByteArray()), RequestGivenUp); });
+    exchange(wordsReply(1, 3, {9, 2, 3}));
+    EXPECT_EQ(area(1, "4x", 0).errorFlag, 1) << "was read before the failure";
+    EXPECT_EQ(area(1, "4x", 1).errorFlag, 0) << "is read after it, and says what it said";
+    EXPECT_EQ(area(1, "4x", 2).errorFlag, 0);
+    EXPECT_FALSE(knowsHead());
+}
+
+TEST_F(SteadyReplies, ACacheThatIsOnlyEmptiedInsideAReportIsFilledAnew)
+{
+    plan(keysOf("1:0x 0+3"));
+    poll(bitsReply(1, 1, {1, 1, 0}));
+    onFirstReport([&] { init("1#0#0#3#100"); });
+    exchange(bitsReply(1, 1, {0, 1, 0}));
+    EXPECT_EQ(driver.dataAreas.size(), 3);
+    EXPECT_EQ(area(1, "0x", 1).readValue, 1);
+}
+
 TEST_F(SteadyReplies, ACacheEmptiedInsideAReportIsFilledAnew)
 {
     plan(keysOf("1:4x 0+3"));
     poll(wordsReply(1, 3, {1, 2, 3}));
-    bool nested = false;
-    recorder.hook = [&](const Change &) {
-        if (nested)
-            return;
-        nested = true;
+    onFirstReport([&] {
         init("1#0#0#3#100");
         plan(keysOf("1:4x 0+3"));
-    };
+    });
     exchange(wordsReply(1, 3, {9, 2, 3}));
-    recorder.hook = nullptr;
     EXPECT_EQ(area(1, "4x", 1).readValue, 2) << "looked at, as the cache was empty";
     EXPECT_FALSE(knowsHead());
 }
