@@ -71,7 +71,7 @@ void LastReplies::plan(const QList<VARIABLE> &requests)
     sent = noRequest;
     std::vector<Reply>().swap(replies);
     std::vector<unsigned char>().swap(bytes);
-    places.assign(static_cast<std::size_t>(sizeOf(requests)), static_cast<int>(NoPlace));
+    std::vector<int>().swap(places); // set last: where memory runs out before, there are no places
 
     std::vector<int> requestOf; // for each reply, in the order of the plan
     for (int i = 0; i < sizeOf(requests); ++i) {
@@ -81,11 +81,12 @@ void LastReplies::plan(const QList<VARIABLE> &requests)
         replies.push_back(made);
         requestOf.push_back(i);
     }
-    orderReplies(requestOf);
+    orderReplies(requestOf, static_cast<std::size_t>(sizeOf(requests)));
 }
 
-void LastReplies::orderReplies(const std::vector<int> &requestOf)
+void LastReplies::orderReplies(const std::vector<int> &requestOf, std::size_t requests)
 {
+    std::vector<int> placesOfRequests(requests, static_cast<int>(NoPlace));
     std::vector<int> order(replies.size());
     for (std::size_t i = 0; i < order.size(); ++i)
         order[i] = static_cast<int>(i);
@@ -103,9 +104,10 @@ void LastReplies::orderReplies(const std::vector<int> &requestOf)
         size += bytesFor(reply.type, reply.count);
         if (i > 0 && replies[i - 1].station == reply.station && replies[i - 1].type == reply.type)
             reply.reach = std::max(reply.reach, replies[i - 1].reach);
-        places[static_cast<std::size_t>(requestOf[from])] = static_cast<int>(i);
+        placesOfRequests[static_cast<std::size_t>(requestOf[from])] = static_cast<int>(i);
     }
     bytes.resize(static_cast<std::size_t>(size));
+    places.swap(placesOfRequests);
 }
 
 void LastReplies::rotate()

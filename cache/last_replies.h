@@ -18,6 +18,7 @@
 
 #include <QtCore/QList>
 
+#include <cstddef>
 #include <vector>
 
 class LastReplies
@@ -74,7 +75,7 @@ private:
     static bool isBefore(const Reply &a, const Reply &b);
     static bool endsBefore(const Reply &a, const Reply &b);
     static bool replyTo(const VARIABLE &request, Reply &made);
-    void orderReplies(const std::vector<int> &requestOf);
+    void orderReplies(const std::vector<int> &requestOf, std::size_t requests);
 
     std::vector<Reply> replies;
     std::vector<int> places; ///< for each request of the plan, as it was built, its position in replies or NoPlace
