@@ -14,7 +14,7 @@ struct Slot
 };
 
 std::mutex slotsMutex;
-Slot slots[ChangeCallback::Most];
+Slot callbackSlots[ChangeCallback::Most];
 
 /** The driver ignores the result. */
 int report(int slot, int linkId, int station, QString *regType, int address)
@@ -23,7 +23,7 @@ int report(int slot, int linkId, int station, QString *regType, int address)
     {
         // The listener runs outside the mutex: it may call the driver, and the driver may report again.
         const std::lock_guard<std::mutex> lock(slotsMutex);
-        listener = slots[slot].listener;
+        listener = callbackSlots[slot].listener;
     }
     if (listener)
         listener(ValueChange{linkId, station, regType ? *regType : QString(), address});
@@ -63,9 +63,9 @@ int takeSlot()
 {
     const std::lock_guard<std::mutex> lock(slotsMutex);
     for (int slot = 0; slot < ChangeCallback::Most; ++slot) {
-        if (slots[slot].used)
+        if (callbackSlots[slot].used)
             continue;
-        slots[slot].used = true;
+        callbackSlots[slot].used = true;
         return slot;
     }
     throw std::runtime_error("no more than " + std::to_string(ChangeCallback::Most) + " drivers at a time");
@@ -79,8 +79,8 @@ ChangeCallback::~ChangeCallback()
 {
     ChangeListener last; // what it holds is destroyed outside the mutex
     const std::lock_guard<std::mutex> lock(slotsMutex);
-    last.swap(slots[m_slot].listener);
-    slots[m_slot].used = false;
+    last.swap(callbackSlots[m_slot].listener);
+    callbackSlots[m_slot].used = false;
 }
 
 ValueChangeCallBack ChangeCallback::function() const
@@ -92,7 +92,7 @@ ValueChangeCallBack ChangeCallback::function() const
 void ChangeCallback::setListener(ChangeListener listener)
 {
     const std::lock_guard<std::mutex> lock(slotsMutex);
-    slots[m_slot].listener.swap(listener);
+    callbackSlots[m_slot].listener.swap(listener);
 }
 
 } // namespace rtu
