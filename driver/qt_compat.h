@@ -39,34 +39,32 @@ inline void makeRoomForOne(List &list)
 }
 
 /**
- * Moves the first record of a list to its end, over and over. The lists of Qt 4
- * and 5 hold pointers, and as long as there is room behind the last one, moving a
- * pointer there is one step; where there is none, all pointers would be shifted
- * every time. So room is kept, and regained by an append() once in a while, which
- * brings the pointers back to the start of their room. Lists of Qt 6 hold the
- * records themselves: one is copied.
+ * Moves the first record of a list to its end, over and over.
+ *
+ * The lists of Qt 4 and 5 hold pointers, and as long as there is room behind the
+ * last one, moving a pointer there is one step; where there is none, all pointers
+ * would be shifted every time. So room is kept, and regained by an append() once
+ * in a while, which brings the pointers back to the start of their room. Lists of
+ * Qt 6 hold the records themselves: one is copied.
  */
+#if QT_VERSION < 0x060000
 class Rotation
 {
 public:
     Rotation() : roomLeft(0) {}
 
-    /** To be told when the list was filled: @p list has two records or more. */
+    /** To be told when the list was filled. */
     template <typename Record>
     void prepare(QList<Record> &list)
     {
-#if QT_VERSION < 0x060000
         list.reserve(sizeOf(list) + roomFor(sizeOf(list)));
         roomLeft = roomFor(sizeOf(list));
-#else
-        (void)list;
-#endif
     }
 
+    /** @p list has two records or more. */
     template <typename Record>
     void moveFirstToEnd(QList<Record> &list)
     {
-#if QT_VERSION < 0x060000
         if (roomLeft <= 0) {
             list.append(list.at(0));
             list.removeLast();
@@ -74,18 +72,28 @@ public:
         }
         --roomLeft;
         list.move(0, sizeOf(list) - 1);
-#else
-        list.append(list.takeFirst());
-#endif
     }
 
 private:
-    static int roomFor(int size)
-    {
-        return 3 * size + 64;
-    }
+    static int roomFor(int size) { return 3 * size + 64; }
 
     int roomLeft; ///< pointers that there is room for behind the last one
 };
+#else
+class Rotation
+{
+public:
+    template <typename Record>
+    void prepare(QList<Record> &)
+    {
+    }
+
+    template <typename Record>
+    void moveFirstToEnd(QList<Record> &list)
+    {
+        list.append(list.takeFirst());
+    }
+};
+#endif
 
 #endif
