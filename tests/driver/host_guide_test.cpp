@@ -19,7 +19,9 @@ protected:
         for (int i = 0; i < requests; ++i) {
             const FRAME_PRO frame = nextFrame();
             ASSERT_EQ(frame.var.userData, PlanTag);
-            ASSERT_EQ(deal(wordsReply(frame.var.station, frame.frame[1], std::vector<int>(frame.var.count, 0))), 1);
+            ASSERT_EQ(deal(wordsReply(frame.var.station, frame.frame[1],
+                                      std::vector<int>(static_cast<std::size_t>(frame.var.count), 0))),
+                      1);
         }
     }
 
