@@ -73,6 +73,14 @@ bool Transfer::ended() const
     return !m_job || m_job->ended();
 }
 
+int Transfer::rowsEnded() const
+{
+    if (!m_job)
+        return 0;
+    const Locked held(m_job->lock->mutex);
+    return m_job->state == JobState::Ended ? static_cast<int>(m_job->layouts.size()) : m_job->rowsEnded;
+}
+
 TransferResult Transfer::result() const
 {
     return m_job ? m_job->outcome() : TransferResult();

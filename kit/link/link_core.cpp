@@ -293,7 +293,8 @@ void LinkCore::plan()
 
 bool LinkCore::feed()
 {
-    if (m_replan)
+    // A new plan starts from its front: one in the middle of a round would starve the tail of the old one.
+    if (m_replan && m_poller.betweenRounds())
         plan();
     const bool transfer = m_transfers.feed();
     const bool write = m_writes.feed();

@@ -70,9 +70,9 @@ public:
 
     // --- tags ----------------------------------------------------------------------
 
-    /** Watches a tag from the next frame on. @throws Error */
+    /** Watches a tag from the next round on; however often tags come and go, each round is made whole. @throws Error */
     Tag addTag(const TagSpec &spec);
-    /** Watches it no more. */
+    /** Watches it no more, from the next round on. */
     void removeTag(const Tag &tag);
     std::vector<Tag> tags() const;
 

@@ -35,6 +35,8 @@ public:
 
     bool operator==(const Tag &other) const { return m_record == other.m_record; }
     bool operator!=(const Tag &other) const { return m_record != other.m_record; }
+    /** Some order, the same as long as the tags live: for containers. */
+    bool operator<(const Tag &other) const { return m_record < other.m_record; }
 
 private:
     friend class Link;

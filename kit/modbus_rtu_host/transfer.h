@@ -26,6 +26,8 @@ public:
     ~Transfer();
 
     bool ended() const;
+    /** Rows whose end is known so far, from the first on. */
+    int rowsEnded() const;
     /** Meaningful once it has ended. */
     TransferResult result() const;
     /** Ends it after the block that is on the line. @return false: it has ended already */

@@ -37,6 +37,8 @@ public:
     /** A request is on its way through the driver, and some of it may have been sent. */
     bool inRequest() const { return m_inRequest; }
     const RequestEnd &request() const { return m_request; }
+    /** No request of the plan has had its turn since the last round, or there is no plan. */
+    bool betweenRounds() const { return m_cyclicDone == 0; }
 
     std::atomic<bool> &stopping() { return m_stopping; }
 

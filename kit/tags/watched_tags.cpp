@@ -65,17 +65,21 @@ void WatchedTags::add(const TagRecordPtr &record)
 {
     cut(*record);
     m_records.push_back(record);
-    index();
+    m_indexed = false;
 }
 
 void WatchedTags::remove(const TagRecordPtr &record)
 {
     m_records.erase(std::remove(m_records.begin(), m_records.end(), record), m_records.end());
-    index();
+    m_indexed = false;
 }
 
-void WatchedTags::index()
+/** Done when it is next needed: a screen brings and takes its tags by the hundred. */
+void WatchedTags::updateIndex()
 {
+    if (m_indexed)
+        return;
+    m_indexed = true;
     m_places.clear();
     for (const TagRecordPtr &record : m_records) {
         for (std::size_t i = 0; i < record->pieces.size(); ++i) {
@@ -114,6 +118,7 @@ QList<KEY_ADDRESS> WatchedTags::planKeys() const
 template <typename Action>
 void WatchedTags::forPieces(const Area &area, Action action)
 {
+    updateIndex();
     const auto table = m_places.find(TableKey(area.station, area.table));
     if (table == m_places.end())
         return;
@@ -127,8 +132,9 @@ void WatchedTags::forPieces(const Area &area, Action action)
     }
 }
 
-std::vector<TagRecordPtr> WatchedTags::inArea(const Area &area) const
+std::vector<TagRecordPtr> WatchedTags::inArea(const Area &area)
 {
+    updateIndex();
     std::vector<TagRecordPtr> found;
     const auto table = m_places.find(TableKey(area.station, area.table));
     if (table == m_places.end())

@@ -38,7 +38,7 @@ public:
     QList<KEY_ADDRESS> planKeys() const;
 
     /** The tags that have a piece in the area, in order of address. */
-    std::vector<TagRecordPtr> inArea(const Area &area) const;
+    std::vector<TagRecordPtr> inArea(const Area &area);
 
     /**
      * A read of the area ended well.
@@ -67,7 +67,7 @@ private:
         std::size_t piece = 0;
     };
 
-    void index();
+    void updateIndex();
     void cut(TagRecord &record) const;
     template <typename Action>
     void forPieces(const Area &area, Action action);
@@ -79,6 +79,7 @@ private:
     int m_maxWords;
     ChangeListener m_listener;
     std::vector<TagRecordPtr> m_records;
+    bool m_indexed = true;                           ///< m_places is that of m_records
     std::map<TableKey, std::vector<Place>> m_places; ///< sorted by address
 };
 

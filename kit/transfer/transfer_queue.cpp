@@ -166,6 +166,7 @@ void TransferQueue::requestDone(const RequestEnd &done)
     if (done.good() && m_current->kind != TransferKind::Load)
         m_parts.tags.readGood(done.area, done.time, true);
     skipHopeless();
+    noteProgress();
     if (m_next == m_pieces.size())
         finish();
 }
@@ -215,6 +216,13 @@ bool TransferQueue::stopAsked() const
 {
     const Locked held(m_current->lock->mutex);
     return m_current->stopAsked;
+}
+
+void TransferQueue::noteProgress()
+{
+    const std::size_t rows = m_next < m_pieces.size() ? m_pieces[m_next].row : m_current->layouts.size();
+    const Locked held(m_current->lock->mutex);
+    m_current->rowsEnded = static_cast<int>(rows);
 }
 
 void TransferQueue::finish()

@@ -28,6 +28,7 @@ struct TransferJob : Job<TransferResult>
     std::vector<std::shared_ptr<const TagLayout>> layouts;
     std::vector<std::vector<std::uint32_t>> raw; ///< to load or to compare with
     bool stopAsked = false;                      ///< guarded by the lock
+    int rowsEnded = 0;                           ///< guarded by the lock
 
     /** Also while it is under way: it then ends behind the block on the line. */
     bool cancel();
@@ -73,6 +74,7 @@ private:
     RowResult &result(const Piece &piece) { return m_result.rows[piece.row]; }
     const TagLayout &layout(const Piece &piece) const { return *m_current->layouts[piece.row]; }
     bool stopAsked() const;
+    void noteProgress();
     void finish();
 
     LinkParts &m_parts;

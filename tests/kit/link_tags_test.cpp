@@ -200,6 +200,20 @@ TEST_F(LinkTags, TagsComeAndGoWhileTheLinkRuns)
     EXPECT_EQ(second, link().tags().front());
 }
 
+TEST_F(LinkTags, ThatComeAllTheTimeDoNotStarveTheTailOfThePlan)
+{
+    plant.define(1, Table::HoldingRegisters, 0, 2000, 5);
+    link().addTag(TagSpec(1, "4x1"));
+    link().addTag(TagSpec(1, "4x500"));
+    const rtu::Tag last = link().addTag(TagSpec(1, "4x1000"));
+    for (int i = 0; i < 20; ++i) {
+        link().removeTag(link().addTag(TagSpec(1, QString::fromLatin1("4x%1").arg(1200 + i))));
+        steps(1);
+    }
+    EXPECT_EQ(5.0, last.value().number());
+    EXPECT_EQ(Quality::Good, last.value().quality);
+}
+
 TEST_F(LinkTags, OutliveTheirLink)
 {
     plant.poke(1, Table::HoldingRegisters, 9, 7);

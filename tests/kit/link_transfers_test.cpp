@@ -232,6 +232,17 @@ TEST_F(LinkTransfers, ATransferCanBeStoppedInTheMiddle)
     EXPECT_EQ(1u, requests.size());
 }
 
+TEST_F(LinkTransfers, ATransferTellsHowManyRowsHaveEnded)
+{
+    const rtu::Transfer load = link().load({row(1, "4x10", {1}), row(1, "4x11", {2}), row(1, "4x100", {3})}, noted());
+    EXPECT_EQ(0, load.rowsEnded());
+    steps(1);
+    EXPECT_EQ(2, load.rowsEnded());
+    steps(1);
+    EXPECT_EQ(3, load.rowsEnded());
+    EXPECT_EQ(0, rtu::Transfer().rowsEnded());
+}
+
 TEST_F(LinkTransfers, ALostPortEndsATransfer)
 {
     script.push_back([this](const Bytes &) { line->unplugAfter(milliseconds(1)); });
