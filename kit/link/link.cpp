@@ -77,6 +77,11 @@ void Link::onNotice(std::function<void(const QString &)> listener)
     m_core->listeners().notice.push_back(std::move(listener));
 }
 
+void Link::onRound(std::function<void()> listener)
+{
+    m_core->listeners().round.push_back(std::move(listener));
+}
+
 void Link::onTransaction(std::function<void(const Transaction &)> observer)
 {
     m_core->listeners().transaction.push_back(std::move(observer));

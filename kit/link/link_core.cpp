@@ -365,6 +365,12 @@ void LinkCore::requestDone(const RequestEnd &end)
         m_events.add([listener, finding] { listener(finding); });
 }
 
+void LinkCore::roundDone()
+{
+    for (const auto &listener : m_listeners.round)
+        m_events.add(listener);
+}
+
 void LinkCore::cyclicDone(const RequestEnd &end)
 {
     if (end.good()) {

@@ -25,6 +25,7 @@ struct LinkListeners
 {
     std::vector<std::function<void(const TagChange &)>> change;
     std::vector<std::function<void(bool)>> port;
+    std::vector<std::function<void()>> round;
     std::vector<std::function<void(const QString &)>> notice;
     std::vector<std::function<void(const Transaction &)>> transaction;
 };
@@ -83,6 +84,7 @@ private:
     bool transferring() const override { return m_transfers.underWay(); }
     void frameDone(const Transaction &transaction) override;
     void requestDone(const RequestEnd &end) override;
+    void roundDone() override;
     void cyclicDone(const RequestEnd &end);
     void stationSilent(int station) override;
     void portChanged(bool open) override;

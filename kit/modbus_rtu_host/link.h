@@ -83,6 +83,8 @@ public:
     void onPort(std::function<void(bool open)> listener);
     /** What is worth telling people, such as tags that had to be taken out of the plan. */
     void onNotice(std::function<void(const QString &text)> listener);
+    /** Every tag without a pace of its own had its turn; those of silent stations without being read. */
+    void onRound(std::function<void()> listener);
     /** Every frame that went over the line. */
     void onTransaction(std::function<void(const Transaction &)> observer);
 

@@ -33,6 +33,8 @@ struct LinkSettings
     Duration replyTimeout = std::chrono::milliseconds(1000); ///< from the end of a request to the first byte
     /** Quiet time before a frame. Below 0: 3.5 characters, 1.75 ms above 19200 baud. */
     Duration silence{-1};
+    /** Pause that ends a reply of other than the expected length. Below 0: as the line has it, 50 ms on a serial port. */
+    Duration replyGap{-1};
     Duration lateReplyGuard = std::chrono::milliseconds(1000); ///< listened for a late reply after a time-out
     Duration broadcastDelay = std::chrono::milliseconds(100);  ///< that slaves get to act on a broadcast
     Duration reopenInterval = std::chrono::milliseconds(500);  ///< between tries to open a port that is away

@@ -24,6 +24,8 @@ LineTiming timingOf(const LinkSettings &settings)
     LineTiming timing(settings.parameters);
     if (settings.silence >= Duration(0))
         timing.setSilence(settings.silence);
+    if (settings.replyGap >= Duration(0))
+        timing.setReplyGap(settings.replyGap);
     return timing;
 }
 

@@ -34,6 +34,8 @@ public:
     /** A frame went over the line. */
     virtual void frameDone(const Transaction &transaction) = 0;
     virtual void requestDone(const RequestEnd &end) = 0;
+    /** Every request of the plan had its turn. */
+    virtual void roundDone() = 0;
 
     /** A station was silent for a whole request: what else waits for it ends. */
     virtual void stationSilent(int station) = 0;

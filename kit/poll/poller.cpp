@@ -51,6 +51,8 @@ PollStep Poller::step()
         beginRequest();
         if (!skipped())
             break;
+        if (m_cyclicDone == 0)
+            return idle(m_restUntil); // a round is over, and told before the next one begins
     }
     return send();
 }
@@ -254,6 +256,7 @@ void Poller::countCyclic(bool asked)
     m_roundStart = std::max(m_restUntil, now);
     m_cyclicDone = 0;
     m_askedInRound = false;
+    m_client.roundDone();
 }
 
 } // namespace rtu

@@ -92,6 +92,18 @@ TEST_F(LinkReplies, LateOnesAreNotTakenForTheNext)
     EXPECT_GT(transactions.back().strayBytes, 0u);
 }
 
+TEST_F(LinkReplies, ThePauseThatEndsAReplyCanBeSet)
+{
+    settings.replyGap = milliseconds(5);
+    settings.attempts = 1;
+    link().addTag(TagSpec(1, "4x10"));
+    script.push_back([this](const Bytes &) { line->receive(milliseconds(10), hex("01 03 02")); });
+    steps(1);
+    ASSERT_EQ(1u, transactions.size());
+    EXPECT_EQ(rtu::ReplyEnd::Silence, transactions[0].end);
+    EXPECT_GT(milliseconds(20), transactions[0].finished - transactions[0].requestEnd);
+}
+
 TEST_F(LinkReplies, EchoesAreFoundAndDropped)
 {
     plant::Fault echo;

@@ -237,6 +237,22 @@ TEST_F(LinkTags, WithATagOfItsOwnPaceAreReadThatOften)
     EXPECT_EQ(Quality::Good, tag.value().quality);
 }
 
+TEST_F(LinkTags, TheEndOfARoundIsTold)
+{
+    settings.attempts = 1;
+    plant.define(2, Table::HoldingRegisters, 0, 100);
+    plant.setStationOn(2, false);
+    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagSpec(2, "4x10"));
+    std::vector<std::size_t> framesAtEnd;
+    link().onRound([&] { framesAtEnd.push_back(requests.size()); });
+    run(milliseconds(450));
+    ASSERT_LE(3u, framesAtEnd.size());
+    EXPECT_EQ(2u, framesAtEnd[0]); // both were asked
+    EXPECT_EQ(3u, framesAtEnd[1]); // the silent one had its turn without a frame
+    EXPECT_EQ(4u, framesAtEnd[2]);
+}
+
 TEST_F(LinkTags, RoundsKeepTheirInterval)
 {
     settings.roundInterval = milliseconds(500);
