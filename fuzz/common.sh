@@ -1,11 +1,11 @@
 # What fuzz/run, fuzz/replay, fuzz/minimise and fuzz/coverage share. To be read
 # from the root of the project.
 
-fuzz_targets=(addresses properties replies calls model simulations line)
+fuzz_targets=(addresses properties replies calls model simulations line captures)
 fuzz_build=build/fuzz
 
 # Longest inputs that are tried, in bytes.
-declare -A fuzz_longest=([addresses]=200 [properties]=120 [replies]=1000 [calls]=2400 [model]=800 [simulations]=600 [line]=1500)
+declare -A fuzz_longest=([addresses]=200 [properties]=120 [replies]=1000 [calls]=2400 [model]=800 [simulations]=600 [line]=1500 [captures]=1500)
 
 build_fuzz_targets()
 {

@@ -21,16 +21,23 @@ int requestedBytes(const QByteArray &request)
     return byteAt(request, 1) <= 2 ? (count + 7) / 8 : count * 2;
 }
 
+const unsigned int CrcOfNothing = 0xFFFF;
+
+unsigned int crcWith(unsigned int crc, unsigned char byte)
+{
+    crc ^= byte;
+    for (int bit = 0; bit < 8; ++bit)
+        crc = (crc & 1) ? (crc >> 1) ^ 0xA001 : crc >> 1;
+    return crc;
+}
+
 } // namespace
 
 unsigned int crc16(const unsigned char *bytes, std::size_t size)
 {
-    unsigned int crc = 0xFFFF;
-    for (std::size_t i = 0; i < size; ++i) {
-        crc ^= bytes[i];
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc & 1) ? (crc >> 1) ^ 0xA001 : crc >> 1;
-    }
+    unsigned int crc = CrcOfNothing;
+    for (std::size_t i = 0; i < size; ++i)
+        crc = crcWith(crc, bytes[i]);
     return crc;
 }
 
@@ -40,6 +47,18 @@ bool endsWithCrc(const unsigned char *bytes, std::size_t size)
         return false;
     const unsigned int crc = crc16(bytes, size - 2);
     return bytes[size - 2] == (crc & 0xFF) && bytes[size - 1] == (crc >> 8);
+}
+
+std::size_t firstCrcEnd(const unsigned char *bytes, std::size_t size, std::size_t shortest)
+{
+    unsigned int crc = CrcOfNothing;
+    for (std::size_t i = 0; i < size; ++i) {
+        crc = crcWith(crc, bytes[i]);
+        // Taken over bytes and their own CRC, low byte first, the sum is 0.
+        if (crc == 0 && i + 1 >= shortest)
+            return i + 1;
+    }
+    return 0;
 }
 
 std::string describeMismatch(const QByteArray &request, const QByteArray &reply)

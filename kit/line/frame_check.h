@@ -21,6 +21,12 @@ unsigned int crc16(const unsigned char *bytes, std::size_t size);
 bool endsWithCrc(const unsigned char *bytes, std::size_t size);
 
 /**
+ * Where a frame of unknown length may end: the least number of bytes, @p shortest or
+ * more, that end with their CRC. 0: there is none among @p size bytes.
+ */
+std::size_t firstCrcEnd(const unsigned char *bytes, std::size_t size, std::size_t shortest);
+
+/**
  * What is odd about a reply that the driver accepted: it judges by length and
  * CRC alone, so the answer to another request may pass.
  *

@@ -16,6 +16,16 @@ TEST(FrameCheck, CrcOfThePublishedExample)
     EXPECT_FALSE(rtu::endsWithCrc(whole.data(), 2));
 }
 
+TEST(FrameCheck, FirstEndOfAFrameOfUnknownLength)
+{
+    const Bytes two = hex("01 03 00 00 00 0A C5 CD 01 03 00 00 00 0A C5 CD");
+    EXPECT_EQ(8u, rtu::firstCrcEnd(two.data(), two.size(), 4));
+    EXPECT_EQ(8u, rtu::firstCrcEnd(two.data(), 8, 8));
+    EXPECT_EQ(0u, rtu::firstCrcEnd(two.data(), 7, 4));
+    EXPECT_EQ(0u, rtu::firstCrcEnd(two.data(), two.size(), 9));
+    EXPECT_EQ(0u, rtu::firstCrcEnd(two.data(), 0, 0));
+}
+
 struct Case
 {
     const char *request;
