@@ -30,6 +30,12 @@ enum {
     RegisterBits = 16 ///< bits of a register: a bit address is register x 16 + bit
 };
 
+/** Registers that a number of bits fills, the last one in part. */
+inline int registersOf(int bits)
+{
+    return bits / RegisterBits + ((bits & (RegisterBits - 1)) != 0 ? 1 : 0);
+}
+
 /** The table, in the order in which the types are presented to a project author. */
 const RegisterType *registerTypes();
 

@@ -3,11 +3,20 @@
 #include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
+#include "cache/data_areas.h"
 #include "driver/arithmetic.h"
 
 namespace {
 
-enum { AreaCoils = 8 };
+/** Reports these bits of a register, the lowest first. */
+void reportBits(Modbus_rtu_master &master, int bits, int station, const QString &regType, int address)
+{
+    const QString bitType = bitTypeOf(regType);
+    for (int bit = 0; bit < RegisterBits; ++bit) {
+        if (bits >> bit & 1)
+            master.reportChange(master.linkId, station, bitType, wrapAdd(wrapMul(address, RegisterBits), bit));
+    }
+}
 
 } // namespace
 
@@ -16,28 +25,20 @@ void Modbus_rtu_master::_wordDataChange(const int *oldValue, const int *newValue
 {
     // What is monitored is looked up once: a callback may change the plan or empty the cache.
     const _DATA_ &area = dataAreas.at(getIndexOfDataArea(station, regType, address, dataAreas));
-    const int words = area.wordMonitor;
     const int changed = *oldValue ^ *newValue;
-    const int changedBits = noBits == 0 ? area.bitMonitor & changed : 0;
     if (changed == 0)
         return;
 
-    if (changedBits != 0) {
-        const QString bitType = bitTypeOf(regType);
-        for (int bit = 0; bit < RegisterBits; ++bit) {
-            if (changedBits >> bit & 1)
-                reportChange(linkId, station, bitType, wrapAdd(wrapMul(address, RegisterBits), bit));
-        }
-    }
-    if (words & 1)
+    const int words = area.wordMonitor;
+    const int bits = noBits == 0 ? area.bitMonitor & changed : 0;
+    if (bits != 0)
+        reportBits(*this, bits, station, regType, address);
+    if (words >> PlainWord & 1)
         reportChange(linkId, station, regType, address);
-    for (int half = 0; half < 2; ++half) {
-        const int lower = wrapSub(address, half);
-        if (lower < 0)
-            return;
-        if (words >> (half + 1) & 1)
-            reportChange(linkId, station, doubleTypeOf(regType), lower);
-    }
+    if ((words >> FirstOfDouble & 1) && address >= 0)
+        reportChange(linkId, station, doubleTypeOf(regType), address);
+    if ((words >> SecondOfDouble & 1) && address >= 1)
+        reportChange(linkId, station, doubleTypeOf(regType), address - 1);
 }
 
 void Modbus_rtu_master::_byteDataChange(const unsigned char *oldValue, const unsigned char *newValue, int station,

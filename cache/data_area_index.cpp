@@ -85,32 +85,24 @@ DataAreaIndex::DataAreaIndex()
     , lastArea(0)
     , firstHash(0)
     , lastHash(0)
-    , found(-1)
+    , last(-1)
     , next(-1)
-    , searched(false)
+    , left(-1)
 {
 }
 
-int DataAreaIndex::find(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+int DataAreaIndex::searchOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
 {
     const int position = search(areas, station, regType, areaIndex);
-    // A single area that lies elsewhere does not end a run: monitor flags create
-    // the coil areas at multiples of 8 ahead of the ones between them.
-    if (searched || next < 0)
+    if (position < 0) {
+        append(areas, station, regType, areaIndex);
+        appended(areas);
+    } else {
+        left = next;
         next = position + 1;
-    searched = true;
-    found = position;
-    return position;
-}
-
-int DataAreaIndex::findOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
-{
-    const int position = find(areas, station, regType, areaIndex);
-    if (position >= 0)
-        return position;
-    append(areas, station, regType, areaIndex);
-    appended(areas);
-    return sizeOf(areas) - 1;
+        last = position;
+    }
+    return last;
 }
 
 int DataAreaIndex::search(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
@@ -132,7 +124,7 @@ int DataAreaIndex::search(const QList<_DATA_> &areas, int station, const QString
 void DataAreaIndex::appended(const QList<_DATA_> &areas)
 {
     const int count = sizeOf(areas);
-    found = count - 1;
+    last = count - 1;
     next = count;
     if (count <= scanLimit)
         return;

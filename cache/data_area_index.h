@@ -8,7 +8,10 @@
  *
  * Areas of consecutive addresses mostly lie beside each other, in the order in
  * which they were first asked for, and are mostly asked for in that order again:
- * so the area found last and the one behind it are tried before any search.
+ * so the area found last and the one behind it are tried before any search. Coil
+ * areas at multiples of 8 lie apart from the ones between, because monitor flags
+ * create them first; so the area that was expected before the last search is
+ * tried as well.
  */
 #ifndef DATA_AREA_INDEX_H
 #define DATA_AREA_INDEX_H
@@ -39,7 +42,8 @@ public:
     DataAreaIndex();
 
     /**
-     * Position of the area with these keys, or -1.
+     * Position of the area with these keys; one that is missing is appended, all
+     * but its keys zero.
      *
      * Areas that were added to, removed from or moved in the list since the last
      * call are noticed by the list's size, by the place and keys of its first and
@@ -47,27 +51,16 @@ public:
      * then built anew. What cannot be noticed is a key changed in place to one
      * that was not there before, between the ends of a list of more than 64 areas.
      */
-    int find(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
-
-    /**
-     * The same, but only where areas are mostly asked for: the one found last,
-     * and the one behind it. Also -1 when the type is another text of the same name.
-     */
-    int findBeside(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+    int findOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
     {
-        if (isAt(areas, next, station, regType, areaIndex)) {
-            searched = false;
-            found = next++;
-            return found;
-        }
-        return isAt(areas, found, station, regType, areaIndex) ? found : -1;
+        if (isAt(areas, next, station, regType, areaIndex))
+            return last = next++;
+        if (isAt(areas, last, station, regType, areaIndex))
+            return last;
+        if (isAt(areas, left, station, regType, areaIndex))
+            return last = left++;
+        return searchOrAppend(areas, station, regType, areaIndex);
     }
-
-    /** As find(), with the area appended, all but its keys zero, where there is none. */
-    int findOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
-
-    /** To be told after an area was appended. */
-    void appended(const QList<_DATA_> &areas);
 
 private:
     struct Slot
@@ -76,6 +69,7 @@ private:
         int position; ///< in the list; -1 when the slot is free
     };
 
+    /** False as well when the type is another text of the same name. */
     static bool isAt(const QList<_DATA_> &areas, int position, int station, const QString &regType, int areaIndex)
     {
         // One comparison for both ends: a negative position is a large unsigned one.
@@ -85,7 +79,9 @@ private:
         return area.areaIndex == areaIndex && area.station == station && sharesText(area.regType, regType);
     }
 
+    int searchOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
     int search(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
+    void appended(const QList<_DATA_> &areas);
     bool describes(const QList<_DATA_> &areas) const;
     bool endsHaveTheirKeys(const QList<_DATA_> &areas) const;
     void rebuild(const QList<_DATA_> &areas);
@@ -99,9 +95,10 @@ private:
     const _DATA_ *lastArea;
     unsigned int firstHash; ///< the keys at the ends, hashed
     unsigned int lastHash;
-    int found;     ///< position of the area found last: a guess
-    int next;      ///< position of the area that is probably asked for next
-    bool searched; ///< the last one was not where it was expected
+    // Guesses: positions, of which any may lie outside the list.
+    int last; ///< the area found last
+    int next; ///< the one behind it
+    int left; ///< the one that was expected when the last search found another
 };
 
 #endif

@@ -7,6 +7,12 @@
 
 #include "driver/modbus_rtu_records.h"
 
+/** What a register is monitored as: bits of _DATA_::wordMonitor. */
+enum { PlainWord = 0, FirstOfDouble = 1, SecondOfDouble = 2 };
+
+/** Coil areas at multiples of this say which of as many coils are monitored. */
+enum { AreaCoils = 8 };
+
 /**
  * @p value with bit @p bit set (@p on nonzero) or cleared. Only the low 8 bits
  * of the bit number are looked at; numbers from 32 on leave the value unchanged.

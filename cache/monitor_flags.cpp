@@ -1,14 +1,11 @@
 #include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
-#include "cache/type_areas.h"
 #include "cache/data_areas.h"
+#include "cache/type_areas.h"
 #include "driver/arithmetic.h"
 
 namespace {
-
-enum { PlainWord = 0, FirstOfDouble = 1, SecondOfDouble = 2 }; // bits of wordMonitor
-enum { AreaCoils = 8 };
 
 void monitorBit(_DATA_ &area, int bit)
 {

@@ -1,16 +1,14 @@
 #include "cache/reply_values.h"
 
 #include "address/register_types.h"
-#include "cache/type_areas.h"
 #include "cache/data_areas.h"
+#include "cache/type_areas.h"
 #include "driver/arithmetic.h"
 #include "driver/record_copy.h"
 
 #include <cstring>
 
 namespace {
-
-enum { ByteBits = 8 };
 
 /**
  * One reply on its way into the areas. Where the last reply to the same request
@@ -23,7 +21,8 @@ public:
     ReplyValues(Modbus_rtu_master &driverObject, const VARIABLE &answered, const RegisterType &answeredType,
                 int elements, const ReplyBytes &received)
         : master(driverObject)
-        , areas(driverObject, answered.station, areaTypeText(answeredType))
+        , station(answered.station)
+        , areaType(areaTypeText(answeredType))
         , reply(received)
         , data(received.data())
         , size(received.size())
@@ -36,7 +35,8 @@ public:
         , moment(master.lastReplies.moment())
         , place(placeFor(answered))
         , known(master.lastReplies.dataAt(place))
-        , forgottenAt(moment - 1)
+        , differing(AllCoils)
+        , othersForgotten(false)
     {
     }
 
@@ -67,7 +67,11 @@ private:
         return whole ? found : static_cast<int>(LastReplies::NoPlace);
     }
 
+    /** Else the cache may have been emptied and other replies kept: neither positions nor what was known hold. */
     bool nothingCameBetween() const { return master.lastReplies.moment() == moment; }
+
+    /** Position of the area at @p address, created if absent. Holds until the cache is emptied. */
+    int positionOf(int address) { return master.getIndexOfDataArea(station, areaType, address, master.dataAreas); }
 
     void takeRegisters()
     {
@@ -83,19 +87,21 @@ private:
         QString text; // what the host gets as the type: kept from coil to coil, renewed when the host changed it
         for (int first = 0; first < count; first += ByteBits) {
             const int byte = first / ByteBits;
+            const int address = wrapAdd(start, first);
             const int packed = byte < size ? data[byte] : 0;
+            differing = known ? known[byte] ^ packed : AllCoils;
             const int coilsHere =
                 count - first < static_cast<int>(ByteBits) ? count - first : static_cast<int>(ByteBits);
             for (int bit = 0; bit < coilsHere; ++bit) {
-                if (!known || ((known[byte] ^ packed) >> bit & 1) != 0)
-                    takeCoil(wrapAdd(start, first + bit), packed >> bit & 1, text);
+                if (differing >> bit & 1)
+                    takeCoil(wrapAdd(address, bit), packed >> bit & 1, text);
             }
         }
     }
 
     void takeRegister(int address, int value)
     {
-        const int position = areas.positionOf(address);
+        const int position = positionOf(address);
         _DATA_ &area = master.dataAreas[position];
         area.errorFlag = 0;
         const int before = registerOf(area.readValue);
@@ -103,44 +109,50 @@ private:
             return;
         if (!keepsWritten || master.writeList.isEmpty())
             area.writtenFlag = 0;
-        master._wordDataChange(&before, &value, areas.station, areas.areaType, address, 0);
-        storeRegister(areaAfterReport(position, address).readValue, value);
-        afterChange();
+        forgetOthers();
+        master._wordDataChange(&before, &value, station, areaType, address, 0);
+        if (nothingCameBetween()) {
+            storeRegister(master.dataAreas[position].readValue, value);
+            return;
+        }
+        known = 0;
+        TypeAreas(master, station, areaType).storeReadRegister(address, value);
     }
 
     void takeCoil(int address, int value, QString &text)
     {
-        const int position = areas.positionOf(address);
+        const int position = positionOf(address);
         _DATA_ &area = master.dataAreas[position];
         area.errorFlag = 0;
         if (coilOf(area.readValue) == value)
             return;
         area.writtenFlag = 0;
-        copyText(text, areas.areaType);
-        master.reportChange(master.linkId, areas.station, text, address);
-        storeCoil(areaAfterReport(position, address).readValue, value);
-        afterChange();
-    }
-
-    /** Positions hold until the cache is emptied, which is one of the things that may come between. */
-    _DATA_ &areaAfterReport(int position, int address)
-    {
-        return nothingCameBetween() ? master.dataAreas[position] : areas.at(address);
-    }
-
-    /** Other replies about these areas are forgotten once, and again only if a callback may have let one be kept. */
-    void afterChange()
-    {
-        if (master.lastReplies.moment() == forgottenAt)
+        forgetOthers();
+        copyText(text, areaType);
+        master.reportChange(master.linkId, station, text, address);
+        if (nothingCameBetween()) {
+            storeCoil(master.dataAreas[position].readValue, value);
             return;
-        master.lastReplies.forget(areas.station, areas.areaType, start, count);
-        forgottenAt = master.lastReplies.moment();
-        if (!nothingCameBetween())
-            known = 0; // it may say nothing about the areas any more
+        }
+        known = 0;
+        differing = AllCoils;
+        TypeAreas(master, station, areaType).storeReadCoil(address, value);
     }
+
+    /** Forgets what was known of these areas, once: as long as nothing comes between, none is kept anew. */
+    void forgetOthers()
+    {
+        if (othersForgotten)
+            return;
+        master.lastReplies.forget(station, areaType, start, count);
+        othersForgotten = true;
+    }
+
+    enum { AllCoils = 0xFF };
 
     Modbus_rtu_master &master;
-    TypeAreas areas;
+    const int station;
+    const QString &areaType; ///< of the areas that hold the values
     const ReplyBytes &reply;
     const unsigned char *const data; ///< the data bytes of the reply
     const int size;                  ///< and how many there are
@@ -151,7 +163,8 @@ private:
     const unsigned int moment;
     const int place;
     const unsigned char *known; ///< data of the last reply to the same request, or null
-    unsigned int forgottenAt;   ///< when the replies about these areas were forgotten last
+    int differing;              ///< coils of the byte being taken that need a look: bit 0 the first
+    bool othersForgotten;
 };
 
 } // namespace

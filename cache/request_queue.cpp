@@ -7,12 +7,6 @@
 
 namespace {
 
-/** Registers that a number of bits fills, the last one in part. */
-int registersOf(int bits)
-{
-    return bits / RegisterBits + ((bits & (RegisterBits - 1)) != 0 ? 1 : 0);
-}
-
 /** How far @p to lies beyond @p from on a circle of 32-bit addresses, going up or down. */
 long long distance(long long from, long long to, bool upward)
 {

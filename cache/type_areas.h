@@ -5,7 +5,6 @@
 #ifndef TYPE_AREAS_H
 #define TYPE_AREAS_H
 
-#include "cache/data_areas.h"
 #include "driver/modbus_rtu_master.h"
 
 class TypeAreas
@@ -19,25 +18,14 @@ public:
     {
     }
 
-    /** Position of the area at @p areaIndex, created if absent. Holds until the cache is emptied. */
-    int positionOf(int areaIndex) { return master.getIndexOfDataArea(station, areaType, areaIndex, master.dataAreas); }
-
-    /** The area itself. Valid until the next look-up or callback. */
-    _DATA_ &at(int areaIndex) { return master.dataAreas[positionOf(areaIndex)]; }
+    /** The area at @p areaIndex, created if absent. Valid until the next look-up or callback. */
+    _DATA_ &at(int areaIndex);
 
     /** Stores what a register was read as; what was known of replies about it is forgotten. */
-    void storeReadRegister(int areaIndex, int value)
-    {
-        storeRegister(at(areaIndex).readValue, value);
-        master.lastReplies.forget(station, areaType, areaIndex, 1);
-    }
+    void storeReadRegister(int areaIndex, int value);
 
     /** The same for a coil. */
-    void storeReadCoil(int areaIndex, int value)
-    {
-        storeCoil(at(areaIndex).readValue, value);
-        master.lastReplies.forget(station, areaType, areaIndex, 1);
-    }
+    void storeReadCoil(int areaIndex, int value);
 
     Modbus_rtu_master &master;
     const int station;

@@ -3,8 +3,8 @@
 #include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
-#include "cache/type_areas.h"
 #include "cache/data_areas.h"
+#include "cache/type_areas.h"
 #include "driver/arithmetic.h"
 
 namespace {

@@ -3,8 +3,8 @@
 #include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
-#include "cache/type_areas.h"
 #include "cache/data_areas.h"
+#include "cache/type_areas.h"
 #include "cache/request_queue.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
@@ -15,8 +15,6 @@
 #include <cstring>
 
 namespace {
-
-enum { ByteBits = 8 };
 
 /** Two bits of bitWriteState for each bit of a register. */
 int pendingBit(int position)

@@ -22,6 +22,9 @@ inline int wrapMul(int a, int b)
     return static_cast<int>(static_cast<unsigned int>(a) * static_cast<unsigned int>(b));
 }
 
+/** Bits of a byte: coils travel packed, eight to a byte. */
+enum { ByteBits = 8 };
+
 /** a / b rounded up (toward positive infinity), for b > 0. */
 inline int divideUp(int a, int b)
 {

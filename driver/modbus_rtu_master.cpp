@@ -8,6 +8,15 @@ Modbus_rtu_master driver;
 
 namespace {
 
+/** The text is the host's while it is called: it may change it. */
+inline void callHost(ValueChangeCallBack callBack, int link, int station, QString &text, int address)
+{
+    if (!callBack)
+        return;
+    MonitorRelease released;
+    callBack(link, station, &text, address);
+}
+
 /** The settings of the property string; one of four fields or fewer changes nothing. */
 void configure(Modbus_rtu_master &master, const char *property)
 {
@@ -93,15 +102,11 @@ void Modbus_rtu_master::initProperty(void *area, int argument, void *wordBuffer,
 
 void Modbus_rtu_master::reportChange(int link, int station, QString &text, int address)
 {
-    const ValueChangeCallBack callBack = valueChangeCallBack;
-    if (!callBack)
-        return;
-    MonitorRelease released;
-    callBack(link, station, &text, address);
+    callHost(valueChangeCallBack, link, station, text, address);
 }
 
 void Modbus_rtu_master::reportChange(int link, int station, const QString &regType, int address)
 {
     QString text = regType;
-    reportChange(link, station, text, address);
+    callHost(valueChangeCallBack, link, station, text, address);
 }

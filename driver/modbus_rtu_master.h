@@ -205,6 +205,14 @@ private:
     Modbus_rtu_master &operator=(const Modbus_rtu_master &);
 };
 
+// Inline: every value of a reply is looked up.
+inline int Modbus_rtu_master::getIndexOfDataArea(int station, const QString &regType, int areaIndex,
+                                                 QList<_DATA_> &areas)
+{
+    return &areas == &dataAreas ? areaPositions.findOrAppend(areas, station, regType, areaIndex)
+                                : scanOrAppend(areas, station, regType, areaIndex);
+}
+
 /** The one object behind the exported entry points. */
 extern Modbus_rtu_master driver;
 

@@ -25,7 +25,7 @@ bool makeInheriting(pthread_mutex_t &mutex)
 
 } // namespace
 
-Monitor::Monitor() : owner(std::thread::id())
+Monitor::Monitor() : held(false)
 {
     if (!makeInheriting(mutex))
         pthread_mutex_init(&mutex, nullptr);

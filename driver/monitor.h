@@ -10,13 +10,10 @@
 #ifndef MODBUS_RTU_MONITOR_H
 #define MODBUS_RTU_MONITOR_H
 
-#include <atomic>
-#include <thread>
-
 #include <pthread.h>
 
 /**
- * The lock together with the thread that holds it.
+ * The lock, which knows whether it is held.
  *
  * The lock is a POSIX mutex with priority inheritance: while the poll thread
  * waits for it, the screen thread that holds it runs at the poll thread's
@@ -36,24 +33,24 @@ public:
     void enter()
     {
         pthread_mutex_lock(&mutex);
-        owner.store(std::this_thread::get_id(), std::memory_order_relaxed);
+        held = true;
     }
 
     void leave()
     {
-        owner.store(std::thread::id(), std::memory_order_relaxed);
+        held = false;
         pthread_mutex_unlock(&mutex);
     }
 
-    /** Only a thread itself ever stores its own id, so comparing with the own id needs no ordering. */
-    bool heldHere() const { return owner.load(std::memory_order_relaxed) == std::this_thread::get_id(); }
+    /** For operations of the driver object: they run either under the monitor or in a test with one thread. */
+    bool isHeld() const { return held; }
 
 private:
     Monitor(const Monitor &);
     Monitor &operator=(const Monitor &);
 
     pthread_mutex_t mutex;
-    std::atomic<std::thread::id> owner;
+    bool held; ///< guarded by the mutex
 };
 
 /** The monitor of the loaded library; not a member of the driver object. */
@@ -72,14 +69,13 @@ private:
 };
 
 /**
- * Lets the monitor go for the life of the object, where this thread holds it.
- * Operations that a test calls on its own object, outside the entry points,
- * hold no monitor: then nothing happens.
+ * Lets the monitor go for the life of the object, where it is held. Operations
+ * that a test calls outside the entry points hold no monitor: then nothing happens.
  */
 class MonitorRelease
 {
 public:
-    MonitorRelease() : released(monitor.heldHere())
+    MonitorRelease() : released(monitor.isHeld())
     {
         if (released)
             monitor.leave();

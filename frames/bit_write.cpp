@@ -2,12 +2,11 @@
 
 #include "address/register_types.h"
 #include "cache/type_areas.h"
+#include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
 #include "frames/crc.h"
 
 namespace {
-
-enum { ByteBits = 8, WriteHeaderBytes = 7, CrcBytes = 2 };
 
 /** Bytes of a reply that are changed in place; positions outside are left out. */
 class EditableReply
@@ -76,8 +75,9 @@ void fillBitWrite(Modbus_rtu_master &master, QByteArray &received)
 {
     const FRAME_PRO &head = master.frameList.first();
     const VARIABLE &var = head.var;
-    const QString areaType = QString::fromLatin1("4x");
-    TypeAreas(master, var.station, areaType).at(var.startAddr / RegisterBits).errorFlag = 0;
+    const RegisterType *type = findRegisterType(var.regType);
+    if (type)
+        TypeAreas(master, var.station, areaTypeText(*type)).at(var.startAddr / RegisterBits).errorFlag = 0;
 
     EditableReply reply(received, head.frameKind);
     exchangeRegisterBytes(reply, head.dataLen / 2);

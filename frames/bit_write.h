@@ -9,6 +9,9 @@
 
 #include <QtCore/QByteArray>
 
+/** Bytes of a multiple write ahead of its payload: station to byte count. */
+enum { WriteHeaderBytes = 7 };
+
 /**
  * The registers that the read half of a bit write has brought, with the bits
  * changed, become the payload of the write half behind it in frameList.

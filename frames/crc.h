@@ -7,6 +7,9 @@
 
 #include <QtCore/QString>
 
+/** Bytes of the CRC at the end of a frame. */
+enum { CrcBytes = 2 };
+
 /**
  * CRC-16 of the Modbus serial line protocol (section 2.5.1.2, appendix B):
  * initial value 0xFFFF, reflected polynomial 0xA001. Sent low byte first.

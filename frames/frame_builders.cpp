@@ -8,6 +8,7 @@
 #include "address/register_types.h"
 #include "driver/arithmetic.h"
 #include "driver/record_copy.h"
+#include "frames/bit_write.h"
 #include "frames/crc.h"
 #include "frames/frame_queue.h"
 
@@ -24,10 +25,7 @@ enum FunctionCode {
 };
 
 enum {
-    ByteBits = 8,
-    CrcBytes = 2,
     RequestBytes = 8,      // read requests, single writes and the echoes of writes
-    WriteHeaderBytes = 7,  // station to byte count of a multiple write
     ReadReplyOverhead = 5, // station, function, byte count, CRC
     ReadReplyHeader = 3,
     LargestPayload = ModbusRtuRecordBytes - WriteHeaderBytes - CrcBytes

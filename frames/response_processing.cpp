@@ -3,8 +3,9 @@
 #include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
-#include "cache/type_areas.h"
+#include "cache/data_areas.h"
 #include "cache/reply_values.h"
+#include "cache/type_areas.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
 #include "frames/bit_write.h"
@@ -13,8 +14,6 @@
 #include "frames/recipe_transfer.h"
 
 namespace {
-
-enum { CrcBytes = 2, AreaCoils = 8 };
 
 int retireHeadFrame(Modbus_rtu_master &master)
 {

@@ -56,9 +56,8 @@ public:
             MergeItem item = {i, key.startAddr, key.count};
             const RegisterType *type = rewritesBits ? findRegisterType(key.regType) : 0;
             if (type && type->unit == RegisterBitUnit) {
-                const int bits = wrapAdd(key.startAddr % RegisterBits, key.count);
                 item.startAddr = key.startAddr / RegisterBits;
-                item.count = bits / RegisterBits + ((bits & (RegisterBits - 1)) != 0 ? 1 : 0);
+                item.count = registersOf(wrapAdd(key.startAddr % RegisterBits, key.count));
             }
             made.push_back(item);
         }
