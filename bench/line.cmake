@@ -1,16 +1,16 @@
 # How much of the line and of the CPU a poll loop takes: the driver's, and the
 # same loop over libmodbus.
 
-if(NOT TARGET rtu_host) # the loop is the bench host's
+if(NOT TARGET host_kit_static) # the loop is the host kit's
     return()
 endif()
 
 find_library(LIBMODBUS_LIBRARY modbus REQUIRED)
 find_path(LIBMODBUS_INCLUDE modbus.h PATH_SUFFIXES modbus REQUIRED)
 
-add_library(line_bench_common STATIC line_bench_common.cpp)
+add_library(line_bench_common STATIC line_bench_common.cpp punctuality.cpp)
 set_target_properties(line_bench_common PROPERTIES CXX_STANDARD 17 CXX_STANDARD_REQUIRED ON)
-target_link_libraries(line_bench_common PUBLIC rtu_host)
+target_link_libraries(line_bench_common PUBLIC host_kit_static)
 modbus_warnings(line_bench_common)
 
 foreach(program line_bench line_bench_libmodbus)

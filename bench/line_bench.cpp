@@ -6,11 +6,13 @@
 #include "line_bench_common.h"
 
 #include "punctuality.h"
+
 #include "kit/driver/driver_library.h"
-#include "poll_loop.h"
 #include "kit/line/serial_line.h"
+#include "kit/poll/poller.h"
 
 #include <cstdio>
+#include <set>
 
 namespace {
 
@@ -63,13 +65,59 @@ void addValues(rtu::DriverLibrary &driver, const Block &block, Checksum &checksu
     }
 }
 
-rtu::PollSettings settingsFor(const Arguments &arguments, const rtu::LineParameters &line)
+rtu::LinkSettings settingsFor(const Arguments &arguments, const rtu::LineParameters &line)
 {
-    rtu::PollSettings settings;
-    settings.timing = rtu::LineTiming(line);
+    rtu::LinkSettings settings;
+    settings.parameters = line;
     settings.replyTimeout = std::chrono::milliseconds(arguments.timeoutMilliseconds);
     settings.lateReplyGuard = settings.replyTimeout;
+    settings.echo = rtu::Echo::Never;
     return settings;
+}
+
+/** Nothing but a cyclic plan: counts its frames and rounds, and adds up the values of the first. */
+class Rounds : public rtu::PollClient
+{
+public:
+    Rounds(rtu::DriverLibrary &driver, const std::vector<Block> &blocks) : m_driver(driver), m_blocks(blocks) {}
+
+    bool feed() override { return false; }
+    rtu::TimePoint nextFeed() override { return rtu::TimePoint::max(); }
+    bool handed() const override { return false; }
+    bool transferring() const override { return false; }
+    void frameDone(const rtu::Transaction &transaction) override
+    {
+        ++transactions;
+        errors += transaction.good() ? 0 : 1;
+    }
+    void requestDone(const rtu::RequestEnd &) override {}
+    void roundDone() override
+    {
+        if (++cycles > 1)
+            return;
+        for (const Block &block : m_blocks)
+            addValues(m_driver, block, checksum);
+    }
+    void stationSilent(int) override {}
+    void portChanged(bool) override {}
+    void portAway() override {}
+
+    unsigned long transactions = 0;
+    unsigned long errors = 0;
+    long cycles = 0;
+    Checksum checksum;
+
+private:
+    rtu::DriverLibrary &m_driver;
+    const std::vector<Block> &m_blocks;
+};
+
+std::set<int> stationsOf(const std::vector<Block> &blocks)
+{
+    std::set<int> stations;
+    for (const Block &block : blocks)
+        stations.insert(block.station);
+    return stations;
 }
 
 int run(const Arguments &arguments)
@@ -79,33 +127,23 @@ int run(const Arguments &arguments)
     const int roundLength = planBlocks(driver, blocks);
     rtu::SerialLine line(arguments.port, arguments.line);
     line.open();
-    rtu::LineParameters parameters = line.parameters();
-    rtu::PollLoop loop(driver, line, settingsFor(arguments, parameters));
-
-    unsigned long transactions = 0;
-    unsigned long errors = 0;
-    loop.addObserver([&](const rtu::Transaction &transaction) {
-        ++transactions;
-        errors += transaction.good() ? 0 : 1;
-    });
+    Rounds rounds(driver, blocks);
+    rtu::Poller poller(driver, line, settingsFor(arguments, line.parameters()), rounds);
+    poller.setPlan(roundLength, stationsOf(blocks));
 
     Meter meter;
-    Checksum checksum;
-    long cycles = 0;
-    loop.setRoundLength(roundLength);
-    loop.setRoundObserver([&] {
-        if (++cycles == 1) {
-            for (const Block &block : blocks)
-                addValues(driver, block, checksum);
-        }
-        return !meter.finished(arguments, cycles);
-    });
     meter.start();
     rtu::askForPunctuality();
-    loop.run();
+    while (!meter.finished(arguments, rounds.cycles)) {
+        const long cycles = rounds.cycles;
+        while (rounds.cycles == cycles && poller.step() == rtu::PollStep::Done) {
+        }
+        if (rounds.cycles == cycles)
+            line.sleepUntil(poller.nextStep());
+    }
     meter.stop();
-    meter.print(transactions, errors, checksum);
-    return errors == 0 ? 0 : 1;
+    meter.print(rounds.transactions, rounds.errors, rounds.checksum);
+    return rounds.errors == 0 ? 0 : 1;
 }
 
 } // namespace

@@ -1,13 +1,19 @@
 #include "live_feed.h"
 
+#include "kit/poll/request_end.h"
+
 #include <algorithm>
 
 namespace rtu {
 
-void LiveFeed::add(const Transaction &transaction, int writeTag)
+LiveFeed::LiveFeed(Link &link, Line &line, const std::vector<TagRange> &tags) : m_link(link), m_board(link, line, tags)
 {
-    m_statistics.add(transaction);
-    m_states.add(transaction);
+    link.onTransaction([this](const Transaction &transaction) { add(transaction); });
+    link.onPort([this](bool open) { setPort(open); });
+}
+
+void LiveFeed::add(const Transaction &transaction)
+{
     const std::vector<TraceLine> lines = traceLines(transaction);
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_trace.insert(m_trace.end(), lines.begin(), lines.end());
@@ -15,7 +21,7 @@ void LiveFeed::add(const Transaction &transaction, int writeTag)
         m_trace.pop_front();
     if (transaction.end != ReplyEnd::NoneExpected)
         m_alive[transaction.station] = !transaction.reply.isEmpty();
-    if (transaction.tag == writeTag)
+    if (transaction.tag == static_cast<int>(Source::Write))
         noteWrite(transaction);
 }
 
@@ -26,6 +32,18 @@ void LiveFeed::noteWrite(const Transaction &transaction)
     else if (transaction.good() && !transaction.isRead)
         m_news = "Station " + std::to_string(transaction.station) + ": " + requestMeaning(transaction.request)
                  + ", acknowledged";
+}
+
+void LiveFeed::noteEnd(const std::string &place, const WriteResult &result)
+{
+    const bool told = result.end == WriteEnd::Acknowledged || result.end == WriteEnd::Refused
+                      || result.end == WriteEnd::Unconfirmed || result.end == WriteEnd::Broadcast;
+    if (told)
+        return;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_news = place
+             + (result.end == WriteEnd::KeptLocal ? " is shown and not sent"
+                                                  : " was not written: " + result.text.toStdString());
 }
 
 void LiveFeed::setPort(bool open)

@@ -6,10 +6,11 @@
 #define RTU_HOST_LIVE_FEED_H
 
 #include "statistics.h"
-#include "tag_states.h"
+#include "tag_board.h"
 #include "trace.h"
 
 #include <deque>
+#include <map>
 #include <mutex>
 #include <string>
 #include <vector>
@@ -19,21 +20,12 @@ namespace rtu {
 class LiveFeed
 {
 public:
-    LiveFeed(const std::vector<TagRange> &tags, int maxWords, const LineTiming &timing, TimePoint start)
-        : m_tags(tags)
-        , m_states(tags, maxWords)
-        , m_statistics(timing, start)
-    {
-    }
+    /** Has the link watch the tags and tell of what it does. Made before it runs. */
+    LiveFeed(Link &link, Line &line, const std::vector<TagRange> &tags);
 
-    /** On the polling thread. */
-    void add(const Transaction &transaction, int writeTag);
-    void add(const ValueChange &change, TimePoint when) { m_states.add(change, when); }
-    void setPort(bool open);
-
-    const std::vector<TagRange> &tags() const { return m_tags; }
-    const TagStates &states() const { return m_states; }
-    const Statistics &statistics() const { return m_statistics; }
+    const TagBoard &board() const { return m_board; }
+    const std::vector<TagRange> &tags() const { return m_board.tags(); }
+    LinkStatistics statistics() const { return m_link.statistics(); }
     bool portOpen() const;
 
     /** The latest lines, oldest first. */
@@ -44,15 +36,18 @@ public:
 
     /** The outcome of the last write, once; empty when there is no news. */
     std::string takeNews();
+    /** From any thread: how a write ended of which no frame told. @param place "1:4x5" */
+    void noteEnd(const std::string &place, const WriteResult &result);
 
 private:
     enum { Kept = 1000 };
 
+    void add(const Transaction &transaction);
     void noteWrite(const Transaction &transaction);
+    void setPort(bool open);
 
-    std::vector<TagRange> m_tags;
-    TagStates m_states;
-    Statistics m_statistics;
+    Link &m_link;
+    TagBoard m_board;
     mutable std::mutex m_mutex;
     std::deque<TraceLine> m_trace;
     std::map<int, bool> m_alive;

@@ -21,15 +21,25 @@ std::string fixed(double number, int digits)
 }
 
 /** Median and 95th percentile: "12.3/45.6 ms", "850 us/12.3 ms". */
-std::string pairText(const Quantiles &quantiles)
+std::string pairText(Duration median, Duration percentile95)
 {
-    if (quantiles.empty())
+    if (median <= Duration(0))
         return "-";
-    const std::string median = durationText(quantiles.median());
-    const std::string high = durationText(quantiles.percentile95());
-    const std::size_t unit = median.find(' ');
-    const bool sameUnit = median.substr(unit) == high.substr(high.find(' '));
-    return (sameUnit ? median.substr(0, unit) : median) + "/" + high;
+    const std::string low = durationText(median);
+    const std::string high = durationText(percentile95);
+    const std::size_t unit = low.find(' ');
+    const bool sameUnit = low.substr(unit) == high.substr(high.find(' '));
+    return (sameUnit ? low.substr(0, unit) : low) + "/" + high;
+}
+
+std::string replyText(const StationStatistics &counts)
+{
+    return pairText(counts.replyMedian, counts.reply95);
+}
+
+std::string agesText(const StationStatistics &counts)
+{
+    return pairText(counts.ageMedian, counts.age95);
 }
 
 std::string plural(std::uint64_t count, const char *what)
@@ -93,6 +103,8 @@ Screen LivePainter::paint(LiveState &state, int rows, int columns, TimePoint now
 {
     m_screen = Screen();
     m_columns = columns;
+    m_statistics = m_feed.statistics();
+    m_rates.add(m_statistics);
     if (rows < SmallestRows || columns < SmallestColumns) {
         add("window too small", Look::Title);
         m_screen.lines.resize(static_cast<std::size_t>(std::max(1, rows)));
@@ -117,8 +129,7 @@ Screen LivePainter::paint(LiveState &state, int rows, int columns, TimePoint now
 
 void LivePainter::paintLinePanel(TimePoint now)
 {
-    const Statistics &statistics = m_feed.statistics();
-    const Counts total = statistics.total();
+    const StationStatistics &total = m_statistics.total;
     const bool open = m_feed.portOpen();
     const std::string state = open ? "  open" : "  GONE, waiting for it";
     const std::string time = timeOfDay(now).substr(0, 8);
@@ -126,30 +137,30 @@ void LivePainter::paintLinePanel(TimePoint now)
     const std::string title = " " + shortenedText(m_portName, room - textWidth(state) - 2) + state;
     add(leftAligned(title, room) + time, open ? Look::Title : Look::Error);
     const bool narrow = m_columns < NarrowColumns;
-    add(" " + fixed(statistics.framesPerSecond(now), 1) + (narrow ? "/s  line " : " frames/s   line ")
-            + fixed(100 * statistics.lineShare(now), 0) + (narrow ? " %  reply " : " % in use   reply ")
-            + pairText(total.replyTime) + (narrow ? "  age " : "   age ") + pairText(m_feed.states().ages()),
+    add(" " + fixed(m_rates.framesPerSecond(), 1) + (narrow ? "/s  line " : " frames/s   line ")
+            + fixed(100 * m_rates.lineShare(), 0) + (narrow ? " %  reply " : " % in use   reply ") + replyText(total)
+            + (narrow ? "  age " : "   age ") + agesText(total),
         Look::Plain);
     add(" " + plural(total.frames, "frames  ") + plural(total.resends, "resent  ") + plural(total.giveUps, "given up  ")
             + plural(total.timeouts, "time-outs  ") + plural(total.damaged, "damaged  ")
-            + plural(total.warnings, "warnings"),
-        total.giveUps + total.warnings > 0 ? Look::Error : Look::Plain);
+            + plural(total.foreign, "foreign"),
+        total.giveUps + total.foreign > 0 ? Look::Error : Look::Plain);
 }
 
 /** Where there is no room for all, those in trouble come first. */
 void LivePainter::paintStations(int rows)
 {
     add(" stn  state    frames resent given up t-outs exc.  reply med/95 %  age med/95 %", Look::Header);
-    const std::map<int, Counts> counts = m_feed.statistics().stations();
-    std::vector<std::pair<int, Counts>> stations(counts.begin(), counts.end());
+    std::vector<std::pair<int, StationStatistics>> stations(m_statistics.stations.begin(), m_statistics.stations.end());
     const std::size_t most = static_cast<std::size_t>(std::max(2, rows / 4 - 1));
     if (stations.size() <= most) {
         for (const auto &station : stations)
             add(stationLine(station.first, station.second));
         return;
     }
-    const auto alive = std::stable_partition(
-        stations.begin(), stations.end(), [this](const std::pair<int, Counts> &s) { return !m_feed.alive(s.first); });
+    const auto alive =
+        std::stable_partition(stations.begin(), stations.end(),
+                              [this](const std::pair<int, StationStatistics> &s) { return !m_feed.alive(s.first); });
     for (std::size_t i = 0; i + 1 < most; ++i)
         add(stationLine(stations[i].first, stations[i].second));
     add("  ... " + std::to_string(stations.size()) + " stations in all, " + std::to_string(alive - stations.begin())
@@ -157,7 +168,7 @@ void LivePainter::paintStations(int rows)
         Look::Dim);
 }
 
-ScreenLine LivePainter::stationLine(int station, const Counts &counts) const
+ScreenLine LivePainter::stationLine(int station, const StationStatistics &counts) const
 {
     const bool alive = m_feed.alive(station);
     return {Span{rightAligned(std::to_string(station), 4), Look::Plain},
@@ -165,8 +176,8 @@ ScreenLine LivePainter::stationLine(int station, const Counts &counts) const
             Span{rightAligned(std::to_string(counts.frames), 8) + rightAligned(std::to_string(counts.resends), 7)
                      + rightAligned(std::to_string(counts.giveUps), 9)
                      + rightAligned(std::to_string(counts.timeouts), 7)
-                     + rightAligned(std::to_string(counts.exceptions), 5) + "  "
-                     + leftAligned(pairText(counts.replyTime), 14) + "  " + pairText(m_feed.states().ages(station)),
+                     + rightAligned(std::to_string(counts.exceptions), 5) + "  " + leftAligned(replyText(counts), 14)
+                     + "  " + agesText(counts),
                  Look::Plain}};
 }
 
@@ -210,9 +221,9 @@ void LivePainter::paintTags(LiveState &state, int height, TimePoint now)
 ScreenLine LivePainter::tagLine(const LiveRow &row, const TableLayout &layout, bool selected, TimePoint now)
 {
     const TagRange &tag = m_feed.tags()[row.tag];
-    const TagState state = m_feed.states().state(row.tag);
-    const std::uint32_t raw = m_read(tag)[static_cast<std::size_t>(row.value)];
-    const TimePoint changed = m_feed.states().changed(row.tag, row.value);
+    const TagState state = m_feed.board().state(row.tag);
+    const std::uint32_t raw = state.raw[static_cast<std::size_t>(row.value)];
+    const TimePoint changed = m_feed.board().changed(row.tag, row.value);
     const bool fresh = changed != TimePoint() && now - changed < HighlightTime;
     const std::string value = state.known ? valueText(raw, tag.format) : "-";
     const Look base = selected ? Look::Selected : Look::Plain;
@@ -281,7 +292,7 @@ std::string LivePainter::hint(const LiveState &state) const
     if (!state.message().empty())
         return " " + state.message();
     if (!state.rows().empty()) {
-        const TagState tag = m_feed.states().state(state.rows()[state.selected()].tag);
+        const TagState tag = m_feed.board().state(state.rows()[state.selected()].tag);
         if (tag.failed)
             return " Error: " + tag.error;
     }

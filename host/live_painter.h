@@ -9,23 +9,14 @@
 #include "live_screen.h"
 #include "live_state.h"
 #include "live_table.h"
-
-#include <functional>
+#include "statistics.h"
 
 namespace rtu {
 
 class LivePainter
 {
 public:
-    /** The values of a tag as the driver's cache has them. */
-    using ReadTag = std::function<std::vector<std::uint32_t>(const TagRange &)>;
-
-    LivePainter(const LiveFeed &feed, const std::string &portName, ReadTag read)
-        : m_feed(feed)
-        , m_portName(portName)
-        , m_read(std::move(read))
-    {
-    }
+    LivePainter(const LiveFeed &feed, const std::string &portName) : m_feed(feed), m_portName(portName) {}
 
     Screen paint(LiveState &state, int rows, int columns, TimePoint now);
 
@@ -34,7 +25,7 @@ private:
 
     void paintLinePanel(TimePoint now);
     void paintStations(int rows);
-    ScreenLine stationLine(int station, const Counts &counts) const;
+    ScreenLine stationLine(int station, const StationStatistics &counts) const;
     int traceHeight(const LiveState &state, int room) const;
     void paintTags(LiveState &state, int height, TimePoint now);
     ScreenLine tagLine(const LiveRow &row, const TableLayout &layout, bool selected, TimePoint now);
@@ -50,7 +41,8 @@ private:
 
     const LiveFeed &m_feed;
     std::string m_portName;
-    ReadTag m_read;
+    LinkStatistics m_statistics; ///< as the screen shows them
+    RecentRates m_rates;
     Screen m_screen;
     int m_columns = 80;
     std::size_t m_top = 0; ///< first row of the tag table on the screen

@@ -1,7 +1,6 @@
 #include "live_view.h"
 
-#include "punctuality.h"
-#include "poll_program.h"
+#include "link_setup.h"
 
 #include <stdexcept>
 
@@ -13,48 +12,54 @@ const int RedrawMilliseconds = 100;
 
 } // namespace
 
-LiveView::LiveView(DriverSession &session, Line &line, const PollSettings &settings, const Options &options,
-                   plant::Plant *plant, const std::string &portName)
-    : m_session(session)
+LiveView::LiveView(Link &link, Line &line, DriverLibrary &driver, const Options &options, plant::Plant *plant,
+                   const std::string &portName)
+    : m_link(link)
     , m_line(line)
+    , m_driver(driver)
     , m_options(options)
     , m_plant(plant)
     , m_portName(portName)
-    , m_loop(session.driver(), line, settings)
 {
 }
 
 void LiveView::prepare(const TagSelection &selection)
 {
-    m_feed.reset(new LiveFeed(selection.reads, m_session.property().maxWords, m_loop.settings().timing, m_line.now()));
-    m_session.driver().setChangeListener([this](const ValueChange &change) { m_feed->add(change, m_line.now()); });
-    m_loop.addObserver([this](const Transaction &transaction) { m_feed->add(transaction, WriteTag); });
-    m_loop.setPortObserver([this](bool open) { m_feed->setPort(open); });
-    m_loop.setRoundLength(m_session.plan(selection.reads));
-    m_loop.setRoundObserver([this] { return m_options.rounds == 0 || ++m_rounds < m_options.rounds; });
+    m_feed.reset(new LiveFeed(m_link, m_line, selection.reads));
+    m_link.onRound([this] { finishRound(); });
     for (const TagWrite &write : selection.writes)
-        writeTag(m_session.driver(), write, m_session.property().maxWords, WriteTag);
+        m_link.write(specOf(write.tag), numbersOf(write.raw), tellingTheEndOf(write.tag));
+}
+
+void LiveView::finishRound()
+{
+    if (m_options.rounds == 0 || ++m_rounds < m_options.rounds)
+        return;
+    m_link.stop();
+    m_ended = true;
+}
+
+WriteOptions LiveView::tellingTheEndOf(const TagRange &tag)
+{
+    const std::string place = std::to_string(tag.station) + ":" + tag.rangeLabel();
+    WriteOptions options;
+    options.done = [this, place](const WriteResult &result) { m_feed->noteEnd(place, result); };
+    return options;
 }
 
 void LiveView::run(LiveTerminal &terminal, const TagSelection &selection)
 {
     prepare(selection);
-    std::thread polling([this] {
-        askForPunctuality();
-        m_loop.run();
-        m_pollingEnded = true;
-    });
+    m_link.start();
     show(terminal);
-    m_loop.stop();
-    polling.join();
-    m_session.driver().setChangeListener(nullptr);
+    m_link.stop();
 }
 
 void LiveView::show(LiveTerminal &terminal)
 {
     LiveState state(liveRows(m_feed->tags()), *this);
-    LivePainter painter(*m_feed, m_portName, [this](const TagRange &tag) { return readTag(m_session.driver(), tag); });
-    while (!state.quit() && !m_pollingEnded) {
+    LivePainter painter(*m_feed, m_portName);
+    while (!state.quit() && !m_ended) {
         // News wait while the user types: the line is needed.
         const std::string news = state.typing() ? std::string() : m_feed->takeNews();
         if (!news.empty())
@@ -66,55 +71,48 @@ void LiveView::show(LiveTerminal &terminal)
     }
 }
 
-/** The one value of a row as a tag of its own. */
 TagRange LiveView::tagOf(const LiveRow &row) const
 {
-    TagRange tag = m_feed->tags()[row.tag];
-    tag.address = tag.addressOf(row.value);
-    tag.values = 1;
-    return tag;
+    return singleValue(m_feed->tags()[row.tag], row.value);
 }
 
 std::string LiveView::refusal(const LiveRow &row)
 {
     const TagRange tag = tagOf(row);
-    const AddressCheck check = checkAddress(m_session.driver(), tag.type, addressText(tag.type, tag.address),
-                                            tag.count(), tag.format.format, Access::Write);
+    const AddressCheck check = checkAddress(m_driver, tag.type, addressText(tag.type, tag.address), tag.count(),
+                                            tag.format.format, Access::Write);
     return check.result == 0 ? std::string()
                              : tag.label() + ": " + addressCheckText(check.result, tag.type.name, &tag.type);
 }
 
 std::string LiveView::currentValue(const LiveRow &row)
 {
-    const TagRange tag = tagOf(row);
-    return valueText(readTag(m_session.driver(), tag).front(), tag.format);
+    const TagState state = m_feed->board().state(row.tag);
+    return valueText(state.raw[static_cast<std::size_t>(row.value)], m_feed->tags()[row.tag].format);
 }
 
 bool LiveView::write(const LiveRow &row, const std::string &text, std::string *message)
 {
-    TagWrite write;
-    write.tag = tagOf(row);
+    const TagRange tag = tagOf(row);
+    std::vector<std::uint32_t> raw;
     try {
-        write.raw.push_back(parseValue(text, write.tag.format));
+        raw.push_back(parseValue(text, tag.format));
     } catch (const std::invalid_argument &error) {
         *message = error.what();
         return false;
     }
-    writeTag(m_session.driver(), write, m_session.property().maxWords, WriteTag);
-    m_loop.wake();
-    *message = "Writing " + write.tag.label() + " = " + valueText(write.raw.front(), write.tag.format);
+    if (m_feed->tags()[row.tag].values == 1)
+        m_link.write(m_feed->board().handle(row.tag), numbersOf(raw), tellingTheEndOf(tag));
+    else
+        m_link.write(specOf(tag), numbersOf(raw), tellingTheEndOf(tag));
+    *message = "Writing " + tag.label() + " = " + valueText(raw.front(), tag.format);
     return true;
 }
 
 std::string LiveView::readNow(const LiveRow &row)
 {
     const TagRange &tag = m_feed->tags()[row.tag];
-    QList<KEY_ADDRESS> keys = keysOf(std::vector<TagRange>(1, tag), m_session.property().maxWords);
-    for (int i = 0; i < keys.size(); ++i) {
-        KEY_ADDRESS key = keys.at(i);
-        m_session.driver().addConditionRead(&key, ConditionTag);
-    }
-    m_loop.wake();
+    m_link.read(specOf(tag));
     return "Reading " + std::to_string(tag.station) + ":" + tag.label();
 }
 

@@ -1,23 +1,23 @@
 /**
  * @file
- * The live view: polls on a thread of its own and shows what happens until the
+ * The live view: has the link poll on its thread and shows what happens until the
  * user has seen enough.
  */
 #ifndef RTU_HOST_LIVE_VIEW_H
 #define RTU_HOST_LIVE_VIEW_H
 
-#include "driver_session.h"
 #include "live_feed.h"
 #include "live_painter.h"
 #include "live_state.h"
 #include "live_terminal.h"
 #include "options.h"
 #include "plant/plant.h"
-#include "poll_loop.h"
 #include "tag_selection.h"
 
+#include <modbus_rtu_host/link.h>
+
 #include <atomic>
-#include <thread>
+#include <memory>
 
 namespace rtu {
 
@@ -25,19 +25,19 @@ class LiveView : private LiveActions
 {
 public:
     /**
+     * @param line the link's
+     * @param driver judges addresses; not the link's own
      * @param plant the simulated slaves, null on a real port
      * @param portName as the title shows it
      */
-    LiveView(DriverSession &session, Line &line, const PollSettings &settings, const Options &options,
-             plant::Plant *plant, const std::string &portName);
+    LiveView(Link &link, Line &line, DriverLibrary &driver, const Options &options, plant::Plant *plant,
+             const std::string &portName);
 
     /** Runs until the user ends it, stop() is called or the rounds are over. */
     void run(LiveTerminal &terminal, const TagSelection &selection);
 
     /** From any thread. */
-    void stop() { m_loop.stop(); }
-
-    const Statistics &statistics() const { return m_feed->statistics(); }
+    void stop() { m_ended = true; }
 
 private:
     std::string refusal(const LiveRow &row) override;
@@ -52,16 +52,18 @@ private:
 
     void prepare(const TagSelection &selection);
     void show(LiveTerminal &terminal);
+    void finishRound();
+    WriteOptions tellingTheEndOf(const TagRange &tag);
     TagRange tagOf(const LiveRow &row) const;
 
-    DriverSession &m_session;
+    Link &m_link;
     Line &m_line;
+    DriverLibrary &m_driver;
     const Options &m_options;
     plant::Plant *m_plant;
     std::string m_portName;
-    PollLoop m_loop;
     std::unique_ptr<LiveFeed> m_feed;
-    std::atomic<bool> m_pollingEnded{false};
+    std::atomic<bool> m_ended{false};
     int m_rounds = 0;
     bool m_unplugged = false;
 };

@@ -1,6 +1,7 @@
 #include "options.h"
 
 #include "help_text.h"
+#include "tag.h"
 #include "version.h"
 
 #include <CLI/CLI.hpp>
@@ -103,6 +104,8 @@ private:
     void settleArguments();
     void check() const;
     void checkProperty() const;
+    void checkLimit() const;
+    bool usesLine() const;
     void checkMode() const;
     void checkSimulation() const;
     static void refusePair(bool first, const char *firstName, bool second, const char *secondName);
@@ -369,7 +372,7 @@ Options Parser::parse(int argc, const char *const *argv)
 
 void Parser::settle()
 {
-    m_options.stations = parseNumberList(m_raw.stations, 0, 255, "station");
+    m_options.stations = parseNumberList(m_raw.stations, 0, HighestStation, "station");
     m_options.baudGiven = given("-b");
     m_options.line.parity = static_cast<char>(std::toupper(m_raw.parity[0]));
     m_options.typeOrReferenceGiven = given("-t") || given("-r");
@@ -445,17 +448,22 @@ void Parser::settleProperty()
         m_options.property.adopt(m_raw.rawProperty);
 }
 
-bool Parser::needsPort() const
+bool Parser::usesLine() const
 {
     switch (m_options.mode) {
     case Mode::Poll:
     case Mode::ConditionRead:
     case Mode::RecipeRead:
     case Mode::RecipeWrite:
-        return m_options.simFile.empty();
+        return true;
     default:
         return false;
     }
+}
+
+bool Parser::needsPort() const
+{
+    return usesLine() && m_options.simFile.empty();
 }
 
 void Parser::settleArguments()
@@ -480,6 +488,7 @@ void Parser::check() const
     refusePair(m_options.live, "--live", m_options.plain, "--plain");
     refusePair(m_raw.once, "-1", given("--count"), "--count");
     checkProperty();
+    checkLimit();
     checkMode();
     checkSimulation();
 }
@@ -500,6 +509,15 @@ void Parser::checkProperty() const
         if (given(field))
             throw Misuse("--property is the whole string: change it there and leave out " + std::string(field));
     }
+}
+
+void Parser::checkLimit() const
+{
+    const int words = m_options.property.maxWords;
+    if (usesLine() && (words < 2 || words > 120))
+        throw Misuse(
+            "a longest block of " + std::to_string(words)
+            + ": slaves take up to 120 registers, and 32-bit values need 2; --plan shows what others would do");
 }
 
 /** What would be passed over in silence. */

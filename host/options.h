@@ -5,7 +5,7 @@
 #ifndef RTU_HOST_OPTIONS_H
 #define RTU_HOST_OPTIONS_H
 
-#include "driver_session.h"
+#include "driver_property.h"
 #include "kit/line/line_timing.h"
 #include "value_printer.h"
 

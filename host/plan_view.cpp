@@ -1,6 +1,7 @@
 #include "plan_view.h"
 
 #include "kit/line/frame_check.h"
+#include "link_setup.h"
 #include "wall_clock.h"
 
 #include <algorithm>
@@ -14,6 +15,7 @@ namespace {
 
 const int MostRegisters = 125;
 const int MostBits = 2000;
+const int MostLinkWords = 120; ///< a link cuts tags at that
 const std::size_t TagsShown = 4;
 
 PlanBlock blockOf(const FRAME_PRO &frame)
@@ -45,24 +47,16 @@ QByteArray emptyReply(const FRAME_PRO &frame)
     return reply;
 }
 
-/** The key as the plan reads it: bits of registers become whole registers. */
-struct ReadRange
+/** The type that the plan reads a tag by: bits of registers become whole registers. */
+std::string readType(const RegisterType &type)
 {
-    std::string type;
-    int start;
-    int count;
-};
+    return type.bitInRegister ? type.name.substr(0, type.name.find('_')) : type.name;
+}
 
-ReadRange readRange(const KEY_ADDRESS &key)
+void configure(DriverLibrary &driver, const DriverProperty &property)
 {
-    ReadRange range = {key.regType.toStdString(), key.startAddr, key.count};
-    const std::string ending = "_bit";
-    if (range.type.size() <= ending.size() || range.type.find(ending) == std::string::npos)
-        return range;
-    range.type.resize(range.type.size() - ending.size());
-    range.count = (key.startAddr % 16 + key.count + 15) / 16;
-    range.start = key.startAddr / 16;
-    return range;
+    int status = 0;
+    driver.initProperty(nullptr, 0, nullptr, &status, property.text().c_str(), nullptr);
 }
 
 bool reachesInto(const PlanBlock &left, const PlanBlock &right)
@@ -121,49 +115,54 @@ std::string PlanBlock::rangeText() const
     return count > 1 ? first + ".." + std::to_string(start + count) : first;
 }
 
-PlanView::PlanView(DriverSession &session, const DriverProperty &property, const std::vector<TagRange> &tags,
-                   const PlanCosts &costs)
+PlanView::PlanView(DriverLibrary &driver, const RegisterCatalog &catalog, const DriverProperty &property,
+                   const std::vector<TagRange> &tags, const PlanCosts &costs)
     : m_tags(tags)
     , m_costs(costs)
 {
-    session.configure(property);
-    readPlan(session, session.plan(tags));
-    session.configure(property);
-    placeTags(property.maxWords);
+    WatchedTags watched(driver, std::max(2, std::min(property.maxWords, MostLinkWords)), nullptr);
+    for (const TagRange &tag : tags) {
+        const std::shared_ptr<TagRecord> record = std::make_shared<TagRecord>();
+        record->layout = std::make_shared<TagLayout>(driver, catalog, specOf(tag), TagUse::Read);
+        watched.add(record);
+    }
+    QList<KEY_ADDRESS> keys = watched.planKeys();
+    configure(driver, property);
+    readPlan(driver, driver.addrMerge(&keys));
+    configure(driver, property);
+    placeTags(watched);
 }
 
-void PlanView::readPlan(DriverSession &session, int frames)
+void PlanView::readPlan(DriverLibrary &driver, int frames)
 {
     FRAME_PRO frame;
-    for (int i = 0; i < frames && session.driver().getSendFrame(&frame) == 1; ++i) {
+    for (int i = 0; i < frames && driver.getSendFrame(&frame) == 1; ++i) {
         m_blocks.push_back(blockOf(frame));
         QByteArray reply = emptyReply(frame);
         QString information;
-        session.driver().dealRcvFrame(&reply, &information);
+        driver.dealRcvFrame(&reply, &information);
     }
 }
 
-void PlanView::placeTags(int maxWords)
+void PlanView::placeTags(const WatchedTags &watched)
 {
     for (std::size_t tag = 0; tag < m_tags.size(); ++tag) {
-        const QList<KEY_ADDRESS> keys = keysOf(std::vector<TagRange>(1, m_tags[tag]), maxWords);
-        for (int i = 0; i < keys.size(); ++i) {
+        for (const TagPiece &piece : watched.records()[tag]->pieces) {
             for (PlanBlock &block : m_blocks)
-                place(block, keys.at(i), tag);
+                place(block, readType(m_tags[tag].type), piece.area, tag);
         }
     }
     for (PlanBlock &block : m_blocks)
         block.unused = static_cast<int>(std::count(block.used.begin(), block.used.end(), false));
 }
 
-void PlanView::place(PlanBlock &block, const KEY_ADDRESS &key, std::size_t tag) const
+void PlanView::place(PlanBlock &block, const std::string &type, const Area &area, std::size_t tag) const
 {
-    const ReadRange range = readRange(key);
-    const bool inside = range.start >= block.start && range.start + range.count <= block.start + block.count;
-    if (key.station != block.station || range.type != block.type || !inside)
+    const bool inside = area.first >= block.start && area.end() <= block.start + block.count;
+    if (area.station != block.station || type != block.type || !inside)
         return;
-    block.tags.push_back(PlannedTag{tag, range.start - block.start, range.count});
-    std::fill_n(block.used.begin() + (range.start - block.start), range.count, true);
+    block.tags.push_back(PlannedTag{tag, area.first - block.start, area.count});
+    std::fill_n(block.used.begin() + (area.first - block.start), area.count, true);
 }
 
 Duration PlanView::lineTime(const PlanBlock &block) const

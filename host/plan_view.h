@@ -5,9 +5,12 @@
 #ifndef RTU_HOST_PLAN_VIEW_H
 #define RTU_HOST_PLAN_VIEW_H
 
-#include "driver_session.h"
+#include "driver_property.h"
 #include "kit/line/line_timing.h"
 #include "tag.h"
+
+#include "kit/driver/driver_library.h"
+#include "kit/tags/watched_tags.h"
 
 #include <string>
 #include <vector>
@@ -52,11 +55,13 @@ class PlanView
 {
 public:
     /**
-     * Asks the driver for one round of its plan, frame by frame. Configures the
-     * driver anew before and after.
+     * Asks the driver for one round of the plan that a link has it make of the tags,
+     * frame by frame. Configures the driver anew before and after.
+     *
+     * @throws Error for a tag that a link refuses
      */
-    PlanView(DriverSession &session, const DriverProperty &property, const std::vector<TagRange> &tags,
-             const PlanCosts &costs);
+    PlanView(DriverLibrary &driver, const RegisterCatalog &catalog, const DriverProperty &property,
+             const std::vector<TagRange> &tags, const PlanCosts &costs);
 
     const std::vector<PlanBlock> &blocks() const { return m_blocks; }
     const std::vector<TagRange> &tags() const { return m_tags; }
@@ -71,9 +76,9 @@ public:
     std::vector<std::string> warnings() const;
 
 private:
-    void readPlan(DriverSession &session, int frames);
-    void placeTags(int maxWords);
-    void place(PlanBlock &block, const KEY_ADDRESS &key, std::size_t tag) const;
+    void readPlan(DriverLibrary &driver, int frames);
+    void placeTags(const WatchedTags &watched);
+    void place(PlanBlock &block, const std::string &type, const Area &area, std::size_t tag) const;
     void warnOfDoubleReading(std::vector<std::string> &warnings) const;
 
     std::vector<TagRange> m_tags;

@@ -1,93 +1,100 @@
 #include "poll_program.h"
 
-#include "punctuality.h"
+#include "link_setup.h"
+#include "statistics.h"
 #include "trace.h"
 #include "wall_clock.h"
 
-#include <stdexcept>
+#include <algorithm>
 
 namespace rtu {
 
 namespace {
 
-Duration seconds(double number)
-{
-    return std::chrono::duration_cast<Duration>(std::chrono::duration<double>(number));
-}
-
-enum ConditionEnd { ConditionPending = 0, ConditionDone = 1, ConditionFailed = 2 };
-
-int conditionEnd(const ValueChange &change)
-{
-    return change.address == 0 ? ConditionDone : ConditionFailed;
-}
-
-bool endsCondition(const ValueChange &change)
-{
-    return change.linkId == -1 && change.station == -1 && change.regType == QLatin1String("-1");
-}
+const Duration LongestRest = std::chrono::milliseconds(500);
 
 /** "1:4x1..125" */
-std::string keyLabel(const TagRange &tag, const KEY_ADDRESS &key)
+std::string placeOf(const TagRange &tag)
 {
-    const int last = key.startAddr + key.count - tag.type.unitsPerValue();
-    const std::string first = tag.type.name + addressText(tag.type, key.startAddr);
-    return std::to_string(tag.station) + ":" + first
-           + (last > key.startAddr ? ".." + addressText(tag.type, last) : std::string());
+    return std::to_string(tag.station) + ":" + tag.rangeLabel();
+}
+
+std::string quantity(std::size_t count, const std::string &what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+bool wentWell(WriteEnd end)
+{
+    return end == WriteEnd::Acknowledged || end == WriteEnd::Broadcast || end == WriteEnd::KeptLocal;
+}
+
+std::string rowText(const RowResult &row)
+{
+    switch (row.end) {
+    case RowEnd::Refused:
+        return "refused with exception " + std::to_string(row.exceptionCode);
+    case RowEnd::Unconfirmed:
+        return "no answer";
+    default:
+        return "not tried";
+    }
 }
 
 } // namespace
 
-PollSettings pollSettings(const Options &options, const LineTiming &timing)
-{
-    PollSettings settings;
-    settings.timing = timing;
-    if (options.silence >= 0)
-        settings.timing.setSilence(seconds(options.silence));
-    if (options.replyGap > 0)
-        settings.timing.setReplyGap(seconds(options.replyGap));
-    settings.replyTimeout = seconds(options.replyTimeout);
-    settings.lateReplyGuard = seconds(options.lateGuard >= 0 ? options.lateGuard : options.replyTimeout);
-    settings.broadcastDelay = seconds(options.broadcastDelay);
-    settings.roundInterval = seconds(options.pollInterval);
-    settings.removeEcho = options.removeEcho;
-    return settings;
-}
-
-PollProgram::PollProgram(DriverSession &session, Line &line, const PollSettings &settings, const Options &options,
-                         std::ostream &out, std::ostream &err)
-    : m_session(session)
+PollProgram::PollProgram(Link &link, Line &line, const Options &options, std::ostream &out, std::ostream &err)
+    : m_link(link)
     , m_line(line)
     , m_options(options)
     , m_out(out)
     , m_err(err)
-    , m_loop(session.driver(), line, settings)
-    , m_statistics(settings.timing, line.now())
     , m_printer(out, options.form)
 {
-    m_loop.addObserver([this](const Transaction &transaction) { noteTransaction(transaction); });
-    m_loop.setPortObserver([this](bool open) { notePort(open); });
-    session.driver().setChangeListener([this](const ValueChange &change) {
-        if (endsCondition(change))
-            m_conditionEnd = conditionEnd(change);
-    });
+    link.onTransaction([this](const Transaction &transaction) { noteTransaction(transaction); });
+    link.onPort([this](bool open) { notePort(open); });
+    link.onNotice([this](const QString &text) { say(text.toStdString()); });
+    link.onRound([this] { finishRound(); });
+}
+
+void PollProgram::stop()
+{
+    m_stopped = true;
+    m_link.stop();
+}
+
+/** False when it is over. */
+bool PollProgram::step()
+{
+    if (m_stopped)
+        return false;
+    const LinkStep done = m_link.step();
+    if (done == LinkStep::Idle || done == LinkStep::NoPort)
+        m_line.sleepUntil(std::min(m_link.nextStep(), m_line.now() + LongestRest));
+    return !m_stopped;
+}
+
+/** Steps until what was asked for has ended; false when the user or a lost port ended it first. */
+template <typename Asked>
+bool PollProgram::awaitEnd(const Asked &asked)
+{
+    while (!asked.ended()) {
+        if (!step())
+            return false;
+    }
+    return true;
 }
 
 void PollProgram::noteTransaction(const Transaction &transaction)
 {
-    m_statistics.add(transaction);
-    if (m_states)
-        m_states->add(transaction);
     if (m_options.trace)
         printTrace(transaction);
-    else if (!transaction.warning.isEmpty())
-        m_err << "warning: " << requestMeaning(transaction.request) << ": accepted although "
-              << transaction.warning.toStdString() << '\n';
     if (transaction.verdict != VerdictGivenUp)
         return;
     ++m_errors;
+    m_lastError = transaction.information.toStdString();
     m_err << "error: station " << transaction.station << ", " << requestMeaning(transaction.request) << ": "
-          << replyMeaning(transaction) << ", given up (" << transaction.information.toStdString() << ")\n";
+          << replyMeaning(transaction) << ", given up (" << m_lastError << ")\n";
 }
 
 void PollProgram::printTrace(const Transaction &transaction)
@@ -108,154 +115,146 @@ void PollProgram::say(const std::string &text)
 /** A single round is for scripts, which do not want to hang; others wait for the port to come back. */
 void PollProgram::notePort(bool open)
 {
-    if (open)
-        m_err << "the port is back\n";
-    else if (waitsForPort())
-        m_err << "error: the port is gone, waiting for it\n";
-    else
-        notePortLost();
-}
-
-void PollProgram::notePortLost()
-{
-    if (m_portLost)
+    if (open == !m_portLost)
         return;
-    m_portLost = true;
-    ++m_errors;
-    m_err << "error: the port is gone\n";
-    m_loop.stop();
-}
-
-/** Sends what is queued; false when the port went away or the user ended it. */
-bool PollProgram::drain()
-{
-    StepResult result = m_loop.drain();
-    while (result == StepResult::NoPort && waitsForPort()) {
-        m_line.sleepUntil(m_line.now() + m_loop.settings().reopenInterval);
-        result = m_loop.drain();
+    m_portLost = !open;
+    if (open) {
+        m_err << "the port is back\n";
+        return;
     }
-    if (result == StepResult::NoPort)
-        notePortLost();
-    return result == StepResult::Idle;
+    m_err << (waitsForPort() ? "error: the port is gone, waiting for it\n" : "error: the port is gone\n");
+    if (waitsForPort())
+        return;
+    ++m_errors;
+    stop();
 }
 
 bool PollProgram::write(const std::vector<TagWrite> &writes)
 {
     for (const TagWrite &write : writes) {
         const std::uint64_t errors = m_errors;
-        writeTag(m_session.driver(), write, m_session.property().maxWords, WriteTag);
-        if (!drain())
+        const Write asked = m_link.write(specOf(write.tag), numbersOf(write.raw));
+        if (!awaitEnd(asked))
             return false;
-        if (m_errors != errors)
-            continue;
-        const bool many = write.raw.size() > 1;
-        say("wrote " + std::to_string(write.tag.station) + ":" + write.tag.label() + (many ? " ..: " : ": ")
-            + std::to_string(write.raw.size()) + (many ? " values" : " value"));
+        tellWrite(write, asked.result(), m_errors != errors);
     }
     return true;
 }
 
-int PollProgram::poll(const TagSelection &selection)
+void PollProgram::tellWrite(const TagWrite &write, const WriteResult &result, bool errorTold)
+{
+    if (wentWell(result.end)) {
+        const bool many = write.raw.size() > 1;
+        say("wrote " + std::to_string(write.tag.station) + ":" + write.tag.label() + (many ? " ..: " : ": ")
+            + quantity(write.raw.size(), "value"));
+        return;
+    }
+    if (errorTold)
+        return;
+    ++m_errors;
+    m_err << "error: " << placeOf(write.tag) << " was not written: " << result.text.toStdString() << '\n';
+}
+
+int PollProgram::poll(const TagSelection &selection, std::size_t requestsARound)
 {
     m_printer.printHeader();
     if (write(selection.writes) && !selection.reads.empty())
-        poll(selection.reads);
+        poll(selection.reads, requestsARound);
     return finish();
 }
 
-void PollProgram::poll(const std::vector<TagRange> &tags)
+void PollProgram::poll(const std::vector<TagRange> &tags, std::size_t requestsARound)
 {
-    m_states.reset(new TagStates(tags, m_session.property().maxWords));
-    const int frames = m_session.plan(tags);
-    say(std::to_string(tags.size()) + (tags.size() == 1 ? " tag in " : " tags in ") + std::to_string(frames)
-        + (frames == 1 ? " request a round" : " requests a round"));
-    m_loop.setRoundLength(frames);
-    m_loop.setRoundObserver([this, &tags] { return finishRound(tags); });
-    askForPunctuality();
-    m_loop.run();
+    m_board.reset(new TagBoard(m_link, m_line, tags));
+    say(quantity(tags.size(), "tag") + " in " + quantity(requestsARound, "request") + " a round");
+    while (step()) {
+    }
 }
 
-bool PollProgram::finishRound(const std::vector<TagRange> &tags)
+void PollProgram::finishRound()
 {
-    printRound(tags);
+    if (!m_board || m_stopped)
+        return;
+    printRound();
     ++m_rounds;
-    return m_out.good() && (m_options.rounds == 0 || m_rounds < m_options.rounds);
+    if (!m_out.good() || (m_options.rounds > 0 && m_rounds >= m_options.rounds))
+        stop();
 }
 
-void PollProgram::printRound(const std::vector<TagRange> &tags)
+void PollProgram::printRound()
 {
     const TimePoint now = m_line.now();
     if (m_options.rounds != 1)
         say(timeOfDay(now));
-    for (std::size_t i = 0; i < tags.size(); ++i)
-        m_printer.print(tags[i], readTag(m_session.driver(), tags[i]), m_states->state(i), now);
+    for (std::size_t i = 0; i < m_board->tags().size(); ++i)
+        m_printer.print(m_board->tags()[i], m_board->state(i), now);
     m_out.flush();
 }
 
 int PollProgram::readOnce(const std::vector<TagRange> &tags)
 {
     m_printer.printHeader();
-    m_states.reset(new TagStates(tags, m_session.property().maxWords));
-    for (std::size_t i = 0; i < tags.size(); ++i) {
-        if (!condition(tags[i]))
+    for (const TagRange &tag : tags) {
+        m_lastError.clear();
+        const OneOffRead asked = m_link.read(specOf(tag));
+        if (!awaitEnd(asked))
             break;
-        m_printer.print(tags[i], readTag(m_session.driver(), tags[i]), m_states->state(i), m_line.now());
+        printRead(tag, asked.result(), m_lastError);
     }
     return finish();
 }
 
-bool PollProgram::condition(const TagRange &tag)
+void PollProgram::printRead(const TagRange &tag, const ReadResult &result, const std::string &error)
 {
-    QList<KEY_ADDRESS> keys = keysOf(std::vector<TagRange>(1, tag), m_session.property().maxWords);
-    for (int i = 0; i < keys.size(); ++i) {
-        KEY_ADDRESS key = keys.at(i);
-        m_conditionEnd = ConditionPending;
-        m_session.driver().addConditionRead(&key, ConditionTag);
-        if (!drain())
-            return false;
-        say("condition read of " + keyLabel(tag, key)
-            + (m_conditionEnd == ConditionDone     ? ": done"
-               : m_conditionEnd == ConditionFailed ? ": failed"
-                                                   : ": no end reported"));
-    }
-    return true;
+    const bool good = result.end == ReadEnd::Good;
+    say("condition read of " + placeOf(tag) + (good ? ": done" : ": failed"));
+    TagState state;
+    state.known = good;
+    state.failed = !good;
+    state.error = good ? std::string() : error.empty() ? "no answer" : error;
+    state.raw = good ? result.value.raw() : std::vector<std::uint32_t>(static_cast<std::size_t>(tag.values));
+    m_printer.print(tag, state, m_line.now());
 }
 
 int PollProgram::transferRecipe(Recipe recipe, bool write)
 {
-    QVector<_RCP_VAR_PRO> rows = recipeRows(recipe.tags, m_session.property());
-    m_session.driver().setRcpAddress(&rows);
-    if (write) {
-        fillWords(recipe, m_session.words());
-        m_session.requestBlockWrite();
-    } else {
-        m_session.requestBlockRead();
-    }
-    const bool drained = drain();
-    const bool done = drained && !m_session.blockTransferPending() && m_errors == 0;
-    m_session.clearBlockRequests();
+    const std::vector<RecipeRow> rows = recipeRows(recipe, m_options.property);
+    const Transfer asked = write ? m_link.load(rows) : m_link.save(rows);
+    const bool ended = awaitEnd(asked);
+    const TransferResult result = asked.result();
+    const bool done = ended && result.complete();
     if (!done)
         m_err << "error: the recipe was not transferred whole\n";
+    if (ended && !done)
+        tellRows(recipe, result);
     if (done && !write) {
-        takeWords(m_session.words(), recipe);
+        takeValues(result, recipe);
         writeRecipeFile(m_options.recipeFile, recipe);
     }
     if (done)
-        say("recipe of " + std::to_string(rows.size()) + (rows.size() == 1 ? " row " : " rows ")
-            + (write ? "written to the slaves" : "saved to ") + (write ? std::string() : m_options.recipeFile));
+        say("recipe of " + quantity(rows.size(), "row")
+            + (write ? " written to the slaves" : " saved to " + m_options.recipeFile));
     const int status = finish();
     return done ? status : 1;
+}
+
+void PollProgram::tellRows(const Recipe &recipe, const TransferResult &result)
+{
+    for (std::size_t i = 0; i < result.rows.size(); ++i) {
+        if (result.rows[i].end != RowEnd::Done)
+            m_err << "error: " << placeOf(recipe.tags[i]) << ": " << rowText(result.rows[i]) << '\n';
+    }
 }
 
 int PollProgram::finish()
 {
     if (m_options.printStatistics) {
-        const TimePoint now = m_line.now();
+        const LinkStatistics statistics = m_link.statistics();
         if (m_options.form == OutputForm::Json) {
-            m_out << statisticsJson(m_statistics, now) << '\n';
+            m_out << statisticsJson(statistics) << '\n';
         } else {
             std::ostream &out = m_options.form == OutputForm::Csv ? m_err : m_out;
-            for (const std::string &line : statisticsLines(m_statistics, now))
+            for (const std::string &line : statisticsLines(statistics))
                 out << line << '\n';
         }
     }

@@ -6,11 +6,12 @@
 #ifndef RTU_HOST_POLL_PROGRAM_H
 #define RTU_HOST_POLL_PROGRAM_H
 
-#include "driver_session.h"
 #include "options.h"
-#include "poll_loop.h"
 #include "recipe.h"
+#include "tag_board.h"
 #include "tag_selection.h"
+
+#include <modbus_rtu_host/link.h>
 
 #include <atomic>
 #include <memory>
@@ -18,55 +19,53 @@
 
 namespace rtu {
 
-/** userData of this host's own requests; the cyclic plan has CyclicTag. */
-enum { WriteTag = 100, ConditionTag = 101 };
-
-/** The poll loop's settings as the options say. */
-PollSettings pollSettings(const Options &options, const LineTiming &timing);
-
+/** Steps the link on the thread that calls. */
 class PollProgram
 {
 public:
-    PollProgram(DriverSession &session, Line &line, const PollSettings &settings, const Options &options,
-                std::ostream &out, std::ostream &err);
+    /** @param line the link's */
+    PollProgram(Link &link, Line &line, const Options &options, std::ostream &out, std::ostream &err);
 
-    /** Writes, then reads in rounds; result: exit status. */
-    int poll(const TagSelection &selection);
+    /** Writes, then reads in rounds of so many requests; result: exit status. */
+    int poll(const TagSelection &selection, std::size_t requestsARound);
     /** Reads each tag once by one-off reads. */
     int readOnce(const std::vector<TagRange> &tags);
     /** Moves a recipe. @param write from the file to the slaves */
     int transferRecipe(Recipe recipe, bool write);
 
-    PollLoop &loop() { return m_loop; }
+    /** From any thread. */
+    void stop();
 
 private:
+    bool step();
+    template <typename Asked>
+    bool awaitEnd(const Asked &asked);
     bool write(const std::vector<TagWrite> &writes);
-    void poll(const std::vector<TagRange> &tags);
-    bool finishRound(const std::vector<TagRange> &tags);
-    bool condition(const TagRange &tag);
+    void tellWrite(const TagWrite &write, const WriteResult &result, bool errorTold);
+    void poll(const std::vector<TagRange> &tags, std::size_t requestsARound);
+    void finishRound();
+    void printRound();
+    void printRead(const TagRange &tag, const ReadResult &result, const std::string &error);
+    void tellRows(const Recipe &recipe, const TransferResult &result);
     void noteTransaction(const Transaction &transaction);
     void printTrace(const Transaction &transaction);
-    void printRound(const std::vector<TagRange> &tags);
     void say(const std::string &text);
     bool waitsForPort() const { return m_options.rounds != 1; }
     void notePort(bool open);
-    void notePortLost();
-    bool drain();
     int finish();
 
-    DriverSession &m_session;
+    Link &m_link;
     Line &m_line;
     const Options &m_options;
     std::ostream &m_out;
     std::ostream &m_err;
-    PollLoop m_loop;
-    Statistics m_statistics;
     ValuePrinter m_printer;
-    std::unique_ptr<TagStates> m_states;
+    std::unique_ptr<TagBoard> m_board;
     std::uint64_t m_errors = 0;
+    std::string m_lastError; ///< the driver's text of the last request that was given up
     int m_rounds = 0;
-    bool m_portLost = false; ///< for good
-    std::atomic<int> m_conditionEnd{0};
+    bool m_portLost = false;
+    std::atomic<bool> m_stopped{false};
 };
 
 } // namespace rtu

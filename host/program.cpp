@@ -1,11 +1,14 @@
 #include "program.h"
 
 #include "editor_calls.h"
+#include "link_setup.h"
 #include "live_view.h"
 #include "options.h"
 #include "plan_view.h"
 #include "poll_program.h"
 #include "recipe.h"
+#include "statistics.h"
+#include "stop_target.h"
 #include "kit/line/make_line.h"
 #include "signal_watcher.h"
 #include "simulation.h"
@@ -14,9 +17,7 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <functional>
 #include <memory>
-#include <mutex>
 #include <stdexcept>
 
 namespace rtu {
@@ -40,18 +41,22 @@ public:
                 throw std::runtime_error(error);
             device = m_plant->devicePath();
         }
-        m_line = makeLine(device, parameters);
+        m_owned = makeLine(device, parameters);
+        m_line = m_owned.get();
         m_line->open();
         if (!m_line->notice().empty() && !options.quiet)
             err << m_line->notice() << '\n';
     }
 
+    /** As long as the link, once it has been handed over. */
     PortLine &line() { return *m_line; }
+    std::unique_ptr<Line> takeLine() { return std::move(m_owned); }
     plant::Plant *plant() { return m_plant.get(); }
 
 private:
     std::unique_ptr<plant::Plant> m_plant;
-    std::unique_ptr<PortLine> m_line;
+    std::unique_ptr<PortLine> m_owned;
+    PortLine *m_line = nullptr;
 };
 
 std::string optionOf(Mode mode)
@@ -69,6 +74,16 @@ std::string optionOf(Mode mode)
 std::string fileName(const std::string &path)
 {
     return path.substr(path.rfind('/') + 1);
+}
+
+/** What a link refuses is a matter of the command line. */
+std::unique_ptr<Link> makeLink(const LinkSettings &settings, std::unique_ptr<Line> line)
+{
+    try {
+        return std::unique_ptr<Link>(new Link(settings, std::move(line)));
+    } catch (const Error &error) {
+        throw std::invalid_argument(error.what());
+    }
 }
 
 DriverLibrary loadDriver(const std::string &path)
@@ -89,7 +104,6 @@ public:
         , m_err(err)
         , m_driver(loadDriver(options.driverPath))
         , m_catalog(m_driver)
-        , m_session(m_driver)
     {
     }
 
@@ -134,19 +148,26 @@ private:
         return recipe;
     }
 
+    PlanView planOf(const std::vector<TagRange> &tags, const LineParameters &line)
+    {
+        const LinkSettings settings = linkSettings(m_options, line, LineTiming(line), m_driver.path());
+        PlanCosts costs;
+        costs.timing = LineTiming(line);
+        if (settings.silence >= Duration(0))
+            costs.timing.setSilence(settings.silence);
+        costs.line = line;
+        costs.replyTimeout = settings.replyTimeout;
+        costs.attempts = m_options.property.attempts;
+        return PlanView(m_driver, m_catalog, m_options.property, tags, costs);
+    }
+
     int showPlan()
     {
         const TagSelection selection = selectNamedTags();
         const bool simulated = !m_options.simFile.empty();
-        const LineParameters line =
-            simulated ? agreeOnPace(*makePlant(m_options.simFile, m_options), m_options) : m_options.line;
-        const PollSettings settings = pollSettings(m_options, LineTiming(line));
-        PlanCosts costs;
-        costs.timing = settings.timing;
-        costs.line = line;
-        costs.replyTimeout = settings.replyTimeout;
-        costs.attempts = m_options.property.attempts;
-        const PlanView plan(m_session, m_options.property, selection.reads, costs);
+        const PlanView plan =
+            planOf(selection.reads,
+                   simulated ? agreeOnPace(*makePlant(m_options.simFile, m_options), m_options) : m_options.line);
         if (m_options.planPicture.empty() || !m_options.quiet)
             m_out << (m_options.form == OutputForm::Json ? planJson(plan) + "\n" : planText(plan));
         if (m_options.planPicture.empty())
@@ -177,20 +198,24 @@ private:
         // Before the slaves' thread and the line: every thread must inherit the held-back signals.
         const SignalWatcher watcher([this](int signal) { end(signal); });
         LineSource source(m_options, m_err);
-        m_session.driver().setChangeListener(nullptr); // the callback comes first; who hears of it, later
-        m_session.configure(m_options.property);
-        const PollSettings settings = pollSettings(m_options, source.line().timing());
+        const LinkSettings settings =
+            linkSettings(m_options, source.line().parameters(), source.line().timing(), m_driver.path());
+        if (settings.maxWords != m_options.property.maxWords && !m_options.quiet)
+            m_err << "--max-words " << m_options.property.maxWords << " would tear 32-bit values: using "
+                  << settings.maxWords << '\n';
+        const std::unique_ptr<Link> link = makeLink(settings, source.takeLine());
         if (wantsLiveView() && !selection.reads.empty()) {
             std::unique_ptr<LiveTerminal> terminal(new LiveTerminal);
             if (terminal->usable())
-                return showLive(source, settings, selection, std::move(terminal));
+                return showLive(source, *link, selection, std::move(terminal));
         }
-        PollProgram polling(m_session, source.line(), settings, m_options, m_out, m_err);
-        const Ending ending(*this, [&polling] { polling.loop().stop(); });
-        return runPolling(polling, selection, recipe);
+        PollProgram polling(*link, source.line(), m_options, m_out, m_err);
+        const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.stop(); });
+        return runPolling(polling, selection, recipe, source.line().parameters());
     }
 
-    int runPolling(PollProgram &polling, const TagSelection &selection, const Recipe &recipe)
+    int runPolling(PollProgram &polling, const TagSelection &selection, const Recipe &recipe,
+                   const LineParameters &line)
     {
         switch (m_options.mode) {
         case Mode::ConditionRead:
@@ -200,72 +225,44 @@ private:
         case Mode::RecipeWrite:
             return polling.transferRecipe(recipe, true);
         default:
-            return polling.poll(selection);
+            return polling.poll(selection, planOf(selection.reads, line).blocks().size());
         }
     }
 
-    int showLive(LineSource &source, const PollSettings &settings, const TagSelection &selection,
-                 std::unique_ptr<LiveTerminal> terminal)
+    int showLive(LineSource &source, Link &link, const TagSelection &selection, std::unique_ptr<LiveTerminal> terminal)
     {
         const std::string port =
             source.plant() ? "simulated slaves of " + fileName(m_options.simFile) : source.line().name();
         const std::string name = port + ", " + lineName(source.line().parameters());
-        LiveView view(m_session, source.line(), settings, m_options, source.plant(), name);
+        LiveView view(link, source.line(), m_driver, m_options, source.plant(), name);
         {
-            const Ending ending(*this, [&view] { view.stop(); });
+            const StopTarget::Scope scope(m_stopTarget, [&view] { view.stop(); });
             view.run(*terminal, selection);
         }
         terminal.reset();
+        const LinkStatistics statistics = link.statistics();
         if (m_options.printStatistics) {
-            for (const std::string &line : statisticsLines(view.statistics(), source.line().now()))
+            for (const std::string &line : statisticsLines(statistics))
                 m_out << line << '\n';
         }
-        return view.statistics().total().giveUps == 0 ? ExitGood : ExitErrors;
-    }
-
-    /** Says how to end what is running, as long as it runs. */
-    class Ending
-    {
-    public:
-        Ending(Program &program, std::function<void()> stop) : m_program(program)
-        {
-            m_program.setStop(std::move(stop));
-        }
-        ~Ending() { m_program.setStop(nullptr); }
-        Ending(const Ending &) = delete;
-        Ending &operator=(const Ending &) = delete;
-
-    private:
-        Program &m_program;
-    };
-
-    void setStop(std::function<void()> stop)
-    {
-        const std::lock_guard<std::mutex> lock(m_stopMutex);
-        m_stop = std::move(stop);
+        return statistics.total.giveUps == 0 ? ExitGood : ExitErrors;
     }
 
     /** The first signal ends in good order, the next at once. */
     void end(int signal)
     {
-        const std::lock_guard<std::mutex> lock(m_stopMutex);
-        if (m_ending || !m_stop) {
-            LiveTerminal::restoreNow();
-            ::_exit(128 + signal);
-        }
-        m_ending = true;
-        m_stop();
+        if (m_stopTarget.stop())
+            return;
+        LiveTerminal::restoreNow();
+        ::_exit(128 + signal);
     }
 
     const Options &m_options;
     std::ostream &m_out;
     std::ostream &m_err;
-    DriverLibrary m_driver;
+    DriverLibrary m_driver; ///< judges addresses and makes plans; a link has its own
     RegisterCatalog m_catalog;
-    DriverSession m_session;
-    std::mutex m_stopMutex;
-    std::function<void()> m_stop;
-    bool m_ending = false;
+    StopTarget m_stopTarget;
 };
 
 int runMode(const Options &options, std::ostream &out, std::ostream &err)

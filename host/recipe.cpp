@@ -1,5 +1,6 @@
 #include "recipe.h"
 
+#include "link_setup.h"
 #include "tag_table.h"
 
 #include <algorithm>
@@ -11,8 +12,6 @@
 namespace rtu {
 
 namespace {
-
-const int BufferWords = 65536;
 
 std::vector<std::uint32_t> parseValues(const TagRow &row, Access access)
 {
@@ -39,35 +38,6 @@ void refuseUnfit(const TagRange &tag, Access access)
         throw std::invalid_argument(tag.label() + ": " + tag.type.name + " is read-only");
 }
 
-void refuseTooLong(const Recipe &recipe)
-{
-    int words = 0;
-    for (const TagRange &tag : recipe.tags) {
-        words += tag.count();
-        if (words > BufferWords)
-            throw std::invalid_argument("the recipe has more than the " + std::to_string(BufferWords)
-                                        + " registers that there is room for");
-    }
-}
-
-/** The driver wants each 32-bit value in a row of its own; registers go in rows of up to a whole request. */
-int valuesPerRow(const TagRange &tag, int maxWords)
-{
-    return tag.type.isDouble() ? 1 : std::max(1, maxWords);
-}
-
-_RCP_VAR_PRO rowOf(const TagRange &tag, int firstValue, int values, int linkId, int hostOffset)
-{
-    _RCP_VAR_PRO row = _RCP_VAR_PRO();
-    row.userData = linkId;
-    row.station = tag.station;
-    row.regType = tag.qtType();
-    row.startAddr = tag.addressOf(firstValue);
-    row.count = values * tag.type.unitsPerValue();
-    row.hostOffset = hostOffset;
-    return row;
-}
-
 } // namespace
 
 Recipe readRecipe(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in, const std::string &source,
@@ -85,7 +55,6 @@ Recipe readRecipe(DriverLibrary &driver, const RegisterCatalog &catalog, std::is
     }
     if (recipe.tags.empty())
         throw std::invalid_argument(source + ": the recipe has no registers");
-    refuseTooLong(recipe);
     return recipe;
 }
 
@@ -99,7 +68,6 @@ void refuseUnfit(const Recipe &recipe, Access access)
 {
     for (const TagRange &tag : recipe.tags)
         refuseUnfit(tag, access);
-    refuseTooLong(recipe);
 }
 
 void writeRecipe(std::ostream &out, const Recipe &recipe)
@@ -130,45 +98,25 @@ void writeRecipeFile(const std::string &path, const Recipe &recipe)
     }
 }
 
-QVector<_RCP_VAR_PRO> recipeRows(const std::vector<TagRange> &tags, const DriverProperty &property)
+std::vector<RecipeRow> recipeRows(const Recipe &recipe, const DriverProperty &property)
 {
-    QVector<_RCP_VAR_PRO> rows;
-    int offset = 0;
-    for (const TagRange &tag : tags) {
-        const int most = valuesPerRow(tag, property.maxWords);
-        for (int first = 0; first < tag.values; first += most) {
-            rows << rowOf(tag, first, std::min(most, tag.values - first), property.linkId, offset);
-            offset += rows.last().count;
-        }
+    std::vector<RecipeRow> rows;
+    for (std::size_t i = 0; i < recipe.tags.size(); ++i) {
+        RecipeRow row;
+        row.where = specOf(recipe.tags[i]);
+        row.where.wordOrder = property.swaps(recipe.tags[i].station) ? WordOrder::LowFirst : WordOrder::HighFirst;
+        if (i < recipe.values.size())
+            row.numbers = numbersOf(recipe.values[i]);
+        rows.push_back(row);
     }
     return rows;
 }
 
-void fillWords(const Recipe &recipe, std::vector<unsigned short> &words)
+void takeValues(const TransferResult &result, Recipe &recipe)
 {
-    std::size_t offset = 0;
-    for (std::size_t i = 0; i < recipe.tags.size(); ++i) {
-        for (std::uint32_t raw : recipe.values[i]) {
-            words[offset++] = static_cast<unsigned short>(raw & 0xFFFF);
-            if (recipe.tags[i].type.isDouble())
-                words[offset++] = static_cast<unsigned short>(raw >> 16);
-        }
-    }
-}
-
-void takeWords(const std::vector<unsigned short> &words, Recipe &recipe)
-{
-    std::size_t offset = 0;
-    recipe.values.assign(recipe.tags.size(), std::vector<std::uint32_t>());
-    for (std::size_t i = 0; i < recipe.tags.size(); ++i) {
-        const TagRange &tag = recipe.tags[i];
-        for (int k = 0; k < tag.values; ++k) {
-            std::uint32_t raw = words[offset++];
-            if (tag.type.isDouble())
-                raw |= static_cast<std::uint32_t>(words[offset++]) << 16;
-            recipe.values[i].push_back(raw);
-        }
-    }
+    recipe.values.clear();
+    for (const RowResult &row : result.rows)
+        recipe.values.push_back(row.value.raw());
 }
 
 } // namespace rtu

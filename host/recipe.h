@@ -1,14 +1,16 @@
 /**
  * @file
  * Recipes: sets of register values that are saved from slaves to a file and
- * loaded from a file into slaves, through the driver's block transfers.
+ * loaded from a file into slaves.
  */
 #ifndef RTU_HOST_RECIPE_H
 #define RTU_HOST_RECIPE_H
 
-#include "driver_session.h"
+#include "driver_property.h"
+#include "tag.h"
 
-#include <QtCore/QVector>
+#include <modbus_rtu_host/recipe_row.h>
+#include <modbus_rtu_host/transfer_result.h>
 
 #include <iosfwd>
 #include <string>
@@ -40,12 +42,11 @@ void writeRecipe(std::ostream &out, const Recipe &recipe);
 /** Writes the file anew; the old one stays until the new one is whole. @throws std::runtime_error */
 void writeRecipeFile(const std::string &path, const Recipe &recipe);
 
-/** The rows of the driver's recipe table, laid out one behind the other in the word buffer. */
-QVector<_RCP_VAR_PRO> recipeRows(const std::vector<TagRange> &tags, const DriverProperty &property);
+/** What the link is to move. @param property says which stations have the low word of 32-bit values first */
+std::vector<RecipeRow> recipeRows(const Recipe &recipe, const DriverProperty &property);
 
-/** Values into the word buffer, and back. */
-void fillWords(const Recipe &recipe, std::vector<unsigned short> &words);
-void takeWords(const std::vector<unsigned short> &words, Recipe &recipe);
+/** The values that a transfer has read; all rows must have been. */
+void takeValues(const TransferResult &result, Recipe &recipe);
 
 } // namespace rtu
 

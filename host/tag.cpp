@@ -60,18 +60,6 @@ void setRange(DriverLibrary &driver, TagRange &tag, const std::string &first, co
     setAddress(driver, tag, first, Access::Read);
 }
 
-/** How many values one write request of the driver carries whole. */
-std::size_t valuesPerWrite(const RegisterType &type, int maxWords)
-{
-    const int coils = 1024; // the driver's records end there
-    const int registers = std::max(maxWords, 1);
-    if (type.bitInRegister)
-        return static_cast<std::size_t>(registers);
-    if (type.isBit())
-        return coils;
-    return static_cast<std::size_t>(std::max(registers / type.unitsPerValue(), 1));
-}
-
 } // namespace
 
 AddressCheck checkAddress(DriverLibrary &driver, const RegisterType &type, const std::string &text, int count,
@@ -148,7 +136,7 @@ std::vector<TagRange> parseTags(DriverLibrary &driver, const RegisterCatalog &ca
     else
         setRange(driver, tag, rest, last);
     std::vector<TagRange> tags;
-    for (int station : stationText.empty() ? stations : parseNumberList(stationText, 0, 255, "station")) {
+    for (int station : stationText.empty() ? stations : parseNumberList(stationText, 0, HighestStation, "station")) {
         tag.station = station;
         tags.push_back(tag);
     }
@@ -190,35 +178,6 @@ std::vector<int> parseNumberList(const std::string &text, int lowest, int highes
             numbers.push_back(number);
     }
     return numbers;
-}
-
-std::vector<std::uint32_t> readTag(DriverLibrary &driver, const TagRange &tag)
-{
-    const std::size_t size = static_cast<std::size_t>(tag.type.bytesPerValue());
-    std::vector<unsigned char> bytes(size * static_cast<std::size_t>(tag.values));
-    QString type = tag.qtType();
-    driver.getData(tag.station, &type, tag.address, tag.count(), bytes.data());
-    std::vector<std::uint32_t> raw;
-    for (std::size_t i = 0; i < static_cast<std::size_t>(tag.values); ++i)
-        raw.push_back(rawValue(&bytes[i * size], tag.format));
-    return raw;
-}
-
-void writeTag(DriverLibrary &driver, const TagWrite &write, int maxWords, int userData)
-{
-    const TagRange &tag = write.tag;
-    const std::size_t size = static_cast<std::size_t>(tag.type.bytesPerValue());
-    const std::size_t most = valuesPerWrite(tag.type, maxWords);
-    QString type = tag.qtType();
-    for (std::size_t first = 0; first < write.raw.size(); first += most) {
-        const std::size_t values = std::min(most, write.raw.size() - first);
-        // Twice the room: the driver copies two bytes for every bit of a register.
-        std::vector<unsigned char> bytes(2 * size * values);
-        for (std::size_t i = 0; i < values; ++i)
-            storeRawValue(write.raw[first + i], tag.format, &bytes[i * size]);
-        driver.setData(tag.station, &type, tag.addressOf(static_cast<int>(first)),
-                       static_cast<int>(values) * tag.type.unitsPerValue(), bytes.data(), userData);
-    }
 }
 
 } // namespace rtu

@@ -5,6 +5,7 @@
 #ifndef RTU_HOST_TAG_H
 #define RTU_HOST_TAG_H
 
+#include "kit/driver/driver_library.h"
 #include "kit/driver/register_catalog.h"
 #include "value_format.h"
 
@@ -53,6 +54,9 @@ struct AddressCheck
     int address = 0;
 };
 
+/** Stations beyond are reserved (Modbus over serial line V1.02, 2.2). */
+const int HighestStation = 247;
+
 enum class Access { Read, Write };
 
 /** Both checks of the driver: the object's kind first, then format and access. */
@@ -86,17 +90,6 @@ int parseNumber(const std::string &text, int lowest, int highest, const std::str
 
 /** Reads "1,3,5-7" or "1,3,5:7". @throws std::invalid_argument */
 std::vector<int> parseNumberList(const std::string &text, int lowest, int highest, const std::string &what);
-
-/** The bytes of the tag as the driver's cache shows them now. */
-std::vector<std::uint32_t> readTag(DriverLibrary &driver, const TagRange &tag);
-
-/**
- * Hands values to the driver for writing, in runs that it can send whole.
- *
- * @param maxWords the driver's request limit; its own splitting would cut 32-bit
- *        values at an odd limit and lose track of the bits of registers
- */
-void writeTag(DriverLibrary &driver, const TagWrite &write, int maxWords, int userData);
 
 } // namespace rtu
 

@@ -126,7 +126,7 @@ TagRange tagFrom(DriverLibrary &driver, const RegisterCatalog &catalog, const st
     tag.name = fieldOf(fields, columns, Name);
     tag.unit = fieldOf(fields, columns, Unit);
     const std::string station = fieldOf(fields, columns, Station);
-    tag.station = station.empty() ? 1 : parseNumber(station, 1, 255, "station");
+    tag.station = station.empty() ? 1 : parseNumber(station, 1, HighestStation, "station");
     const std::string count = fieldOf(fields, columns, Count);
     tag.values = count.empty() ? 1 : parseNumber(count, 1, 65536, "count");
     tag.format.width = type->width;

@@ -172,6 +172,8 @@ std::string replyMeaning(const Transaction &t)
         return goodReplyMeaning(t);
     if (t.end == ReplyEnd::Exception)
         return exceptionText(byteAt(t.reply, 2));
+    if (t.kind == ReplyKind::Foreign)
+        return describeMismatch(t.request, t.reply);
     if (t.reply.size() != t.expectedReply)
         return quantity(static_cast<int>(t.reply.size()), "byte") + " instead of " + std::to_string(t.expectedReply);
     return crcIsRight(t.reply) ? "refused" : "wrong CRC";

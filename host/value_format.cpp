@@ -236,28 +236,6 @@ int driverFormatCode(Format format, int width)
     }
 }
 
-std::uint32_t rawValue(const unsigned char *bytes, const ValueFormat &format)
-{
-    if (format.width == 0)
-        return bytes[0] ? 1 : 0;
-    const std::uint32_t first = bytes[0] + 256u * bytes[1];
-    if (format.width == 1)
-        return first;
-    const std::uint32_t second = bytes[2] + 256u * bytes[3];
-    return format.lowWordFirst ? second | first << 16 : first | second << 16;
-}
-
-void storeRawValue(std::uint32_t raw, const ValueFormat &format, unsigned char *bytes)
-{
-    if (format.width == 0) {
-        bytes[0] = raw ? 1 : 0;
-        return;
-    }
-    const std::uint32_t value = format.width == 2 && format.lowWordFirst ? raw >> 16 | raw << 16 : raw;
-    for (int i = 0; i < 2 * format.width; ++i)
-        bytes[i] = static_cast<unsigned char>(value >> 8 * i);
-}
-
 std::string valueText(std::uint32_t raw, const ValueFormat &format)
 {
     switch (format.format) {

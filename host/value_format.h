@@ -40,10 +40,6 @@ std::string formatName(Format format, int width);
 /** The data-format code by which this host names the format to the driver; -1 for bits. */
 int driverFormatCode(Format format, int width);
 
-/** The bits of one value in the driver's byte layout. */
-std::uint32_t rawValue(const unsigned char *bytes, const ValueFormat &format);
-void storeRawValue(std::uint32_t raw, const ValueFormat &format, unsigned char *bytes);
-
 /** The value as people read it, scaled. */
 std::string valueText(std::uint32_t raw, const ValueFormat &format);
 

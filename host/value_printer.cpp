@@ -56,11 +56,10 @@ void ValuePrinter::printHeader()
         m_out << "time,station,type,address,name,value,raw,unit,status,error\n";
 }
 
-void ValuePrinter::print(const TagRange &tag, const std::vector<std::uint32_t> &raw, const TagState &state,
-                         TimePoint now)
+void ValuePrinter::print(const TagRange &tag, const TagState &state, TimePoint now)
 {
     for (int value = 0; value < tag.values; ++value) {
-        const std::uint32_t bits = raw[static_cast<std::size_t>(value)];
+        const std::uint32_t bits = state.raw[static_cast<std::size_t>(value)];
         if (m_form == OutputForm::Json)
             printJson(tag, value, bits, state, now);
         else if (m_form == OutputForm::Csv)

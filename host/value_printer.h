@@ -5,7 +5,7 @@
 #ifndef RTU_HOST_VALUE_PRINTER_H
 #define RTU_HOST_VALUE_PRINTER_H
 
-#include "tag_states.h"
+#include "tag_board.h"
 
 #include <ostream>
 #include <string>
@@ -26,7 +26,7 @@ public:
     void printHeader();
 
     /** All values of the tag. */
-    void print(const TagRange &tag, const std::vector<std::uint32_t> &raw, const TagState &state, TimePoint now);
+    void print(const TagRange &tag, const TagState &state, TimePoint now);
 
 private:
     void printLine(const TagRange &tag, int value, std::uint32_t raw, const TagState &state);

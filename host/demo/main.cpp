@@ -1,12 +1,14 @@
 /**
  * @file
- * The demo: simulated slaves, the driver and a poll loop, in scenes that end by
+ * The demo: simulated slaves and a link with the driver, in scenes that end by
  * themselves. Exit status 0 only if every value agreed on both sides.
  */
 #include "scenes.h"
 #include "signal_watcher.h"
+#include "stop_target.h"
 
-#include <atomic>
+#include <unistd.h>
+
 #include <cstdio>
 
 namespace {
@@ -26,16 +28,15 @@ void printSummary(const demo::Stage &stage)
 
 int play(const std::string &folder)
 {
-    std::atomic<demo::Stage *> playing{nullptr};
-    std::atomic<bool> ended{false};
-    rtu::SignalWatcher watcher([&](int) {
-        ended = true;
-        if (demo::Stage *stage = playing)
-            stage->end();
+    // Before the slaves' thread, which must inherit the held-back signals; what it ends comes and goes after it.
+    rtu::StopTarget target;
+    const rtu::SignalWatcher watcher([&](int) {
+        if (!target.stop())
+            ::_exit(ExitEnded);
     });
     demo::Screen screen(demo::Screen::outputIsTerminal());
     demo::Stage stage(folder, screen);
-    playing = &stage;
+    const rtu::StopTarget::Scope scope(target, [&stage] { stage.end(); });
     try {
         if (!stage.line->notice().empty())
             screen.say(stage.line->notice());
@@ -44,11 +45,10 @@ int play(const std::string &folder)
         demo::showDeadSlave(stage);
         demo::showRecipes(stage, folder);
     } catch (const demo::Ended &) {
-        ended = true;
+        screen.close();
+        return ExitEnded;
     }
     screen.close();
-    if (ended)
-        return ExitEnded;
     printSummary(stage);
     return stage.tally.compared == stage.tally.agreed ? ExitAgreed : ExitFailed;
 }

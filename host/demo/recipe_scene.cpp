@@ -51,14 +51,10 @@ public:
         , m_lowWordFirst(lowWordFirst)
         , m_recipe(rtu::readRecipeFile(stage.driver, stage.catalog, folder + "/recipe.csv", rtu::Access::Read))
     {
-        rtu::DriverProperty property;
-        property.swapAll = lowWordFirst;
-        stage.configure(property);
-        QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(m_recipe.tags, property);
-        stage.driver.setRcpAddress(&rows);
+        m_property.swapAll = lowWordFirst;
     }
 
-    /** Slaves -> host buffer -> file, a change in the slaves, file -> buffer -> slaves. */
+    /** Slaves -> file, a change in the slaves, file -> slaves. */
     void play()
     {
         const RecipeFile file;
@@ -77,39 +73,33 @@ public:
     }
 
 private:
-    void save(const RecipeFile &file)
-    {
-        clearBuffer();
-        m_stage.session.requestBlockRead();
-        m_stage.finishBlockTransfer();
-        rtu::Recipe saved = m_recipe;
-        takeWords(m_stage.session.words(), saved);
-        rtu::writeRecipeFile(file.path(), saved);
-    }
+    void save(const RecipeFile &file) { rtu::writeRecipeFile(file.path(), read()); }
 
     void load(const RecipeFile &file)
     {
-        clearBuffer();
-        fillWords(read(file), m_stage.session.words());
-        m_stage.session.requestBlockWrite();
-        m_stage.finishBlockTransfer();
+        const rtu::Transfer transfer = m_stage.link->load(rtu::recipeRows(recipeIn(file), m_property));
+        m_stage.await(transfer);
+        expect(transfer.result().complete(), "the slaves took every row");
     }
 
-    void clearBuffer() { m_stage.session.words().assign(m_stage.session.words().size(), 0); }
+    /** The recipe with the values that the slaves answer. */
+    rtu::Recipe read()
+    {
+        const rtu::Transfer transfer = m_stage.link->save(rtu::recipeRows(m_recipe, m_property));
+        m_stage.await(transfer);
+        if (!transfer.result().complete())
+            throw std::runtime_error("the recipe was not read whole");
+        rtu::Recipe recipe = m_recipe;
+        rtu::takeValues(transfer.result(), recipe);
+        return recipe;
+    }
 
-    rtu::Recipe read(const RecipeFile &file) const
+    rtu::Recipe recipeIn(const RecipeFile &file) const
     {
         return rtu::readRecipeFile(m_stage.driver, m_stage.catalog, file.path(), rtu::Access::Write);
     }
 
-    Values inFile(const RecipeFile &file) const { return read(file).values; }
-
-    Values inBuffer() const
-    {
-        rtu::Recipe copy = m_recipe;
-        takeWords(m_stage.session.words(), copy);
-        return copy.values;
-    }
+    Values inFile(const RecipeFile &file) const { return recipeIn(file).values; }
 
     Values held() const
     {
@@ -142,15 +132,15 @@ private:
     void show(const std::string &what, const RecipeFile &file)
     {
         const Values filed = inFile(file);
-        const Values buffered = inBuffer();
+        const Values answered = read().values;
         const Values there = held();
-        std::vector<Row> rows = {{what, "where", "file", "host buffer", "slave holds", ""}};
+        std::vector<Row> rows = {{what, "where", "file", "link reads", "slave holds", ""}};
         for (std::size_t i = 0; i < m_recipe.tags.size(); ++i) {
             const rtu::TagRange &tag = m_recipe.tags[i];
             for (std::size_t k = 0; k < there[i].size(); ++k) {
-                const bool same = filed[i][k] == buffered[i][k] && buffered[i][k] == there[i][k];
+                const bool same = filed[i][k] == answered[i][k] && answered[i][k] == there[i][k];
                 rows.push_back({tag.name, std::to_string(tag.station) + ":" + tag.label(static_cast<int>(k)),
-                                cell(filed[i][k], tag), cell(buffered[i][k], tag), cell(there[i][k], tag),
+                                cell(filed[i][k], tag), cell(answered[i][k], tag), cell(there[i][k], tag),
                                 m_stage.tally.count(same) ? "agree" : "DIFFERENT"});
             }
         }
@@ -175,6 +165,7 @@ private:
 
     Stage &m_stage;
     bool m_lowWordFirst;
+    rtu::DriverProperty m_property;
     rtu::Recipe m_recipe;
 };
 

@@ -36,20 +36,20 @@ const Write Writes[] = {
 
 void showWrite(Stage &stage, const Write &write)
 {
-    const rtu::TagRange &tag = stage.tag(write.tag);
+    const std::size_t index = stage.find(write.tag);
+    const rtu::TagRange &tag = stage.tags[index];
     const std::uint32_t before = stage.held(tag);
-    rtu::TagWrite order;
-    order.tag = tag;
-    order.raw.push_back(rtu::parseValue(write.value, tag.format));
-    rtu::writeTag(stage.driver, order, stage.session.property().maxWords, 1);
-    const std::uint32_t shownAtOnce = rtu::readTag(stage.driver, tag).front();
+    const std::uint32_t ordered = rtu::parseValue(write.value, tag.format);
+    const rtu::Write asked = stage.link->write(stage.handle(index), static_cast<double>(ordered));
+    stage.await(asked);
     stage.pollOnce();
     const std::uint32_t after = stage.held(tag);
-    const bool good = stage.tally.count(after == order.raw.front() && shownAtOnce == order.raw.front());
+    const bool acknowledged = asked.result().end == rtu::WriteEnd::Acknowledged;
+    const bool good = stage.tally.count(acknowledged && after == ordered && stage.polled(index) == ordered);
     stage.slaves.holdMotion(false);
     stage.screen.say(std::string("write ") + write.kind + ", " + tag.name + " (" + std::to_string(tag.station) + ":"
-                     + tag.label() + "): " + cell(before, tag) + " -> " + cell(order.raw.front(), tag)
-                     + ", slave now holds " + cell(after, tag) + (good ? "" : "  DIFFERENT"));
+                     + tag.label() + "): " + cell(before, tag) + " -> " + cell(ordered, tag) + ", slave now holds "
+                     + cell(after, tag) + (good ? "" : "  DIFFERENT"));
 }
 
 } // namespace
@@ -64,14 +64,14 @@ void showPolling(Stage &stage)
         stage.showAll();
     }
     stage.screen.say(std::to_string(stage.frames) + " frames so far, " + std::to_string(stage.changes)
-                     + " changes reported by the driver");
+                     + " changes reported");
 }
 
 void showWrites(Stage &stage)
 {
     stage.screen.scene("Writing a coil, a register, a 32-bit value and a bit of a register");
-    const rtu::TagRange &word = stage.tag("control word");
-    const rtu::TagRange &bit = stage.tag("light");
+    const rtu::TagRange &word = stage.tags[stage.find("control word")];
+    const rtu::TagRange &bit = stage.tags[stage.find("light")];
     const std::uint32_t mask = 1u << (bit.address % 16);
     const std::uint32_t before = stage.held(word);
     for (const Write &write : Writes)
@@ -97,7 +97,7 @@ void showDeadSlave(Stage &stage)
     stage.tally.count(stage.givenUp > before);
     stage.slaves.setStationOn(2, true);
     stage.screen.say("station 2 is switched on again");
-    stage.pollFor(DyingTime);
+    stage.awaitStation(2);
     stage.showAll();
     const int since = stage.givenUp;
     stage.pollOnce();

@@ -1,6 +1,9 @@
 #include "stage.h"
 
+#include "link_setup.h"
 #include "tag_table.h"
+
+#include "kit/line/make_line.h"
 
 #include <algorithm>
 
@@ -12,6 +15,10 @@ namespace {
 const rtu::Duration ReplyTimeout = std::chrono::milliseconds(250);
 /** A round that lost frames on a busy machine is polled again this often. */
 const int MostRounds = 5;
+/** A dead slave is asked this often; the show must go on. */
+const rtu::Duration QuestionInterval = std::chrono::milliseconds(500);
+/** A slave that does not come back for so long never will. */
+const rtu::Duration Patience = std::chrono::seconds(60);
 
 plant::Table tableOf(const rtu::RegisterType &type)
 {
@@ -57,55 +64,46 @@ std::string cell(std::uint32_t raw, const rtu::TagRange &tag)
 Stage::Stage(const std::string &folder, Screen &shownOn)
     : screen(shownOn)
     , catalog(driver)
-    , session(driver)
     , tags(rtu::readTagFile(driver, catalog, folder + "/tags.csv"))
 {
     std::string error;
     if (!slaves.loadFile(folder + "/plant.sim", &error) || !slaves.start(&error))
         throw std::runtime_error(error);
-    line.reset(new rtu::SerialLine(slaves.devicePath(), parametersFor(slaves.line())));
-    line->open();
-    rtu::PollSettings settings;
-    settings.timing = rtu::LineTiming(line->parameters());
+    std::unique_ptr<rtu::PortLine> port = rtu::makeLine(slaves.devicePath(), parametersFor(slaves.line()));
+    port->open();
+    line = port.get();
+    rtu::LinkSettings settings;
+    settings.parameters = port->parameters();
+    settings.driver = QString::fromStdString(driver.path());
     settings.replyTimeout = ReplyTimeout;
     settings.lateReplyGuard = ReplyTimeout;
-    loop.reset(new rtu::PollLoop(driver, *line, settings));
-    loop->addObserver([this](const rtu::Transaction &transaction) {
+    settings.questionInterval = QuestionInterval;
+    link.reset(new rtu::Link(settings, std::move(port)));
+    link->onTransaction([this](const rtu::Transaction &transaction) {
         ++frames;
-        if (transaction.verdict == rtu::VerdictGivenUp) {
-            ++givenUp;
-            lastError = transaction.information.toStdString();
-        }
-        m_last = transaction;
+        if (transaction.verdict != rtu::VerdictGivenUp)
+            return;
+        ++givenUp;
+        lastError = transaction.information.toStdString();
     });
-    driver.setChangeListener([this](const rtu::ValueChange &) { ++changes; });
-    configure(rtu::DriverProperty());
+    link->onChange([this](const rtu::TagChange &) { ++changes; });
+    link->onRound([this] { ++m_rounds; });
+    for (const rtu::TagRange &each : tags)
+        m_handles.push_back(link->addTag(rtu::specOf(each)));
 }
 
-void Stage::configure(const rtu::DriverProperty &property)
+void Stage::step()
 {
-    session.configure(property);
-    m_round = session.plan(tags);
-}
-
-const rtu::Transaction &Stage::step()
-{
-    switch (loop->step()) {
-    case rtu::StepResult::Done:
-        return m_last;
-    case rtu::StepResult::Stopped:
+    switch (link->step()) {
+    case rtu::LinkStep::Done:
+        return;
+    case rtu::LinkStep::Stopped:
         throw Ended();
-    case rtu::StepResult::NoPort:
+    case rtu::LinkStep::NoPort:
         throw std::runtime_error("the port " + line->name() + " is gone");
-    case rtu::StepResult::Idle:
-        break;
+    case rtu::LinkStep::Idle:
+        line->sleepUntil(std::min(link->nextStep(), line->now() + ReplyTimeout));
     }
-    throw std::runtime_error("the driver has nothing to send");
-}
-
-bool Stage::cyclicReadDone() const
-{
-    return m_last.tag == rtu::CyclicTag && m_last.isRead && m_last.verdict != rtu::VerdictSendAgain;
 }
 
 void Stage::pollFor(rtu::Duration time)
@@ -115,15 +113,20 @@ void Stage::pollFor(rtu::Duration time)
         step();
 }
 
-/** Steps until a whole round of the plan has passed in one piece, with nothing queued in between. */
+/** The round that is under way, and a whole one. */
 void Stage::pollRound()
 {
-    for (int polled = 0; polled < m_round;) {
+    for (const int enough = m_rounds + 2; m_rounds < enough;)
         step();
-        if (cyclicReadDone())
-            ++polled;
-        else if (m_last.tag != rtu::CyclicTag)
-            polled = 0;
+}
+
+void Stage::awaitStation(int station)
+{
+    const rtu::TimePoint end = line->now() + Patience;
+    while (link->statistics().stations[station].silent) {
+        if (line->now() > end)
+            throw std::runtime_error("station " + std::to_string(station) + " does not come back");
+        step();
     }
 }
 
@@ -144,39 +147,34 @@ void Stage::pollOnce()
     }
 }
 
-void Stage::finishBlockTransfer()
-{
-    while (session.blockTransferPending())
-        step();
-}
-
 void Stage::showAll()
 {
     pollOnce();
-    std::vector<Row> rows = {{"name", "where", "driver's cache", "slave holds", ""}};
-    for (const rtu::TagRange &each : tags)
-        rows.push_back(compare(each));
+    std::vector<Row> rows = {{"name", "where", "polled", "slave holds", ""}};
+    for (std::size_t i = 0; i < tags.size(); ++i)
+        rows.push_back(compare(i));
     screen.table(rows);
     slaves.holdMotion(false);
 }
 
-Row Stage::compare(const rtu::TagRange &each)
+Row Stage::compare(std::size_t tag)
 {
-    const std::uint32_t cached = readTag(driver, each).front();
+    const rtu::TagRange &each = tags[tag];
+    const std::uint32_t here = polled(tag);
     const std::uint32_t there = held(each);
-    Row row = {each.name, std::to_string(each.station) + ":" + each.label(), cell(cached, each), cell(there, each)};
+    Row row = {each.name, std::to_string(each.station) + ":" + each.label(), cell(here, each), cell(there, each)};
     if (!slaves.stationIsOn(each.station))
         row.push_back("no answer");
     else
-        row.push_back(tally.count(cached == there) ? "agree" : "DIFFERENT");
+        row.push_back(tally.count(here == there) ? "agree" : "DIFFERENT");
     return row;
 }
 
-const rtu::TagRange &Stage::tag(const std::string &name) const
+std::size_t Stage::find(const std::string &name) const
 {
-    for (const rtu::TagRange &each : tags) {
-        if (each.name == name)
-            return each;
+    for (std::size_t i = 0; i < tags.size(); ++i) {
+        if (tags[i].name == name)
+            return i;
     }
     throw std::runtime_error("tags.csv has no tag \"" + name + "\"");
 }

@@ -1,17 +1,18 @@
 /**
  * @file
- * What the demo plays on: two simulated slaves, the driver loaded as a panel
- * loads it, and the poll loop between them.
+ * What the demo plays on: two simulated slaves, and a link that loads the driver
+ * and polls them.
  */
 #ifndef RTU_DEMO_STAGE_H
 #define RTU_DEMO_STAGE_H
 
-#include "driver_session.h"
 #include "plant/plant.h"
-#include "poll_loop.h"
 #include "screen.h"
-#include "kit/line/serial_line.h"
 #include "tag.h"
+
+#include "kit/line/port_line.h"
+
+#include <modbus_rtu_host/link.h>
 
 #include <cstdint>
 #include <memory>
@@ -44,47 +45,53 @@ public:
 
     /** Polls for so long while the slaves' values move. */
     void pollFor(rtu::Duration time);
-    /** Polls every value once, the slaves' values standing still, and what is queued first. */
+    /** Polls every value once, the slaves' values standing still. */
     void pollOnce();
-    /** Sends frames until a block transfer has ended. */
-    void finishBlockTransfer();
-    /** Configures the driver and plans the polling anew; everything cached is forgotten. */
-    void configure(const rtu::DriverProperty &property);
+    /** Polls until the station answers again. */
+    void awaitStation(int station);
+    /** Polls until a write or transfer has ended. */
+    template <typename Asked>
+    void await(const Asked &asked)
+    {
+        while (!asked.ended())
+            step();
+    }
 
-    /** Polls once and shows all tags, as the driver's cache has them and as the slaves hold them. */
+    /** Polls once and shows all tags, as the link has them and as the slaves hold them. */
     void showAll();
-    /** Compares one tag and counts it; result: name, place, cached, held, verdict. */
-    Row compare(const rtu::TagRange &tag);
-
-    const rtu::TagRange &tag(const std::string &name) const;
+    /** The position of a tag in tags. */
+    std::size_t find(const std::string &name) const;
+    /** What the link has of it. */
+    std::uint32_t polled(std::size_t tag) const { return m_handles[tag].value().raw().front(); }
+    const rtu::Tag &handle(std::size_t tag) const { return m_handles[tag]; }
     /** The value that a slave holds in a tag's place. */
     std::uint32_t held(const rtu::TagRange &tag, int value = 0) const;
 
     /** From any thread: ends the demo. */
-    void end() { loop->stop(); }
+    void end() { link->stop(); }
 
     Screen &screen;
     plant::Plant slaves;
-    rtu::DriverLibrary driver;
+    rtu::DriverLibrary driver; ///< judges addresses; the link has its own
     rtu::RegisterCatalog catalog;
-    rtu::DriverSession session;
     std::vector<rtu::TagRange> tags;
-    std::unique_ptr<rtu::SerialLine> line;
-    std::unique_ptr<rtu::PollLoop> loop;
+    rtu::PortLine *line = nullptr; ///< the link's
+    std::unique_ptr<rtu::Link> link;
     Tally tally;
     int frames = 0;
     int givenUp = 0;
-    int changes = 0;       ///< reported by the driver
+    int changes = 0;       ///< reported by the link
     std::string lastError; ///< text of the last request that the driver gave up
 
 private:
-    const rtu::Transaction &step();
-    bool cyclicReadDone() const;
+    void step();
     bool allSlavesOn() const;
     void pollRound();
+    /** Compares a tag and counts it; result: name, place, polled, held, verdict. */
+    Row compare(std::size_t tag);
 
-    int m_round = 0; ///< frames in a round of the plan
-    rtu::Transaction m_last;
+    std::vector<rtu::Tag> m_handles;
+    int m_rounds = 0; ///< of the plan, ended
 };
 
 /** The text of a table cell for a value. */

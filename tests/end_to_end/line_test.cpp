@@ -4,6 +4,8 @@
 #include "panel.h"
 #include "plant_line.h"
 
+#include <modbus_rtu_host/link.h>
+
 #include <gtest/gtest.h>
 
 #include <cstdlib>
@@ -92,11 +94,7 @@ TEST_F(LineEvents, AHoleIsAnExceptionAndTheRestIsPolled)
     panel->watch(1, "4x", 10, 5);
     panel->watch(2, "4x", 0, 1);
     // With blocks of at most 5 registers the two ranges of station 1 stay apart.
-    panel->session.configure([] {
-        rtu::DriverProperty property;
-        property.adopt("7#0#0#3#5");
-        return property;
-    }());
+    panel->configure("7#0#0#3#5");
     ASSERT_EQ(panel->plan(), 3);
     panel->settle();
     EXPECT_EQ(verdictsOf(1), (std::vector<int>{1, 8, 8, 2}));
@@ -113,40 +111,30 @@ TEST_F(LineEvents, AnUnpluggedPortIsUsedAgainWhenItIsBack)
     const std::string link = std::string(folder) + "/port";
     std::string error;
     ASSERT_TRUE(m_plant.start(&error, link)) << error;
-    rtu::LineParameters parameters;
-    parameters.baud = 0;
-    parameters.parity = 'N';
-    rtu::SerialLine serial(link, parameters);
-    rtu::DriverLibrary driver(END_TO_END_DRIVER);
-    rtu::DriverSession session(driver);
-    rtu::DriverProperty property;
-    property.adopt("7#0#0#3#120");
-    session.configure(property);
-    QList<KEY_ADDRESS> keys;
-    KEY_ADDRESS key = KEY_ADDRESS();
-    key.station = 1;
-    key.regType = QString::fromLatin1("4x");
-    key.count = 1;
-    keys << key;
-    driver.addrMerge(&keys);
-    rtu::PollSettings settings;
+    rtu::LinkSettings settings;
+    settings.port = QString::fromStdString(link);
+    settings.parameters.baud = 0;
+    settings.parameters.parity = 'N';
+    settings.driver = QLatin1String(END_TO_END_DRIVER);
     settings.replyTimeout = std::chrono::seconds(60);
-    rtu::PollLoop loop(driver, serial, settings);
+    settings.reopenInterval = std::chrono::microseconds(1);
+    rtu::Link host(settings);
+    const rtu::Tag tag = host.addTag(rtu::TagSpec(1, QLatin1String("4x1")));
     std::vector<bool> port;
-    loop.setPortObserver([&port](bool open) { port.push_back(open); });
-    int good = 0;
-    loop.addObserver([&good](const rtu::Transaction &transaction) { good += transaction.good(); });
+    host.onPort([&port](bool open) { port.push_back(open); });
 
-    ASSERT_EQ(loop.step(), rtu::StepResult::Done);
+    ASSERT_EQ(host.step(), rtu::LinkStep::Done);
+    EXPECT_TRUE(tag.value().good());
     m_plant.unplug();
-    while (loop.step() == rtu::StepResult::Done) {
+    while (host.step() == rtu::LinkStep::Done) {
     }
-    EXPECT_EQ(loop.step(), rtu::StepResult::NoPort);
+    EXPECT_EQ(host.step(), rtu::LinkStep::NoPort);
+    EXPECT_EQ(tag.value().quality, rtu::Quality::StationSilent);
     ASSERT_TRUE(m_plant.replug(&error)) << error;
-    const int before = good;
-    EXPECT_EQ(loop.step(), rtu::StepResult::Done);
-    EXPECT_EQ(good, before + 1);
-    EXPECT_EQ(port, (std::vector<bool>{false, true}));
+    while (host.step() != rtu::LinkStep::Done) {
+    }
+    EXPECT_TRUE(tag.value().good());
+    EXPECT_EQ(port, (std::vector<bool>{true, false, true}));
     m_plant.stop();
     ::rmdir(folder);
 }

@@ -1,5 +1,7 @@
 #include "panel.h"
 
+#include "kit/line/frame_check.h"
+
 #include <stdexcept>
 
 namespace {
@@ -12,22 +14,19 @@ bool endsWith(const std::string &text, const std::string &end)
     return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
-rtu::PollSettings pollSettings(bool removeEcho)
-{
-    rtu::PollSettings settings;
-    // Far beyond what a loaded machine takes; waiting costs nothing on a PlantLine.
-    settings.replyTimeout = std::chrono::seconds(60);
-    settings.lateReplyGuard = std::chrono::seconds(60);
-    settings.timing.setReplyGap(std::chrono::seconds(60));
-    settings.removeEcho = removeEcho;
-    return settings;
-}
+// Far beyond what a loaded machine takes; waiting costs nothing on a PlantLine.
+const rtu::Duration Patience = std::chrono::seconds(60);
 
-rtu::DriverProperty propertyFrom(const std::string &text)
+rtu::LinkSettings settingsFor(bool removeEcho)
 {
-    rtu::DriverProperty property;
-    property.adopt(text);
-    return property;
+    rtu::LinkSettings settings;
+    settings.parameters.baud = 0;
+    settings.replyTimeout = Patience;
+    settings.lateReplyGuard = Patience;
+    settings.replyGap = Patience;
+    settings.checkReplies = false; // the driver is to judge them
+    settings.echo = removeEcho ? rtu::Echo::Always : rtu::Echo::Never;
+    return settings;
 }
 
 } // namespace
@@ -49,12 +48,25 @@ int functionOf(const rtu::Transaction &transaction)
 
 Panel::Panel(rtu::Line &line, const Settings &settings)
     : driver(END_TO_END_DRIVER)
-    , session(driver)
-    , m_loop(driver, line, pollSettings(settings.removeEcho))
+    , words(65536)
+    , m_line(line)
+    , m_exchange(line, settingsFor(settings.removeEcho), m_stopping)
 {
     driver.setChangeListener([this](const rtu::ValueChange &change) { changes.push_back(change); });
-    session.configure(propertyFrom(settings.property));
-    m_loop.addObserver([this](const rtu::Transaction &transaction) { transactions.push_back(transaction); });
+    configure(settings.property);
+}
+
+/** The driver has borrowed memory of the panel's; it is given back. */
+Panel::~Panel()
+{
+    int status = 0;
+    driver.initProperty(nullptr, 0, nullptr, &status, "", nullptr);
+}
+
+void Panel::configure(const std::string &property)
+{
+    int status = 0;
+    driver.initProperty(memory.area(), 0, words.data(), &status, property.c_str(), memory.mutex());
 }
 
 namespace {
@@ -83,11 +95,37 @@ int Panel::plan()
     return m_round;
 }
 
+/** The driver says "nothing" once after a burst of queued requests; only twice is nothing left. */
+bool Panel::nextFrame()
+{
+    return driver.getSendFrame(&m_frame) == 1 || driver.getSendFrame(&m_frame) == 1;
+}
+
 const rtu::Transaction &Panel::step()
 {
-    if (m_loop.step() != rtu::StepResult::Done)
+    if (!nextFrame() || !m_line.ensureOpen())
         throw std::runtime_error("there was nothing to send");
+    rtu::Sending sending;
+    sending.resend = m_resend;
+    sending.timeout = Patience;
+    if (m_exchange.exchange(m_frame, sending, m_transaction) != rtu::ExchangeEnd::Judged)
+        throw std::runtime_error("the frame was not sent");
+    judge();
+    transactions.push_back(m_transaction);
     return transactions.back();
+}
+
+void Panel::judge()
+{
+    rtu::Transaction &t = m_transaction;
+    QByteArray reply = t.reply; // the driver may work on these bytes in place
+    reply.detach();
+    t.verdict = driver.dealRcvFrame(&reply, &t.information);
+    m_resend = t.verdict == rtu::VerdictSendAgain;
+    if (t.verdict == rtu::VerdictGivenUp)
+        m_exchange.giveUp();
+    if (t.good() && t.expectedReply > 0)
+        t.warning = QString::fromStdString(rtu::describeMismatch(t.request, t.reply));
 }
 
 std::vector<int> Panel::verdicts()
@@ -116,7 +154,7 @@ void Panel::settle()
 
 void Panel::finishBlockTransfer()
 {
-    for (int steps = 0; session.blockTransferPending(); ++steps) {
+    for (int steps = 0; memory.requested(); ++steps) {
         if (steps == MostSteps)
             throw std::runtime_error("the block transfer does not end");
         step();

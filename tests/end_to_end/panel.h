@@ -1,13 +1,15 @@
 /**
  * @file
  * A panel for the end-to-end tests: the built library, loaded as a panel loads
- * it, under the bench host's poll loop.
+ * it, under the host kit's frame exchange. It hands
+ * the driver every reply, the wrong ones too.
  */
 #ifndef END_TO_END_PANEL_H
 #define END_TO_END_PANEL_H
 
-#include "driver_session.h"
-#include "poll_loop.h"
+#include "kit/driver/block_memory.h"
+#include "kit/driver/driver_library.h"
+#include "kit/poll/frame_exchange.h"
 
 #include <cstdint>
 #include <string>
@@ -23,7 +25,10 @@ public:
     };
 
     Panel(rtu::Line &line, const Settings &settings);
+    ~Panel();
 
+    /** Empties the driver. @param property its property string */
+    void configure(const std::string &property);
     /** Adds to what plan() makes a read plan of. */
     void watch(int station, const std::string &type, int address, int count);
     /** Result: frames in a round. */
@@ -44,12 +49,21 @@ public:
     void readOnce(int station, const std::string &type, int address, int count);
 
     rtu::DriverLibrary driver;
-    rtu::DriverSession session;
+    rtu::BlockMemory memory;           ///< its block request bytes
+    std::vector<unsigned short> words; ///< that block transfers write from and read to
     std::vector<rtu::ValueChange> changes;
     std::vector<rtu::Transaction> transactions;
 
 private:
-    rtu::PollLoop m_loop;
+    bool nextFrame();
+    void judge();
+
+    rtu::Line &m_line;
+    std::atomic<bool> m_stopping{false};
+    rtu::FrameExchange m_exchange;
+    FRAME_PRO m_frame;
+    rtu::Transaction m_transaction;
+    bool m_resend = false;
     QList<KEY_ADDRESS> m_keys;
     int m_round = 0;
 };

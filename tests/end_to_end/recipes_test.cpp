@@ -34,25 +34,25 @@ void registerRows(Panel &panel, const std::vector<_RCP_VAR_PRO> &rows)
 
 Words buffer(Panel &panel, int first, int count)
 {
-    const auto begin = panel.session.words().begin() + first;
+    const auto begin = panel.words.begin() + first;
     return Words(begin, begin + count);
 }
 
 void setBuffer(Panel &panel, int first, const Words &words)
 {
     for (std::size_t i = 0; i < words.size(); ++i)
-        panel.session.words()[static_cast<std::size_t>(first) + i] = static_cast<unsigned short>(words[i]);
+        panel.words[static_cast<std::size_t>(first) + i] = static_cast<unsigned short>(words[i]);
 }
 
 void save(Panel &panel)
 {
-    panel.session.requestBlockRead();
+    panel.memory.raise(rtu::BlockMemory::BlockRead);
     panel.finishBlockTransfer();
 }
 
 void load(Panel &panel)
 {
-    panel.session.requestBlockWrite();
+    panel.memory.raise(rtu::BlockMemory::BlockWrite);
     panel.finishBlockTransfer();
 }
 
@@ -189,8 +189,8 @@ TEST_P(Recipes, LoadBeforeTheySaveWhenBothAreWanted)
     registerRows(*panel, {row(1, "4x", 10, 2, 0)});
     fill(1, "4x", 10, {1, 2});
     setBuffer(*panel, 0, {71, 72});
-    panel->session.requestBlockRead();
-    panel->session.requestBlockWrite();
+    panel->memory.raise(rtu::BlockMemory::BlockRead);
+    panel->memory.raise(rtu::BlockMemory::BlockWrite);
     panel->transactions.clear();
     panel->finishBlockTransfer();
     ASSERT_EQ(panel->transactions.size(), 2u);
@@ -251,7 +251,7 @@ TEST_F(AbandonedRecipes, LeaveTheRestUnreadAndPollOn)
     save(*panel);
     EXPECT_EQ(buffer(*panel, 0, 3), (Words{100, 0, 0}));
     EXPECT_EQ(panel->transactions.back().information, QString::fromLatin1("R,2#4x1(1)"));
-    EXPECT_FALSE(panel->session.blockTransferPending());
+    EXPECT_FALSE(panel->memory.requested());
     panel->settle();
     EXPECT_EQ(panel->transactions.back().verdict, rtu::VerdictGood);
 }

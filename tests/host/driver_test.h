@@ -5,7 +5,7 @@
 #ifndef TESTS_HOST_DRIVER_TEST_H
 #define TESTS_HOST_DRIVER_TEST_H
 
-#include "driver_session.h"
+#include "tag.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +17,7 @@ namespace test_host {
 class DriverTest : public testing::Test
 {
 protected:
-    DriverTest() : driver(TEST_DRIVER), catalog(driver), session(driver) {}
+    DriverTest() : driver(TEST_DRIVER), catalog(driver) {}
 
     rtu::TagRange tag(const std::string &text, int values = 1)
     {
@@ -26,7 +26,6 @@ protected:
 
     rtu::DriverLibrary driver;
     rtu::RegisterCatalog catalog;
-    rtu::DriverSession session;
 };
 
 /** The message of the invalid_argument that the call throws; "nothing thrown" otherwise. */

@@ -32,10 +32,13 @@ class Documents(RtuHostTest):
         for name in self.options():
             self.assertRegex(page, r"(?m)%s(?![\w-])" % re.escape(name), name)
 
-    def test_readme_has_every_option(self):
-        page = self.read(os.path.join(SOURCE, "README.md"))
-        for name in self.options():
-            self.assertRegex(page, r"`%s`" % re.escape(name), name)
+    def test_man_page_has_no_other_option(self):
+        page = self.read(os.path.join(SOURCE, "docs", "rtuhost.1")).replace("\\-", "-")
+        listed = page[page.index(".SH OPTIONS"):page.index(".SH SILENT STATIONS")]
+        headings = re.findall(r"(?m)^\.TP\n\.\w+ (.*)$", listed)
+        names = {name for heading in headings for name in re.findall(r"(?<![\w-])--?[\w-]+", heading)}
+        self.assertGreater(len(names), 40)
+        self.assertEqual(set(), names - set(self.options()))
 
 
 class Reading(RtuHostTest):
@@ -128,8 +131,8 @@ class Output(RtuHostTest):
         result = self.simulate("-1", "-v", "4x1..2", "4x60@2", status=1)
         self.assertIn(">1  01 03 00 00 00 02 C4 0B  read holding registers 4x1..2", result.out)
         self.assertIn("2 registers: 10 20  [good]", result.out)
-        self.assertIn("exception 2: illegal data address  [bad, send again]", result.out)
-        self.assertIn("[given up: R,2#4x60(1),error code:3]", result.out)
+        self.assertIn("exception 2: illegal data address  [given up: R,2#4x60(1),error code:3]", result.out)
+        self.assertNotIn("attempt 2", result.out)  # an exception is an answer
 
     def test_quiet(self):
         self.assertEqual(1, len(self.simulate("-1", "-q", "4x1").lines))
@@ -208,6 +211,15 @@ class Writing(RtuHostTest):
         values = ",".join(str(i) for i in range(300))
         result = self.run_host("--sim", sim, "-1", "-q", "4x1=" + values, "4x1..300")
         self.assertEqual([str(i) for i in range(300)], [line.split()[1] for line in result.lines])
+
+    def test_limits_that_no_line_takes_are_refused(self):
+        for limit in ("121", "500"):
+            self.assertIn("slaves take up to 120 registers", self.simulate("-1", "--max-words", limit, "4x1", status=2).err)
+        self.assertIn("slaves take up to 120 registers",
+                      self.simulate("-1", "--property", "1#0#0#3#0#0", "4x1", status=2).err)
+
+    def test_an_odd_limit_is_told(self):
+        self.assertIn("--max-words 9 would tear 32-bit values: using 8", self.simulate("-1", "--max-words", "9", "4x1").err)
 
     def test_many_bits_and_doubles_with_an_odd_limit(self):
         sim = self.file("big.sim", "station 1\n4x 1..500 = 0\n")
@@ -332,19 +344,26 @@ class Plan(RtuHostTest):
 
 class Faults(RtuHostTest):
     def test_polling_goes_on_after_each_fault(self):
-        for fault in ("no-reply", "late-reply 350", "wrong-crc", "flipped-bit", "truncated", "too-long", "exception 4",
-                      "garbage-before"):
+        for fault in ("no-reply", "late-reply 350", "wrong-crc", "flipped-bit", "truncated", "too-long", "wrong-station",
+                      "wrong-function", "exception 4", "garbage-before"):
             result = self.simulate("--count", "4", "-l", "0", "-o", "0.2", "-q", "--fault", fault + " times 1",
-                                   "4x1..10", "4x1..10@2")
+                                   "4x1..10", "4x1..10@2", status=1 if "exception" in fault else 0)
             self.assertEqual(80, len(result.lines), fault)
             self.assertEqual("50", result.lines[-16].split()[1], fault)
             self.assertEqual("5", result.lines[-1].split()[1], fault)
 
-    def test_warnings_of_what_the_driver_accepts(self):
+    def test_replies_to_other_requests_are_refused(self):
         for fault, words in (("wrong-station", "the reply is from station"),
                              ("wrong-function", "the reply has function")):
-            result = self.simulate("-1", "--fault", fault, "4x1")
-            self.assertIn("warning: read holding registers 4x1: accepted although " + words, result.err)
+            result = self.simulate("-1", "-o", "0.05", "--stats", "--fault", fault, "4x1", status=1)
+            self.assertIn("error: station 1, read holding registers 4x1: " + words, result.err)
+            self.assertIn("3 replies to other requests", result.out)
+
+    def test_a_dead_station_costs_one_request(self):
+        result = self.simulate("--count", "5", "-l", "0", "-o", "0.05", "--retries", "1", "--stats", "4x1@3", "4x1",
+                               status=1)
+        self.assertIn("station 3: 1 frames, 0 good", result.out)
+        self.assertIn("station 1: 5 frames, 5 good", result.out)
 
     def test_a_dead_station_is_given_up(self):
         result = self.simulate("-1", "-o", "0.05", "--retries", "2", "--stats", "4x1@3", "4x1", status=1)

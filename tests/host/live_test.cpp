@@ -1,15 +1,11 @@
-#include "driver_test.h"
-#include "support/frames.h"
+#include "link_test.h"
 
 #include "live_painter.h"
 
 namespace {
 
 using namespace test_host;
-using namespace test_line;
 using rtu::LiveState;
-
-const rtu::TimePoint Start{std::chrono::seconds(1000)};
 
 struct Actions : rtu::LiveActions
 {
@@ -190,7 +186,7 @@ TEST(LiveKeysWithoutTags, DoNothing)
     EXPECT_TRUE(state.quit());
 }
 
-class LiveScreen : public DriverTest
+class LiveScreen : public LinkTest
 {
 protected:
     void show(const std::vector<std::string> &addresses)
@@ -200,16 +196,14 @@ protected:
             tags.push_back(tag(address));
             tags.back().name = "n" + std::to_string(tags.size());
         }
-        feed.reset(new rtu::LiveFeed(tags, 120, rtu::LineTiming(rtu::LineParameters()), Start));
+        feed.reset(new rtu::LiveFeed(link(), *line, tags));
         state.reset(new LiveState(rtu::liveRows(tags), actions));
-        painter.reset(new rtu::LivePainter(*feed, "/dev/ttyUSB0", [this](const rtu::TagRange &t) {
-            return std::vector<std::uint32_t>(static_cast<std::size_t>(t.values), value);
-        }));
+        painter.reset(new rtu::LivePainter(*feed, "/dev/ttyUSB0"));
     }
 
     rtu::Screen paint(int rows = 24, int columns = 80)
     {
-        return painter->paint(*state, rows, columns, Start + milliseconds(500));
+        return painter->paint(*state, rows, columns, line->now() + milliseconds(400));
     }
 
     /** The first line of the screen that holds the text; empty for none. */
@@ -222,32 +216,22 @@ protected:
         return std::string();
     }
 
-    rtu::Transaction read(const std::string &request, bool good)
+    void showStations(int stations)
     {
-        rtu::Transaction t;
-        const Bytes bytes = frame(request);
-        t.station = bytes[0];
-        t.isRead = true;
-        t.regType = QLatin1String("4x");
-        t.startAddr = bytes[2] * 256 + bytes[3];
-        t.count = bytes[4] * 256 + bytes[5];
-        t.request = array(bytes);
-        t.requestEnd = Start;
-        t.sent = Start;
-        t.finished = Start + milliseconds(100);
-        t.verdict = good ? rtu::VerdictGood : rtu::VerdictGivenUp;
-        if (good) {
-            t.reply = array(goodReply(bytes));
-            t.expectedReply = static_cast<int>(t.reply.size());
-            t.end = rtu::ReplyEnd::Complete;
-        } else {
-            t.information = QLatin1String("R,1#4x1(1)");
-        }
-        return t;
+        std::vector<std::string> addresses;
+        for (int station = 1; station <= stations; ++station)
+            addresses.push_back("4x1@" + std::to_string(station));
+        show(addresses);
+    }
+
+    void readOnce(const std::string &address)
+    {
+        const rtu::OneOffRead read = link().read(rtu::TagSpec(1, QString::fromStdString(address)));
+        while (!read.ended())
+            step();
     }
 
     Actions actions;
-    std::uint32_t value = 42;
     std::unique_ptr<rtu::LiveFeed> feed;
     std::unique_ptr<LiveState> state;
     std::unique_ptr<rtu::LivePainter> painter;
@@ -256,7 +240,7 @@ protected:
 TEST_F(LiveScreen, FillsEveryLineExactly)
 {
     show({"4x1..30", "0x1", "4x_bit3.5"});
-    feed->add(read("01 03 00 00 00 1E", true), 100);
+    poll();
     for (int rows : {12, 24, 50}) {
         for (int columns : {50, 80, 132}) {
             const rtu::Screen screen = paint(rows, columns);
@@ -272,26 +256,22 @@ TEST_F(LiveScreen, FillsEveryLineExactly)
 
 TEST_F(LiveScreen, ShowsValueRawAgeAndMark)
 {
-    show({"4x1", "4x9"});
-    feed->add(read("01 03 00 00 00 01", true), 100);
-    const std::string line = lineWith(paint(), "1:4x1 ");
-    EXPECT_TRUE(contains(line, "42")) << line;
-    EXPECT_TRUE(contains(line, "0x002A")) << line;
-    EXPECT_TRUE(contains(line, "400 ms")) << line;
-    EXPECT_FALSE(contains(lineWith(paint(), "1:4x9 "), "42")); // not read yet
+    show({"4x1"});
+    EXPECT_FALSE(contains(lineWith(paint(), "1:4x1 "), "42")); // not read yet
+    poll();
+    const std::string row = lineWith(paint(), "1:4x1 ");
+    EXPECT_TRUE(contains(row, "42")) << row;
+    EXPECT_TRUE(contains(row, "0x002A")) << row;
+    EXPECT_TRUE(contains(row, "400 ms")) << row;
 }
 
 TEST_F(LiveScreen, NeverCutsAValueInSilence)
 {
     show({"4x1:bin", "4x_double3:bin", "4x_double5:float", "4x_double7:int32"});
-    feed->add(read("01 03 00 00 00 01", true), 100);
-    for (int start : {2, 4, 6}) {
-        rtu::Transaction t = read("01 03 00 00 00 02", true);
-        t.regType = QLatin1String("4x_double");
-        t.startAddr = start;
-        feed->add(t, 100);
-    }
-    value = 0x80800000; // as a float the longest text that there is
+    usual = 0;
+    for (int upper : {2, 4, 6})
+        registers[65536 + upper] = 0x8080; // as a float the longest text that there is
+    poll();
     for (int columns : {80, 100, 200}) {
         const rtu::Screen screen = paint(24, columns);
         EXPECT_TRUE(contains(lineWith(screen, "1:4x1 "), "0b0000000000000000 ")) << columns;
@@ -308,8 +288,9 @@ TEST_F(LiveScreen, NeverCutsAValueInSilence)
 
 TEST_F(LiveScreen, KeepsAgeAndMarkOnNarrowScreens)
 {
+    silent = {1};
     show({"4x1", "4x_double9:hex", "4x2"});
-    feed->add(read("01 03 00 00 00 02", false), 100);
+    poll();
     for (int columns : {50, 60, 80}) {
         const rtu::Screen screen = paint(15, columns);
         EXPECT_TRUE(contains(lineWith(screen, "1:4x1 "), "error")) << screen.text(7);
@@ -320,12 +301,8 @@ TEST_F(LiveScreen, KeepsAgeAndMarkOnNarrowScreens)
 
 TEST_F(LiveScreen, ShowsATagHoweverManyStationsThereAre)
 {
-    show({"4x1"});
-    for (int station = 1; station <= 20; ++station) {
-        rtu::Transaction t = read("01 03 00 00 00 01", true);
-        t.station = station;
-        feed->add(t, 100);
-    }
+    showStations(20);
+    poll();
     for (int rows : {12, 15, 24, 60}) {
         const rtu::Screen screen = paint(rows, 80);
         EXPECT_FALSE(lineWith(screen, "1:4x1 ").empty()) << rows;
@@ -336,12 +313,9 @@ TEST_F(LiveScreen, ShowsATagHoweverManyStationsThereAre)
 
 TEST_F(LiveScreen, ShowsSilentStationsFirstWhereNotAllFit)
 {
-    show({"4x1"});
-    for (int station = 1; station <= 20; ++station) {
-        rtu::Transaction t = read("01 03 00 00 00 01", station != 17);
-        t.station = station;
-        feed->add(t, 100);
-    }
+    silent = {17};
+    showStations(20);
+    poll();
     const rtu::Screen screen = paint(12, 80);
     EXPECT_TRUE(contains(screen.text(4), "17  silent")) << screen.text(4);
     EXPECT_TRUE(contains(screen.text(5), "20 stations in all, 1 silent")) << screen.text(5);
@@ -350,7 +324,7 @@ TEST_F(LiveScreen, ShowsSilentStationsFirstWhereNotAllFit)
 TEST_F(LiveScreen, KeepsTheVerdictOfLongFrames)
 {
     show({"4x1..60"});
-    feed->add(read("01 03 00 00 00 3C", true), 100);
+    poll();
     for (int columns : {50, 60, 80, 132})
         EXPECT_TRUE(contains(lineWith(paint(24, columns), "60 registers"), "[good]")) << columns;
 }
@@ -358,8 +332,8 @@ TEST_F(LiveScreen, KeepsTheVerdictOfLongFrames)
 TEST_F(LiveScreen, TellsWhatWasNotReadYet)
 {
     show({"4x1"});
-    const std::string line = lineWith(paint(), "1:4x1 ");
-    EXPECT_FALSE(contains(line, "0x")) << line;
+    const std::string row = lineWith(paint(), "1:4x1 ");
+    EXPECT_FALSE(contains(row, "0x")) << row;
 }
 
 TEST_F(LiveScreen, TellsWhichValueIsChosen)
@@ -374,8 +348,7 @@ TEST_F(LiveScreen, TellsWhichValueIsChosen)
 TEST_F(LiveScreen, GivesTheTraceWhatTheTagsLeaveOver)
 {
     show({"4x1"});
-    for (int i = 0; i < 50; ++i)
-        feed->add(read("01 03 00 00 00 01", true), 100);
+    poll(50);
     const rtu::Screen screen = paint(40);
     int lines = 0;
     for (std::size_t row = 0; row < screen.lines.size(); ++row)
@@ -386,9 +359,8 @@ TEST_F(LiveScreen, GivesTheTraceWhatTheTagsLeaveOver)
 TEST_F(LiveScreen, ScrollsBackInTheHeldTrace)
 {
     show({"4x1"});
-    feed->add(read("01 03 00 63 00 01", true), 100);
-    for (int i = 0; i < 50; ++i)
-        feed->add(read("01 03 00 00 00 01", true), 100);
+    readOnce("4x100");
+    poll(50);
     EXPECT_TRUE(lineWith(paint(), "4x100").empty());
     for (int i = 0; i < 50; ++i) {
         state->press('[');
@@ -404,11 +376,9 @@ TEST_F(LiveScreen, ScrollsBackInTheHeldTrace)
 
 TEST_F(LiveScreen, ShowsTheAgeOfEachStation)
 {
+    settings.roundInterval = milliseconds(300);
     show({"4x1"});
-    rtu::Transaction t = read("01 03 00 00 00 01", true);
-    feed->add(t, 100);
-    t.finished += milliseconds(300);
-    feed->add(t, 100);
+    poll(2);
     EXPECT_TRUE(contains(lineWith(paint(), "answers"), "300/300 ms")) << lineWith(paint(), "answers");
 }
 
@@ -427,8 +397,9 @@ TEST_F(LiveScreen, SaysWhyTypedTextIsRefused)
 
 TEST_F(LiveScreen, MarksErrors)
 {
+    silent = {1};
     show({"4x1"});
-    feed->add(read("01 03 00 00 00 01", false), 100);
+    poll();
     const rtu::Screen screen = paint();
     EXPECT_TRUE(contains(lineWith(screen, "1:4x1 "), "error"));
     EXPECT_TRUE(contains(screen.text(23), "Error: R,1#4x1(1)")) << screen.text(23);
@@ -437,12 +408,14 @@ TEST_F(LiveScreen, MarksErrors)
 
 TEST_F(LiveScreen, HighlightsChanges)
 {
+    usual = 0;
     show({"4x9", "4x1"});
-    feed->add(read("01 03 00 00 00 0A", true), 100);
-    feed->add(rtu::ValueChange{1, 1, QLatin1String("4x"), 0}, Start);
+    poll();
+    registers[65536] = 5;
+    poll();
     EXPECT_TRUE(contains(lineWith(paint(), "1:4x1 "), "new"));
     EXPECT_FALSE(contains(lineWith(paint(), "1:4x9 "), "new"));
-    const rtu::Screen later = painter->paint(*state, 24, 80, Start + std::chrono::seconds(10));
+    const rtu::Screen later = painter->paint(*state, 24, 80, line->now() + std::chrono::seconds(10));
     EXPECT_FALSE(contains(lineWith(later, "1:4x1 "), "new"));
 }
 
@@ -472,11 +445,11 @@ TEST_F(LiveScreen, PutsTheCursorIntoTheInput)
 TEST_F(LiveScreen, ShowsAndHoldsTheTrace)
 {
     show({"4x1"});
-    feed->add(read("01 03 00 00 00 01", true), 100);
+    poll();
     EXPECT_FALSE(lineWith(paint(), "read holding registers 4x1").empty());
     state->press('p');
     paint();
-    feed->add(read("01 03 00 63 00 01", true), 100);
+    readOnce("4x100");
     EXPECT_TRUE(lineWith(paint(), "4x100").empty());
     EXPECT_FALSE(lineWith(paint(), "(held)").empty());
     state->press('p');
@@ -487,7 +460,8 @@ TEST_F(LiveScreen, TellsThatThePortIsGone)
 {
     show({"4x1"});
     EXPECT_TRUE(contains(paint().text(0), "open"));
-    feed->setPort(false);
+    line->plugged = false;
+    step();
     EXPECT_TRUE(contains(paint().text(0), "GONE"));
 }
 
@@ -501,13 +475,23 @@ TEST_F(LiveScreen, SaysThatTheWindowIsTooSmall)
 TEST_F(LiveScreen, NewsOfAWriteComeOnce)
 {
     show({"4x1"});
-    rtu::Transaction t = read("01 03 00 00 00 01", true);
-    t.request = array(frame("01 06 00 00 00 07"));
-    t.isRead = false;
-    t.tag = 100;
-    feed->add(t, 100);
+    const rtu::Write write = link().write(feed->board().handle(0), 7);
+    while (!write.ended())
+        step();
     EXPECT_TRUE(contains(feed->takeNews(), "write register 4x1 = 7, acknowledged"));
     EXPECT_EQ("", feed->takeNews());
+}
+
+TEST_F(LiveScreen, AWriteThatWasNotSentIsNewsAsWell)
+{
+    show({"4x1"});
+    rtu::WriteResult result;
+    result.text = QLatin1String("the port is away");
+    feed->noteEnd("1:4x1", result);
+    EXPECT_EQ("1:4x1 was not written: the port is away", feed->takeNews());
+    result.end = rtu::WriteEnd::Acknowledged;
+    feed->noteEnd("1:4x1", result);
+    EXPECT_EQ("", feed->takeNews()); // its frame told
 }
 
 TEST_F(LiveScreen, HelpNamesTheSlavesKeysOnlyWhereThereAreAny)

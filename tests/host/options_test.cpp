@@ -1,7 +1,7 @@
 #include "driver_test.h"
 
 #include "options.h"
-#include "poll_program.h"
+#include "link_setup.h"
 #include "tag_selection.h"
 
 namespace {
@@ -72,23 +72,43 @@ TEST(Options, ReachThePropertyOfTheDriver)
     EXPECT_EQ("9#0#1#2#3", parse({"--property", "9#0#1#2#3", "p"}).property.text());
 }
 
+rtu::LinkSettings settingsOf(const Options &options)
+{
+    return rtu::linkSettings(options, options.line, rtu::LineTiming(options.line), "driver.so");
+}
+
+TEST(Options, ReachTheLink)
+{
+    const rtu::LinkSettings settings =
+        settingsOf(parse({"--retries", "0", "--max-words", "33", "--local-only", "-l", "250", "p"}));
+    EXPECT_EQ(1, settings.attempts);
+    EXPECT_EQ(32, settings.maxWords);
+    EXPECT_TRUE(settings.localWritesOnly);
+    EXPECT_EQ(std::chrono::milliseconds(250), settings.roundInterval);
+    EXPECT_LT(settings.silence, rtu::Duration(0));
+    EXPECT_EQ(std::chrono::milliseconds(50), settings.replyGap);
+    EXPECT_EQ(rtu::Echo::Detect, settings.echo);
+    EXPECT_EQ("driver.so", settings.driver.toStdString());
+}
+
 TEST(Options, ReachTheLine)
 {
     const Options o = parse({"-b", "38400", "--silence", "3", "--gap", "80", "--late-guard", "0", "--broadcast-delay",
                              "200", "--remove-echo", "-o", "0.5", "p"});
-    const rtu::PollSettings settings = rtu::pollSettings(o, rtu::LineTiming(o.line));
-    EXPECT_EQ(std::chrono::milliseconds(3), settings.timing.silence());
-    EXPECT_EQ(std::chrono::milliseconds(80), settings.timing.replyGap());
+    const rtu::LinkSettings settings = settingsOf(o);
+    EXPECT_EQ(38400, settings.parameters.baud);
+    EXPECT_EQ(std::chrono::milliseconds(3), settings.silence);
+    EXPECT_EQ(std::chrono::milliseconds(80), settings.replyGap);
     EXPECT_EQ(std::chrono::milliseconds(0), settings.lateReplyGuard);
     EXPECT_EQ(std::chrono::milliseconds(200), settings.broadcastDelay);
     EXPECT_EQ(std::chrono::milliseconds(500), settings.replyTimeout);
-    EXPECT_TRUE(settings.removeEcho);
+    EXPECT_EQ(rtu::Echo::Always, settings.echo);
 }
 
 TEST(Options, TheGuardIsAsLongAsTheTimeOutByItself)
 {
     const Options o = parse({"-o", "0.5", "p"});
-    EXPECT_EQ(std::chrono::milliseconds(500), rtu::pollSettings(o, rtu::LineTiming(o.line)).lateReplyGuard);
+    EXPECT_EQ(std::chrono::milliseconds(500), settingsOf(o).lateReplyGuard);
 }
 
 struct ModeCase
@@ -170,7 +190,7 @@ TEST(Options, MisuseIsExplained)
         {{"--recipe-write", "f", "p", "4x1"}, "takes the registers from its file"},
         {{"--recipe-write", "f", "-t", "4", "p"}, "takes the registers from its file"},
         {{"--serve", "f", "pty:"}, "wants the name of a link"},
-        {{"-a", "300", "p"}, "a station is from 0 to 255"},
+        {{"-a", "300", "p"}, "a station is from 0 to 247"},
         {{"--json", "--csv", "p"}, "exclude each other"},
         {{"--live", "--plain", "p"}, "exclude each other"},
         {{"--check", "4x1", "--list-types"}, "two things at once"},

@@ -23,7 +23,7 @@ protected:
         std::vector<rtu::TagRange> tags;
         for (const std::string &address : addresses)
             tags.push_back(tag(address));
-        return rtu::PlanView(session, property, tags, costs);
+        return rtu::PlanView(driver, catalog, property, tags, costs);
     }
 
     rtu::PlanCosts costs;
@@ -129,7 +129,7 @@ TEST_F(PlanView, IsPrintedAndDrawn)
 {
     rtu::TagRange named = tag("4x1..3");
     named.name = "a < b & c";
-    const rtu::PlanView view(session, rtu::DriverProperty(), {named, tag("4x9")}, costs);
+    const rtu::PlanView view(driver, catalog, rtu::DriverProperty(), {named, tag("4x9")}, costs);
     const std::string text = rtu::planText(view);
     EXPECT_TRUE(contains(text, "4x1..9")) << text;
     EXPECT_TRUE(contains(text, "8+23")) << text;

@@ -1,7 +1,5 @@
-#include "driver_test.h"
-#include "support/frames.h"
+#include "link_test.h"
 
-#include "poll_loop.h"
 #include "recipe.h"
 
 #include <sstream>
@@ -11,7 +9,7 @@ namespace {
 using namespace test_host;
 using namespace test_line;
 
-class Recipe : public DriverTest
+class Recipe : public LinkTest
 {
 protected:
     rtu::Recipe read(const std::string &text, rtu::Access access = rtu::Access::Write)
@@ -20,48 +18,16 @@ protected:
         return rtu::readRecipe(driver, catalog, in, "recipe.csv", access);
     }
 
-    /** Slaves that keep the registers written to them. */
-    void serve(const Bytes &request)
+    /** Moves a recipe between the file's values and slaves that keep what is written to them. */
+    rtu::TransferResult move(const rtu::Recipe &recipe, bool write, const rtu::DriverProperty &property)
     {
-        const int address = request[2] * 256 + request[3];
-        const int count = request[4] * 256 + request[5];
-        Bytes reply(request.begin(), request.begin() + 6);
-        if (request[1] == 16) {
-            std::size_t position = 7;
-            for (int i = 0; i < count; ++i, position += 2)
-                registers[request[0] * 65536 + address + i] = request[position] * 256 + request[position + 1];
-        } else if (request[1] == 6) {
-            registers[request[0] * 65536 + address] = count;
-        } else {
-            reply = {request[0], request[1], static_cast<unsigned char>(2 * count)};
-            for (int i = 0; i < count; ++i) {
-                const int value = registers[request[0] * 65536 + address + i];
-                reply.push_back(static_cast<unsigned char>(value >> 8));
-                reply.push_back(static_cast<unsigned char>(value));
-            }
-        }
-        line.receive(milliseconds(20), withCrc(reply));
+        line->slave = [this](VirtualLine &, const Bytes &request) { serve(request); };
+        const std::vector<rtu::RecipeRow> rows = rtu::recipeRows(recipe, property);
+        const rtu::Transfer transfer = write ? link().load(rows) : link().save(rows);
+        while (!transfer.ended())
+            link().step();
+        return transfer.result();
     }
-
-    /** Runs a transfer to its end; true when the driver cleared the request. */
-    bool transfer(const std::vector<rtu::TagRange> &tags, bool write)
-    {
-        QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(tags, session.property());
-        driver.setRcpAddress(&rows);
-        if (write)
-            session.requestBlockWrite();
-        else
-            session.requestBlockRead();
-        line.slave = [this](VirtualLine &, const Bytes &request) { serve(request); };
-        rtu::PollSettings settings;
-        settings.replyTimeout = milliseconds(100);
-        rtu::PollLoop loop(driver, line, settings);
-        loop.drain();
-        return !session.blockTransferPending();
-    }
-
-    VirtualLine line;
-    std::map<int, int> registers;
 };
 
 const char *const RecipeText = "name,station,type,address,count,format,scale,unit,values\n"
@@ -78,21 +44,6 @@ TEST_F(Recipe, IsWrittenAsItIsRead)
     EXPECT_EQ(RecipeText, out.str());
 }
 
-TEST_F(Recipe, RowsCoverTheWordBufferWithoutGaps)
-{
-    session.configure(rtu::DriverProperty());
-    const QVector<_RCP_VAR_PRO> rows = rtu::recipeRows(read(RecipeText).tags, session.property());
-    int offset = 0;
-    for (int i = 0; i < rows.size(); ++i) {
-        EXPECT_EQ(offset, rows.at(i).hostOffset);
-        offset += rows.at(i).count;
-        if (rows.at(i).regType == QLatin1String("4x_double")) {
-            EXPECT_EQ(2, rows.at(i).count); // the driver wants each 32-bit value in its own row
-        }
-    }
-    EXPECT_EQ(3 + 1 + 4 + 2 + 2, offset);
-}
-
 class WordOrder : public Recipe, public testing::WithParamInterface<bool>
 {
 };
@@ -101,21 +52,19 @@ TEST_P(WordOrder, SlaveAndFileAgreeAfterSaveAndLoad)
 {
     rtu::DriverProperty property;
     property.swapAll = GetParam();
-    session.configure(property);
-    rtu::Recipe recipe = read(RecipeText);
-    rtu::fillWords(recipe, session.words());
-    ASSERT_TRUE(transfer(recipe.tags, true));
+    const rtu::Recipe recipe = read(RecipeText);
+    ASSERT_TRUE(move(recipe, true, property).complete());
     EXPECT_EQ(5, registers[65536 + 9]);
     EXPECT_EQ(0xFFE7, registers[65536 + 19]);
     EXPECT_EQ(10, registers[2 * 65536 + 29]);
     EXPECT_EQ(GetParam() ? 0x5678 : 0x1234, registers[65536 + 12]);
     EXPECT_EQ(GetParam() ? 0x1234 : 0x5678, registers[65536 + 13]);
 
-    std::fill(session.words().begin(), session.words().end(), static_cast<unsigned short>(0));
-    rtu::Recipe saved = recipe;
-    saved.values.clear();
-    ASSERT_TRUE(transfer(saved.tags, false));
-    rtu::takeWords(session.words(), saved);
+    rtu::Recipe saved;
+    saved.tags = recipe.tags;
+    const rtu::TransferResult result = move(saved, false, property);
+    ASSERT_TRUE(result.complete());
+    rtu::takeValues(result, saved);
     EXPECT_EQ(recipe.values, saved.values);
 }
 
@@ -139,7 +88,6 @@ TEST_F(Recipe, IsRefusedWithFileAndLine)
         {"a,1,0x,1,1,,,,1\n", toRead, "recipe.csv:1: 0x1: recipes hold registers, not bits"},
         {"a,1,3x,1,1,,,,1\n", toWrite, "recipe.csv:1: 3x1: 3x is read-only"},
         {"# nothing\n", toRead, "recipe.csv: the recipe has no registers"},
-        {"a,1,3x,1,65536\nb,1,4x,1\n", toRead, "more than the 65536 registers"},
     };
     for (const RecipeCase &wrong : cases) {
         const std::string reason = refusalOf([&] { read(wrong.text, wrong.access); });

@@ -1,8 +1,8 @@
-#include "driver_test.h"
-#include "support/frames.h"
+#include "link_test.h"
 
 #include "statistics.h"
-#include "tag_states.h"
+#include "tag_board.h"
+#include "kit/link/quantiles.h"
 #include "trace.h"
 #include "value_printer.h"
 #include "wall_clock.h"
@@ -12,7 +12,6 @@
 namespace {
 
 using namespace test_host;
-using namespace test_line;
 using rtu::TimePoint;
 using rtu::Transaction;
 
@@ -52,7 +51,7 @@ Transaction givenUp(const std::string &request)
     return t;
 }
 
-class TagStates : public DriverTest
+class TagBoard : public LinkTest
 {
 protected:
     void watch(const std::vector<std::string> &addresses)
@@ -60,94 +59,70 @@ protected:
         std::vector<rtu::TagRange> tags;
         for (const std::string &address : addresses)
             tags.push_back(tag(address));
-        states.reset(new rtu::TagStates(tags, 120));
+        board.reset(new rtu::TagBoard(link(), *line, tags));
     }
 
-    void add(Transaction t, rtu::Duration when)
-    {
-        t.finished = Start + when;
-        states->add(t);
-    }
-
-    std::unique_ptr<rtu::TagStates> states;
+    std::unique_ptr<rtu::TagBoard> board;
 };
 
-TEST_F(TagStates, AreUnknownUntilRead)
+TEST_F(TagBoard, ValuesAreUnknownUntilRead)
 {
-    watch({"4x5", "4x100"});
-    EXPECT_FALSE(states->state(0).known);
-    add(goodRead("01 03 00 00 00 0A"), milliseconds(10));
-    EXPECT_TRUE(states->state(0).known);
-    EXPECT_EQ(Start + milliseconds(10), states->state(0).read);
-    EXPECT_FALSE(states->state(1).known);
+    watch({"4x5", "4x_double10:hex"});
+    registers[65536 + 9] = 0x1234;
+    registers[65536 + 10] = 0x5678;
+    EXPECT_FALSE(board->state(0).known);
+    poll();
+    EXPECT_TRUE(board->state(0).known);
+    EXPECT_FALSE(board->state(0).failed);
+    EXPECT_EQ(std::vector<std::uint32_t>(1, 42), board->state(0).raw);
+    EXPECT_EQ(std::vector<std::uint32_t>(1, 0x12345678), board->state(1).raw);
+    EXPECT_GE(line->now(), board->state(0).read);
 }
 
-TEST_F(TagStates, KnowDoublesAndBitsByTheirRegisters)
+TEST_F(TagBoard, FailuresStayUntilAGoodRead)
 {
-    watch({"4x_double5", "4x_bit6.3", "3x6", "4x5@2"});
-    add(goodRead("01 03 00 04 00 02"), milliseconds(10));
-    EXPECT_TRUE(states->state(0).known);
-    EXPECT_TRUE(states->state(1).known);
-    EXPECT_FALSE(states->state(2).known);
-    EXPECT_FALSE(states->state(3).known);
-}
-
-TEST_F(TagStates, TheAgeIsThatOfTheOldestPart)
-{
-    watch({"4x1..200"});
-    add(goodRead("01 03 00 00 00 78"), milliseconds(10));
-    EXPECT_FALSE(states->state(0).known);
-    add(goodRead("01 03 00 78 00 50"), milliseconds(30));
-    EXPECT_TRUE(states->state(0).known);
-    EXPECT_EQ(Start + milliseconds(10), states->state(0).read);
-    add(goodRead("01 03 00 00 00 78"), milliseconds(50));
-    EXPECT_EQ(Start + milliseconds(30), states->state(0).read);
-    EXPECT_EQ(milliseconds(40), states->ages().median());
-}
-
-TEST_F(TagStates, FailuresStayUntilAGoodRead)
-{
-    watch({"4x1", "4x9"});
-    add(goodRead("01 03 00 00 00 01"), milliseconds(10));
-    add(givenUp("01 03 00 00 00 01"), milliseconds(20));
-    EXPECT_TRUE(states->state(0).failed);
-    EXPECT_EQ("R,1#4x1(1)", states->state(0).error);
-    EXPECT_EQ(Start + milliseconds(10), states->state(0).read);
-    EXPECT_FALSE(states->state(1).failed);
-    add(goodRead("01 03 00 00 00 01"), milliseconds(30));
-    EXPECT_FALSE(states->state(0).failed);
-}
-
-TEST_F(TagStates, AFrameToBeSentAgainChangesNothing)
-{
+    settings.questionInterval = milliseconds(200);
     watch({"4x1"});
-    Transaction t = givenUp("01 03 00 00 00 01");
-    t.verdict = rtu::VerdictSendAgain;
-    add(t, milliseconds(10));
-    EXPECT_FALSE(states->state(0).failed);
+    poll();
+    const rtu::TimePoint read = board->state(0).read;
+    silent = {1};
+    poll();
+    EXPECT_TRUE(board->state(0).failed);
+    EXPECT_EQ("R,1#4x1(1)", board->state(0).error);
+    EXPECT_EQ(read, board->state(0).read);
+    EXPECT_EQ(std::vector<std::uint32_t>(1, 42), board->state(0).raw);
+    silent.clear();
+    for (int i = 0; i < 100 && board->state(0).failed; ++i)
+        step();
+    EXPECT_FALSE(board->state(0).failed);
 }
 
-TEST_F(TagStates, TheReadHalfOfABitWriteIsNoRead)
+TEST_F(TagBoard, TagsOfADeadStationFailThoughNobodyAskedForThem)
 {
-    watch({"4x3"});
-    Transaction t = goodRead("01 03 00 02 00 01");
-    t.regType = QLatin1String("4x_bit");
-    add(t, milliseconds(10));
-    EXPECT_FALSE(states->state(0).known);
+    silent = {1};
+    watch({"4x1", "4x1000"});
+    poll();
+    EXPECT_EQ("R,1#4x1(1)", board->state(0).error);
+    EXPECT_EQ("no answer", board->state(1).error);
 }
 
-TEST_F(TagStates, ChangesAreNotedAtTheirValue)
+TEST_F(TagBoard, ChangesAreNotedAtTheirValue)
 {
-    watch({"4x1..5", "4x_double11..15", "4x_bit2.0..2.3"});
-    states->add(rtu::ValueChange{1, 1, QLatin1String("4x"), 2}, Start);
-    states->add(rtu::ValueChange{1, 1, QLatin1String("4x_double"), 12}, Start);
-    states->add(rtu::ValueChange{1, 1, QLatin1String("4x_bit"), 18}, Start);
-    states->add(rtu::ValueChange{1, 2, QLatin1String("4x"), 0}, Start);
-    EXPECT_EQ(Start, states->changed(0, 2));
-    EXPECT_EQ(TimePoint(), states->changed(0, 0));
-    EXPECT_EQ(Start, states->changed(1, 1));
-    EXPECT_EQ(Start, states->changed(2, 2));
-    EXPECT_EQ(3u, states->changes());
+    usual = 0;
+    watch({"4x1..5"});
+    poll();
+    EXPECT_EQ(TimePoint(), board->changed(0, 2));
+    registers[65536 + 2] = 7;
+    poll();
+    EXPECT_EQ(line->now(), board->changed(0, 2));
+    EXPECT_EQ(TimePoint(), board->changed(0, 0));
+}
+
+TEST_F(TagBoard, WhatALinkRefusesIsRefused)
+{
+    rtu::TagRange broadcast = tag("4x1");
+    broadcast.station = 0;
+    EXPECT_TRUE(contains(refusalOf([&] { rtu::TagBoard(link(), *line, {broadcast}); }), "station 0"));
 }
 
 TEST(Quantiles, AreMedianAndPercentile)
@@ -168,46 +143,60 @@ TEST(Quantiles, ForgetOldSamples)
     EXPECT_EQ(milliseconds(1), quantiles.median());
 }
 
-TEST(Statistics, CountByOutcomeAndStation)
+rtu::LinkStatistics someStatistics()
 {
-    rtu::Statistics statistics(rtu::LineTiming(rtu::LineParameters()), Start);
-    statistics.add(goodRead("01 03 00 00 00 01"));
-    Transaction again = givenUp("02 03 00 00 00 01");
-    again.verdict = rtu::VerdictSendAgain;
-    statistics.add(again);
-    again.attempt = 2;
-    again.verdict = rtu::VerdictGivenUp;
-    statistics.add(again);
-    Transaction exception =
-        transaction(frame("01 03 00 00 00 01"), frame("01 83 02"), 7, rtu::ReplyEnd::Exception, rtu::VerdictSendAgain);
-    statistics.add(exception);
-    Transaction damaged =
-        transaction(frame("01 03 00 00 00 01"), hex("01 03"), 7, rtu::ReplyEnd::Silence, rtu::VerdictSendAgain);
-    statistics.add(damaged);
-    const rtu::Counts total = statistics.total();
-    EXPECT_EQ(5u, total.frames);
-    EXPECT_EQ(1u, total.good);
-    EXPECT_EQ(1u, total.resends);
-    EXPECT_EQ(1u, total.giveUps);
-    EXPECT_EQ(2u, total.timeouts);
-    EXPECT_EQ(1u, total.exceptions);
-    EXPECT_EQ(1u, total.damaged);
-    EXPECT_EQ(milliseconds(20), total.replyTime.median());
-    EXPECT_EQ(3u, statistics.stations().at(1).frames);
-    EXPECT_EQ(2u, statistics.stations().at(2).timeouts);
+    rtu::LinkStatistics statistics;
+    statistics.elapsed = std::chrono::seconds(10);
+    statistics.total.frames = 50;
+    statistics.total.good = 44;
+    statistics.total.resends = 3;
+    statistics.total.giveUps = 1;
+    statistics.total.timeouts = 2;
+    statistics.total.exceptions = 1;
+    statistics.total.damaged = 3;
+    statistics.total.replyMedian = milliseconds(12);
+    statistics.total.reply95 = milliseconds(30);
+    statistics.total.busy = std::chrono::seconds(4);
+    statistics.total.share = 0.4;
+    statistics.stations[7].frames = 2;
+    statistics.stations[7].foreign = 2;
+    return statistics;
 }
 
-TEST(Statistics, ShareOfTheLineIsThatOfCharacters)
+TEST(Statistics, AreToldInLines)
 {
-    rtu::LineParameters parameters;
-    parameters.baud = 11000; // 1 ms a character
-    rtu::Statistics statistics(rtu::LineTiming(parameters), Start);
-    statistics.add(goodRead("01 03 00 00 00 0A")); // 8 + 25 characters
-    EXPECT_NEAR(0.33, statistics.lineShare(Start + milliseconds(100)), 0.001);
-    EXPECT_NEAR(10.0, statistics.framesPerSecond(Start + milliseconds(100)), 0.001);
-    EXPECT_NEAR(0.0, statistics.lineShare(Start + std::chrono::seconds(60)), 0.001);
-    EXPECT_NEAR(0.033, statistics.meanLineShare(Start + std::chrono::seconds(1)), 0.001);
-    EXPECT_TRUE(contains(rtu::statisticsJson(statistics, Start + milliseconds(100)), "\"line_share\":0.3300"));
+    const std::vector<std::string> lines = rtu::statisticsLines(someStatistics());
+    ASSERT_EQ(3u, lines.size());
+    EXPECT_EQ("line: 50 frames, 44 good, 3 resent, 1 given up (2 time-outs, 1 exceptions, 3 damaged), reply 12.0 ms "
+              "median, 30.0 ms 95 %",
+              lines[0]);
+    EXPECT_EQ("line: 5.0 frames a second, 40.0 % of the line in use", lines[1]);
+    EXPECT_EQ("station 7: 2 frames, 0 good, 0 resent, 0 given up (0 time-outs, 0 exceptions, 0 damaged), 2 replies to "
+              "other requests",
+              lines[2]);
+}
+
+TEST(Statistics, AreOneJsonObject)
+{
+    const std::string json = rtu::statisticsJson(someStatistics());
+    for (const char *part : {"\"frames\":50", "\"reply_median_ms\":12.000", "\"frames_per_second\":5.00",
+                             "\"line_share\":0.4000", "\"stations\":[{\"station\":7,"})
+        EXPECT_TRUE(contains(json, part)) << part << ": " << json;
+}
+
+TEST(RecentRates, AreThoseOfTheLastSeconds)
+{
+    rtu::RecentRates rates;
+    EXPECT_EQ(0.0, rates.framesPerSecond());
+    rtu::LinkStatistics statistics;
+    for (int second = 1; second <= 20; ++second) {
+        statistics.elapsed = std::chrono::seconds(second);
+        statistics.total.frames += second <= 10 ? 100 : 2;
+        statistics.total.busy += second <= 10 ? milliseconds(1000) : milliseconds(250);
+        rates.add(statistics);
+    }
+    EXPECT_EQ(2.0, rates.framesPerSecond());
+    EXPECT_EQ(0.25, rates.lineShare());
 }
 
 struct Meaning
@@ -246,6 +235,10 @@ TEST(Trace, TellsWhatAReplySays)
               rtu::replyMeaning(transaction(request, hex("01 03"), 7, rtu::ReplyEnd::Silence, rtu::VerdictSendAgain)));
     EXPECT_EQ("wrong CRC", rtu::replyMeaning(transaction(request, hex("01 03 02 00 00 00 00"), 7,
                                                          rtu::ReplyEnd::Complete, rtu::VerdictSendAgain)));
+    Transaction foreign =
+        transaction(request, frame("02 03 02 00 05"), 7, rtu::ReplyEnd::Complete, rtu::VerdictSendAgain);
+    foreign.kind = rtu::ReplyKind::Foreign;
+    EXPECT_EQ("the reply is from station 2, asked was station 1", rtu::replyMeaning(foreign));
     const Bytes write = frame("01 06 00 02 01 00");
     EXPECT_EQ("written", rtu::replyMeaning(transaction(write, write, 8, rtu::ReplyEnd::Complete, rtu::VerdictGood)));
 }
@@ -268,11 +261,12 @@ class ValuePrinter : public DriverTest
 {
 protected:
     std::string print(rtu::OutputForm form, const rtu::TagRange &tag, const std::vector<std::uint32_t> &raw,
-                      const rtu::TagState &state)
+                      rtu::TagState state)
     {
         std::ostringstream out;
         rtu::ValuePrinter printer(out, form);
-        printer.print(tag, raw, state, Start);
+        state.raw = raw;
+        printer.print(tag, state, Start);
         return out.str();
     }
 };

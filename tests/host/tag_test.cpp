@@ -1,5 +1,6 @@
 #include "driver_test.h"
 
+#include "driver_property.h"
 #include "tag_table.h"
 
 #include <sstream>
@@ -94,8 +95,8 @@ TEST_F(Tags, AreRefusedWithTheReason)
         {"4x65535..65537", "out of range"},
         {"4x9..5", "ends before it begins"},
         {"4x1:float", "does not fit 4x"},
-        {"4x1@300", "a station is from 0 to 255"},
-        {"4x1@x", "\"x\" is not a station from 0 to 255, nor a list of them such as 1,3,5-7"},
+        {"4x1@300", "a station is from 0 to 247"},
+        {"4x1@x", "\"x\" is not a station from 0 to 247, nor a list of them such as 1,3,5-7"},
         {"4x1@", "nothing follows the \"@\""},
         {"4x1:", "nothing follows the \":\""},
         {"4x1..", "nothing follows the \"..\""},
@@ -103,28 +104,6 @@ TEST_F(Tags, AreRefusedWithTheReason)
     };
     for (const Refused &refused : refusals)
         EXPECT_TRUE(contains(refusal(refused.text), refused.reason)) << refused.text << ": " << refusal(refused.text);
-}
-
-TEST_F(Tags, LongOnesAreCutIntoRequests)
-{
-    const auto counts = [&](const std::string &text, int values, int maxWords) {
-        std::vector<int> result;
-        const QList<KEY_ADDRESS> keys = rtu::keysOf(std::vector<TagRange>(1, tag(text, values)), maxWords);
-        for (int i = 0; i < keys.size(); ++i)
-            result.push_back(keys.at(i).count);
-        return result;
-    };
-    EXPECT_EQ((std::vector<int>{120, 120, 10}), counts("4x1", 250, 120));
-    EXPECT_EQ((std::vector<int>{125, 125}), counts("4x1", 250, 300));   // the protocol's own limit
-    EXPECT_EQ((std::vector<int>{6, 6, 2}), counts("4x_double1", 7, 7)); // never half a value
-    EXPECT_EQ((std::vector<int>{2000, 10}), counts("0x1", 2010, 120));
-    EXPECT_EQ((std::vector<int>{144, 6}), counts("4x_bit1.5", 150, 10));
-}
-
-TEST_F(Tags, CarryTheDriversFormatCodes)
-{
-    EXPECT_EQ(-1, rtu::keyOf(tag("0x1"), 0, 1).field7);
-    EXPECT_NE(-1, rtu::keyOf(tag("4x1"), 0, 1).field7);
 }
 
 TEST_F(Tags, OfATableAreReadInTheUsualOrder)
@@ -158,13 +137,13 @@ TEST_F(Tags, OfATableAreRefusedWithFileAndLine)
     const Refused refusals[] = {
         {"a,1,4x,1\nb,1,5x,1\n", "tags.csv:2: unknown register type \"5x\""},
         {"a,1,4x,0\n", "tags.csv:1: 4x0: out of range"},
-        {"a,0,4x,1\n", "tags.csv:1: \"0\": a station is from 1 to 255"},
+        {"a,0,4x,1\n", "tags.csv:1: \"0\": a station is from 1 to 247"},
         {"a,1,4x,1,1,float\n", "does not fit 4x"},
         {"a,1,4x,1,1,,0\n", "scale"},
         {"a,1,4x,1,1,,x\n", "scale"},
         {"a,1,4x,1,x\n", "\"x\" is not a count, which is one number from 1 to 65536"},
         {"a,1,4x,1,2-3\n", "\"2-3\" is not a count"},
-        {"a,1-2,4x,1\n", "tags.csv:1: \"1-2\" is not a station, which is one number from 1 to 255"},
+        {"a,1-2,4x,1\n", "tags.csv:1: \"1-2\" is not a station, which is one number from 1 to 247"},
         {"a,1,,1\n", "the register type is missing"},
         {"a,1,4x\n", "the address is missing"},
         {"a,1,4x,1,1,hex,0.1\n", "a scale does not go with the format hex"},
@@ -260,6 +239,13 @@ TEST_F(Property, AsGivenIsUsedAsGiven)
     EXPECT_EQ(4, property.linkId);
     EXPECT_EQ(2, property.attempts);
     EXPECT_EQ(50, property.maxWords);
+    EXPECT_TRUE(property.swaps(3));
+    EXPECT_FALSE(property.swaps(4));
+    property.adopt("4#0#9#2#50#1");
+    EXPECT_TRUE(property.swaps(4));
+    property.adopt("4#0#9#2#50#0_1,5");
+    EXPECT_TRUE(property.swaps(5));
+    EXPECT_FALSE(property.swaps(2));
 }
 
 } // namespace

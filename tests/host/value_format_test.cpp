@@ -8,13 +8,12 @@ using namespace test_host;
 using rtu::Format;
 using rtu::ValueFormat;
 
-ValueFormat format(Format kind, int width, double scale = 1.0, bool lowWordFirst = false)
+ValueFormat format(Format kind, int width, double scale = 1.0)
 {
     ValueFormat result;
     result.format = kind;
     result.width = width;
     result.scale = scale;
-    result.lowWordFirst = lowWordFirst;
     return result;
 }
 
@@ -96,27 +95,6 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{Format::Unsigned, 1, "nan", "must be from"}, Refused{Format::Signed, 2, "2147483648", "2147483647"},
         Refused{Format::Float, 2, "1,5", "a number"}, Refused{Format::Float, 2, "1e40", "beyond 3.4e38"},
         Refused{Format::Float, 2, "-1e40", "beyond 3.4e38"}));
-
-TEST(RawValue, HasTheDriversByteOrder)
-{
-    const unsigned char bytes[] = {0x78, 0x56, 0x34, 0x12};
-    EXPECT_EQ(0x5678u, rtu::rawValue(bytes, format(Format::Unsigned, 1)));
-    EXPECT_EQ(0x12345678u, rtu::rawValue(bytes, format(Format::Unsigned, 2)));
-    EXPECT_EQ(0x56781234u, rtu::rawValue(bytes, format(Format::Unsigned, 2, 1, true)));
-}
-
-TEST(RawValue, IsStoredAsItIsRead)
-{
-    for (int width = 0; width <= 2; ++width) {
-        for (bool lowWordFirst : {false, true}) {
-            const ValueFormat f = format(Format::Hex, width, 1, lowWordFirst);
-            const std::uint32_t raw = width == 0 ? 1u : width == 1 ? 0xABCDu : 0x89ABCDEFu;
-            unsigned char bytes[4] = {0, 0, 0, 0};
-            rtu::storeRawValue(raw, f, bytes);
-            EXPECT_EQ(raw, rtu::rawValue(bytes, f)) << width << lowWordFirst;
-        }
-    }
-}
 
 TEST(JsonNumber, IsToldFromOtherTexts)
 {

@@ -2,8 +2,8 @@
  * @file
  * Waking up when asked to.
  */
-#ifndef RTU_HOST_PUNCTUALITY_H
-#define RTU_HOST_PUNCTUALITY_H
+#ifndef BENCH_PUNCTUALITY_H
+#define BENCH_PUNCTUALITY_H
 
 namespace rtu {
 
