@@ -7,7 +7,8 @@ namespace {
 
 PolledBlock registers(int station, int startAddr, int count)
 {
-    return {planKey(station, "4x", startAddr, count), {registerReply(station, 3, registerRun(0x1234, count))}};
+    return {planKey(station, "4x", startAddr, count),
+            {registerReply(station, 3, registerRun(0x1234 + startAddr, count))}};
 }
 
 } // namespace
@@ -22,14 +23,9 @@ PolledBlock fewRegisters(int station)
     return registers(station, 0, 25);
 }
 
-PolledBlock firstRegister(int station)
+PolledBlock steadyRegistersAt(int station, int address)
 {
-    return registers(station, 0, 1);
-}
-
-PolledBlock steadyRegister(int station, int address)
-{
-    return registers(station, address, 1);
+    return registers(station, address, 125);
 }
 
 PolledBlock movingRegisters(int station)
@@ -50,7 +46,12 @@ PolledBlock oneMovingRegister(int station)
 
 PolledBlock steadyCoils(int station)
 {
-    return {planKey(station, "0x", 0, 2000), {coilReply(station, 1, 2000, 0x5A)}};
+    return steadyCoilsAt(station, 0);
+}
+
+PolledBlock steadyCoilsAt(int station, int address)
+{
+    return {planKey(station, "0x", address, 2000), {coilReply(station, 1, 2000, 0x5A)}};
 }
 
 PolledBlock movingCoils(int station)

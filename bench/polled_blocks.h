@@ -22,11 +22,8 @@ PolledBlock steadyRegisters(int station);
 /** 25 of them. */
 PolledBlock fewRegisters(int station);
 
-/** The register at address 0, which never changes. */
-PolledBlock firstRegister(int station);
-
-/** A register that never changes. */
-PolledBlock steadyRegister(int station, int address);
+/** 125 of the same registers from this address on; other blocks of them agree about what they share. */
+PolledBlock steadyRegistersAt(int station, int address);
 
 /** 125 registers of which each is another in every reply. */
 PolledBlock movingRegisters(int station);
@@ -36,6 +33,9 @@ PolledBlock oneMovingRegister(int station);
 
 /** 2000 coils that never change. */
 PolledBlock steadyCoils(int station);
+
+/** 2000 of the same coils from this address on, a multiple of 8; other blocks agree about what they share. */
+PolledBlock steadyCoilsAt(int station, int address);
 
 /** 2000 coils of which each is another in every reply. */
 PolledBlock movingCoils(int station);
