@@ -1,6 +1,7 @@
 #include "cache/last_replies.h"
 
 #include "address/register_types.h"
+#include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
 
 #include <algorithm>
@@ -9,14 +10,13 @@
 
 namespace {
 
-const int noRequest = -1;
-
 /** Data bytes that are kept of a reply. Slaves send no more than 250; what asks for more is answered by none. */
 const int mostBytes = 256;
 
-unsigned char typeDigit(const QString &areaType)
+/** First character of a type that has one: it tells the types apart whose values are in different areas. */
+unsigned char typeDigit(const QString &regType)
 {
-    return static_cast<unsigned char>(areaType.at(0).unicode());
+    return static_cast<unsigned char>(regType.at(0).unicode());
 }
 
 bool isCoilType(unsigned char digit)
@@ -26,12 +26,12 @@ bool isCoilType(unsigned char digit)
 
 int bytesFor(unsigned char type, int values)
 {
-    return isCoilType(type) ? (values + 7) / 8 : 2 * values;
+    return isCoilType(type) ? divideUp(values, ByteBits) : 2 * values;
 }
 
 } // namespace
 
-LastReplies::LastReplies() : head(0), sent(noRequest), events(0) {}
+LastReplies::LastReplies() : first(0), placeOfSent(NoPlace), areasBefore(0), events(0) {}
 
 bool LastReplies::isBefore(const Reply &a, const Reply &b)
 {
@@ -52,7 +52,8 @@ bool LastReplies::endsBefore(const Reply &a, const Reply &b)
 bool LastReplies::replyTo(const VARIABLE &request, Reply &made)
 {
     const RegisterType *type = findRegisterType(request.regType);
-    if (!type || request.count < 1 || request.count > mostBytes * 8 || request.startAddr > INT_MAX - request.count)
+    if (!type || request.count < 1 || request.count > mostBytes * ByteBits
+        || request.startAddr > INT_MAX - request.count)
         return false;
     made.station = request.station;
     made.first = request.startAddr;
@@ -64,11 +65,11 @@ bool LastReplies::replyTo(const VARIABLE &request, Reply &made)
     return bytesFor(made.type, made.count) <= mostBytes;
 }
 
-void LastReplies::plan(const QList<VARIABLE> &requests)
+void LastReplies::planBuilt(const QList<VARIABLE> &requests)
 {
-    begin();
-    head = 0;
-    sent = noRequest;
+    ++events;
+    first = 0;
+    placeOfSent = NoPlace;
     std::vector<Reply>().swap(replies);
     std::vector<unsigned char>().swap(bytes);
     std::vector<int>().swap(places); // set last: where memory runs out before, there are no places
@@ -110,22 +111,34 @@ void LastReplies::orderReplies(const std::vector<int> &requestOf, std::size_t re
     places.swap(placesOfRequests);
 }
 
-void LastReplies::rotate()
+void LastReplies::firstMovedToEnd()
 {
-    const int requests = static_cast<int>(places.size());
-    head = head + 1 < requests ? head + 1 : 0;
+    first = first + 1 < places.size() ? first + 1 : 0;
+}
+
+int LastReplies::placeOfFirst() const
+{
+    return first < places.size() ? places[first] : static_cast<int>(NoPlace);
+}
+
+void LastReplies::replyArrived(int areas)
+{
+    ++events;
+    if (areas < areasBefore) {
+        for (std::size_t i = 0; i < replies.size(); ++i)
+            replies[i].known = false;
+    }
+    areasBefore = areas;
 }
 
 int LastReplies::placeFor(const VARIABLE &unit) const
 {
-    if (sent < 0 || sent >= static_cast<int>(places.size()))
+    if (placeOfSent == NoPlace || unit.regType.isEmpty())
         return NoPlace;
-    const int place = places[static_cast<std::size_t>(sent)];
-    if (place == NoPlace)
-        return NoPlace;
-    const Reply &reply = replies[static_cast<std::size_t>(place)];
-    const bool same = reply.station == unit.station && reply.first == unit.startAddr && reply.count == unit.count;
-    return same ? place : static_cast<int>(NoPlace);
+    const Reply &reply = replies[static_cast<std::size_t>(placeOfSent)];
+    const bool same = reply.station == unit.station && reply.type == typeDigit(unit.regType)
+                      && reply.first == unit.startAddr && reply.count == unit.count;
+    return same ? placeOfSent : static_cast<int>(NoPlace);
 }
 
 const unsigned char *LastReplies::dataAt(int place) const

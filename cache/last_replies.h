@@ -8,8 +8,8 @@
  * errorFlag clear: where the next reply says the same, there is nothing to do.
  *
  * Whoever changes a readValue or sets an errorFlag says so with forget(). A
- * written value is neither. A change behind the driver's back, as tests make
- * them in the list of areas, is not noticed.
+ * written value is neither. Of changes behind the driver's back, as tests make
+ * them in the list of areas, only areas that are gone are noticed.
  */
 #ifndef LAST_REPLIES_H
 #define LAST_REPLIES_H
@@ -27,13 +27,13 @@ public:
     LastReplies();
 
     /** Forgets all replies and makes room for those to @p requests, the first of which goes out next. */
-    void plan(const QList<VARIABLE> &requests);
+    void planBuilt(const QList<VARIABLE> &requests);
 
     /** To be told when the first request of the plan has gone to its end. */
-    void rotate();
+    void firstMovedToEnd();
 
     /** To be told when the first request of the plan is on its way. */
-    void send() { sent = head; }
+    void firstSent() { placeOfSent = placeOfFirst(); }
 
     /** No reply: the request is not of the plan, or replies to it are not kept. */
     enum { NoPlace = -1 };
@@ -53,11 +53,15 @@ public:
     /** Forgets the replies that say something about one of these areas. */
     void forget(int station, const QString &areaType, int areaIndex, int count);
 
-    /** To be told when a reply begins to be dealt with: a callback may do that in the middle of another. */
-    void begin() { ++events; }
+    /**
+     * To be told when a reply begins to be dealt with: a callback may do that in the
+     * middle of another. @p areas: how many the cache has; where these are fewer than
+     * before it was emptied behind the driver's back, and nothing is known any more.
+     */
+    void replyArrived(int areas);
 
-    /** Changes with every begin() and plan(). */
-    unsigned int moment() const { return events; }
+    /** Replies that have arrived and plans that were built: the same number twice, and nothing came between. */
+    unsigned int eventCount() const { return events; }
 
 private:
     /** The reply to one request. Ordered by station, type and first area. */
@@ -75,13 +79,15 @@ private:
     static bool isBefore(const Reply &a, const Reply &b);
     static bool endsBefore(const Reply &a, const Reply &b);
     static bool replyTo(const VARIABLE &request, Reply &made);
+    int placeOfFirst() const;
     void orderReplies(const std::vector<int> &requestOf, std::size_t requests);
 
     std::vector<Reply> replies;
     std::vector<int> places; ///< for each request of the plan, as it was built, its position in replies or NoPlace
     std::vector<unsigned char> bytes; ///< the data of all replies
-    int head;                         ///< request that stands first in the plan, counted as the plan was built
-    int sent;                         ///< the same of the request on its way
+    std::size_t first;                ///< the request that stands first in the plan now, counted as the plan was built
+    int placeOfSent;                  ///< position in replies of the request on its way, or NoPlace
+    int areasBefore;                  ///< how many the cache had when the last reply arrived
     unsigned int events;
 };
 

@@ -31,9 +31,6 @@ public:
     /** Register @p index counted from the first data byte; high byte first. */
     int registerAt(long long index) const { return byteAt(2 * index) << 8 | byteAt(2 * index + 1); }
 
-    /** Coil @p index, the first in bit 0 of the first data byte. */
-    int coilAt(int index) const { return byteAt(index / 8) >> index % 8 & 1; }
-
     /** The data bytes, as many as size() says. */
     const unsigned char *data() const { return reinterpret_cast<const unsigned char *>(bytes.constData()) + start; }
 

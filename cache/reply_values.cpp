@@ -32,7 +32,7 @@ public:
         // While host writes are queued, a panel goes on showing what was written to
         // holding registers read as such.
         , keepsWritten(answeredType.writable && answeredType.unit != RegisterBitUnit)
-        , moment(master.lastReplies.moment())
+        , eventsBefore(master.lastReplies.eventCount())
         , place(placeFor(answered))
         , known(master.lastReplies.dataAt(place))
         , differing(AllCoils)
@@ -68,7 +68,7 @@ private:
     }
 
     /** Else the cache may have been emptied and other replies kept: neither positions nor what was known hold. */
-    bool nothingCameBetween() const { return master.lastReplies.moment() == moment; }
+    bool nothingCameBetween() const { return master.lastReplies.eventCount() == eventsBefore; }
 
     /** Position of the area at @p address, created if absent. Holds until the cache is emptied. */
     int positionOf(int address) { return master.getIndexOfDataArea(station, areaType, address, master.dataAreas); }
@@ -160,7 +160,7 @@ private:
     const int count;
     const bool coils;
     const bool keepsWritten;
-    const unsigned int moment;
+    const unsigned int eventsBefore;
     const int place;
     const unsigned char *known; ///< data of the last reply to the same request, or null
     int differing;              ///< coils of the byte being taken that need a look: bit 0 the first

@@ -87,7 +87,7 @@ void Modbus_rtu_master::initProperty(void *area, int argument, void *wordBuffer,
     writeList.clear();
     conditionReadList.clear();
     dataAreas.clear();
-    lastReplies.plan(cyclicReadList);
+    lastReplies.planBuilt(cyclicReadList);
     sendState = NothingSent;
     burstCount = 0;
     spareCounter = 0;

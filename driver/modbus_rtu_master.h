@@ -189,9 +189,10 @@ public:
     int spareFlagB;                    ///< never read
     QList<FRAME_PRO> frameList;        ///< frames of the transaction in flight, [0] on the line
     int rcpIndex;                      ///< block of the block transfer in progress
-    QMutex listMutex;                  ///< non-recursive; guards writeList
-    int doubleSwapMode;                ///< 1: low word first for every station
-    QList<int> doubleSwapStations;     ///< stations with the low word first in other modes
+    QMutex
+        listMutex; ///< non-recursive; held while a finished write leaves writeList and while bit writes are counted in it
+    int doubleSwapMode;            ///< 1: low word first for every station
+    QList<int> doubleSwapStations; ///< stations with the low word first in other modes
 
     // --- what else is remembered ---------------------------------------------
 

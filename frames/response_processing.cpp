@@ -120,7 +120,7 @@ int Modbus_rtu_master::dealRcvFrame(QByteArray &received, QString &errorText)
     if (frameList.isEmpty())
         return NothingPending;
 
-    lastReplies.begin();
+    lastReplies.replyArrived(sizeOf(dataAreas));
     switch (check_rcv_data(reinterpret_cast<const unsigned char *>(received.constData()), sizeOf(received))) {
     case GoodReadReply:
         return finishGoodRead(*this, received);

@@ -54,7 +54,7 @@ void selectPolling(Modbus_rtu_master &master)
         master.sendState = NothingSent;
     } else {
         copyUnit(master.currentVar, master.cyclicReadList.first());
-        master.lastReplies.send();
+        master.lastReplies.firstSent();
         master.sendState = CyclicReadSent;
         master.burstCount = 0;
     }
@@ -107,7 +107,7 @@ void finishCyclicRead(Modbus_rtu_master &master)
     if (sizeOf(master.cyclicReadList) < 2)
         return;
     master.planRotation.moveFirstToEnd(master.cyclicReadList);
-    master.lastReplies.rotate();
+    master.lastReplies.firstMovedToEnd();
 }
 
 /** Steps to the next block; the transfer ends when the last is done, or at once after a failure. */

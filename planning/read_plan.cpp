@@ -24,7 +24,8 @@ int Modbus_rtu_master::buildReadPlan(const QList<KEY_ADDRESS> &keys)
     QList<KEY_ADDRESS> blocks = keys; // shares the host's records, which stay as they are
     addrMerge(blocks, PollMerge);
 
-    // Each block gives its memory back before the next unit takes some.
+    // Each block is removed once its unit is made: where lists hold pointers, as in
+    // Qt 4 and 5, it gives its memory back before the next unit takes some.
     cyclicReadList.reserve(sizeOf(blocks));
     VARIABLE unit = VARIABLE();
     unit.userData = cyclicReadTag;
@@ -37,6 +38,6 @@ int Modbus_rtu_master::buildReadPlan(const QList<KEY_ADDRESS> &keys)
         cyclicReadList.append(unit);
     }
     planRotation.prepare(cyclicReadList);
-    lastReplies.plan(cyclicReadList);
+    lastReplies.planBuilt(cyclicReadList);
     return sizeOf(cyclicReadList);
 }

@@ -49,7 +49,7 @@ protected:
     /** Is the reply to the head of the plan known? */
     static bool knowsHead()
     {
-        driver.lastReplies.send();
+        driver.lastReplies.firstSent();
         return driver.lastReplies.dataAt(driver.lastReplies.placeFor(driver.cyclicReadList.at(0))) != nullptr;
     }
 
@@ -93,6 +93,15 @@ TEST_F(SteadyReplies, EachRequestOfTheRoundHasItsOwn)
         EXPECT_TRUE(knowsHead()) << unitsText(driver.cyclicReadList);
         poll(request == 0 ? wordsReply(1, 3, {5, 5}) : wordsReply(1, 3, {request == 1 ? 2 : 7, 2}));
     }
+}
+
+TEST_F(SteadyReplies, AreasThatAreGoneAreMadeAnew)
+{
+    plan(keysOf("1:4x 0+2"));
+    poll(wordsReply(1, 3, {1, 2}));
+    driver.dataAreas.clear();
+    EXPECT_EQ(poll(wordsReply(1, 3, {1, 2})), Changes()) << "nothing is monitored any more";
+    EXPECT_EQ(getData(1, "4x", 0, 2, 4), payload("01 00 02 00"));
 }
 
 // --- what touches the areas in between ------------------------------------------------------
