@@ -3,9 +3,9 @@
  * The demo: simulated slaves and a link with the driver, in scenes that end by
  * themselves. Exit status 0 only if every value agreed on both sides.
  */
-#include "scenes.h"
-#include "signal_watcher.h"
-#include "stop_target.h"
+#include "host/demo/scenes.h"
+#include "host/commands/signal_watcher.h"
+#include "host/commands/stop_target.h"
 
 #include <unistd.h>
 

@@ -1,6 +1,6 @@
-#include "scenes.h"
+#include "host/demo/scenes.h"
 
-#include "recipe.h"
+#include "host/tags/recipe.h"
 
 #include <cstdio>
 #include <cstdlib>

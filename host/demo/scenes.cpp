@@ -1,4 +1,4 @@
-#include "scenes.h"
+#include "host/demo/scenes.h"
 
 namespace demo {
 

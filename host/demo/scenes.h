@@ -5,7 +5,7 @@
 #ifndef RTU_DEMO_SCENES_H
 #define RTU_DEMO_SCENES_H
 
-#include "stage.h"
+#include "host/demo/stage.h"
 
 namespace demo {
 

@@ -1,4 +1,4 @@
-#include "screen.h"
+#include "host/demo/screen.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,7 +1,7 @@
-#include "stage.h"
+#include "host/demo/stage.h"
 
-#include "link_setup.h"
-#include "tag_table.h"
+#include "host/tags/link_tags.h"
+#include "host/tags/tag_table.h"
 
 #include "kit/line/make_line.h"
 

@@ -7,8 +7,8 @@
 #define RTU_DEMO_STAGE_H
 
 #include "plant/plant.h"
-#include "screen.h"
-#include "tag.h"
+#include "host/demo/screen.h"
+#include "host/tags/tag.h"
 
 #include "kit/line/port_line.h"
 

@@ -5,7 +5,7 @@
 #ifndef TESTS_HOST_DRIVER_TEST_H
 #define TESTS_HOST_DRIVER_TEST_H
 
-#include "tag.h"
+#include "host/tags/tag.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 #include "link_test.h"
 
-#include "live_painter.h"
+#include "host/live/live_painter.h"
 
 namespace {
 

@@ -1,8 +1,8 @@
 #include "driver_test.h"
 
-#include "options.h"
-#include "link_setup.h"
-#include "tag_selection.h"
+#include "host/cli/options.h"
+#include "host/cli/link_setup.h"
+#include "host/cli/tag_selection.h"
 
 namespace {
 

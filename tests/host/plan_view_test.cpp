@@ -1,6 +1,6 @@
 #include "driver_test.h"
 
-#include "plan_view.h"
+#include "host/plan/plan_view.h"
 
 namespace {
 

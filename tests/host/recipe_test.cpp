@@ -1,6 +1,6 @@
 #include "link_test.h"
 
-#include "recipe.h"
+#include "host/tags/recipe.h"
 
 #include <sstream>
 

@@ -1,11 +1,11 @@
 #include "link_test.h"
 
-#include "statistics.h"
-#include "tag_board.h"
+#include "host/report/statistics.h"
+#include "host/report/tag_board.h"
 #include "kit/link/quantiles.h"
-#include "trace.h"
-#include "value_printer.h"
-#include "wall_clock.h"
+#include "host/report/trace.h"
+#include "host/report/value_printer.h"
+#include "host/text/wall_clock.h"
 
 #include <sstream>
 

@@ -1,7 +1,7 @@
 #include "driver_test.h"
 
-#include "driver_property.h"
-#include "tag_table.h"
+#include "host/tags/driver_property.h"
+#include "host/tags/tag_table.h"
 
 #include <sstream>
 

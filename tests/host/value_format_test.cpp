@@ -1,6 +1,6 @@
 #include "driver_test.h"
 
-#include "value_format.h"
+#include "host/tags/value_format.h"
 
 namespace {
 

@@ -1,0 +1,265 @@
+#include "host/commands/poll_program.h"
+
+#include "host/tags/link_tags.h"
+#include "host/report/statistics.h"
+#include "host/report/trace.h"
+#include "host/text/wall_clock.h"
+
+#include <algorithm>
+
+namespace rtu {
+
+namespace {
+
+const Duration LongestRest = std::chrono::milliseconds(500);
+
+/** "1:4x1..125" */
+std::string placeOf(const TagRange &tag)
+{
+    return std::to_string(tag.station) + ":" + tag.rangeLabel();
+}
+
+std::string quantity(std::size_t count, const std::string &what)
+{
+    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
+}
+
+bool wentWell(WriteEnd end)
+{
+    return end == WriteEnd::Acknowledged || end == WriteEnd::Broadcast || end == WriteEnd::KeptLocal;
+}
+
+std::string rowText(const RowResult &row)
+{
+    switch (row.end) {
+    case RowEnd::Refused:
+        return "refused with exception " + std::to_string(row.exceptionCode);
+    case RowEnd::Unconfirmed:
+        return "no answer";
+    default:
+        return "not tried";
+    }
+}
+
+} // namespace
+
+PollProgram::PollProgram(Link &link, Line &line, const Options &options, std::ostream &out, std::ostream &err)
+    : m_link(link)
+    , m_line(line)
+    , m_options(options)
+    , m_out(out)
+    , m_err(err)
+    , m_printer(out, options.form)
+{
+    link.onTransaction([this](const Transaction &transaction) { noteTransaction(transaction); });
+    link.onPort([this](bool open) { notePort(open); });
+    link.onNotice([this](const QString &text) { say(text.toStdString()); });
+    link.onRound([this] { finishRound(); });
+}
+
+void PollProgram::stop()
+{
+    m_stopped = true;
+    m_link.stop();
+}
+
+/** False when it is over. */
+bool PollProgram::step()
+{
+    if (m_stopped)
+        return false;
+    const LinkStep done = m_link.step();
+    if (done == LinkStep::Idle || done == LinkStep::NoPort)
+        m_line.sleepUntil(std::min(m_link.nextStep(), m_line.now() + LongestRest));
+    return !m_stopped;
+}
+
+/** Steps until what was asked for has ended; false when the user or a lost port ended it first. */
+template <typename Asked>
+bool PollProgram::awaitEnd(const Asked &asked)
+{
+    while (!asked.ended()) {
+        if (!step())
+            return false;
+    }
+    return true;
+}
+
+void PollProgram::noteTransaction(const Transaction &transaction)
+{
+    if (m_options.trace)
+        printTrace(transaction);
+    if (transaction.verdict != VerdictGivenUp)
+        return;
+    ++m_errors;
+    m_lastError = transaction.information.toStdString();
+    m_err << "error: station " << transaction.station << ", " << requestMeaning(transaction.request) << ": "
+          << replyMeaning(transaction) << ", given up (" << m_lastError << ")\n";
+}
+
+void PollProgram::printTrace(const Transaction &transaction)
+{
+    // Values on standard output are for other programs in these forms; the trace is for people.
+    std::ostream &out = m_options.form == OutputForm::Lines ? m_out : m_err;
+    for (const TraceLine &line : traceLines(transaction))
+        out << traceText(line) << '\n';
+    out.flush();
+}
+
+void PollProgram::say(const std::string &text)
+{
+    if (m_options.form == OutputForm::Lines && !m_options.quiet)
+        m_out << "-- " << text << '\n';
+}
+
+/** A single round is for scripts, which do not want to hang; others wait for the port to come back. */
+void PollProgram::notePort(bool open)
+{
+    if (open == !m_portLost)
+        return;
+    m_portLost = !open;
+    if (open) {
+        m_err << "the port is back\n";
+        return;
+    }
+    m_err << (waitsForPort() ? "error: the port is gone, waiting for it\n" : "error: the port is gone\n");
+    if (waitsForPort())
+        return;
+    ++m_errors;
+    stop();
+}
+
+bool PollProgram::write(const std::vector<TagWrite> &writes)
+{
+    for (const TagWrite &write : writes) {
+        const std::uint64_t errors = m_errors;
+        const Write asked = m_link.write(specOf(write.tag), numbersOf(write.raw));
+        if (!awaitEnd(asked))
+            return false;
+        tellWrite(write, asked.result(), m_errors != errors);
+    }
+    return true;
+}
+
+void PollProgram::tellWrite(const TagWrite &write, const WriteResult &result, bool errorTold)
+{
+    if (wentWell(result.end)) {
+        const bool many = write.raw.size() > 1;
+        say("wrote " + std::to_string(write.tag.station) + ":" + write.tag.label() + (many ? " ..: " : ": ")
+            + quantity(write.raw.size(), "value"));
+        return;
+    }
+    if (errorTold)
+        return;
+    ++m_errors;
+    m_err << "error: " << placeOf(write.tag) << " was not written: " << result.text.toStdString() << '\n';
+}
+
+int PollProgram::poll(const TagSelection &selection, std::size_t requestsARound)
+{
+    m_printer.printHeader();
+    if (write(selection.writes) && !selection.reads.empty())
+        poll(selection.reads, requestsARound);
+    return finish();
+}
+
+void PollProgram::poll(const std::vector<TagRange> &tags, std::size_t requestsARound)
+{
+    m_board.reset(new TagBoard(m_link, m_line, tags));
+    say(quantity(tags.size(), "tag") + " in " + quantity(requestsARound, "request") + " a round");
+    while (step()) {
+    }
+}
+
+void PollProgram::finishRound()
+{
+    if (!m_board || m_stopped)
+        return;
+    printRound();
+    ++m_rounds;
+    if (!m_out.good() || (m_options.rounds > 0 && m_rounds >= m_options.rounds))
+        stop();
+}
+
+void PollProgram::printRound()
+{
+    const TimePoint now = m_line.now();
+    if (m_options.rounds != 1)
+        say(timeOfDay(now));
+    for (std::size_t i = 0; i < m_board->tags().size(); ++i)
+        m_printer.print(m_board->tags()[i], m_board->state(i), now);
+    m_out.flush();
+}
+
+int PollProgram::readOnce(const std::vector<TagRange> &tags)
+{
+    m_printer.printHeader();
+    for (const TagRange &tag : tags) {
+        m_lastError.clear();
+        const OneOffRead asked = m_link.read(specOf(tag));
+        if (!awaitEnd(asked))
+            break;
+        printRead(tag, asked.result(), m_lastError);
+    }
+    return finish();
+}
+
+void PollProgram::printRead(const TagRange &tag, const ReadResult &result, const std::string &error)
+{
+    const bool good = result.end == ReadEnd::Good;
+    say("condition read of " + placeOf(tag) + (good ? ": done" : ": failed"));
+    TagState state;
+    state.known = good;
+    state.failed = !good;
+    state.error = good ? std::string() : error.empty() ? "no answer" : error;
+    state.raw = good ? result.value.raw() : std::vector<std::uint32_t>(static_cast<std::size_t>(tag.values));
+    m_printer.print(tag, state, m_line.now());
+}
+
+int PollProgram::transferRecipe(Recipe recipe, bool write)
+{
+    const std::vector<RecipeRow> rows = recipeRows(recipe, m_options.property);
+    const Transfer asked = write ? m_link.load(rows) : m_link.save(rows);
+    const bool ended = awaitEnd(asked);
+    const TransferResult result = asked.result();
+    const bool done = ended && result.complete();
+    if (!done)
+        m_err << "error: the recipe was not transferred whole\n";
+    if (ended && !done)
+        tellRows(recipe, result);
+    if (done && !write) {
+        takeValues(result, recipe);
+        writeRecipeFile(m_options.recipeFile, recipe);
+    }
+    if (done)
+        say("recipe of " + quantity(rows.size(), "row")
+            + (write ? " written to the slaves" : " saved to " + m_options.recipeFile));
+    const int status = finish();
+    return done ? status : 1;
+}
+
+void PollProgram::tellRows(const Recipe &recipe, const TransferResult &result)
+{
+    for (std::size_t i = 0; i < result.rows.size(); ++i) {
+        if (result.rows[i].end != RowEnd::Done)
+            m_err << "error: " << placeOf(recipe.tags[i]) << ": " << rowText(result.rows[i]) << '\n';
+    }
+}
+
+int PollProgram::finish()
+{
+    if (m_options.printStatistics) {
+        const LinkStatistics statistics = m_link.statistics();
+        if (m_options.form == OutputForm::Json) {
+            m_out << statisticsJson(statistics) << '\n';
+        } else {
+            std::ostream &out = m_options.form == OutputForm::Csv ? m_err : m_out;
+            for (const std::string &line : statisticsLines(statistics))
+                out << line << '\n';
+        }
+    }
+    m_out.flush();
+    return m_errors == 0 ? 0 : 1;
+}
+
+} // namespace rtu

@@ -1,0 +1,73 @@
+/**
+ * @file
+ * Polling, reading and writing with output in lines: everything on a line that
+ * needs no screen.
+ */
+#ifndef RTU_HOST_POLL_PROGRAM_H
+#define RTU_HOST_POLL_PROGRAM_H
+
+#include "host/cli/options.h"
+#include "host/tags/recipe.h"
+#include "host/report/tag_board.h"
+#include "host/cli/tag_selection.h"
+
+#include <modbus_rtu_host/link.h>
+
+#include <atomic>
+#include <memory>
+#include <ostream>
+
+namespace rtu {
+
+/** Steps the link on the thread that calls. */
+class PollProgram
+{
+public:
+    /** @param line the link's */
+    PollProgram(Link &link, Line &line, const Options &options, std::ostream &out, std::ostream &err);
+
+    /** Writes, then reads in rounds of so many requests; result: exit status. */
+    int poll(const TagSelection &selection, std::size_t requestsARound);
+    /** Reads each tag once by one-off reads. */
+    int readOnce(const std::vector<TagRange> &tags);
+    /** Moves a recipe. @param write from the file to the slaves */
+    int transferRecipe(Recipe recipe, bool write);
+
+    /** From any thread. */
+    void stop();
+
+private:
+    bool step();
+    template <typename Asked>
+    bool awaitEnd(const Asked &asked);
+    bool write(const std::vector<TagWrite> &writes);
+    void tellWrite(const TagWrite &write, const WriteResult &result, bool errorTold);
+    void poll(const std::vector<TagRange> &tags, std::size_t requestsARound);
+    void finishRound();
+    void printRound();
+    void printRead(const TagRange &tag, const ReadResult &result, const std::string &error);
+    void tellRows(const Recipe &recipe, const TransferResult &result);
+    void noteTransaction(const Transaction &transaction);
+    void printTrace(const Transaction &transaction);
+    void say(const std::string &text);
+    bool waitsForPort() const { return m_options.rounds != 1; }
+    void notePort(bool open);
+    int finish();
+
+    Link &m_link;
+    Line &m_line;
+    const Options &m_options;
+    std::ostream &m_out;
+    std::ostream &m_err;
+    ValuePrinter m_printer;
+    std::unique_ptr<TagBoard> m_board;
+    std::uint64_t m_errors = 0;
+    std::string m_lastError; ///< the driver's text of the last request that was given up
+    int m_rounds = 0;
+    bool m_portLost = false;
+    std::atomic<bool> m_stopped{false};
+};
+
+} // namespace rtu
+
+#endif

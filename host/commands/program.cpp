@@ -1,0 +1,313 @@
+#include "host/commands/program.h"
+
+#include "host/commands/editor_calls.h"
+#include "host/cli/link_setup.h"
+#include "host/live/live_view.h"
+#include "host/cli/options.h"
+#include "host/plan/plan_view.h"
+#include "host/commands/poll_program.h"
+#include "host/tags/recipe.h"
+#include "host/report/statistics.h"
+#include "host/commands/stop_target.h"
+#include "kit/line/make_line.h"
+#include "host/commands/signal_watcher.h"
+#include "host/commands/simulation.h"
+
+#include <poll.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <memory>
+#include <stdexcept>
+
+namespace rtu {
+
+namespace {
+
+/** The far end of the line: a port, or simulated slaves behind a pseudo-terminal. */
+class LineSource
+{
+public:
+    LineSource(const Options &options, std::ostream &err)
+    {
+        LineParameters parameters = options.line;
+        std::string device = options.port;
+        if (!options.simFile.empty()) {
+            m_plant = makePlant(options.simFile, options);
+            parameters = agreeOnPace(*m_plant, options);
+            std::string error;
+            // By a link the port has the same name again after the plug was pulled and put in.
+            if (!m_plant->start(&error, "/tmp/rtuhost-" + std::to_string(::getpid())))
+                throw std::runtime_error(error);
+            device = m_plant->devicePath();
+        }
+        m_owned = makeLine(device, parameters);
+        m_line = m_owned.get();
+        m_line->open();
+        if (!m_line->notice().empty() && !options.quiet)
+            err << m_line->notice() << '\n';
+    }
+
+    /** As long as the link, once it has been handed over. */
+    PortLine &line() { return *m_line; }
+    std::unique_ptr<Line> takeLine() { return std::move(m_owned); }
+    plant::Plant *plant() { return m_plant.get(); }
+
+private:
+    std::unique_ptr<plant::Plant> m_plant;
+    std::unique_ptr<PortLine> m_owned;
+    PortLine *m_line = nullptr;
+};
+
+std::string optionOf(Mode mode)
+{
+    switch (mode) {
+    case Mode::ConditionRead:
+        return "--condition-read";
+    case Mode::RecipeRead:
+        return "--recipe-read";
+    default:
+        return "--plan";
+    }
+}
+
+std::string fileName(const std::string &path)
+{
+    return path.substr(path.rfind('/') + 1);
+}
+
+/** What a link refuses is a matter of the command line. */
+std::unique_ptr<Link> makeLink(const LinkSettings &settings, std::unique_ptr<Line> line)
+{
+    try {
+        return std::unique_ptr<Link>(new Link(settings, std::move(line)));
+    } catch (const Error &error) {
+        throw std::invalid_argument(error.what());
+    }
+}
+
+DriverLibrary loadDriver(const std::string &path)
+{
+    try {
+        return DriverLibrary(path);
+    } catch (const std::runtime_error &error) {
+        throw std::runtime_error(std::string(error.what()) + "; name the library with --driver PATH");
+    }
+}
+
+class Program
+{
+public:
+    Program(const Options &options, std::ostream &out, std::ostream &err)
+        : m_options(options)
+        , m_out(out)
+        , m_err(err)
+        , m_driver(loadDriver(options.driverPath))
+        , m_catalog(m_driver)
+    {
+    }
+
+    int run()
+    {
+        switch (m_options.mode) {
+        case Mode::Describe:
+        case Mode::Check:
+        case Mode::MultiCopy:
+        case Mode::ListTypes:
+            return runEditorCall(m_driver, m_catalog, m_options, m_out);
+        case Mode::Plan:
+            return showPlan();
+        default:
+            return runOnLine();
+        }
+    }
+
+private:
+    TagSelection selectNamedTags()
+    {
+        const bool recipe = m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite;
+        const bool nothingNamed =
+            m_options.arguments.empty() && m_options.tagFile.empty() && !m_options.typeOrReferenceGiven;
+        if (recipe && nothingNamed)
+            return TagSelection(); // the recipe file names the registers
+        TagSelection selection = selectTags(m_driver, m_catalog, m_options);
+        if (m_options.mode != Mode::Poll && !selection.writes.empty())
+            throw std::invalid_argument("values to write do not go with " + optionOf(m_options.mode));
+        return selection;
+    }
+
+    /** The registers named, or those of the recipe file. Judged before any port is opened. */
+    Recipe chosenRecipe(const std::vector<TagRange> &tags)
+    {
+        const bool write = m_options.mode == Mode::RecipeWrite;
+        if (write || tags.empty())
+            return readRecipeFile(m_driver, m_catalog, m_options.recipeFile, write ? Access::Write : Access::Read);
+        Recipe recipe;
+        recipe.tags = tags;
+        refuseUnfit(recipe, Access::Read);
+        return recipe;
+    }
+
+    PlanView planOf(const std::vector<TagRange> &tags, const LineParameters &line)
+    {
+        const LinkSettings settings = linkSettings(m_options, line, LineTiming(line), m_driver.path());
+        PlanCosts costs;
+        costs.timing = LineTiming(line);
+        if (settings.silence >= Duration(0))
+            costs.timing.setSilence(settings.silence);
+        costs.line = line;
+        costs.replyTimeout = settings.replyTimeout;
+        costs.attempts = m_options.property.attempts;
+        return PlanView(m_driver, m_catalog, m_options.property, tags, costs);
+    }
+
+    int showPlan()
+    {
+        const TagSelection selection = selectNamedTags();
+        const bool simulated = !m_options.simFile.empty();
+        const PlanView plan =
+            planOf(selection.reads,
+                   simulated ? agreeOnPace(*makePlant(m_options.simFile, m_options), m_options) : m_options.line);
+        if (m_options.planPicture.empty() || !m_options.quiet)
+            m_out << (m_options.form == OutputForm::Json ? planJson(plan) + "\n" : planText(plan));
+        if (m_options.planPicture.empty())
+            return ExitGood;
+        std::ofstream file(m_options.planPicture);
+        file << planPicture(plan);
+        file.close();
+        if (!file)
+            throw std::runtime_error("cannot write " + m_options.planPicture);
+        return ExitGood;
+    }
+
+    /** A screen where there is one, unless the output is for other programs or soon over. */
+    bool wantsLiveView() const
+    {
+        const bool terminal = ::isatty(STDIN_FILENO) && ::isatty(STDOUT_FILENO);
+        const bool lines = m_options.plain || m_options.quiet || m_options.trace || m_options.rounds > 0
+                           || m_options.form != OutputForm::Lines;
+        return m_options.mode == Mode::Poll && terminal && (m_options.live || !lines);
+    }
+
+    int runOnLine()
+    {
+        const TagSelection selection = selectNamedTags();
+        Recipe recipe;
+        if (m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite)
+            recipe = chosenRecipe(selection.reads);
+        // Before the slaves' thread and the line: every thread must inherit the held-back signals.
+        const SignalWatcher watcher([this](int signal) { end(signal); });
+        LineSource source(m_options, m_err);
+        const LinkSettings settings =
+            linkSettings(m_options, source.line().parameters(), source.line().timing(), m_driver.path());
+        if (settings.maxWords != m_options.property.maxWords && !m_options.quiet)
+            m_err << "--max-words " << m_options.property.maxWords << " would tear 32-bit values: using "
+                  << settings.maxWords << '\n';
+        const std::unique_ptr<Link> link = makeLink(settings, source.takeLine());
+        if (wantsLiveView() && !selection.reads.empty()) {
+            std::unique_ptr<LiveTerminal> terminal(new LiveTerminal);
+            if (terminal->usable())
+                return showLive(source, *link, selection, std::move(terminal));
+        }
+        PollProgram polling(*link, source.line(), m_options, m_out, m_err);
+        const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.stop(); });
+        return runPolling(polling, selection, recipe, source.line().parameters());
+    }
+
+    int runPolling(PollProgram &polling, const TagSelection &selection, const Recipe &recipe,
+                   const LineParameters &line)
+    {
+        switch (m_options.mode) {
+        case Mode::ConditionRead:
+            return polling.readOnce(selection.reads);
+        case Mode::RecipeRead:
+            return polling.transferRecipe(recipe, false);
+        case Mode::RecipeWrite:
+            return polling.transferRecipe(recipe, true);
+        default:
+            return polling.poll(selection, planOf(selection.reads, line).blocks().size());
+        }
+    }
+
+    int showLive(LineSource &source, Link &link, const TagSelection &selection, std::unique_ptr<LiveTerminal> terminal)
+    {
+        const std::string port =
+            source.plant() ? "simulated slaves of " + fileName(m_options.simFile) : source.line().name();
+        const std::string name = port + ", " + lineName(source.line().parameters());
+        LiveView view(link, source.line(), m_driver, m_options.rounds, source.plant(), name);
+        {
+            const StopTarget::Scope scope(m_stopTarget, [&view] { view.stop(); });
+            view.run(*terminal, selection);
+        }
+        terminal.reset();
+        const LinkStatistics statistics = link.statistics();
+        if (m_options.printStatistics) {
+            for (const std::string &line : statisticsLines(statistics))
+                m_out << line << '\n';
+        }
+        return statistics.total.giveUps == 0 ? ExitGood : ExitErrors;
+    }
+
+    /** The first signal ends in good order, the next at once. */
+    void end(int signal)
+    {
+        if (m_stopTarget.stop())
+            return;
+        LiveTerminal::restoreNow();
+        ::_exit(128 + signal);
+    }
+
+    const Options &m_options;
+    std::ostream &m_out;
+    std::ostream &m_err;
+    DriverLibrary m_driver; ///< judges addresses and makes plans; a link has its own
+    RegisterCatalog m_catalog;
+    StopTarget m_stopTarget;
+};
+
+int runMode(const Options &options, std::ostream &out, std::ostream &err)
+{
+    if (options.mode == Mode::Nothing)
+        return options.exitStatus;
+    if (options.mode == Mode::Serve)
+        return serve(options, out, err);
+    return Program(options, out, err).run();
+}
+
+/** Whoever reads standard output has seen enough: no reason to complain. */
+bool readerIsGone()
+{
+    pollfd output = {STDOUT_FILENO, POLLOUT, 0};
+    return ::poll(&output, 1, 0) > 0 && (output.revents & POLLERR) != 0;
+}
+
+/** Output that is lost is an error, be it a full disk or a reader that has left. */
+int statusAfterOutput(int status, std::ostream &out, std::ostream &err)
+{
+    out.flush();
+    if (out)
+        return status;
+    if (!readerIsGone())
+        err << "rtuhost: cannot write to standard output\n";
+    return status == ExitGood ? ExitErrors : status;
+}
+
+} // namespace
+
+int runProgram(int argc, const char *const *argv, std::ostream &out, std::ostream &err)
+{
+    try {
+        return statusAfterOutput(runMode(parseOptions(argc, argv), out, err), out, err);
+    } catch (const Misuse &error) {
+        err << "rtuhost: " << error.what() << '\n';
+        return ExitMisuse;
+    } catch (const std::invalid_argument &error) { // a bad address, value or file
+        err << "rtuhost: " << error.what() << '\n';
+        return ExitMisuse;
+    } catch (const std::exception &error) {
+        err << "rtuhost: " << error.what() << '\n';
+        return ExitErrors;
+    }
+}
+
+} // namespace rtu

@@ -1,0 +1,83 @@
+#include "host/live/live_feed.h"
+
+#include "kit/poll/request_end.h"
+
+#include <algorithm>
+
+namespace rtu {
+
+LiveFeed::LiveFeed(Link &link, Line &line, const std::vector<TagRange> &tags) : m_link(link), m_board(link, line, tags)
+{
+    link.onTransaction([this](const Transaction &transaction) { add(transaction); });
+    link.onPort([this](bool open) { setPort(open); });
+}
+
+void LiveFeed::add(const Transaction &transaction)
+{
+    const std::vector<TraceLine> lines = traceLines(transaction);
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_trace.insert(m_trace.end(), lines.begin(), lines.end());
+    while (m_trace.size() > Kept)
+        m_trace.pop_front();
+    if (transaction.end != ReplyEnd::NoneExpected)
+        m_alive[transaction.station] = !transaction.reply.isEmpty();
+    if (transaction.tag == static_cast<int>(Source::Write))
+        noteWrite(transaction);
+}
+
+void LiveFeed::noteWrite(const Transaction &transaction)
+{
+    if (transaction.verdict == VerdictGivenUp)
+        m_news = "Write failed: " + transaction.information.toStdString() + ", " + replyMeaning(transaction);
+    else if (transaction.good() && !transaction.isRead)
+        m_news = "Station " + std::to_string(transaction.station) + ": " + requestMeaning(transaction.request)
+                 + ", acknowledged";
+}
+
+void LiveFeed::noteEnd(const std::string &place, const WriteResult &result)
+{
+    const bool told = result.end == WriteEnd::Acknowledged || result.end == WriteEnd::Refused
+                      || result.end == WriteEnd::Unconfirmed || result.end == WriteEnd::Broadcast;
+    if (told)
+        return;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_news = place
+             + (result.end == WriteEnd::KeptLocal ? " is shown and not sent"
+                                                  : " was not written: " + result.text.toStdString());
+}
+
+void LiveFeed::setPort(bool open)
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_portOpen = open;
+}
+
+bool LiveFeed::portOpen() const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_portOpen;
+}
+
+std::vector<TraceLine> LiveFeed::trace(std::size_t most) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const std::size_t count = std::min(most, m_trace.size());
+    return std::vector<TraceLine>(m_trace.end() - static_cast<std::ptrdiff_t>(count), m_trace.end());
+}
+
+bool LiveFeed::alive(int station) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    const auto found = m_alive.find(station);
+    return found != m_alive.end() && found->second;
+}
+
+std::string LiveFeed::takeNews()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::string news;
+    news.swap(m_news);
+    return news;
+}
+
+} // namespace rtu

@@ -1,0 +1,60 @@
+/**
+ * @file
+ * What the polling thread tells the live view, kept for whenever it draws.
+ */
+#ifndef RTU_HOST_LIVE_FEED_H
+#define RTU_HOST_LIVE_FEED_H
+
+#include "host/report/statistics.h"
+#include "host/report/tag_board.h"
+#include "host/report/trace.h"
+
+#include <deque>
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace rtu {
+
+class LiveFeed
+{
+public:
+    /** Has the link watch the tags and tell of what it does. Made before it runs. */
+    LiveFeed(Link &link, Line &line, const std::vector<TagRange> &tags);
+
+    const TagBoard &board() const { return m_board; }
+    const std::vector<TagRange> &tags() const { return m_board.tags(); }
+    LinkStatistics statistics() const { return m_link.statistics(); }
+    bool portOpen() const;
+
+    /** The latest lines, oldest first. */
+    std::vector<TraceLine> trace(std::size_t most) const;
+
+    /** Whether the station has answered its last request. */
+    bool alive(int station) const;
+
+    /** The outcome of the last write, once; empty when there is no news. */
+    std::string takeNews();
+    /** From any thread: how a write ended of which no frame told. @param place "1:4x5" */
+    void noteEnd(const std::string &place, const WriteResult &result);
+
+private:
+    enum { Kept = 1000 };
+
+    void add(const Transaction &transaction);
+    void noteWrite(const Transaction &transaction);
+    void setPort(bool open);
+
+    Link &m_link;
+    TagBoard m_board;
+    mutable std::mutex m_mutex;
+    std::deque<TraceLine> m_trace;
+    std::map<int, bool> m_alive;
+    std::string m_news;
+    bool m_portOpen = true;
+};
+
+} // namespace rtu
+
+#endif

@@ -1,0 +1,335 @@
+#include "host/live/live_painter.h"
+
+#include "host/text/wall_clock.h"
+
+#include <algorithm>
+#include <cstdio>
+
+namespace rtu {
+
+namespace {
+
+const Duration HighlightTime = std::chrono::milliseconds(1500);
+const std::size_t TraceShown = 200; ///< more than any screen has lines
+const std::size_t TraceHeld = 1000; ///< to scroll back in
+
+std::string fixed(double number, int digits)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.*f", digits, number);
+    return text;
+}
+
+/** Median and 95th percentile: "12.3/45.6 ms", "850 us/12.3 ms". */
+std::string pairText(Duration median, Duration percentile95)
+{
+    if (median <= Duration(0))
+        return "-";
+    const std::string low = durationText(median);
+    const std::string high = durationText(percentile95);
+    const std::size_t unit = low.find(' ');
+    const bool sameUnit = low.substr(unit) == high.substr(high.find(' '));
+    return (sameUnit ? low.substr(0, unit) : low) + "/" + high;
+}
+
+std::string replyText(const StationStatistics &counts)
+{
+    return pairText(counts.replyMedian, counts.reply95);
+}
+
+std::string agesText(const StationStatistics &counts)
+{
+    return pairText(counts.ageMedian, counts.age95);
+}
+
+std::string plural(std::uint64_t count, const char *what)
+{
+    return std::to_string(count) + " " + what;
+}
+
+/** A time in at most seven columns. */
+std::string ageText(const TagState &state, TimePoint now)
+{
+    return state.known ? durationText(std::max(Duration(0), now - state.read)) : "-";
+}
+
+/** Exactly so many columns: the last span grows or the line is cut. */
+ScreenLine fitted(const ScreenLine &line, int columns)
+{
+    ScreenLine result;
+    int room = columns;
+    for (const Span &span : line) {
+        result.push_back(Span{clippedText(span.text, room), span.look});
+        room -= textWidth(result.back().text);
+    }
+    result.back().text.append(static_cast<std::size_t>(room), ' ');
+    return result;
+}
+
+// clang-format off
+const char *const HelpLines[] = {
+    "Up Down PgUp PgDn Home End   choose a value",
+    "Enter, e     type a new value; Enter writes it, Esc leaves it",
+    "r            read the tag at once",
+    "t            more room for the trace, or less",
+    "p            hold the trace, let it go on",
+    "[ ]          scroll back in the trace, and forward",
+    "q, Ctrl-C    end",
+};
+// clang-format on
+
+const char *const SimulationHelpLines[] = {
+    "",
+    "Simulated slaves:",
+    "f            add a fault, such as: wrong-crc rate 0.1   no-reply station 2",
+    "F            clear all faults",
+    "o            switch the station of the chosen value off, or on again",
+    "u            pull the plug of the port, or put it in again",
+};
+
+} // namespace
+
+void LivePainter::add(const std::string &text, Look look)
+{
+    add(ScreenLine(1, Span{text, look}));
+}
+
+void LivePainter::add(const ScreenLine &line)
+{
+    m_screen.lines.push_back(fitted(line, m_columns));
+}
+
+Screen LivePainter::paint(LiveState &state, int rows, int columns, TimePoint now)
+{
+    m_screen = Screen();
+    m_columns = columns;
+    m_statistics = m_feed.statistics();
+    m_rates.add(m_statistics);
+    if (rows < SmallestRows || columns < SmallestColumns) {
+        add("window too small", Look::Title);
+        m_screen.lines.resize(static_cast<std::size_t>(std::max(1, rows)));
+        return m_screen;
+    }
+    paintLinePanel(now);
+    if (state.mode() == LiveState::Mode::Help) {
+        paintHelp(state);
+    } else {
+        paintStations(rows);
+        const int room = rows - static_cast<int>(m_screen.lines.size()) - 1;
+        const int trace = traceHeight(state, room);
+        paintTags(state, room - trace, now);
+        paintTrace(state, trace);
+    }
+    m_screen.lines.resize(static_cast<std::size_t>(rows - 1));
+    if (state.typing() && !state.message().empty())
+        m_screen.lines.back() = fitted({Span{" " + state.message(), Look::Error}}, m_columns);
+    paintFooter(state);
+    return m_screen;
+}
+
+void LivePainter::paintLinePanel(TimePoint now)
+{
+    const StationStatistics &total = m_statistics.total;
+    const bool open = m_feed.portOpen();
+    const std::string state = open ? "  open" : "  GONE, waiting for it";
+    const std::string time = timeOfDay(now).substr(0, 8);
+    const int room = m_columns - textWidth(time) - 1;
+    const std::string title = " " + shortenedText(m_portName, room - textWidth(state) - 2) + state;
+    add(leftAligned(title, room) + time, open ? Look::Title : Look::Error);
+    const bool narrow = m_columns < NarrowColumns;
+    add(" " + fixed(m_rates.framesPerSecond(), 1) + (narrow ? "/s  line " : " frames/s   line ")
+            + fixed(100 * m_rates.lineShare(), 0) + (narrow ? " %  reply " : " % in use   reply ") + replyText(total)
+            + (narrow ? "  age " : "   age ") + agesText(total),
+        Look::Plain);
+    add(" " + plural(total.frames, "frames  ") + plural(total.resends, "resent  ") + plural(total.giveUps, "given up  ")
+            + plural(total.timeouts, "time-outs  ") + plural(total.damaged, "damaged  ")
+            + plural(total.foreign, "foreign"),
+        total.giveUps + total.foreign > 0 ? Look::Error : Look::Plain);
+}
+
+/** Where there is no room for all, those in trouble come first. */
+void LivePainter::paintStations(int rows)
+{
+    add(" stn  state    frames resent given up t-outs exc.  reply med/95 %  age med/95 %", Look::Header);
+    std::vector<std::pair<int, StationStatistics>> stations(m_statistics.stations.begin(), m_statistics.stations.end());
+    const std::size_t most = static_cast<std::size_t>(std::max(2, rows / 4 - 1));
+    if (stations.size() <= most) {
+        for (const auto &station : stations)
+            add(stationLine(station.first, station.second));
+        return;
+    }
+    const auto alive =
+        std::stable_partition(stations.begin(), stations.end(),
+                              [this](const std::pair<int, StationStatistics> &s) { return !m_feed.alive(s.first); });
+    for (std::size_t i = 0; i + 1 < most; ++i)
+        add(stationLine(stations[i].first, stations[i].second));
+    add("  ... " + std::to_string(stations.size()) + " stations in all, " + std::to_string(alive - stations.begin())
+            + " silent",
+        Look::Dim);
+}
+
+ScreenLine LivePainter::stationLine(int station, const StationStatistics &counts) const
+{
+    const bool alive = m_feed.alive(station);
+    return {Span{rightAligned(std::to_string(station), 4), Look::Plain},
+            Span{leftAligned(alive ? "  answers" : "  silent", 9), alive ? Look::Good : Look::Error},
+            Span{rightAligned(std::to_string(counts.frames), 8) + rightAligned(std::to_string(counts.resends), 7)
+                     + rightAligned(std::to_string(counts.giveUps), 9)
+                     + rightAligned(std::to_string(counts.timeouts), 7)
+                     + rightAligned(std::to_string(counts.exceptions), 5) + "  " + leftAligned(replyText(counts), 14)
+                     + "  " + agesText(counts),
+                 Look::Plain}};
+}
+
+/** A third of the room, and what the tags leave over. */
+int LivePainter::traceHeight(const LiveState &state, int room) const
+{
+    if (state.tallTrace())
+        return room - 4;
+    const int header = 1;
+    const int left = room - header - static_cast<int>(std::min<std::size_t>(state.rows().size(), 1000));
+    return std::max({3, room / 3, left});
+}
+
+void LivePainter::paintTags(LiveState &state, int height, TimePoint now)
+{
+    const TableLayout layout = tableLayout(m_feed.tags(), m_columns);
+    std::string header = " " + leftAligned("name", layout.name) + " " + leftAligned("address", layout.address) + " "
+                         + rightAligned("value", layout.value);
+    if (layout.unit > 0)
+        header += " " + leftAligned("unit", layout.unit);
+    if (layout.raw > 0)
+        header += " " + leftAligned("raw", layout.raw);
+    add(header + rightAligned("age", AgeWidth) + "  mark", Look::Header);
+    const std::size_t page = static_cast<std::size_t>(std::max(1, height - 1));
+    state.setPage(page);
+    m_top = std::min(m_top, state.selected());
+    if (state.selected() >= m_top + page)
+        m_top = state.selected() - page + 1;
+    if (state.rows().size() >= page) // after the window grew
+        m_top = std::min(m_top, state.rows().size() - page);
+    else
+        m_top = 0;
+    for (std::size_t i = m_top; i < m_top + page; ++i) {
+        if (i < state.rows().size())
+            add(tagLine(state.rows()[i], layout, i == state.selected(), now));
+        else
+            add("", Look::Plain);
+    }
+}
+
+ScreenLine LivePainter::tagLine(const LiveRow &row, const TableLayout &layout, bool selected, TimePoint now)
+{
+    const TagRange &tag = m_feed.tags()[row.tag];
+    const TagState state = m_feed.board().state(row.tag);
+    const std::uint32_t raw = state.raw[static_cast<std::size_t>(row.value)];
+    const TimePoint changed = m_feed.board().changed(row.tag, row.value);
+    const bool fresh = changed != TimePoint() && now - changed < HighlightTime;
+    const std::string value = state.known ? valueText(raw, tag.format) : "-";
+    const Look base = selected ? Look::Selected : Look::Plain;
+    const std::string mark = state.failed ? "error" : fresh ? "new" : "";
+    std::string rest;
+    if (layout.unit > 0)
+        rest += " " + leftAligned(shortenedText(tag.unit, layout.unit), layout.unit);
+    if (layout.raw > 0)
+        rest += " " + leftAligned(state.known ? rawText(raw, tag.format) : "-", layout.raw);
+    rest += rightAligned(ageText(state, now), AgeWidth) + "  ";
+    return {Span{" " + leftAligned(valueName(tag, row.value), layout.name) + " "
+                     + leftAligned(std::to_string(tag.station) + ":" + tag.label(row.value), layout.address) + " ",
+                 base},
+            Span{rightAligned(shortenedText(value, layout.value), layout.value), selected       ? base
+                                                                                 : fresh        ? Look::Changed
+                                                                                 : state.failed ? Look::Error
+                                                                                                : base},
+            Span{rest, base}, Span{mark, state.failed ? Look::Error : base}};
+}
+
+/** "value 3 of 200" */
+std::string LivePainter::position(const LiveState &state) const
+{
+    if (state.rows().empty())
+        return std::string();
+    return "value " + std::to_string(state.selected() + 1) + " of " + std::to_string(state.rows().size()) + " ";
+}
+
+void LivePainter::paintTrace(LiveState &state, int height)
+{
+    const bool hold = state.tracePaused();
+    if (!hold || !m_frozen)
+        m_frozenTrace = m_feed.trace(hold ? TraceHeld : TraceShown);
+    m_frozen = hold;
+    const std::size_t lines = static_cast<std::size_t>(std::max(0, height - 1));
+    const std::size_t furthest = m_frozenTrace.size() - std::min(lines, m_frozenTrace.size());
+    state.setTracePage(lines, furthest);
+    const std::string back = state.traceBack() > 0 ? ", " + std::to_string(state.traceBack()) + " lines back" : "";
+    const std::string where = position(state);
+    add(leftAligned(std::string(" trace") + (m_frozen ? " (held" + back + ")" : ""), m_columns - textWidth(where))
+            + where,
+        Look::Header);
+    const std::size_t first = furthest - state.traceBack();
+    for (std::size_t i = first; i < std::min(first + lines, m_frozenTrace.size()); ++i)
+        add(traceLine(m_frozenTrace[i]));
+}
+
+/** The verdict matters most, the meaning more than the bytes; what is too long is cut in that order. */
+ScreenLine LivePainter::traceLine(const TraceLine &line) const
+{
+    const std::string head =
+        " " + timeOfDay(line.time) + " " + line.direction + leftAligned(std::to_string(line.station), 4);
+    const std::string verdict = line.verdict.empty() ? "" : " [" + line.verdict + "]";
+    const int whole = textWidth(line.bytes);
+    const int room = m_columns - textWidth(head) - (whole > 0 ? 2 : 0);
+    const int least = std::min(whole, m_columns < NarrowColumns ? 8 : 17);
+    const int bytes = std::max(least, std::min(whole, room - textWidth(line.meaning + verdict)));
+    const std::string shown = bytes < whole ? clippedText(line.bytes, bytes - 3) + "..." : line.bytes;
+    const std::string meaning = shortenedText(line.meaning, std::max(10, room - bytes - textWidth(verdict)));
+    return {Span{head, Look::Dim}, Span{shown + (whole > 0 ? "  " : ""), Look::Dim},
+            Span{meaning + verdict, line.bad ? Look::Error : Look::Plain}};
+}
+
+std::string LivePainter::hint(const LiveState &state) const
+{
+    if (!state.message().empty())
+        return " " + state.message();
+    if (!state.rows().empty()) {
+        const TagState tag = m_feed.board().state(state.rows()[state.selected()].tag);
+        if (tag.failed)
+            return " Error: " + tag.error;
+    }
+    return std::string(" Enter edit  q quit  ? help  r read  t trace  p hold  [ ] scroll")
+           + (state.simulated() ? "  f fault  o off/on  u plug" : "");
+}
+
+void LivePainter::paintFooter(const LiveState &state)
+{
+    if (state.mode() == LiveState::Mode::Edit || state.mode() == LiveState::Mode::Fault)
+        return paintInput(state);
+    add(hint(state), Look::Title);
+}
+
+void LivePainter::paintInput(const LiveState &state)
+{
+    std::string prompt = " Fault: ";
+    if (state.mode() == LiveState::Mode::Edit) {
+        const LiveRow &row = state.rows()[state.selected()];
+        const TagRange &tag = m_feed.tags()[row.tag];
+        prompt = " New value of " + std::to_string(tag.station) + ":" + tag.label(row.value) + " ("
+                 + formatName(tag.format.format, tag.format.width) + "): ";
+    }
+    m_screen.cursorRow = static_cast<int>(m_screen.lines.size());
+    m_screen.cursorColumn = textWidth(prompt) + static_cast<int>(state.inputCursor());
+    add(prompt + state.input(), Look::Input);
+}
+
+void LivePainter::paintHelp(const LiveState &state)
+{
+    add(" Keys (any key closes this)", Look::Header);
+    for (const char *line : HelpLines)
+        add(std::string(" ") + line, Look::Plain);
+    if (!state.simulated())
+        return;
+    for (const char *line : SimulationHelpLines)
+        add(std::string(" ") + line, Look::Plain);
+}
+
+} // namespace rtu

@@ -1,0 +1,194 @@
+#include "host/live/live_state.h"
+
+#include <algorithm>
+
+namespace rtu {
+
+namespace {
+
+const int ControlU = 'U' - '@';
+const std::size_t LongestInput = 60;
+
+} // namespace
+
+std::vector<LiveRow> liveRows(const std::vector<TagRange> &tags)
+{
+    std::vector<LiveRow> rows;
+    for (std::size_t tag = 0; tag < tags.size(); ++tag) {
+        for (int value = 0; value < tags[tag].values; ++value)
+            rows.push_back(LiveRow{tag, value});
+    }
+    return rows;
+}
+
+void LiveState::press(int key)
+{
+    switch (m_mode) {
+    case Mode::Browse:
+        browse(key);
+        break;
+    case Mode::Help:
+        m_mode = Mode::Browse;
+        break;
+    default:
+        type(key);
+    }
+}
+
+void LiveState::browse(int key)
+{
+    m_message.clear();
+    switch (key) {
+    case KeyUp:
+    case 'k':
+        return move(-1);
+    case KeyDown:
+    case 'j':
+        return move(1);
+    case KeyPageUp:
+        return move(-static_cast<std::ptrdiff_t>(m_page));
+    case KeyPageDown:
+        return move(static_cast<std::ptrdiff_t>(m_page));
+    case KeyHome:
+        return select(0);
+    case KeyEnd:
+        return select(m_rows.size());
+    case KeyEnter:
+    case 'e':
+        return beginEdit();
+    case 'r':
+        if (!m_rows.empty())
+            m_message = m_actions.readNow(m_rows[m_selected]);
+        return;
+    case 't':
+        m_tallTrace = !m_tallTrace;
+        return;
+    case 'p':
+        return holdTrace(!m_tracePaused);
+    case '[':
+        holdTrace(true);
+        m_traceBack += m_tracePage;
+        return;
+    case ']':
+        m_traceBack -= std::min(m_traceBack, m_tracePage);
+        return;
+    case '?':
+    case 'h':
+        m_mode = Mode::Help;
+        return;
+    case 'q':
+        m_quit = true;
+        return;
+    default:
+        simulate(key);
+    }
+}
+
+void LiveState::holdTrace(bool hold)
+{
+    m_tracePaused = hold;
+    if (!hold)
+        m_traceBack = 0;
+}
+
+void LiveState::setTracePage(std::size_t lines, std::size_t furthest)
+{
+    m_tracePage = std::max<std::size_t>(1, lines);
+    m_traceBack = std::min(m_traceBack, furthest);
+}
+
+void LiveState::simulate(int key)
+{
+    if (!m_actions.simulated())
+        return;
+    if (key == 'f')
+        beginInput(Mode::Fault, "");
+    else if (key == 'F')
+        m_message = m_actions.clearFaults();
+    else if (key == 'o' && !m_rows.empty())
+        m_message = m_actions.switchStation(m_rows[m_selected]);
+    else if (key == 'u')
+        m_message = m_actions.pullPlug();
+}
+
+void LiveState::move(std::ptrdiff_t by)
+{
+    const std::ptrdiff_t row = static_cast<std::ptrdiff_t>(m_selected) + by;
+    select(static_cast<std::size_t>(std::max<std::ptrdiff_t>(0, row)));
+}
+
+void LiveState::select(std::size_t row)
+{
+    if (!m_rows.empty())
+        m_selected = std::min(row, m_rows.size() - 1);
+}
+
+void LiveState::beginEdit()
+{
+    if (m_rows.empty())
+        return;
+    m_message = m_actions.refusal(m_rows[m_selected]);
+    if (m_message.empty())
+        beginInput(Mode::Edit, m_actions.currentValue(m_rows[m_selected]));
+}
+
+void LiveState::beginInput(Mode mode, const std::string &text)
+{
+    m_mode = mode;
+    m_input = text;
+    m_cursor = text.size();
+}
+
+void LiveState::type(int key)
+{
+    if (key != KeyEnter)
+        m_message.clear();
+    switch (key) {
+    case KeyEscape:
+        m_mode = Mode::Browse;
+        m_message = "Nothing was changed";
+        return;
+    case KeyEnter:
+        return finishInput();
+    case KeyLeft:
+        m_cursor -= m_cursor > 0 ? 1 : 0;
+        return;
+    case KeyRight:
+        m_cursor += m_cursor < m_input.size() ? 1 : 0;
+        return;
+    case KeyHome:
+        m_cursor = 0;
+        return;
+    case KeyEnd:
+        m_cursor = m_input.size();
+        return;
+    case KeyBackspace:
+        if (m_cursor > 0)
+            m_input.erase(--m_cursor, 1);
+        return;
+    case KeyDelete:
+        if (m_cursor < m_input.size())
+            m_input.erase(m_cursor, 1);
+        return;
+    case ControlU:
+        m_input.erase(0, m_cursor);
+        m_cursor = 0;
+        return;
+    default:
+        if (key >= ' ' && key < 0x7F && m_input.size() < LongestInput)
+            m_input.insert(m_cursor++, 1, static_cast<char>(key));
+    }
+}
+
+/** What was refused stays in the line, to be put right. */
+void LiveState::finishInput()
+{
+    std::string message;
+    const bool taken = m_mode == Mode::Edit ? m_actions.write(m_rows[m_selected], m_input, &message)
+                                            : m_actions.addFault(m_input, &message);
+    if (taken)
+        m_mode = Mode::Browse;
+    m_message = message;
+}
+
+} // namespace rtu

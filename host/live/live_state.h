@@ -1,0 +1,122 @@
+/**
+ * @file
+ * What the user of the live view is doing, and what the keys do about it.
+ */
+#ifndef RTU_HOST_LIVE_STATE_H
+#define RTU_HOST_LIVE_STATE_H
+
+#include "host/tags/tag.h"
+#include "host/report/trace.h"
+
+#include <string>
+#include <vector>
+
+namespace rtu {
+
+/** One value on the screen. */
+struct LiveRow
+{
+    std::size_t tag;
+    int value;
+};
+
+std::vector<LiveRow> liveRows(const std::vector<TagRange> &tags);
+
+/** Keys that have no character. */
+enum LiveKey {
+    KeyUp = 0x110000, ///< beyond every character
+    KeyDown,
+    KeyLeft,
+    KeyRight,
+    KeyPageUp,
+    KeyPageDown,
+    KeyHome,
+    KeyEnd,
+    KeyEnter,
+    KeyEscape,
+    KeyBackspace,
+    KeyDelete
+};
+
+/** What the keys can do outside of the screen. Texts returned are messages for the user. */
+class LiveActions
+{
+public:
+    virtual ~LiveActions() = default;
+
+    /** Why the value cannot be written; empty when it can. */
+    virtual std::string refusal(const LiveRow &row) = 0;
+    /** The value as it would be typed. */
+    virtual std::string currentValue(const LiveRow &row) = 0;
+    /** False with the reason in @p message when the text is no value. */
+    virtual bool write(const LiveRow &row, const std::string &text, std::string *message) = 0;
+    /** Reads the tag at once. */
+    virtual std::string readNow(const LiveRow &row) = 0;
+
+    /** False for a real port: the calls below do nothing then. */
+    virtual bool simulated() const = 0;
+    virtual bool addFault(const std::string &text, std::string *message) = 0;
+    virtual std::string clearFaults() = 0;
+    virtual std::string switchStation(const LiveRow &row) = 0;
+    virtual std::string pullPlug() = 0;
+};
+
+class LiveState
+{
+public:
+    enum class Mode { Browse, Edit, Fault, Help };
+
+    LiveState(std::vector<LiveRow> rows, LiveActions &actions) : m_rows(std::move(rows)), m_actions(actions) {}
+
+    void press(int key);
+
+    const std::vector<LiveRow> &rows() const { return m_rows; }
+    std::size_t selected() const { return m_selected; }
+    Mode mode() const { return m_mode; }
+    bool typing() const { return m_mode == Mode::Edit || m_mode == Mode::Fault; }
+    bool simulated() const { return m_actions.simulated(); }
+    const std::string &input() const { return m_input; }
+    std::size_t inputCursor() const { return m_cursor; }
+    const std::string &message() const { return m_message; }
+    void setMessage(const std::string &message) { m_message = message; }
+    bool tallTrace() const { return m_tallTrace; }
+    bool tracePaused() const { return m_tracePaused; }
+    bool quit() const { return m_quit; }
+
+    /** Lines that the held trace is scrolled back by. */
+    std::size_t traceBack() const { return m_traceBack; }
+
+    /** Rows that the tag table shows now; for paging. */
+    void setPage(std::size_t rows) { m_page = rows; }
+    /** Lines that the trace shows now, and how far back it can go. */
+    void setTracePage(std::size_t lines, std::size_t furthest);
+
+private:
+    void browse(int key);
+    void move(std::ptrdiff_t by);
+    void select(std::size_t row);
+    void beginEdit();
+    void beginInput(Mode mode, const std::string &text);
+    void type(int key);
+    void finishInput();
+    void simulate(int key);
+    void holdTrace(bool hold);
+
+    std::vector<LiveRow> m_rows;
+    LiveActions &m_actions;
+    std::size_t m_selected = 0;
+    std::size_t m_page = 10;
+    Mode m_mode = Mode::Browse;
+    std::string m_input;
+    std::size_t m_cursor = 0;
+    std::string m_message;
+    std::size_t m_tracePage = 3;
+    std::size_t m_traceBack = 0;
+    bool m_tallTrace = false;
+    bool m_tracePaused = false;
+    bool m_quit = false;
+};
+
+} // namespace rtu
+
+#endif

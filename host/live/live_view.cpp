@@ -1,0 +1,154 @@
+#include "host/live/live_view.h"
+
+#include "host/tags/link_tags.h"
+
+#include <stdexcept>
+
+namespace rtu {
+
+namespace {
+
+const int RedrawMilliseconds = 100;
+
+} // namespace
+
+LiveView::LiveView(Link &link, Line &line, DriverLibrary &driver, int rounds, plant::Plant *plant,
+                   const std::string &portName)
+    : m_link(link)
+    , m_line(line)
+    , m_driver(driver)
+    , m_roundsWanted(rounds)
+    , m_plant(plant)
+    , m_portName(portName)
+{
+}
+
+void LiveView::prepare(const TagSelection &selection)
+{
+    m_feed.reset(new LiveFeed(m_link, m_line, selection.reads));
+    m_link.onRound([this] { finishRound(); });
+    for (const TagWrite &write : selection.writes)
+        m_link.write(specOf(write.tag), numbersOf(write.raw), tellingTheEndOf(write.tag));
+}
+
+void LiveView::finishRound()
+{
+    if (m_roundsWanted == 0 || ++m_rounds < m_roundsWanted)
+        return;
+    m_link.stop();
+    m_ended = true;
+}
+
+WriteOptions LiveView::tellingTheEndOf(const TagRange &tag)
+{
+    const std::string place = std::to_string(tag.station) + ":" + tag.rangeLabel();
+    WriteOptions options;
+    options.done = [this, place](const WriteResult &result) { m_feed->noteEnd(place, result); };
+    return options;
+}
+
+void LiveView::run(LiveTerminal &terminal, const TagSelection &selection)
+{
+    prepare(selection);
+    m_link.start();
+    show(terminal);
+    m_link.stop();
+}
+
+void LiveView::show(LiveTerminal &terminal)
+{
+    LiveState state(liveRows(m_feed->tags()), *this);
+    LivePainter painter(*m_feed, m_portName);
+    while (!state.quit() && !m_ended) {
+        // News wait while the user types: the line is needed.
+        const std::string news = state.typing() ? std::string() : m_feed->takeNews();
+        if (!news.empty())
+            state.setMessage(news);
+        terminal.draw(painter.paint(state, terminal.rows(), terminal.columns(), m_line.now()));
+        const int key = terminal.readKey(RedrawMilliseconds);
+        if (key != 0)
+            state.press(key);
+    }
+}
+
+TagRange LiveView::tagOf(const LiveRow &row) const
+{
+    return singleValue(m_feed->tags()[row.tag], row.value);
+}
+
+std::string LiveView::refusal(const LiveRow &row)
+{
+    const TagRange tag = tagOf(row);
+    const AddressCheck check = checkAddress(m_driver, tag.type, addressText(tag.type, tag.address), tag.count(),
+                                            tag.format.format, Access::Write);
+    return check.result == 0 ? std::string()
+                             : tag.label() + ": " + addressCheckText(check.result, tag.type.name, &tag.type);
+}
+
+std::string LiveView::currentValue(const LiveRow &row)
+{
+    const TagState state = m_feed->board().state(row.tag);
+    return valueText(state.raw[static_cast<std::size_t>(row.value)], m_feed->tags()[row.tag].format);
+}
+
+bool LiveView::write(const LiveRow &row, const std::string &text, std::string *message)
+{
+    const TagRange tag = tagOf(row);
+    std::vector<std::uint32_t> raw;
+    try {
+        raw.push_back(parseValue(text, tag.format));
+    } catch (const std::invalid_argument &error) {
+        *message = error.what();
+        return false;
+    }
+    if (m_feed->tags()[row.tag].values == 1)
+        m_link.write(m_feed->board().handle(row.tag), numbersOf(raw), tellingTheEndOf(tag));
+    else
+        m_link.write(specOf(tag), numbersOf(raw), tellingTheEndOf(tag));
+    *message = "Writing " + tag.label() + " = " + valueText(raw.front(), tag.format);
+    return true;
+}
+
+std::string LiveView::readNow(const LiveRow &row)
+{
+    const TagRange &tag = m_feed->tags()[row.tag];
+    m_link.read(specOf(tag));
+    return "Reading " + std::to_string(tag.station) + ":" + tag.label();
+}
+
+bool LiveView::addFault(const std::string &text, std::string *message)
+{
+    plant::Fault fault;
+    if (!plant::parseFault(text, &fault, message))
+        return false;
+    m_plant->addFault(fault);
+    *message = "Fault added: " + text;
+    return true;
+}
+
+std::string LiveView::clearFaults()
+{
+    m_plant->clearFaults();
+    return "No faults any more";
+}
+
+std::string LiveView::switchStation(const LiveRow &row)
+{
+    const int station = m_feed->tags()[row.tag].station;
+    const bool on = !m_plant->stationIsOn(station);
+    m_plant->setStationOn(station, on);
+    return "Station " + std::to_string(station) + (on ? " is on" : " is off");
+}
+
+std::string LiveView::pullPlug()
+{
+    std::string error;
+    if (!m_unplugged)
+        m_plant->unplug();
+    else if (!m_plant->replug(&error))
+        return error;
+    m_unplugged = !m_unplugged;
+    return m_unplugged ? "The plug is pulled" : "The plug is in again";
+}
+
+} // namespace rtu

@@ -1,0 +1,72 @@
+/**
+ * @file
+ * The live view: has the link poll on its thread and shows what happens until the
+ * user has seen enough.
+ */
+#ifndef RTU_HOST_LIVE_VIEW_H
+#define RTU_HOST_LIVE_VIEW_H
+
+#include "host/live/live_feed.h"
+#include "host/live/live_painter.h"
+#include "host/live/live_state.h"
+#include "host/live/live_terminal.h"
+#include "plant/plant.h"
+
+#include <modbus_rtu_host/link.h>
+
+#include <atomic>
+#include <memory>
+
+namespace rtu {
+
+class LiveView : private LiveActions
+{
+public:
+    /**
+     * @param line the link's
+     * @param driver judges addresses; not the link's own
+     * @param rounds to end after; 0: none
+     * @param plant the simulated slaves, null on a real port
+     * @param portName as the title shows it
+     */
+    LiveView(Link &link, Line &line, DriverLibrary &driver, int rounds, plant::Plant *plant,
+             const std::string &portName);
+
+    /** Runs until the user ends it, stop() is called or the rounds are over. */
+    void run(LiveTerminal &terminal, const TagSelection &selection);
+
+    /** From any thread. */
+    void stop() { m_ended = true; }
+
+private:
+    std::string refusal(const LiveRow &row) override;
+    std::string currentValue(const LiveRow &row) override;
+    bool write(const LiveRow &row, const std::string &text, std::string *message) override;
+    std::string readNow(const LiveRow &row) override;
+    bool simulated() const override { return m_plant != nullptr; }
+    bool addFault(const std::string &text, std::string *message) override;
+    std::string clearFaults() override;
+    std::string switchStation(const LiveRow &row) override;
+    std::string pullPlug() override;
+
+    void prepare(const TagSelection &selection);
+    void show(LiveTerminal &terminal);
+    void finishRound();
+    WriteOptions tellingTheEndOf(const TagRange &tag);
+    TagRange tagOf(const LiveRow &row) const;
+
+    Link &m_link;
+    Line &m_line;
+    DriverLibrary &m_driver;
+    int m_roundsWanted;
+    plant::Plant *m_plant;
+    std::string m_portName;
+    std::unique_ptr<LiveFeed> m_feed;
+    std::atomic<bool> m_ended{false};
+    int m_rounds = 0;
+    bool m_unplugged = false;
+};
+
+} // namespace rtu
+
+#endif

@@ -1,0 +1,100 @@
+#include "host/report/statistics.h"
+
+#include "host/text/wall_clock.h"
+
+#include <cstdio>
+
+namespace rtu {
+
+namespace {
+
+const Duration RecentTime = std::chrono::seconds(5);
+
+double perSecond(double number, Duration time)
+{
+    return time > Duration(0) ? number / toSeconds(time) : 0.0;
+}
+
+std::string fixed(double number, int digits)
+{
+    char text[32];
+    std::snprintf(text, sizeof(text), "%.*f", digits, number);
+    return text;
+}
+
+std::string countsLine(const std::string &name, const StationStatistics &c)
+{
+    std::string text = name + ": " + std::to_string(c.frames) + " frames, " + std::to_string(c.good) + " good, "
+                       + std::to_string(c.resends) + " resent, " + std::to_string(c.giveUps) + " given up ("
+                       + std::to_string(c.timeouts) + " time-outs, " + std::to_string(c.exceptions) + " exceptions, "
+                       + std::to_string(c.damaged) + " damaged)";
+    if (c.replyMedian > Duration(0))
+        text += ", reply " + durationText(c.replyMedian) + " median, " + durationText(c.reply95) + " 95 %";
+    if (c.foreign > 0)
+        text += ", " + std::to_string(c.foreign) + " replies to other requests";
+    return text;
+}
+
+std::string countsJson(const StationStatistics &c)
+{
+    return "\"frames\":" + std::to_string(c.frames) + ",\"good\":" + std::to_string(c.good)
+           + ",\"resent\":" + std::to_string(c.resends) + ",\"given_up\":" + std::to_string(c.giveUps)
+           + ",\"timeouts\":" + std::to_string(c.timeouts) + ",\"exceptions\":" + std::to_string(c.exceptions)
+           + ",\"damaged\":" + std::to_string(c.damaged) + ",\"foreign\":" + std::to_string(c.foreign)
+           + ",\"reply_median_ms\":" + fixed(1e3 * toSeconds(c.replyMedian), 3)
+           + ",\"reply_p95_ms\":" + fixed(1e3 * toSeconds(c.reply95), 3);
+}
+
+double meanRate(const LinkStatistics &statistics)
+{
+    return perSecond(static_cast<double>(statistics.total.frames), statistics.elapsed);
+}
+
+} // namespace
+
+std::vector<std::string> statisticsLines(const LinkStatistics &statistics)
+{
+    std::vector<std::string> lines;
+    lines.push_back(countsLine("line", statistics.total));
+    lines.push_back("line: " + fixed(meanRate(statistics), 1) + " frames a second, "
+                    + fixed(100 * statistics.total.share, 1) + " % of the line in use");
+    for (const auto &station : statistics.stations)
+        lines.push_back(countsLine("station " + std::to_string(station.first), station.second));
+    return lines;
+}
+
+std::string statisticsJson(const LinkStatistics &statistics)
+{
+    std::string text = "{\"statistics\":{" + countsJson(statistics.total)
+                       + ",\"frames_per_second\":" + fixed(meanRate(statistics), 2)
+                       + ",\"line_share\":" + fixed(statistics.total.share, 4) + ",\"stations\":[";
+    const char *separator = "";
+    for (const auto &station : statistics.stations) {
+        text += separator + ("{\"station\":" + std::to_string(station.first)) + "," + countsJson(station.second) + "}";
+        separator = ",";
+    }
+    return text + "]}}";
+}
+
+void RecentRates::add(const LinkStatistics &statistics)
+{
+    m_samples.push_back(Sample{statistics.elapsed, statistics.total.frames, statistics.total.busy});
+    while (m_samples.size() > 2 && m_samples[1].elapsed < statistics.elapsed - RecentTime)
+        m_samples.pop_front();
+}
+
+double RecentRates::framesPerSecond() const
+{
+    const Sample first = m_samples.front();
+    const Sample last = m_samples.back();
+    return perSecond(static_cast<double>(last.frames - first.frames), last.elapsed - first.elapsed);
+}
+
+double RecentRates::lineShare() const
+{
+    const Sample first = m_samples.front();
+    const Sample last = m_samples.back();
+    return perSecond(toSeconds(last.busy - first.busy), last.elapsed - first.elapsed);
+}
+
+} // namespace rtu

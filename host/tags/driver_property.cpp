@@ -1,0 +1,61 @@
+#include "host/tags/driver_property.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace rtu {
+
+namespace {
+
+std::vector<std::string> fieldsOf(const std::string &text, char separator)
+{
+    std::vector<std::string> fields(1);
+    for (char c : text) {
+        if (c == separator)
+            fields.emplace_back();
+        else
+            fields.back() += c;
+    }
+    return fields;
+}
+
+} // namespace
+
+std::string DriverProperty::text() const
+{
+    if (!raw.empty())
+        return raw;
+    std::string result = std::to_string(linkId) + "#" + (localWriteOnly ? "1" : "0") + "#0#" + std::to_string(attempts)
+                         + "#" + std::to_string(maxWords) + "#" + (swapAll ? "1" : "0");
+    for (std::size_t i = 0; i < swapStations.size(); ++i)
+        result += (i == 0 ? "_" : ",") + std::to_string(swapStations[i]);
+    return result;
+}
+
+void DriverProperty::adopt(const std::string &text)
+{
+    raw = text;
+    const std::vector<std::string> fields = fieldsOf(text, '#');
+    if (fields.size() < 5)
+        return;
+    linkId = std::atoi(fields[0].c_str());
+    localWriteOnly = std::atoi(fields[1].c_str()) != 0;
+    attempts = std::atoi(fields[3].c_str());
+    maxWords = std::atoi(fields[4].c_str());
+    if (fields.size() < 6)
+        return;
+    const std::vector<std::string> swap = fieldsOf(fields[5], '_');
+    swapAll = std::atoi(swap[0].c_str()) != 0;
+    swapStations.clear();
+    if (swap.size() < 2)
+        return;
+    for (const std::string &station : fieldsOf(swap[1], ','))
+        swapStations.push_back(std::atoi(station.c_str()));
+}
+
+bool DriverProperty::swaps(int station) const
+{
+    return swapAll || std::find(swapStations.begin(), swapStations.end(), station) != swapStations.end();
+}
+
+} // namespace rtu

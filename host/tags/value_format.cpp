@@ -1,0 +1,289 @@
+#include "host/tags/value_format.h"
+
+#include <cctype>
+#include <cmath>
+#include <cstdio>
+#include <cstring>
+#include <limits>
+#include <stdexcept>
+
+namespace rtu {
+
+namespace {
+
+struct NamedFormat
+{
+    const char *name;
+    Format format;
+    int width; ///< required width, -1 for registers of either width
+};
+
+const NamedFormat namedFormats[] = {
+    {"bit", Format::Bit, 0},        {"bool", Format::Bit, 0},        {"uint16", Format::Unsigned, 1},
+    {"int16", Format::Signed, 1},   {"uint32", Format::Unsigned, 2}, {"int32", Format::Signed, 2},
+    {"uint", Format::Unsigned, -1}, {"int", Format::Signed, -1},     {"hex", Format::Hex, -1},
+    {"bin", Format::Binary, -1},    {"float", Format::Float, 2},
+};
+
+std::string widthName(int width)
+{
+    return width == 0 ? "a bit" : width == 1 ? "a 16-bit register" : "a 32-bit value";
+}
+
+std::string formatsFor(int width)
+{
+    std::string text;
+    for (const NamedFormat &named : namedFormats) {
+        if (named.width == width || (named.width < 0 && width > 0))
+            text += (text.empty() ? "" : ", ") + std::string(named.name);
+    }
+    return text;
+}
+
+int bits(const ValueFormat &format)
+{
+    return format.width == 0 ? 1 : 16 * format.width;
+}
+
+std::uint32_t mask(const ValueFormat &format)
+{
+    return format.width == 2 ? 0xFFFFFFFFu : (1u << bits(format)) - 1u;
+}
+
+std::int64_t signedValue(std::uint32_t raw, const ValueFormat &format)
+{
+    return format.width == 2 ? static_cast<std::int32_t>(raw) : static_cast<std::int16_t>(raw);
+}
+
+float floatValue(std::uint32_t raw)
+{
+    float value;
+    std::memcpy(&value, &raw, sizeof(value));
+    return value;
+}
+
+std::uint32_t floatBits(float value)
+{
+    std::uint32_t raw;
+    std::memcpy(&raw, &value, sizeof(raw));
+    return raw;
+}
+
+std::string print(const char *pattern, double value)
+{
+    char text[64];
+    std::snprintf(text, sizeof(text), pattern, value);
+    return text;
+}
+
+/** The shortest text that gives the same number again. */
+std::string shortestPrinted(double value, int mostDigits)
+{
+    for (int digits = 6; digits < mostDigits; ++digits) {
+        char text[400];
+        std::snprintf(text, sizeof(text), "%.*g", digits, value);
+        const double back = std::strtod(text, nullptr);
+        const bool same = mostDigits == 9 ? static_cast<float>(back) == static_cast<float>(value)
+                                          : std::abs(back - value) <= 1e-12 * std::abs(value);
+        if (same)
+            return text;
+    }
+    return print(mostDigits == 9 ? "%.9g" : "%.15g", value);
+}
+
+/** As that, but a million is 1000000 and not 1e+06. */
+std::string shortest(double value, int mostDigits)
+{
+    const std::string text = shortestPrinted(value, mostDigits);
+    const double exactUpTo = mostDigits == 9 ? 1e10 : 1e15;
+    const bool wholeNumber = text.find("e+") != std::string::npos && std::abs(value) < exactUpTo;
+    return wholeNumber ? print("%.0f", value) : text;
+}
+
+std::string binaryText(std::uint32_t raw, int digits)
+{
+    std::string text = "0b"; // so that it is read again as what it is
+    for (int i = digits - 1; i >= 0; --i)
+        text += (raw >> i & 1u) ? '1' : '0';
+    return text;
+}
+
+bool isUnscaled(const ValueFormat &format)
+{
+    return format.scale == 1.0;
+}
+
+double numericValue(std::uint32_t raw, const ValueFormat &format)
+{
+    if (format.format == Format::Float)
+        return static_cast<double>(floatValue(raw));
+    return format.format == Format::Signed ? static_cast<double>(signedValue(raw, format)) : static_cast<double>(raw);
+}
+
+[[noreturn]] void refuse(const std::string &text, const std::string &wanted)
+{
+    throw std::invalid_argument("\"" + text + "\" is not a value here: " + wanted);
+}
+
+std::uint32_t parseBit(const std::string &typed)
+{
+    std::string text = typed;
+    for (char &c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    if (text == "1" || text == "on" || text == "true")
+        return 1;
+    if (text == "0" || text == "off" || text == "false")
+        return 0;
+    refuse(typed, "a bit is 0 or 1 (also on, off, true, false)");
+}
+
+/** Reads 0x... and 0b... whole; false for anything else. */
+bool parsePrefixed(const std::string &text, std::uint64_t &value)
+{
+    if (text.size() < 3 || text[0] != '0')
+        return false;
+    const int base = (text[1] == 'x' || text[1] == 'X') ? 16 : (text[1] == 'b' || text[1] == 'B') ? 2 : 0;
+    if (base == 0 || text.find_first_of("+- ") != std::string::npos)
+        return false;
+    std::size_t used = 0;
+    try {
+        value = std::stoull(text.substr(2), &used, base);
+    } catch (const std::exception &) {
+        return false;
+    }
+    return used == text.size() - 2;
+}
+
+double parseNumber(const std::string &text)
+{
+    std::size_t used = 0;
+    double value = 0;
+    try {
+        value = std::stod(text, &used);
+    } catch (const std::exception &) {
+        used = 0;
+    }
+    if (used == 0 || used != text.size())
+        refuse(text, "a number is needed, such as 1234, -5, 0x1F or 2.5");
+    return value;
+}
+
+std::uint32_t parseInteger(const std::string &text, const ValueFormat &format)
+{
+    const bool isSigned = format.format == Format::Signed;
+    const int size = bits(format);
+    // Unsigned registers take negative numbers as well: everybody writes -1 for 0xFFFF.
+    const double lowest = -std::ldexp(1.0, size - 1);
+    const double highest = std::ldexp(1.0, isSigned ? size - 1 : size) - 1;
+    const double stored = std::round(parseNumber(text) / format.scale);
+    if (!(stored >= lowest && stored <= highest))
+        refuse(text, "it must be from " + print("%.15g", lowest * format.scale) + " to "
+                         + print("%.15g", highest * format.scale));
+    if (isUnscaled(format) && stored != parseNumber(text))
+        refuse(text, "whole numbers only");
+    return static_cast<std::uint32_t>(static_cast<std::int64_t>(stored)) & mask(format);
+}
+
+std::uint32_t parseFloat(const std::string &text, const ValueFormat &format)
+{
+    const double stored = parseNumber(text) / format.scale;
+    const double highest = static_cast<double>(std::numeric_limits<float>::max());
+    if (std::isfinite(stored) && std::abs(stored) > highest)
+        refuse(text, "it lies beyond 3.4e38, where 32-bit floats end");
+    return floatBits(static_cast<float>(stored));
+}
+
+} // namespace
+
+Format formatFromName(const std::string &name, const RegisterType &type)
+{
+    if (name.empty())
+        return type.isBit() ? Format::Bit : Format::Unsigned;
+    for (const NamedFormat &named : namedFormats) {
+        const bool fits = named.width == type.width || (named.width < 0 && type.width > 0);
+        if (name == named.name && fits)
+            return named.format;
+    }
+    throw std::invalid_argument("the format \"" + name + "\" does not fit " + type.name + ", which is "
+                                + widthName(type.width) + ": use one of " + formatsFor(type.width));
+}
+
+std::string formatName(Format format, int width)
+{
+    for (const NamedFormat &named : namedFormats) {
+        if (named.format == format && (named.width == width || named.width < 0))
+            return named.name;
+    }
+    return "uint16";
+}
+
+int driverFormatCode(Format format, int width)
+{
+    if (width == 0)
+        return -1;
+    // The driver takes 1, 3, 5, 6 and 9 for 32-bit values and anything but -1 for registers.
+    switch (format) {
+    case Format::Hex:
+        return 1;
+    case Format::Signed:
+        return 5;
+    case Format::Float:
+        return 6;
+    case Format::Binary:
+        return 9;
+    default:
+        return 3;
+    }
+}
+
+std::string valueText(std::uint32_t raw, const ValueFormat &format)
+{
+    switch (format.format) {
+    case Format::Bit:
+        return raw ? "1" : "0";
+    case Format::Hex:
+        return rawText(raw, format);
+    case Format::Binary:
+        return binaryText(raw, bits(format));
+    case Format::Float:
+        return isUnscaled(format) ? shortest(static_cast<double>(floatValue(raw)), 9)
+                                  : shortest(numericValue(raw, format) * format.scale, 9);
+    default:
+        if (isUnscaled(format))
+            return print("%.0f", numericValue(raw, format));
+        return shortest(numericValue(raw, format) * format.scale, 15);
+    }
+}
+
+std::string rawText(std::uint32_t raw, const ValueFormat &format)
+{
+    if (format.width == 0)
+        return raw ? "1" : "0";
+    char text[16];
+    std::snprintf(text, sizeof(text), format.width == 2 ? "0x%08X" : "0x%04X", raw);
+    return text;
+}
+
+bool isJsonNumber(const std::string &text)
+{
+    if (text.find_first_not_of("0123456789+-.e") != std::string::npos)
+        return false;
+    return text == "0" || text[0] != '0' || text.find('.') == 1;
+}
+
+std::uint32_t parseValue(const std::string &text, const ValueFormat &format)
+{
+    if (format.format == Format::Bit)
+        return parseBit(text);
+    std::uint64_t prefixed = 0;
+    if (parsePrefixed(text, prefixed)) {
+        if (prefixed > mask(format))
+            refuse(text, "it has more than " + std::to_string(bits(format)) + " bits");
+        return static_cast<std::uint32_t>(prefixed); // a bit pattern: taken as it is
+    }
+    if (format.format == Format::Float)
+        return parseFloat(text, format);
+    return parseInteger(text, format);
+}
+
+} // namespace rtu
