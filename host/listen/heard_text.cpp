@@ -1,0 +1,188 @@
+#include "host/listen/heard_text.h"
+
+#include "host/listen/request_fields.h"
+#include "trace.h"
+#include "wall_clock.h"
+
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace rtu {
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+const std::size_t LongestNames = 60;
+
+int byteAt(const QByteArray &bytes, int position)
+{
+    return position < bytes.size() ? static_cast<unsigned char>(bytes.at(position)) : 0;
+}
+
+HeardPlace placeOf(const Transaction &t, int offset)
+{
+    HeardPlace place;
+    place.station = t.station;
+    place.type = t.regType.toStdString();
+    place.address = t.startAddr + offset;
+    return place;
+}
+
+/** The names of the registers that have one, in the order of the registers. */
+std::vector<std::string> namesIn(const Transaction &t, const RegisterNames &names)
+{
+    std::vector<std::string> found;
+    for (auto name = names.lower_bound(placeOf(t, 0)); name != names.end() && name->first < placeOf(t, t.count); ++name)
+        found.push_back(name->second);
+    return found;
+}
+
+std::string namesText(const Transaction &t, const RegisterNames &names)
+{
+    std::string text;
+    for (const std::string &name : namesIn(t, names)) {
+        if (text.size() > LongestNames)
+            return text + ", ...";
+        text += (text.empty() ? "  (" : ", ") + name;
+    }
+    return text.empty() ? text : text + ")";
+}
+
+const char *answerText(const Transaction &t)
+{
+    if (t.kind == ReplyKind::Exception)
+        return "exception";
+    if (t.kind == ReplyKind::Silent)
+        return "silent";
+    return t.end == ReplyEnd::NoneExpected ? "broadcast" : "good";
+}
+
+/** Functions that the driver does not send have no words of their own in its trace. */
+bool isOrdinary(const Transaction &t)
+{
+    return !t.regType.isEmpty() && functionOf(t) <= 16;
+}
+
+std::string answeredText(const Transaction &t)
+{
+    const std::vector<int> values = valuesOf(t);
+    std::string text = "answered";
+    for (std::size_t i = 0; i < values.size(); ++i)
+        text += (i ? " " : ": ") + std::to_string(values[i]);
+    return text;
+}
+
+std::string padded(const std::string &text, std::size_t width)
+{
+    return text.size() < width ? text + std::string(width - text.size(), ' ') : text.substr(0, width);
+}
+
+std::string leftPadded(const std::string &text, std::size_t width)
+{
+    return text.size() < width ? std::string(width - text.size(), ' ') + text : text;
+}
+
+} // namespace
+
+std::vector<std::string> heardLines(const Transaction &transaction, const RegisterNames &names)
+{
+    std::vector<TraceLine> lines = traceLines(transaction);
+    lines.front().meaning += namesText(transaction, names);
+    for (TraceLine &line : lines)
+        line.verdict.clear(); // nobody judges here but the master, whose mind is not known
+    if (transaction.kind == ReplyKind::Good && !transaction.reply.isEmpty() && !isOrdinary(transaction))
+        lines.back().meaning = answeredText(transaction);
+    std::vector<std::string> texts;
+    texts.reserve(lines.size());
+    for (const TraceLine &line : lines)
+        texts.push_back(traceText(line));
+    return texts;
+}
+
+std::string garbageLine(const HeardBytes &garbage)
+{
+    const int size = static_cast<int>(garbage.bytes.size());
+    return timeOfDay(garbage.end) + " ?  " + hexText(garbage.bytes) + "  " + std::to_string(size)
+           + (size == 1 ? " byte" : " bytes") + " of no frame";
+}
+
+std::string strayLine(const HeardBytes &reply)
+{
+    return timeOfDay(reply.end) + " <" + std::to_string(byteAt(reply.bytes, 0)) + "  " + hexText(reply.bytes)
+           + "  a reply to nothing that was heard";
+}
+
+std::string heardJson(const Transaction &transaction, const RegisterNames &names)
+{
+    const Transaction &t = transaction;
+    Json json;
+    json["time"] = timeStamp(t.finished);
+    json["station"] = t.station;
+    json["function"] = functionOf(t);
+    const bool places = !t.regType.isEmpty();
+    json["type"] = places ? Json(t.regType.toStdString()) : Json();
+    json["address"] = places ? Json(t.startAddr + 1) : Json();
+    json["count"] = places ? Json(t.count) : Json();
+    const std::vector<int> values = valuesOf(t);
+    json["values"] = values.empty() ? Json() : Json(values);
+    const std::vector<std::string> found = namesIn(t, names);
+    json["names"] = found.empty() ? Json() : Json(found);
+    json["exception"] = t.kind == ReplyKind::Exception ? Json(t.exceptionCode) : Json();
+    json["answer"] = answerText(t);
+    const double delay = toSeconds(t.firstByte - t.requestEnd) * 1000;
+    json["reply_ms"] = t.reply.isEmpty() ? Json() : Json(delay);
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+std::string strayJson(const HeardBytes &reply)
+{
+    Json json;
+    json["time"] = timeStamp(reply.end);
+    json["station"] = byteAt(reply.bytes, 0);
+    json["function"] = byteAt(reply.bytes, 1) & ~ExceptionFlag;
+    json["exception"] = byteAt(reply.bytes, 1) & ExceptionFlag ? Json(byteAt(reply.bytes, 2)) : Json();
+    json["answer"] = "stray";
+    json["bytes"] = hexText(reply.bytes);
+    return json.dump();
+}
+
+std::string garbageJson(const HeardBytes &garbage)
+{
+    Json json;
+    json["time"] = timeStamp(garbage.end);
+    json["answer"] = "garbage";
+    json["bytes"] = hexText(garbage.bytes);
+    return json.dump();
+}
+
+std::vector<std::string> registerTable(const HeardRegisters &registers, const RegisterNames &names, TimePoint now,
+                                       int columns)
+{
+    const std::size_t placeWidth = 14;
+    const std::size_t numberWidth = 8;
+    const std::size_t fixed = placeWidth + 3 * numberWidth + 3 + 9;
+    const std::size_t width = static_cast<std::size_t>(std::max(columns, 1));
+    const std::size_t nameWidth = width > fixed + 4 ? std::min<std::size_t>(width - fixed, 24) : 0;
+    const auto row = [&](const std::string &place, const std::string &name, const std::string &value,
+                         const std::string &age, const std::string &asked, const std::string &every) {
+        const std::string text = padded(place, placeWidth) + padded(name, nameWidth) + leftPadded(value, numberWidth)
+                                 + " " + leftPadded(age, numberWidth) + " " + leftPadded(asked, numberWidth) + " "
+                                 + leftPadded(every, 9);
+        return text.substr(0, width);
+    };
+    std::vector<std::string> lines;
+    lines.push_back(row("register", nameWidth ? "name" : "", "value", "age", "asked", "every"));
+    for (const auto &entry : registers.all()) {
+        const HeardRegister &heard = entry.second;
+        const auto name = names.find(entry.first);
+        lines.push_back(row(entry.first.label(), name == names.end() ? "" : name->second,
+                            heard.known ? std::to_string(heard.value) : "-",
+                            heard.known ? durationText(now - heard.time) : "-", std::to_string(heard.asked),
+                            heard.interval > Duration(0) ? durationText(heard.interval) : "-"));
+    }
+    return lines;
+}
+
+} // namespace rtu

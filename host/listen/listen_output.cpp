@@ -1,0 +1,75 @@
+#include "host/listen/listen_output.h"
+
+namespace rtu {
+
+namespace {
+
+std::string quantity(std::uint64_t count, const std::string &one, const std::string &more)
+{
+    return std::to_string(count) + " " + (count == 1 ? one : more);
+}
+
+} // namespace
+
+ListenOutput::ListenOutput(std::ostream &out, HeardForm form, const RegisterNames &names)
+    : m_out(out)
+    , m_form(form)
+    , m_names(names)
+{
+}
+
+/** Each line at once: whoever listens waits for the next one. */
+void ListenOutput::print(const std::string &text)
+{
+    m_out << text << '\n' << std::flush;
+}
+
+void ListenOutput::onFrame(Role, const HeardBytes &frame)
+{
+    if (m_capture)
+        m_capture->write(frame.bytes, frame.end);
+}
+
+void ListenOutput::onTransaction(const Transaction &transaction)
+{
+    m_registers.note(transaction);
+    ++(transaction.kind == ReplyKind::Good        ? m_good
+       : transaction.kind == ReplyKind::Exception ? m_exceptions
+                                                  : m_silent);
+    if (m_form == HeardForm::Json)
+        print(heardJson(transaction, m_names));
+    if (m_form != HeardForm::Lines)
+        return;
+    for (const std::string &line : heardLines(transaction, m_names))
+        print(line);
+}
+
+void ListenOutput::onStrayReply(const HeardBytes &reply)
+{
+    ++m_strays;
+    if (m_form != HeardForm::Nothing)
+        print(m_form == HeardForm::Json ? strayJson(reply) : strayLine(reply));
+}
+
+void ListenOutput::onGarbage(const HeardBytes &garbage)
+{
+    m_garbageBytes += static_cast<std::uint64_t>(garbage.bytes.size());
+    if (m_capture)
+        m_capture->write(garbage.bytes, garbage.end);
+    if (m_form != HeardForm::Nothing)
+        print(m_form == HeardForm::Json ? garbageJson(garbage) : garbageLine(garbage));
+}
+
+std::string ListenOutput::summary() const
+{
+    std::string text = quantity(m_good + m_exceptions + m_silent, "transaction", "transactions") + ": "
+                       + std::to_string(m_good) + " good, " + quantity(m_exceptions, "exception", "exceptions") + ", "
+                       + std::to_string(m_silent) + " without a reply";
+    if (m_strays > 0)
+        text += "; " + quantity(m_strays, "reply", "replies") + " to nothing that was heard";
+    if (m_garbageBytes > 0)
+        text += "; " + quantity(m_garbageBytes, "byte", "bytes") + " of no frame";
+    return text;
+}
+
+} // namespace rtu

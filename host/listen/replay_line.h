@@ -1,0 +1,77 @@
+/**
+ * @file
+ * A capture as a line: whoever polls it gets the answers that were given then.
+ */
+#ifndef RTU_HOST_LISTEN_REPLAY_LINE_H
+#define RTU_HOST_LISTEN_REPLAY_LINE_H
+
+#include "host/listen/capture_file.h"
+#include "host/listen/heard_registers.h"
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <vector>
+
+namespace rtu {
+
+/** A request of a capture, and whatever came back. */
+struct ReplayEntry
+{
+    Transaction transaction;
+    QByteArray answer; ///< the reply, garbage in the place of one, or nothing
+    Duration delay{0}; ///< from the end of the request to the answer
+};
+
+/**
+ * All transactions of a capture, in its order.
+ *
+ * @throws std::runtime_error when it is none, or is cut short
+ */
+std::vector<ReplayEntry> readCapture(std::istream &in, const CaptureClock &clock, const ReaderSettings &settings);
+
+/**
+ * Time is that of the capture: it never waits, and jumps to where the next answer was
+ * given. A request that is in the capture gets the answers that it got, one after the
+ * other, faults included. Another one is answered from the values that the capture has
+ * shown up to then, when it has shown them all; else by silence. Nothing is sent.
+ */
+class ReplayLine : public Line
+{
+public:
+    explicit ReplayLine(const std::vector<ReplayEntry> &entries);
+
+    /** Called once, from within a read or sleep, when the time of the capture is over. */
+    void onEnd(std::function<void()> listener) { m_end = std::move(listener); }
+    bool ended() const { return m_ended; }
+
+    TimePoint now() override { return m_now; }
+    void sleepUntil(TimePoint when) override;
+    bool ensureOpen() override { return true; }
+    bool write(const unsigned char *bytes, std::size_t size) override;
+    int read(unsigned char *out, std::size_t room, TimePoint deadline) override;
+    std::size_t discardInput() override;
+    void interrupt() override { m_interrupted = true; }
+    void clearInterrupt() override { m_interrupted = false; }
+
+private:
+    void moveTo(TimePoint when);
+    void showUpTo(TimePoint when);
+    QByteArray answerFromImage(const QByteArray &request) const;
+
+    const std::vector<ReplayEntry> m_entries;
+    std::map<QByteArray, std::deque<std::size_t>> m_unused; ///< by request, positions in m_entries
+    HeardRegisters m_image;
+    std::size_t m_shown = 0; ///< entries that m_image has seen
+    QByteArray m_answer;     ///< arrives at m_answerTime
+    TimePoint m_answerTime;
+    TimePoint m_now;
+    TimePoint m_last; ///< when the capture ends
+    std::function<void()> m_end;
+    bool m_ended = false;
+    bool m_interrupted = false;
+};
+
+} // namespace rtu
+
+#endif
