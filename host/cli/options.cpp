@@ -69,6 +69,7 @@ struct Raw
     std::string check;
     std::string multiCopy;
     std::vector<std::string> serve;
+    std::string listen;
     std::vector<std::string> arguments;
     double pollMilliseconds = 1000;
     double silenceMilliseconds = -1;
@@ -93,6 +94,7 @@ private:
     void addOutput();
     void addEditor();
     void addSimulation();
+    void addListening();
 
     bool given(const char *name) const { return m_app.count(name) > 0; }
     void run(int argc, const char *const *argv);
@@ -108,6 +110,7 @@ private:
     bool usesLine() const;
     void checkMode() const;
     void checkSimulation() const;
+    void checkListening() const;
     static void refusePair(bool first, const char *firstName, bool second, const char *secondName);
     bool needsPort() const;
 
@@ -132,6 +135,7 @@ Parser::Parser() : m_app(HelpDescription, "rtuhost")
     addOutput();
     addEditor();
     addSimulation();
+    addListening();
 }
 
 void Parser::addWhat()
@@ -331,6 +335,22 @@ void Parser::addSimulation()
         ->group(group);
 }
 
+void Parser::addListening()
+{
+    const char *const group = "Traffic of others, and captures";
+    m_app.add_option("--listen", m_raw.listen, "Listen to another master and its slaves; never sends")
+        ->type_name("PORT")
+        ->group(group);
+    m_app
+        .add_option("--pcap", m_options.captureFile,
+                    "Write what goes over the line to a new FILE, - for a pipe, that Wireshark reads")
+        ->type_name("FILE")
+        ->group(group);
+    m_app.add_option("--replay", m_options.replayFile, "Read such a capture as if it were heard now")
+        ->type_name("FILE")
+        ->group(group);
+}
+
 void Parser::run(int argc, const char *const *argv)
 {
     try {
@@ -410,13 +430,15 @@ void Parser::settleMode()
         {given("--check"), Mode::Check, &m_raw.check, &m_options.subject},
         {given("--multi-copy"), Mode::MultiCopy, &m_raw.multiCopy, &m_options.subject},
         {given("--serve"), Mode::Serve, nullptr, nullptr},
+        {given("--listen"), Mode::Listen, &m_raw.listen, &m_options.port},
+        {given("--replay"), Mode::TellCapture, nullptr, nullptr},
     };
     for (const Choice &choice : choices) {
         if (!choice.chosen)
             continue;
         if (m_options.mode != Mode::Poll)
             throw Misuse("two things at once: choose one of --condition-read, --recipe-read, --recipe-write, --plan, "
-                         "--list-types, --describe, --check, --multi-copy, --serve");
+                         "--list-types, --describe, --check, --multi-copy, --serve, --listen, --replay");
         m_options.mode = choice.mode;
         if (choice.target)
             *choice.target = *choice.subject;
@@ -491,6 +513,7 @@ void Parser::check() const
     checkLimit();
     checkMode();
     checkSimulation();
+    checkListening();
 }
 
 void Parser::refusePair(bool first, const char *firstName, bool second, const char *secondName)
@@ -553,6 +576,20 @@ void Parser::checkSimulation() const
         throw Misuse("\"pty:\" wants the name of a link, such as pty:/tmp/slaves");
     if (!m_options.simFile.empty() && surplus.find('/') == 0)
         throw Misuse("--sim stands in place of a port: leave out " + surplus);
+}
+
+void Parser::checkListening() const
+{
+    const bool listens = m_options.mode == Mode::Listen || m_options.mode == Mode::TellCapture;
+    const std::string option = m_options.mode == Mode::Listen ? "--listen" : "--replay";
+    if (listens && !m_options.arguments.empty())
+        throw Misuse(option + " tells all that is heard: \"" + m_options.arguments.front() + "\" is too much");
+    if (listens && m_options.form == OutputForm::Csv)
+        throw Misuse(option + " has no CSV; --json has one object a transaction");
+    if (given("--pcap") && m_options.mode != Mode::Listen)
+        throw Misuse("--pcap goes with --listen PORT");
+    if (m_options.captureFile == "-" && m_options.form == OutputForm::Json)
+        throw Misuse("--pcap - has standard output for itself: leave out --json, or give the capture a file");
 }
 
 } // namespace

@@ -27,7 +27,9 @@ enum class Mode {
     Check,
     MultiCopy,
     Serve,
-    Nothing ///< help or version were asked for and given
+    Listen,
+    TellCapture, ///< what a capture holds
+    Nothing      ///< help or version were asked for and given
 };
 
 struct Options
@@ -75,6 +77,8 @@ struct Options
     int copies = 10;
     int step = 1;
     std::string serveFile;
+    std::string captureFile; ///< written; "-": standard output
+    std::string replayFile;  ///< a capture that is read
 
     int exitStatus = 0; ///< of Mode::Nothing
 };

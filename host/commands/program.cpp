@@ -271,6 +271,10 @@ int runMode(const Options &options, std::ostream &out, std::ostream &err)
         return options.exitStatus;
     if (options.mode == Mode::Serve)
         return serve(options, out, err);
+    if (options.mode == Mode::Listen)
+        return listenIn(options, out, err);
+    if (options.mode == Mode::TellCapture)
+        return tellCapture(options, out);
     return Program(options, out, err).run();
 }
 

@@ -138,4 +138,31 @@ bool CaptureReader::read(CaptureRecord &record)
     return true;
 }
 
+namespace {
+
+/** Times of a capture may run backwards, when the clock of the machine was set meanwhile. */
+void takeRecords(CaptureReader &reader, const CaptureClock &clock, TrafficReader &traffic)
+{
+    TimePoint latest = TimePoint::min();
+    for (CaptureRecord record; reader.read(record);) {
+        latest = std::max(latest, clock.pointOf(record.time));
+        traffic.take(reinterpret_cast<const unsigned char *>(record.bytes.constData()),
+                     static_cast<std::size_t>(record.bytes.size()), latest);
+    }
+}
+
+} // namespace
+
+void takeCapture(std::istream &in, const CaptureClock &clock, TrafficReader &traffic)
+{
+    CaptureReader reader(in);
+    try {
+        takeRecords(reader, clock, traffic);
+    } catch (const std::runtime_error &) {
+        traffic.finish();
+        throw;
+    }
+    traffic.finish();
+}
+
 } // namespace rtu

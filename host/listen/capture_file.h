@@ -82,6 +82,13 @@ private:
     std::uint32_t m_number = 0; ///< of the record, from 1
 };
 
+/**
+ * Hands a whole capture to @p traffic, as if it arrived now, and finishes it.
+ *
+ * @throws std::runtime_error as CaptureReader does; what stood in front of the fault has been told
+ */
+void takeCapture(std::istream &in, const CaptureClock &clock, TrafficReader &traffic);
+
 } // namespace rtu
 
 #endif

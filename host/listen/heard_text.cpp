@@ -131,8 +131,8 @@ std::string heardJson(const Transaction &transaction, const RegisterNames &names
     json["names"] = found.empty() ? Json() : Json(found);
     json["exception"] = t.kind == ReplyKind::Exception ? Json(t.exceptionCode) : Json();
     json["answer"] = answerText(t);
-    const double delay = toSeconds(t.firstByte - t.requestEnd) * 1000;
-    json["reply_ms"] = t.reply.isEmpty() ? Json() : Json(delay);
+    const auto delay = std::chrono::duration_cast<std::chrono::microseconds>(t.firstByte - t.requestEnd);
+    json["reply_ms"] = t.reply.isEmpty() ? Json() : Json(static_cast<double>(delay.count()) / 1000);
     return json.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 

@@ -77,14 +77,7 @@ std::vector<ReplayEntry> readCapture(std::istream &in, const CaptureClock &clock
 {
     EntryCollector collector;
     TrafficReader traffic(settings, collector);
-    CaptureReader reader(in);
-    TimePoint latest = TimePoint::min();
-    for (CaptureRecord record; reader.read(record);) {
-        latest = std::max(latest, clock.pointOf(record.time));
-        traffic.take(reinterpret_cast<const unsigned char *>(record.bytes.constData()),
-                     static_cast<std::size_t>(record.bytes.size()), latest);
-    }
-    traffic.finish();
+    takeCapture(in, clock, traffic);
     return collector.entries;
 }
 

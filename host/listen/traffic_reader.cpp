@@ -35,6 +35,7 @@ TrafficReader::TrafficReader(const ReaderSettings &settings, TrafficListener &li
 void TrafficReader::take(const unsigned char *bytes, std::size_t size, TimePoint arrived)
 {
     idle(arrived);
+    m_latest = arrived;
     while (size > 0) {
         const std::size_t part = std::min(size, LargestPart);
         m_arrivals.push_back({m_buffer.size(), arrived});
@@ -50,13 +51,14 @@ void TrafficReader::idle(TimePoint now)
     if (!m_buffer.empty() && now - m_arrivals.back().time >= m_settings.gap)
         resolve(true);
     expire(now);
+    m_latest = std::max(m_latest, now);
 }
 
 void TrafficReader::finish()
 {
     resolve(true);
     if (m_pending)
-        endUnanswered(m_transaction.requestEnd + m_settings.replyTimeout);
+        endUnanswered(std::min(m_latest, m_transaction.requestEnd + m_settings.replyTimeout));
 }
 
 TimePoint TrafficReader::arrivalOf(std::size_t position) const

@@ -127,6 +127,7 @@ private:
     TrafficListener &m_listener;
     std::vector<unsigned char> m_buffer; ///< garbage not yet told, then what waits
     std::vector<Arrival> m_arrivals;
+    TimePoint m_latest;        ///< the line is known up to here
     std::size_t m_start = 0;   ///< in m_buffer: bytes before it are garbage
     bool m_inStep = true;      ///< a frame is known to begin at m_start, or may well
     bool m_pending = false;    ///< m_transaction waits for its reply

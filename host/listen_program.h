@@ -1,0 +1,22 @@
+/**
+ * @file
+ * Listening in on a line, and reading captures of one.
+ */
+#ifndef RTU_HOST_LISTEN_PROGRAM_H
+#define RTU_HOST_LISTEN_PROGRAM_H
+
+#include "options.h"
+
+#include <ostream>
+
+namespace rtu {
+
+/** Listens until a signal or a key comes, and never sends. Result: exit status. */
+int listenIn(const Options &options, std::ostream &out, std::ostream &err);
+
+/** Tells what a capture holds as listening would have told it. Result: exit status. */
+int tellCapture(const Options &options, std::ostream &out);
+
+} // namespace rtu
+
+#endif

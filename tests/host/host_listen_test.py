@@ -1,0 +1,133 @@
+"""rtuhost listening to a line that others use, and reading captures of it."""
+import json
+import os
+import pty
+import select
+import signal
+import struct
+import subprocess
+import tty
+import unittest
+
+from rtuhost_under_test import PATIENCE, RTUHOST, RtuHostTest, wait_for
+
+
+def frame(text):
+    content = bytes.fromhex(text)
+    crc = 0xFFFF
+    for byte in content:
+        crc ^= byte
+        for _ in range(8):
+            crc = (crc >> 1) ^ 0xA001 if crc & 1 else crc >> 1
+    return content + struct.pack("<H", crc)
+
+
+READ = frame("01 03 00 6B 00 03")
+READ_REPLY = frame("01 03 06 02 2B 00 00 00 64")
+
+
+class ListenTest(RtuHostTest):
+    def setUp(self):
+        super().setUp()
+        self.line, far = pty.openpty()
+        tty.setraw(far)
+        self.port = os.ttyname(far)
+        self.addCleanup(os.close, self.line)
+        self.addCleanup(os.close, far)
+
+    def listen(self, *arguments):
+        process = subprocess.Popen([RTUHOST, "--listen", self.port, *arguments], stdin=subprocess.DEVNULL,
+                                   stdout=subprocess.PIPE, stderr=subprocess.PIPE)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        self.addCleanup(process.stdout.close)
+        self.addCleanup(process.stderr.close)
+        process.stderr.readline()  # the port is open when it tells that a pseudo-terminal has no parity
+        return process
+
+    def end(self, process):
+        process.send_signal(signal.SIGINT)
+        out, err = process.communicate(timeout=PATIENCE)
+        self.assertEqual(0, process.returncode, err)
+        return out.decode()
+
+    def say(self, *frames):
+        for text in frames:
+            os.write(self.line, text)
+
+
+class Listening(ListenTest):
+    def test_lines_as_the_trace_has_them_and_a_summary(self):
+        process = self.listen()
+        self.say(READ, READ_REPLY)
+        lines = [process.stdout.readline().decode() for _ in range(2)]
+        self.assertRegex(lines[0], r" >1  01 03 00 6B 00 03 74 17  read holding registers 4x108\.\.110$")
+        self.assertRegex(lines[1], r" <1  01 03 06 02 2B 00 00 00 64 05 7A  3 registers: 555 0 100$")
+        self.assertEqual("1 transaction: 1 good, 0 exceptions, 0 without a reply\n", self.end(process))
+
+    def test_json_a_transaction_with_the_names_of_tags(self):
+        tags = self.file("tags.csv", "name,type,address\nlevel,4x,109\n")
+        process = self.listen("--json", "--tags", tags)
+        self.say(b"\x55", READ, READ_REPLY, READ, frame("01 83 02"))
+        garbage, good, refused = (json.loads(process.stdout.readline()) for _ in range(3))
+        self.assertEqual("garbage", garbage["answer"])
+        self.assertEqual((1, 3, 108, 3, [555, 0, 100], ["level"], None),
+                         tuple(good[key] for key in ("station", "function", "address", "count", "values", "names",
+                                                     "exception")))
+        self.assertRegex(good["time"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]")
+        self.assertEqual((2, None), (refused["exception"], refused["values"]))
+        self.assertEqual("", self.end(process))
+
+    def test_it_never_sends(self):
+        process = self.listen()
+        self.say(READ)
+        process.stdout.readline()  # told when the reply's time is up
+        self.end(process)
+        self.assertEqual([], select.select([self.line], [], [], 0)[0])
+
+    def test_a_capture_is_told_as_it_was_heard(self):
+        capture = self.file("line.pcap")
+        process = self.listen("--json", "--pcap", capture)
+        self.say(READ, READ_REPLY)
+        heard = process.stdout.readline().decode()
+        self.end(process)
+        told = self.run_host("--replay", capture, "--json").out
+        self.assertEqual({**json.loads(heard), "time": ""}, {**json.loads(told), "time": ""})
+
+    def test_a_capture_that_exists_is_kept(self):
+        capture = self.file("line.pcap", "old")
+        result = self.run_host("--listen", self.port, "--pcap", capture, status=1)
+        self.assertIn("exists already", result.err)
+        self.assertEqual("old", self.read(capture))
+
+    def test_a_capture_for_a_pipe_has_standard_output_for_itself(self):
+        process = self.listen("--pcap", "-")
+        self.say(READ)
+        self.assertEqual(bytes.fromhex("4D3CB2A1"), process.stdout.read(24)[:4])
+        self.assertEqual(READ, process.stdout.read(16 + len(READ))[16:])
+        self.assertEqual("", self.end(process))
+
+    def test_a_pipe_that_nobody_reads_any_more_ends_it(self):
+        process = self.listen("--pcap", "-")
+        process.stdout.close()
+        wait_for(lambda: self.say(READ) or process.poll() is not None, "the end")
+        self.assertEqual(1, process.returncode)
+
+
+class Misuse(ListenTest):
+    def test_what_does_not_go_together(self):
+        for arguments, reason in (
+                (["--listen", self.port, "4x1"], "4x1\" is too much"),
+                (["--listen", self.port, "--csv"], "no CSV"),
+                (["--listen", self.port, "--pcap", "-", "--json"], "standard output for itself"),
+                (["--listen", self.port, "--replay", "x"], "two things at once"),
+                (["--replay", self.file("none.pcap")], "cannot read"),
+        ):
+            self.assertIn(reason, self.run_host(*arguments, status=2).err)
+
+    def test_what_is_no_capture(self):
+        self.assertIn("no capture", self.run_host("--replay", self.sim, status=1).err)
+
+
+if __name__ == "__main__":
+    unittest.main()
