@@ -107,6 +107,14 @@ private:
     TimePoint m_nextDraw;
 };
 
+std::ifstream openCapture(const Options &options)
+{
+    std::ifstream file(options.replayFile, std::ios::binary);
+    if (!file)
+        throw std::invalid_argument("cannot read " + options.replayFile);
+    return file;
+}
+
 /** Held by the thread that listens; stop() is for the one that waits for signals. */
 class Listening
 {
@@ -205,12 +213,20 @@ int listenIn(const Options &options, std::ostream &out, std::ostream &err)
     return Listening(options, out, err).run();
 }
 
+std::vector<ReplayEntry> readCaptureFile(const Options &options)
+{
+    std::ifstream file = openCapture(options);
+    try {
+        return readCapture(file, CaptureClock(), readerSettings(options, LineTiming(options.line)));
+    } catch (const std::runtime_error &error) {
+        throw std::runtime_error(options.replayFile + ": " + error.what());
+    }
+}
+
 int tellCapture(const Options &options, std::ostream &out)
 {
-    std::ifstream file(options.replayFile, std::ios::binary);
-    if (!file)
-        throw std::invalid_argument("cannot read " + options.replayFile);
-    ListenOutput output(out, formOf(options), registerNames(options));
+    std::ifstream file = openCapture(options);
+    ListenOutput output(out, formOf(options), RegisterNames());
     TrafficReader traffic(readerSettings(options, LineTiming(options.line)), output);
     try {
         takeCapture(file, CaptureClock(), traffic);

@@ -431,7 +431,7 @@ void Parser::settleMode()
         {given("--multi-copy"), Mode::MultiCopy, &m_raw.multiCopy, &m_options.subject},
         {given("--serve"), Mode::Serve, nullptr, nullptr},
         {given("--listen"), Mode::Listen, &m_raw.listen, &m_options.port},
-        {given("--replay"), Mode::TellCapture, nullptr, nullptr},
+        {given("--replay"), Mode::Replay, nullptr, nullptr},
     };
     for (const Choice &choice : choices) {
         if (!choice.chosen)
@@ -580,14 +580,12 @@ void Parser::checkSimulation() const
 
 void Parser::checkListening() const
 {
-    const bool listens = m_options.mode == Mode::Listen || m_options.mode == Mode::TellCapture;
-    const std::string option = m_options.mode == Mode::Listen ? "--listen" : "--replay";
-    if (listens && !m_options.arguments.empty())
-        throw Misuse(option + " tells all that is heard: \"" + m_options.arguments.front() + "\" is too much");
-    if (listens && m_options.form == OutputForm::Csv)
-        throw Misuse(option + " has no CSV; --json has one object a transaction");
-    if (given("--pcap") && m_options.mode != Mode::Listen)
-        throw Misuse("--pcap goes with --listen PORT");
+    if (m_options.mode == Mode::Listen && !m_options.arguments.empty())
+        throw Misuse("--listen tells all that is heard: \"" + m_options.arguments.front() + "\" is too much");
+    if (m_options.mode == Mode::Listen && m_options.form == OutputForm::Csv)
+        throw Misuse("--listen has no CSV; --json has one object a transaction");
+    if (given("--pcap") && m_options.mode != Mode::Listen && !usesLine())
+        throw Misuse("--pcap captures a line: give --listen PORT, or a port and what to poll");
     if (m_options.captureFile == "-" && m_options.form == OutputForm::Json)
         throw Misuse("--pcap - has standard output for itself: leave out --json, or give the capture a file");
 }

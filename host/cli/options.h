@@ -28,8 +28,8 @@ enum class Mode {
     MultiCopy,
     Serve,
     Listen,
-    TellCapture, ///< what a capture holds
-    Nothing      ///< help or version were asked for and given
+    Replay, ///< a capture instead of a line
+    Nothing ///< help or version were asked for and given
 };
 
 struct Options

@@ -66,6 +66,8 @@ std::string optionOf(Mode mode)
         return "--condition-read";
     case Mode::RecipeRead:
         return "--recipe-read";
+    case Mode::Replay:
+        return "--replay";
     default:
         return "--plan";
     }
@@ -117,6 +119,8 @@ public:
             return runEditorCall(m_driver, m_catalog, m_options, m_out);
         case Mode::Plan:
             return showPlan();
+        case Mode::Replay:
+            return replay();
         default:
             return runOnLine();
         }
@@ -186,7 +190,8 @@ private:
         const bool terminal = ::isatty(STDIN_FILENO) && ::isatty(STDOUT_FILENO);
         const bool lines = m_options.plain || m_options.quiet || m_options.trace || m_options.rounds > 0
                            || m_options.form != OutputForm::Lines;
-        return m_options.mode == Mode::Poll && terminal && (m_options.live || !lines);
+        const bool screen = terminal && !isCapturePipe(m_options.captureFile);
+        return m_options.mode == Mode::Poll && screen && (m_options.live || !lines);
     }
 
     int runOnLine()
@@ -204,14 +209,56 @@ private:
             m_err << "--max-words " << m_options.property.maxWords << " would tear 32-bit values: using "
                   << settings.maxWords << '\n';
         const std::unique_ptr<Link> link = makeLink(settings, source.takeLine());
+        const std::unique_ptr<CaptureOutput> capture = captureOf(*link);
         if (wantsLiveView() && !selection.reads.empty()) {
             std::unique_ptr<LiveTerminal> terminal(new LiveTerminal);
-            if (terminal->usable())
-                return showLive(source, *link, selection, std::move(terminal));
+            if (terminal->usable()) {
+                const int status = showLive(source, *link, selection, std::move(terminal));
+                return capture ? statusAfterCapture(*capture, status) : status;
+            }
         }
-        PollProgram polling(*link, source.line(), m_options, m_out, m_err);
+        // A capture in a pipe has standard output for itself.
+        std::ostream &out = isCapturePipe(m_options.captureFile) ? m_err : m_out;
+        PollProgram polling(*link, source.line(), m_options, out, m_err);
         const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.stop(); });
-        return runPolling(polling, selection, recipe, source.line().parameters());
+        const int status = runPolling(polling, selection, recipe, source.line().parameters());
+        return capture ? statusAfterCapture(*capture, status) : status;
+    }
+
+    /** Where every frame of a link goes as well; nothing when nobody asked for it. */
+    std::unique_ptr<CaptureOutput> captureOf(Link &link)
+    {
+        if (m_options.captureFile.empty())
+            return nullptr;
+        std::unique_ptr<CaptureOutput> capture(new CaptureOutput(m_options.captureFile, m_out));
+        CaptureWriter &writer = capture->writer();
+        link.onTransaction([&writer](const Transaction &transaction) { writer.write(transaction); });
+        return capture;
+    }
+
+    int statusAfterCapture(const CaptureOutput &capture, int status)
+    {
+        if (capture.problem().empty())
+            return status;
+        m_err << "error: " << capture.problem() << '\n';
+        return status == ExitGood ? ExitErrors : status;
+    }
+
+    /** The tags are polled as on a line, and get what was answered then. */
+    int replay()
+    {
+        const TagSelection selection = selectNamedTags();
+        const SignalWatcher watcher([this](int signal) { end(signal); });
+        LineParameters line;
+        line.baud = 0; // the capture's times are true without a pace
+        std::unique_ptr<ReplayLine> made(new ReplayLine(readCaptureFile(m_options)));
+        ReplayLine &past = *made;
+        const std::unique_ptr<Link> link =
+            makeLink(linkSettings(m_options, line, LineTiming(line), m_driver.path()), std::move(made));
+        PollProgram polling(*link, past, m_options, m_out, m_err);
+        past.onEnd([&polling] { polling.stop(); });
+        const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.stop(); });
+        return polling.poll(selection, planOf(selection.reads, line).blocks().size());
     }
 
     int runPolling(PollProgram &polling, const TagSelection &selection, const Recipe &recipe,
@@ -273,7 +320,8 @@ int runMode(const Options &options, std::ostream &out, std::ostream &err)
         return serve(options, out, err);
     if (options.mode == Mode::Listen)
         return listenIn(options, out, err);
-    if (options.mode == Mode::TellCapture)
+    const bool tagsNamed = !options.arguments.empty() || !options.tagFile.empty() || options.typeOrReferenceGiven;
+    if (options.mode == Mode::Replay && !tagsNamed)
         return tellCapture(options, out);
     return Program(options, out, err).run();
 }

@@ -94,22 +94,31 @@ ReplayLine::ReplayLine(const std::vector<ReplayEntry> &entries) : m_entries(entr
 void ReplayLine::moveTo(TimePoint when)
 {
     m_now = std::max(m_now, when);
-    if (m_ended || m_now < m_last)
-        return;
-    m_ended = true;
-    if (m_end)
-        m_end();
+    m_ended = m_ended || m_now >= m_last;
+}
+
+void ReplayLine::tellEnd()
+{
+    const std::function<void()> end = std::move(m_end);
+    m_end = nullptr;
+    if (end)
+        end();
 }
 
 void ReplayLine::sleepUntil(TimePoint when)
 {
-    if (!m_interrupted)
-        moveTo(when);
+    if (m_interrupted)
+        return;
+    if (m_ended)
+        tellEnd();
+    moveTo(when);
 }
 
 bool ReplayLine::write(const unsigned char *bytes, std::size_t size)
 {
     const QByteArray request(reinterpret_cast<const char *>(bytes), static_cast<int>(size));
+    if (m_ended && !m_askedSinceEnd.insert(request).second)
+        tellEnd();
     const auto unused = m_unused.find(request);
     if (unused == m_unused.end() || unused->second.empty()) {
         showUpTo(m_now);

@@ -11,6 +11,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <set>
 #include <vector>
 
 namespace rtu {
@@ -41,7 +42,10 @@ class ReplayLine : public Line
 public:
     explicit ReplayLine(const std::vector<ReplayEntry> &entries);
 
-    /** Called once, from within a read or sleep, when the time of the capture is over. */
+    /**
+     * Called once, when the time of the capture is over and the round of its last answer
+     * too: the poller sleeps, or asks for the same again.
+     */
     void onEnd(std::function<void()> listener) { m_end = std::move(listener); }
     bool ended() const { return m_ended; }
 
@@ -56,6 +60,7 @@ public:
 
 private:
     void moveTo(TimePoint when);
+    void tellEnd();
     void showUpTo(TimePoint when);
     QByteArray answerFromImage(const QByteArray &request) const;
 
@@ -68,6 +73,7 @@ private:
     TimePoint m_now;
     TimePoint m_last; ///< when the capture ends
     std::function<void()> m_end;
+    std::set<QByteArray> m_askedSinceEnd;
     bool m_ended = false;
     bool m_interrupted = false;
 };

@@ -114,6 +114,45 @@ class Listening(ListenTest):
         self.assertEqual(1, process.returncode)
 
 
+class Replaying(ListenTest):
+    def poll(self, *arguments):
+        capture = self.file("polled.pcap")
+        values = self.simulate("-q", "--count", "2", "-l", "10", "--pcap", capture, *arguments).out
+        return capture, values
+
+    def test_what_was_polled_runs_through_driver_and_tags_again(self):
+        capture, values = self.poll("4x1..3", "0x1..2")
+        self.assertEqual(values, self.run_host("--replay", capture, "-q", "-l", "10", "4x1..3", "0x1..2").out)
+
+    def test_faults_come_again(self):
+        capture = self.file("faults.pcap")
+        arguments = ("-q", "--retries", "1", "--json", "4x1")
+        polled = self.simulate("-1", "--fault", "exception 4 times 1", "--pcap", capture, *arguments, status=1)
+        replayed = self.run_host("--replay", capture, *arguments, status=1)
+        self.assertEqual("error", json.loads(polled.lines[0])["status"])
+        for key in ("value", "status", "error"):
+            self.assertEqual(json.loads(polled.lines[0])[key], json.loads(replayed.lines[0])[key])
+
+    def test_what_was_listened_to_is_read_with_other_requests(self):
+        capture = self.file("line.pcap")
+        process = self.listen("--json", "--pcap", capture)
+        for _ in range(2):
+            self.say(READ, READ_REPLY)
+            process.stdout.readline()
+        self.end(process)
+        values = self.run_host("--replay", capture, "-q", "-l", "1", "--retries", "1", "4x110").lines
+        self.assertEqual("100", values[-1].split()[1])
+
+    def test_a_capture_in_a_pipe_leaves_values_to_standard_error(self):
+        command = [RTUHOST, "--sim", self.sim, "-1", "-q", "--pcap", "-", "4x1"]
+        completed = subprocess.run(command, stdin=subprocess.DEVNULL, capture_output=True, timeout=PATIENCE, check=True)
+        self.assertEqual(bytes.fromhex("4D3CB2A1"), completed.stdout[:4])
+        self.assertIn(b"10", completed.stderr)
+
+    def test_a_full_disk_is_told(self):
+        self.assertIn("not whole", self.simulate("-1", "--pcap", "/dev/full", "4x1", status=1).err)
+
+
 class Misuse(ListenTest):
     def test_what_does_not_go_together(self):
         for arguments, reason in (
@@ -122,6 +161,8 @@ class Misuse(ListenTest):
                 (["--listen", self.port, "--pcap", "-", "--json"], "standard output for itself"),
                 (["--listen", self.port, "--replay", "x"], "two things at once"),
                 (["--replay", self.file("none.pcap")], "cannot read"),
+                (["--replay", self.file("none.pcap"), "4x1=5"], "do not go with --replay"),
+                (["--plan", "--pcap", "x", "4x1"], "captures a line"),
         ):
             self.assertIn(reason, self.run_host(*arguments, status=2).err)
 

@@ -86,6 +86,10 @@ TEST(ReplayLine, TellsItsEndOnce)
     rtu::ReplayLine line(entries({Request, First}));
     int ends = 0;
     line.onEnd([&ends] { ++ends; });
+    ask(line, Request);
+    EXPECT_TRUE(line.ended());
+    ask(line, Request);
+    EXPECT_EQ(0, ends) << "the round may not be over";
     for (int i = 0; i < 3; ++i)
         ask(line, Request);
     EXPECT_EQ(1, ends);
