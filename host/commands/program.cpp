@@ -1,7 +1,10 @@
 #include "host/commands/program.h"
 
+#include "host/commands/capture_output.h"
 #include "host/commands/editor_calls.h"
+#include "host/commands/listen_program.h"
 #include "host/cli/link_setup.h"
+#include "host/listen/replay_line.h"
 #include "host/live/live_view.h"
 #include "host/cli/options.h"
 #include "host/plan/plan_view.h"

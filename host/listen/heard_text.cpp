@@ -1,8 +1,8 @@
 #include "host/listen/heard_text.h"
 
 #include "host/listen/request_fields.h"
-#include "trace.h"
-#include "wall_clock.h"
+#include "host/report/trace.h"
+#include "host/text/wall_clock.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,6 +1,6 @@
-#include "listen_view.h"
+#include "host/live/listen_view.h"
 
-#include "live_state.h"
+#include "host/live/live_state.h"
 
 #include <algorithm>
 

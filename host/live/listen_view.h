@@ -6,7 +6,7 @@
 #define RTU_HOST_LISTEN_VIEW_H
 
 #include "host/listen/listen_output.h"
-#include "live_screen.h"
+#include "host/live/live_screen.h"
 
 namespace rtu {
 

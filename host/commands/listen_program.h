@@ -6,7 +6,7 @@
 #define RTU_HOST_LISTEN_PROGRAM_H
 
 #include "host/listen/replay_line.h"
-#include "options.h"
+#include "host/cli/options.h"
 
 #include <ostream>
 #include <vector>

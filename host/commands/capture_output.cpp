@@ -1,4 +1,4 @@
-#include "capture_output.h"
+#include "host/commands/capture_output.h"
 
 #include <sys/stat.h>
 

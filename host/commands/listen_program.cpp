@@ -1,13 +1,13 @@
-#include "listen_program.h"
+#include "host/commands/listen_program.h"
 
-#include "capture_output.h"
+#include "host/commands/capture_output.h"
 #include "host/listen/listen_loop.h"
 #include "host/listen/listen_output.h"
 #include "kit/line/make_line.h"
-#include "listen_view.h"
-#include "live_terminal.h"
-#include "signal_watcher.h"
-#include "tag_table.h"
+#include "host/live/listen_view.h"
+#include "host/live/live_terminal.h"
+#include "host/commands/signal_watcher.h"
+#include "host/tags/tag_table.h"
 
 #include <unistd.h>
 
