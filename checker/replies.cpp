@@ -140,10 +140,13 @@ void Replies::checkContent(const QByteArray &reply, Findings &findings) const
         findings.report(EchoInReply, dealRcvFrameCall, "reply", "it begins with the bytes of the request");
 }
 
-/** A reply that comes sooner after a time-out than a host that drains could have it. */
+/**
+ * A reply that comes sooner after a time-out than a host that drains could have it. What
+ * another station answers can be told from a late reply by its first byte.
+ */
 void Replies::checkDraining(TimePoint time, Findings &findings)
 {
-    if (!timedOut || replySize == 0 || timeOut < ShortestTimeOut || silences[timedOutStation] > DeadAfter)
+    if (!timedOut || frame.frame[0] != timedOutStation || replySize == 0 || timeOut < ShortestTimeOut || silences[timedOutStation] > DeadAfter)
         return;
     const Clock::duration since = time - timeOutEnd;
     if (since >= timeOut / 2)

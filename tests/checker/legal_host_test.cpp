@@ -11,7 +11,10 @@
 
 namespace {
 
+using checked::CheckedHost;
 using checked::LegalHost;
+
+const int TimeOut = 300; // milliseconds
 
 TEST(LegalHosts, HearNothing)
 {
@@ -42,6 +45,21 @@ TEST(LegalHosts, HearNothing)
     EXPECT_GT(reach.givenUp, steps / 2000);
     EXPECT_GT(reach.transfers, steps / 1000);
     EXPECT_GT(reach.reports, steps / 20);
+}
+
+TEST(LegalHosts, MayAskAnotherStationAtOnceAfterATimeOut)
+{
+    CheckedHost host;
+    host.plan(checked::Keys() << checked::key(1, "4x", 0, 4) << checked::key(2, "4x", 0, 4));
+    for (int attempt = 1; attempt <= 3; ++attempt) {
+        checked::pass(TimeOut); // what comes late is dropped
+        EXPECT_EQ(1, host.ask().frame[0]);
+        checked::pass(TimeOut);
+        host.deal(QByteArray());
+    }
+    EXPECT_EQ(1, host.exchange());
+    for (const checked::Heard &heard : checked::takeFindings())
+        ADD_FAILURE() << heard.text;
 }
 
 } // namespace
