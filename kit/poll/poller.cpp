@@ -106,7 +106,8 @@ bool Poller::openPort()
  */
 bool Poller::nextFrame()
 {
-    return m_driver.getSendFrame(&m_frame) == 1 || m_driver.getSendFrame(&m_frame) == 1;
+    m_frameOut = m_driver.getSendFrame(&m_frame) == 1 || m_driver.getSendFrame(&m_frame) == 1;
+    return m_frameOut;
 }
 
 void Poller::beginRequest()
@@ -200,15 +201,18 @@ void Poller::deal(const QByteArray &reply)
 {
     QByteArray bytes = reply;
     bytes.detach();
+    m_frameOut = false;
     m_transaction.information.clear();
     m_transaction.verdict = m_driver.dealRcvFrame(&bytes, &m_transaction.information);
 }
 
-/** Answers the driver until it gives the request up, without the line. */
+/** Answers the driver until it gives the request up, without the line. It is asked for a frame before each reply. */
 void Poller::giveUp()
 {
     const QByteArray last = m_request.kind == ReplyKind::Exception ? m_transaction.reply : QByteArray();
     do {
+        if (!m_frameOut)
+            nextFrame();
         deal(last);
     } while (m_transaction.verdict == VerdictSendAgain);
 }

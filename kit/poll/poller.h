@@ -71,6 +71,7 @@ private:
     FRAME_PRO m_frame;
     Transaction m_transaction;
     RequestEnd m_request;
+    bool m_frameOut = false; ///< given by the driver, and not answered yet
     bool m_inRequest = false;
     bool m_resend = false;
     bool m_heard = false; ///< something came back during this request

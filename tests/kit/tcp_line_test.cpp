@@ -9,11 +9,27 @@
 #include <gtest/gtest.h>
 
 #include <netinet/tcp.h>
-#include <sys/resource.h>
+#include <sys/eventfd.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <future>
 #include <system_error>
 #include <thread>
+
+static std::atomic<bool> noEventDescriptor(false);
+
+// In the place of the C library's. A limit on all descriptors would do as well, but for the
+// undefined-behaviour sanitizer: it looks at objects through a pipe, and calls them broken when it gets none.
+extern "C" int eventfd(unsigned int initial, int flags) noexcept
+{
+    if (!noEventDescriptor)
+        return static_cast<int>(::syscall(SYS_eventfd2, initial, flags));
+    errno = EMFILE;
+    return -1;
+}
 
 namespace {
 
@@ -394,12 +410,9 @@ TEST(NameLookup, KnowsThisComputer)
 TEST(TcpLine, SaysThatTheProcessHasNoDescriptorLeft)
 {
     Line line("tcp:127.0.0.1:1");
-    rlimit before;
-    ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
-    const rlimit none = {0, before.rlim_max};
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
+    noEventDescriptor = true;
     EXPECT_FALSE(line.ensureOpen());
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &before));
+    noEventDescriptor = false;
     EXPECT_EQ("cannot create an event descriptor", line.notice());
 }
 
