@@ -68,6 +68,7 @@ LinkCore::LinkCore(const LinkSettings &settings, std::unique_ptr<Line> line)
 LinkCore::~LinkCore()
 {
     int status = 0;
+    m_poller.settle();
     m_driver.initProperty(nullptr, 0, nullptr, &status, "", nullptr); // what it has borrowed goes
 }
 

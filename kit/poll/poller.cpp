@@ -206,6 +206,12 @@ void Poller::deal(const QByteArray &reply)
     m_transaction.verdict = m_driver.dealRcvFrame(&bytes, &m_transaction.information);
 }
 
+void Poller::settle()
+{
+    if (m_frameOut && nextFrame()) // on this thread, which may be another one
+        deal(QByteArray());
+}
+
 /** Answers the driver until it gives the request up, without the line. It is asked for a frame before each reply. */
 void Poller::giveUp()
 {

@@ -34,6 +34,8 @@ public:
     /** Tried at once instead of at the next interval. */
     void openAtOnce() { m_nextOpen = TimePoint(); }
     bool portOpen() const { return m_portOpen; }
+    /** Leaves no frame in the driver that waits for its reply: it may be set up anew then. */
+    void settle();
     /** A request is on its way through the driver, and some of it may have been sent. */
     bool inRequest() const { return m_inRequest; }
     const RequestEnd &request() const { return m_request; }
