@@ -146,7 +146,8 @@ void Replies::checkContent(const QByteArray &reply, Findings &findings) const
  */
 void Replies::checkDraining(TimePoint time, Findings &findings)
 {
-    if (!timedOut || frame.frame[0] != timedOutStation || replySize == 0 || timeOut < ShortestTimeOut || silences[timedOutStation] > DeadAfter)
+    if (!timedOut || frame.frame[0] != timedOutStation || replySize == 0 || timeOut < ShortestTimeOut
+        || silences[timedOutStation] > DeadAfter)
         return;
     const Clock::duration since = time - timeOutEnd;
     if (since >= timeOut / 2)

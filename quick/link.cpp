@@ -9,6 +9,9 @@ namespace {
 
 const int HeartbeatTime = 1000;
 
+/** Out of each frame; the rest is for drawing and fingers. Milliseconds. */
+const int DeliveryTime = 8;
+
 double milliseconds(rtu::Duration time)
 {
     return std::chrono::duration<double, std::milli>(time).count();
@@ -125,6 +128,7 @@ void Link::close()
     m_link.reset();
     deliver(); // the ends of what waited
     m_tags.clear();
+    m_lastShown = rtu::Tag();
     Q_EMIT closed();
 }
 
@@ -210,19 +214,45 @@ void Link::wake()
         m_nextDelivery.start(static_cast<int>(FrameTime - passed));
 }
 
+void Link::takeMail()
+{
+    Mailbox::Content content = m_mailbox->take();
+    for (const auto &change : content.values)
+        m_pending.values[change.first] = change.second;
+    for (Mailbox::Message &message : content.messages)
+        m_pending.messages.push_back(std::move(message));
+}
+
+/** The next in turn, so that none waits for ever while others keep changing. */
+void Link::showNext()
+{
+    auto next = m_pending.values.upper_bound(m_lastShown);
+    if (next == m_pending.values.end())
+        next = m_pending.values.begin();
+    const rtu::Tag handle = next->first;
+    const rtu::TagValue value = next->second;
+    m_pending.values.erase(next);
+    m_lastShown = handle;
+    const auto tag = m_tags.find(handle);
+    if (tag != m_tags.end())
+        tag->second->show(value);
+}
+
 void Link::deliver()
 {
-    m_sinceDelivery.start();
-    const Mailbox::Content content = m_mailbox->take();
     const QPointer<Link> alive(this); // what listens to a tag may destroy anything
-    for (const auto &change : content.values) {
-        const auto tag = m_tags.find(change.first);
-        if (tag != m_tags.end())
-            tag->second->show(change.second);
+    m_sinceDelivery.start();
+    takeMail();
+    while (!m_pending.values.empty()) {
+        showNext();
         if (!alive)
             return;
+        if (m_link && m_sinceDelivery.elapsed() >= DeliveryTime && !m_pending.values.empty())
+            return m_nextDelivery.start(FrameTime - DeliveryTime);
     }
-    for (const Mailbox::Message &message : content.messages) {
+    std::vector<Mailbox::Message> messages;
+    messages.swap(m_pending.messages);
+    for (const Mailbox::Message &message : messages) {
         message();
         if (!alive)
             return;

@@ -30,7 +30,8 @@ class Tag;
 /**
  * Owns an rtu::Link that polls on a thread of its own. What it brings is handed over to
  * the thread of this object at most once in FrameTime, by one queued wake-up; of each
- * tag only the newest value. No call waits for the line.
+ * tag only the newest value. What takes longer than half a frame goes on in the next
+ * one. No call waits for the line.
  *
  * A changed setting starts the link anew at the next turn of the event loop; values of
  * tags survive, writes that wait end as not sent.
@@ -123,6 +124,8 @@ private:
     void setStatus(Status status, const QString &error = QString());
     void portChanged(bool open);
     void wake();
+    void takeMail();
+    void showNext();
     void deliver();
     void beat();
 
@@ -152,6 +155,8 @@ private:
     std::map<rtu::Tag, Tag *> m_tags;
     std::map<QString, rtu::TagValue> m_remembered;
     std::shared_ptr<Mailbox> m_mailbox;
+    Mailbox::Content m_pending; ///< taken from the mailbox, and not shown yet
+    rtu::Tag m_lastShown;
     QElapsedTimer m_sinceDelivery;
     QTimer m_nextDelivery;
     QTimer m_heartbeat;

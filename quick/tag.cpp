@@ -13,7 +13,7 @@ QDateTime dateTime(rtu::TimePoint time)
     if (time == rtu::TimePoint())
         return QDateTime();
     const auto age = std::chrono::duration_cast<std::chrono::milliseconds>(rtu::SteadyClock::now() - time);
-    return QDateTime::currentDateTime().addMSecs(-age.count());
+    return QDateTime::fromMSecsSinceEpoch(QDateTime::currentMSecsSinceEpoch() - age.count());
 }
 
 /** What the end means for the value; empty when it is on its way or where it should be. */

@@ -3,7 +3,7 @@
 
 # What a change needs, and the whole matrix, the quick ones with the most to say first.
 quick_stages=(release thread abi)
-all_stages=(style "${quick_stages[@]}" sanitize fuzz package demo clang qt6 tools)
+all_stages=(style "${quick_stages[@]}" sanitize fuzz package demo clang qt6 quick tools)
 extra_stages=(machine-armhf machine-s390x machine-arm64 machine-armel machine-i386 coverage)
 
 # Tests that show that a tool notices what it is there for: see the stage tools.
@@ -17,6 +17,7 @@ declare -A stage_purpose=(
     [demo]="the demo: the driver against simulated slaves"
     [clang]="clang++: all tests with Qt 5, the library with Qt 6"
     [qt6]="Qt 6, g++: all tests"
+    [quick]="the Qt Quick module and the example panel with Qt 5 and 6, without a display, and with the thread sanitizer"
     [abi]="exported names and layouts against their baseline"
     [tools]="that the comparison of interfaces and the soak notice what goes wrong: counts when it fails"
     [package]="installation, hosts built outside the tree, Debian packages"
@@ -108,6 +109,20 @@ stage_qt6()
 {
     install_for build host demo test qt6 || return 1
     whole_preset qt6
+}
+
+# What is built and run is the module, the panel and the kit below; the rest has stages of its own.
+stage_quick()
+{
+    install_for build demo test quick quick6 || return 1
+    local preset
+    for preset in quick quick-qt6; do
+        build_preset "$preset" --target quick_module_tests panel || return 1
+        run_tests "build/$preset" -L quick
+    done
+    build_preset quick-thread --target quick_module_tests || return 1
+    with_environment "TSAN_OPTIONS=halt_on_error=1:suppressions=$PWD/tests/quick/qt.suppressions" -- \
+        run_tests build/quick-thread -L quick
 }
 
 stage_fuzz()

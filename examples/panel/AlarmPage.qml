@@ -1,0 +1,47 @@
+import QtQuick 2.15
+
+Item {
+    id: page
+    property var alarms: []
+    readonly property var shown: alarms.filter(function(alarm) { return alarm.active || !alarm.seen })
+
+    Card {
+        anchors { fill: parent; bottomMargin: 58 }
+        caption: page.shown.length === 0 ? "No alarms" : "Alarms"
+        ListView {
+            anchors { fill: parent; margins: Theme.gap; topMargin: 34 }
+            clip: true
+            spacing: 6
+            model: page.shown
+            delegate: Rectangle {
+                objectName: "alarm " + modelData.text
+                width: ListView.view.width
+                height: 40
+                radius: 6
+                color: modelData.active ? "#5a2226" : Theme.raised
+                Rectangle { width: 6; height: parent.height; radius: 3; color: modelData.active ? Theme.alarm : Theme.dim }
+                Text {
+                    anchors { left: parent.left; leftMargin: 20; verticalCenter: parent.verticalCenter }
+                    text: modelData.text
+                    color: modelData.active ? Theme.text : Theme.dim
+                    font.pixelSize: Theme.normal
+                }
+                Text {
+                    anchors { right: parent.right; rightMargin: 14; verticalCenter: parent.verticalCenter }
+                    text: (modelData.active ? "since " : "gone ") + Qt.formatTime(modelData.since, "hh:mm:ss")
+                          + (modelData.seen ? "" : "  ●")
+                    color: modelData.seen ? Theme.dim : Theme.warning
+                    font.pixelSize: Theme.small
+                }
+            }
+        }
+    }
+    PanelButton {
+        objectName: "acknowledge"
+        anchors { right: parent.right; bottom: parent.bottom }
+        width: 180
+        text: "Acknowledge"
+        enabled: page.shown.length > 0
+        onClicked: page.shown.forEach(function(alarm) { alarm.seen = true })
+    }
+}

@@ -1,0 +1,91 @@
+import QtQuick 2.15
+
+// Takes a number between two limits, by touch or from a keyboard.
+Rectangle {
+    id: keypad
+    property string caption
+    property real least: 0
+    property real most: 0
+    property string entry
+    property var accept: null
+    readonly property bool fits: /^-?\d+(\.\d+)?$/.test(entry) && Number(entry) >= least && Number(entry) <= most
+
+    function ask(caption, value, least, most, accept) {
+        keypad.caption = caption
+        keypad.least = least
+        keypad.most = most
+        keypad.accept = accept
+        entry = ""
+        visible = true
+        forceActiveFocus()
+    }
+    function press(key) {
+        if (key === "C")
+            visible = false
+        else if (key === "⌫")
+            entry = entry.slice(0, -1)
+        else if (key !== "OK")
+            entry += key
+        else if (fits) {
+            visible = false
+            accept(Number(entry))
+        }
+    }
+
+    anchors.fill: parent
+    visible: false
+    color: "#c0000000"
+    Keys.onPressed: function(event) {
+        const special = { [Qt.Key_Return]: "OK", [Qt.Key_Enter]: "OK", [Qt.Key_Escape]: "C", [Qt.Key_Backspace]: "⌫" }
+        const key = special[event.key] || event.text
+        if (/^([\d.-]|OK|C|⌫)$/.test(key))
+            press(key)
+        event.accepted = true
+    }
+    MouseArea { anchors.fill: parent } // what lies below is not touched
+
+    Card {
+        anchors.centerIn: parent
+        width: 4 * 74 + 3 * 8 + 40
+        height: 420
+        caption: keypad.caption
+        Rectangle {
+            id: display
+            anchors { left: parent.left; right: parent.right; top: parent.top; margins: 20; topMargin: 38 }
+            height: 54
+            radius: Theme.radius
+            color: Theme.back
+            border.color: keypad.entry === "" || keypad.fits ? Theme.edge : Theme.alarm
+            Text {
+                anchors { right: parent.right; verticalCenter: parent.verticalCenter; margins: 14 }
+                text: keypad.entry
+                color: keypad.fits ? Theme.text : Theme.alarm
+                font { pixelSize: Theme.large; bold: true }
+            }
+        }
+        Text {
+            id: limits
+            anchors { top: display.bottom; right: display.right; topMargin: 6 }
+            text: keypad.least + " … " + keypad.most
+            color: keypad.entry === "" || keypad.fits ? Theme.dim : Theme.alarm
+            font.pixelSize: Theme.small
+        }
+        Grid {
+            anchors { top: limits.bottom; left: display.left; topMargin: 8 }
+            columns: 4
+            spacing: 8
+            Repeater {
+                model: ["7", "8", "9", "⌫", "4", "5", "6", "C", "1", "2", "3", "-", "0", ".", "", "OK"]
+                PanelButton {
+                    objectName: "key" + modelData
+                    width: 74; height: 60
+                    text: modelData
+                    opacity: modelData === "" ? 0 : enabled ? 1 : 0.4
+                    enabled: modelData !== "" && (modelData !== "OK" || keypad.fits)
+                    tone: modelData === "OK" ? Theme.accent : Theme.raised
+                    onClicked: keypad.press(modelData)
+                }
+            }
+        }
+    }
+}
