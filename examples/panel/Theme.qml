@@ -1,5 +1,5 @@
 pragma Singleton
-import QtQml 2.15
+import QtQuick 2.15
 
 // The look of the panel in one place.
 QtObject {
