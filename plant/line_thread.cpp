@@ -1,13 +1,11 @@
 #include "plant/line_thread.h"
 
+#include "kit/line/signals_held.h"
+
 #include <algorithm>
 #include <cerrno>
-#include <csignal>
-#include <ctime>
-#include <system_error>
 
 #include <poll.h>
-#include <sys/eventfd.h>
 #include <sys/prctl.h>
 #include <unistd.h>
 
@@ -20,14 +18,6 @@ using std::chrono::nanoseconds;
 // A request that does not go on for this long is given up: far beyond the
 // silence of a line, because a master's bytes may come through a scheduler.
 const nanoseconds ShortestQuiet = std::chrono::milliseconds(5);
-
-timespec toTimespec(nanoseconds time)
-{
-    timespec result;
-    result.tv_sec = static_cast<time_t>(time.count() / 1000000000);
-    result.tv_nsec = static_cast<long>(time.count() % 1000000000);
-    return result;
-}
 
 /** The next tick of a clock that ticks at this interval, or the time itself when on a tick. */
 Clock::time_point nextTick(Clock::time_point time, nanoseconds interval)
@@ -83,27 +73,15 @@ LineThread::LineThread(const Port &port, LineSource line, Handler handler)
     , m_lineSource(std::move(line))
     , m_handler(std::move(handler))
     , m_line(m_lineSource())
-    , m_wakeUp(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
-    if (m_wakeUp < 0)
-        throw std::system_error(errno, std::generic_category(), "eventfd");
-    // Signals are for the program's own threads.
-    sigset_t all;
-    sigset_t before;
-    sigfillset(&all);
-    pthread_sigmask(SIG_BLOCK, &all, &before);
+    const rtu::SignalsHeld noSignals;
     m_thread = std::thread([this] { run(); });
-    pthread_sigmask(SIG_SETMASK, &before, nullptr);
 }
 
 LineThread::~LineThread()
 {
-    m_stopping = true;
-    const std::uint64_t one = 1;
-    const ssize_t written = ::write(m_wakeUp, &one, sizeof one);
-    (void)written;
+    m_wakeUp.interrupt();
     m_thread.join();
-    ::close(m_wakeUp);
 }
 
 Clock::time_point LineThread::quietAt() const
@@ -115,7 +93,7 @@ void LineThread::run()
 {
     // Bytes have to come on time to the microsecond, not to the usual 50.
     prctl(PR_SET_TIMERSLACK, 1ul, 0ul, 0ul, 0ul);
-    while (!m_stopping) {
+    while (!m_wakeUp.interrupted()) {
         waitForEvent();
         if (!serve()) {
             m_alive = false;
@@ -137,14 +115,7 @@ Clock::time_point LineThread::nextEvent() const
 
 void LineThread::waitForEvent()
 {
-    const Clock::time_point until = nextEvent();
-    pollfd waits[] = {{m_port.descriptor(), POLLIN, 0}, {m_wakeUp, POLLIN, 0}};
-    if (until == Clock::time_point::max()) {
-        ppoll(waits, 2, nullptr, nullptr);
-        return;
-    }
-    const timespec rest = toTimespec(std::max<nanoseconds>(nanoseconds(0), until - Clock::now()));
-    ppoll(waits, 2, &rest, nullptr);
+    m_wakeUp.await(m_port.descriptor(), POLLIN, nextEvent());
 }
 
 bool LineThread::serve()

@@ -5,6 +5,7 @@
 #ifndef RTU_PLANT_LINE_THREAD_H
 #define RTU_PLANT_LINE_THREAD_H
 
+#include "kit/line/wake_up.h"
 #include "plant/frame_bytes.h"
 #include "plant/port.h"
 
@@ -73,8 +74,7 @@ private:
     Clock::time_point m_lastByte;
     unsigned long m_heard = 0;
     std::atomic<bool> m_alive{true};
-    std::atomic<bool> m_stopping{false};
-    int m_wakeUp; ///< event descriptor that ends the waiting
+    rtu::WakeUp m_wakeUp; ///< ends the waiting
     std::thread m_thread;
 };
 

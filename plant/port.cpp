@@ -1,5 +1,7 @@
 #include "plant/port.h"
 
+#include "kit/line/port_control.h"
+
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
@@ -8,7 +10,6 @@
 #include <stdlib.h>
 #include <sys/ioctl.h>
 #include <sys/stat.h>
-#include <termios.h>
 #include <unistd.h>
 
 namespace plant {
@@ -25,10 +26,10 @@ bool fail(std::string *error, const std::string &what)
 bool makeRaw(int descriptor)
 {
     termios terminal;
-    if (tcgetattr(descriptor, &terminal) != 0)
+    if (!rtu::port_control::readSettings(descriptor, &terminal))
         return false;
     cfmakeraw(&terminal);
-    return tcsetattr(descriptor, TCSANOW, &terminal) == 0;
+    return rtu::port_control::writeSettings(descriptor, terminal);
 }
 
 bool isLink(const std::string &path)

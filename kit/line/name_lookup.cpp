@@ -1,10 +1,9 @@
 #include "kit/line/name_lookup.h"
 
+#include "kit/line/signals_held.h"
 #include "kit/line/wake_up.h"
 
 #include <netdb.h>
-#include <pthread.h>
-#include <signal.h>
 
 #include <cstring>
 #include <mutex>
@@ -39,25 +38,6 @@ LookupResult ask(const std::string &host, const std::string &port, int flags)
     ::freeaddrinfo(found);
     return result;
 }
-
-/** Threads that begin meanwhile get no signals: those are for the program's own threads. */
-class SignalsHeld
-{
-public:
-    SignalsHeld()
-    {
-        sigset_t all;
-        sigfillset(&all);
-        ::pthread_sigmask(SIG_BLOCK, &all, &m_before);
-    }
-
-    ~SignalsHeld() { ::pthread_sigmask(SIG_SETMASK, &m_before, nullptr); }
-    SignalsHeld(const SignalsHeld &) = delete;
-    SignalsHeld &operator=(const SignalsHeld &) = delete;
-
-private:
-    sigset_t m_before;
-};
 
 } // namespace
 
