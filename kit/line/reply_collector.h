@@ -23,6 +23,8 @@ class ReplyCollector
 public:
     ReplyCollector(Line &line, const LineTiming &timing, Duration replyTimeout, bool removeEcho);
 
+    /** For the replies from now on: how long characters last, and the pause that ends a reply. */
+    void setTiming(const LineTiming &timing) { m_timing = timing; }
     /** For the replies from now on: time from the end of the request to the first byte. */
     void setReplyTimeout(Duration timeout) { m_replyTimeout = timeout; }
     /** For the replies from now on: the request comes back in front of them. */

@@ -34,9 +34,9 @@ void LineRecord::count(Entry &entry, const Transaction &t, Duration busy)
     }
 }
 
-void LineRecord::add(const Transaction &t)
+void LineRecord::add(const Transaction &t, Duration silence)
 {
-    const Duration busy = std::max(t.finished, t.requestEnd) - t.sent + m_timing.silence();
+    const Duration busy = std::max(t.finished, t.requestEnd) - t.sent + silence;
     count(m_total, t, busy);
     count(m_stations[t.station], t, busy);
 }

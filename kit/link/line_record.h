@@ -5,7 +5,6 @@
 #ifndef KIT_LINK_LINE_RECORD_H
 #define KIT_LINK_LINE_RECORD_H
 
-#include "kit/line/line_timing.h"
 #include "kit/link/quantiles.h"
 #include "kit/poll/request_end.h"
 
@@ -20,9 +19,10 @@ namespace rtu {
 class LineRecord
 {
 public:
-    LineRecord(const LineTiming &timing, TimePoint start) : m_timing(timing), m_start(start) {}
+    explicit LineRecord(TimePoint start) : m_start(start) {}
 
-    void add(const Transaction &transaction);
+    /** @param silence kept before the frame */
+    void add(const Transaction &transaction, Duration silence);
     /** A cyclic read brought values. */
     void refreshed(const Area &area, TimePoint when);
     void setSilent(int station, bool silent) { m_stations[station].counts.silent = silent; }
@@ -42,7 +42,6 @@ private:
     static void count(Entry &entry, const Transaction &transaction, Duration busy);
     static StationStatistics summary(const Entry &entry, Duration elapsed);
 
-    LineTiming m_timing;
     TimePoint m_start;
     Entry m_total;
     std::map<int, Entry> m_stations;

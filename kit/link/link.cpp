@@ -7,24 +7,31 @@ namespace rtu {
 
 namespace {
 
+/** What the parts of a link cannot do comes to the caller as the one exception of the kit. */
+template <typename Call>
+auto withErrors(Call call) -> decltype(call())
+{
+    try {
+        return call();
+    } catch (const Error &) {
+        throw;
+    } catch (const std::runtime_error &error) {
+        throw Error(QString::fromUtf8(error.what()));
+    }
+}
+
 std::unique_ptr<Line> lineOf(const LinkSettings &settings)
 {
     if (settings.port.isEmpty())
         throw Error(QLatin1String("the port is missing: /dev/ttyUSB0, a pseudo-terminal, or tcp:HOST:PORT"));
-    return makeLine(settings.port.toStdString(), settings.parameters);
+    return withErrors([&] { return makeLine(settings.port.toStdString(), settings.parameters); });
 }
 
 std::shared_ptr<LinkCore> coreOf(const LinkSettings &settings, std::unique_ptr<Line> line)
 {
     if (!line)
         throw Error(QLatin1String("the line is missing"));
-    try {
-        return std::make_shared<LinkCore>(settings, std::move(line));
-    } catch (const Error &) {
-        throw;
-    } catch (const std::runtime_error &error) {
-        throw Error(QString::fromUtf8(error.what()));
-    }
+    return withErrors([&] { return std::make_shared<LinkCore>(settings, std::move(line)); });
 }
 
 } // namespace
@@ -89,12 +96,12 @@ void Link::onTransaction(std::function<void(const Transaction &)> observer)
 
 void Link::open()
 {
-    m_core->open();
+    withErrors([this] { m_core->open(); });
 }
 
 void Link::start()
 {
-    m_core->start();
+    withErrors([this] { m_core->start(); });
 }
 
 void Link::stop()

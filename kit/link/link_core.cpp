@@ -1,5 +1,7 @@
 #include "kit/link/link_core.h"
 
+#include "kit/line/signals_held.h"
+
 #include <modbus_rtu_host/error.h>
 
 #include <algorithm>
@@ -44,6 +46,7 @@ LinkCore::LinkCore(const LinkSettings &settings, std::unique_ptr<Line> line)
     : m_settings(checked(settings))
     , m_lock(std::make_shared<LinkLock>())
     , m_line(std::move(line))
+    , m_port(dynamic_cast<PortLine *>(m_line.get()))
     , m_driver(settings.driver.toStdString(), LibraryUse::OwnCopy)
     , m_catalog(m_driver)
     , m_tags(m_driver, settings.maxWords,
@@ -57,7 +60,7 @@ LinkCore::LinkCore(const LinkSettings &settings, std::unique_ptr<Line> line)
     , m_transfers(m_parts, m_memory, LinkId)
     , m_poller(m_driver, *m_line, m_settings, *this)
     , m_paced(m_parts, m_poller.health())
-    , m_record(LineTiming(settings.parameters), m_line->now())
+    , m_record(m_line->now())
 {
     int status = 0;
     m_driver.setChangeListener([this](const ValueChange &) { m_changed = true; });
@@ -153,29 +156,41 @@ TimePoint LinkCore::nextStep() const
 
 void LinkCore::open()
 {
-    if (!running() && !m_line->ensureOpen()) // one thread uses a line
-        throw Error(QLatin1String("cannot open ") + m_settings.port
-                    + QLatin1String(": it is not there, it is in use, or its permissions forbid it"));
+    if (running() || m_line->ensureOpen()) // one thread uses a line
+        return;
+    if (!m_port)
+        throw Error(QLatin1String("cannot open the line: it is not there"));
+    m_port->open();
 }
 
 void LinkCore::start()
 {
-    Locked held(m_lock->mutex);
-    if (m_threaded)
+    if (running())
         return;
-    if (m_thread.joinable()) {
-        // Stopped from its own thread before, which has only its way out left.
-        if (m_thread.get_id() == std::this_thread::get_id())
-            throw Error(QLatin1String("a link that was stopped in a callback is started again after the callback"));
-        held.unlock();
-        m_thread.join();
-        held.lock();
-    }
-    m_threaded = true;
-    m_poller.stopping() = false;
+    if (onOwnThread())
+        throw Error(QLatin1String("a link that was stopped in a callback is started again after the callback"));
+    const Locked alone(m_startStop);
+    if (running())
+        return;
+    joinThread(); // stopped in a callback before, it has only its way out left
     m_line->clearInterrupt();
     const std::shared_ptr<LinkCore> self = shared_from_this();
+    const SignalsHeld noSignals;
+    const Locked held(m_lock->mutex); // the thread looks at nothing before all is set
+    m_poller.stopping() = false;
     m_thread = std::thread([self] { self->run(); });
+    m_polling = m_thread.get_id();
+    m_threaded = true;
+}
+
+/** With m_startStop held. */
+void LinkCore::joinThread()
+{
+    if (!m_thread.joinable())
+        return;
+    m_thread.join();
+    const Locked held(m_lock->mutex);
+    m_polling = std::thread::id();
 }
 
 void LinkCore::run()
@@ -197,17 +212,28 @@ void LinkCore::rest()
 
 void LinkCore::stop()
 {
-    bool join = false;
+    if (onOwnThread())
+        return endPolling();
+    const Locked alone(m_startStop);
+    endPolling();
+    joinThread();
+}
+
+void LinkCore::endPolling()
+{
     {
         const Locked held(m_lock->mutex);
         m_poller.stopping() = true;
         m_threaded = false;
-        join = m_thread.joinable() && m_thread.get_id() != std::this_thread::get_id();
     }
     m_lock->changed.notify_all();
     m_line->interrupt();
-    if (join)
-        m_thread.join();
+}
+
+bool LinkCore::onOwnThread() const
+{
+    const Locked held(m_lock->mutex);
+    return m_polling == std::this_thread::get_id();
 }
 
 bool LinkCore::running() const
@@ -251,7 +277,7 @@ void LinkCore::tell()
 void LinkCore::shutDown()
 {
     stop();
-    if (m_thread.joinable())
+    if (onOwnThread())
         m_thread.detach(); // destroyed in a callback: the thread has only its way out left, and keeps this alive
     {
         const Locked held(m_lock->mutex);
@@ -330,7 +356,7 @@ void LinkCore::frameDone(const Transaction &transaction)
 {
     {
         const Locked held(m_lock->mutex);
-        m_record.add(transaction);
+        m_record.add(transaction, m_poller.silence(transaction.station));
     }
     for (const auto &observer : m_listeners.transaction)
         m_events.add([observer, transaction] { observer(transaction); });
@@ -403,6 +429,8 @@ void LinkCore::portChanged(bool open)
     if (!open) {
         m_tags.allSilent();
         m_paced.portLost();
+    } else if (m_port) {
+        m_poller.setTiming(m_port->timing());
     }
     for (const auto &listener : m_listeners.port)
         m_events.add([listener, open] { listener(open); });

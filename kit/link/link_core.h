@@ -8,6 +8,7 @@
 
 #include "kit/driver/block_memory.h"
 #include "kit/driver/register_catalog.h"
+#include "kit/line/port_line.h"
 #include "kit/link/line_record.h"
 #include "kit/link/write_queue.h"
 #include "kit/poll/paced_reads.h"
@@ -54,7 +55,9 @@ public:
     LinkStatistics statistics() const;
     TimePoint nextStep() const;
 
+    /** @throws std::runtime_error with the reason when the port is not to be had */
     void open();
+    /** @throws std::runtime_error when the system has no thread */
     void start();
     void stop();
     bool running() const;
@@ -74,6 +77,9 @@ private:
     void rest();
     void feedReadBack();
     void tell();
+    void joinThread();
+    void endPolling();
+    bool onOwnThread() const;
 
     bool feed() override;
     TimePoint nextFeed() override;
@@ -93,6 +99,7 @@ private:
     LinkSettings m_settings;
     std::shared_ptr<LinkLock> m_lock;
     std::unique_ptr<Line> m_line;
+    PortLine *m_port; ///< the line, where it is the kit's own; else null
     DriverLibrary m_driver;
     RegisterCatalog m_catalog;
     BlockMemory m_memory;
@@ -113,8 +120,10 @@ private:
     std::vector<TagRecordPtr> m_known; ///< guarded by the lock: as callers see the tags
     TimePoint m_nextStep;              ///< guarded by the lock
     bool m_ended = false;              ///< guarded by the lock
-    std::thread m_thread;
-    bool m_threaded = false; ///< guarded by the lock: a thread of its own polls
+    std::mutex m_startStop;            ///< over starting and joining the thread; never taken on it
+    std::thread m_thread;              ///< guarded by m_startStop
+    std::thread::id m_polling;         ///< guarded by the lock: the thread until it has been joined
+    bool m_threaded = false;           ///< guarded by the lock: a thread of its own polls
 };
 
 } // namespace rtu

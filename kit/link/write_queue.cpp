@@ -57,7 +57,15 @@ void WriteQueue::accept(const WriteJobPtr &job)
         return;
     }
     const WriteJobPtr replaced = *older;
-    *older = job;
+    const bool keepsPlace = std::none_of(older + 1, m_waiting.end(), [&](const WriteJobPtr &behind) {
+        return behind->layout->sharesPlace(*job->layout);
+    });
+    if (keepsPlace) {
+        *older = job;
+    } else { // what was asked for last is what the slave is to hold in the end
+        m_waiting.erase(older);
+        m_waiting.push_back(job);
+    }
     const bool takenBack = !replaced->take();
     const QString text = QLatin1String(takenBack ? "taken back" : "a newer write to the same place took its turn");
     end(replaced, resultOf(takenBack ? WriteEnd::Cancelled : WriteEnd::Replaced, text, job->asked));

@@ -19,26 +19,26 @@ bool isReadFunction(const FRAME_PRO &frame)
     return frame.frame[1] >= 1 && frame.frame[1] <= 4;
 }
 
-LineTiming timingOf(const LinkSettings &settings)
-{
-    LineTiming timing(settings.parameters);
-    if (settings.silence >= Duration(0))
-        timing.setSilence(settings.silence);
-    if (settings.replyGap >= Duration(0))
-        timing.setReplyGap(settings.replyGap);
-    return timing;
-}
-
 } // namespace
 
 FrameExchange::FrameExchange(Line &line, const LinkSettings &settings, const std::atomic<bool> &stopping)
     : m_line(line)
     , m_settings(settings)
     , m_stopping(stopping)
-    , m_timing(timingOf(settings))
     , m_collector(line, m_timing, settings.replyTimeout, settings.echo == Echo::Always)
     , m_echoes(settings.echo == Echo::Always)
 {
+    setTiming(LineTiming(settings.parameters));
+}
+
+void FrameExchange::setTiming(const LineTiming &timing)
+{
+    m_timing = timing;
+    if (m_settings.silence >= Duration(0))
+        m_timing.setSilence(m_settings.silence);
+    if (m_settings.replyGap >= Duration(0))
+        m_timing.setReplyGap(m_settings.replyGap);
+    m_collector.setTiming(m_timing);
 }
 
 Duration FrameExchange::replyTimeout(int station) const

@@ -42,7 +42,10 @@ public:
     void giveUp();
 
     Duration replyTimeout(int station) const;
-    const LineTiming &timing() const { return m_timing; }
+    /** Quiet time before a frame to this station. */
+    Duration silence(int station) const;
+    /** How long characters last from now on; a silence that is set holds whatever the line has. */
+    void setTiming(const LineTiming &timing);
 
 private:
     void begin(const FRAME_PRO &frame, const Sending &sending);
@@ -52,7 +55,6 @@ private:
     void collect();
     void detectEcho();
     bool expectLate(const Sending &sending);
-    Duration silence(int station) const;
     bool stopping() const { return m_stopping.load(std::memory_order_relaxed); }
 
     Line &m_line;

@@ -31,8 +31,10 @@ public:
     void setPlan(int roundLength, const std::set<int> &stations);
 
     StationHealth &health() { return m_health; }
-    /** Tried at once instead of at the next interval. */
-    void openAtOnce() { m_nextOpen = TimePoint(); }
+    /** Of the port that has been opened. */
+    void setTiming(const LineTiming &timing) { m_exchange.setTiming(timing); }
+    /** Quiet time before a frame to this station. */
+    Duration silence(int station) const { return m_exchange.silence(station); }
     bool portOpen() const { return m_portOpen; }
     /** Leaves no frame in the driver that waits for its reply: it may be set up anew then. */
     void settle();

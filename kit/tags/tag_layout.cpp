@@ -138,6 +138,15 @@ bool TagLayout::sameTarget(const TagLayout &other) const
            && m_spec.values == other.m_spec.values;
 }
 
+bool TagLayout::sharesPlace(const TagLayout &other) const
+{
+    Area mine = area();
+    const Area others = other.area();
+    if (mine.station == 0 || others.station == 0)
+        mine.station = others.station;
+    return mine.overlaps(others);
+}
+
 double TagLayout::number(std::uint32_t raw) const
 {
     if (m_spec.format == TagFormat::Float)

@@ -36,6 +36,8 @@ public:
     /** "station 1 4x100", for messages. */
     QString label() const;
     bool sameTarget(const TagLayout &other) const;
+    /** Whether a write of one may change values of the other; station 0 is all stations. */
+    bool sharesPlace(const TagLayout &other) const;
 
     double number(std::uint32_t raw) const;
     QString text(const std::vector<std::uint32_t> &raw) const;

@@ -85,10 +85,10 @@ protected:
     void untilFive() { fifth.get_future().wait(); }
 
     rtu::LinkSettings settings;
-    QuickLine *line = nullptr;
-    std::unique_ptr<rtu::Link> link;
     std::atomic<int> frames{0};
     std::promise<void> fifth;
+    QuickLine *line = nullptr;
+    std::unique_ptr<rtu::Link> link; ///< goes first: its thread calls back until then
 };
 
 TEST_F(LinkThread, PollsAndStops)
@@ -178,6 +178,29 @@ TEST_F(LinkThread, AWriteCanBeWaitedForFromAnotherThread)
     const rtu::Write write = link->write(TagSpec(1, "4x10"), {7});
     EXPECT_TRUE(write.wait(std::chrono::hours(1)));
     EXPECT_EQ(rtu::WriteEnd::Acknowledged, write.result().end);
+}
+
+TEST_F(LinkThread, IsStartedAndStoppedFromManyThreads)
+{
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i)
+        threads.emplace_back([this, i] {
+            for (int n = 0; n < 50; ++n) {
+                if ((n + i) % 2 == 0)
+                    link->start();
+                else
+                    link->stop();
+            }
+        });
+    for (std::thread &thread : threads)
+        thread.join();
+    link->stop();
+    EXPECT_FALSE(link->running());
+    const int sent = line->sent;
+    EXPECT_EQ(LinkStep::Stopped, link->step());
+    EXPECT_EQ(sent, line->sent) << "no thread is left that sends";
+    link->start();
+    untilFive();
 }
 
 TEST_F(LinkThread, TagsAndWritesComeFromManyThreads)

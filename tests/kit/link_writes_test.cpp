@@ -240,6 +240,34 @@ TEST_F(LinkWrites, ReplacedByANewerOne)
     EXPECT_EQ(8.0, tag.value().number());
 }
 
+TEST_F(LinkWrites, ReplacedOnesDoNotOvertakeWhatSharesTheirPlace)
+{
+    struct Case
+    {
+        const char *what;
+        TagSpec between;
+        std::vector<double> numbers;
+        std::uint16_t before; ///< in the slave when the last write is sent
+    };
+    TagSpec pair(1, "4x9");
+    pair.values = 2;
+    const Case cases[] = {{"a longer write", pair, {3, 8}, 8},
+                          {"a bit of the register", TagSpec(1, "4x_bit10.3"), {1}, 8},
+                          {"a write to all stations", TagSpec(0, "4x10"), {8}, 8}};
+    for (const Case &c : cases) {
+        plant.poke(1, Table::HoldingRegisters, 9, 0);
+        link().write(TagSpec(1, "4x10"), {5});
+        link().write(c.between, c.numbers);
+        link().write(TagSpec(1, "4x10"), {7});
+        std::uint16_t lastSeen = 0;
+        while (held(9) != 7 && link().step() == LinkStep::Done)
+            lastSeen = held(9) == 7 ? lastSeen : held(9);
+        EXPECT_EQ(c.before, lastSeen) << c.what;
+        steps(5);
+        EXPECT_EQ(7, held(9)) << c.what << ": what was asked for last";
+    }
+}
+
 TEST_F(LinkWrites, PulsesAreNotReplaced)
 {
     const rtu::Tag tag = link().addTag(TagSpec(1, "0x10"));
