@@ -20,7 +20,7 @@ WriteResult resultOf(WriteEnd end, const QString &text, TimePoint when)
 /** What a request that was not acknowledged says about the write as a whole. */
 WriteEnd endOf(const RequestEnd &end, const WriteJob &job)
 {
-    if (end.refused())
+    if (end.changedNothing())
         return WriteEnd::Refused;
     const bool partly = job.acknowledged > 0;
     return end.written || partly ? WriteEnd::Unconfirmed : WriteEnd::NotSent;
@@ -30,7 +30,9 @@ QString reasonOf(const RequestEnd &end)
 {
     switch (end.kind) {
     case ReplyKind::Exception:
-        return QString::fromLatin1("the slave answered with exception %1").arg(end.exceptionCode);
+        return QString::fromLatin1("the slave answered%1 with exception %2")
+            .arg(QLatin1String(end.writtenUnheard ? " a further attempt" : ""))
+            .arg(end.exceptionCode);
     case ReplyKind::Silent:
         return QLatin1String("no answer");
     case ReplyKind::PortLost:
@@ -150,7 +152,7 @@ void WriteQueue::finish(const RequestEnd &done)
         result.acknowledged = broadcast ? 0 : result.acknowledged;
     } else {
         result.end = endOf(done, *m_current);
-        result.exceptionCode = done.refused() ? done.exceptionCode : 0;
+        result.exceptionCode = done.changedNothing() ? done.exceptionCode : 0;
         result.text = reasonOf(done);
     }
     endCurrent(result);

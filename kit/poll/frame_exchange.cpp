@@ -14,6 +14,9 @@ const int DeadAfter = 3;
 /** So much of a request in front of a reply is no accident. */
 const int EchoBytes = 5;
 
+/** So many good replies in a row without their echo: the adapter does not hear itself. */
+const int EchoGone = 3;
+
 bool isReadFunction(const FRAME_PRO &frame)
 {
     return frame.frame[1] >= 1 && frame.frame[1] <= 4;
@@ -127,9 +130,13 @@ void FrameExchange::detectEcho()
     if (m_settings.echo != Echo::Detect || !t.isRead || t.reply.isEmpty())
         return;
     if (m_echoes) {
-        m_echoes = t.echoRemoved || t.kind != ReplyKind::Good;
+        // One good reply without an echo may be a late one that came in front of it.
+        if (t.kind == ReplyKind::Good)
+            m_echoesMissed = t.echoRemoved ? 0 : m_echoesMissed + 1;
+        m_echoes = m_echoesMissed < EchoGone;
         return;
     }
+    m_echoesMissed = 0;
     const int common = std::min(static_cast<int>(t.reply.size()), static_cast<int>(t.request.size()));
     m_echoes = t.kind != ReplyKind::Good && common >= EchoBytes && t.reply.left(common) == t.request.left(common);
     if (m_echoes)

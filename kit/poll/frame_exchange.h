@@ -44,7 +44,7 @@ public:
     Duration replyTimeout(int station) const;
     /** Quiet time before a frame to this station. */
     Duration silence(int station) const;
-    /** How long characters last from now on; a silence that is set holds whatever the line has. */
+    /** How long characters last from now on; what the settings say of it holds whatever the line has. */
     void setTiming(const LineTiming &timing);
 
 private:
@@ -71,6 +71,7 @@ private:
     std::map<int, TimePoint> m_lateUntil; ///< by station: answers to questions and given-up requests may come
     std::map<int, int> m_listenedInVain;  ///< by station, how often since it last made a sound
     bool m_echoes = false;                ///< the adapter hears itself
+    int m_echoesMissed = 0;               ///< good replies since the last echo
 };
 
 } // namespace rtu

@@ -172,6 +172,8 @@ void Poller::handOver()
     m_request.kind = t.kind;
     m_request.exceptionCode = t.exceptionCode;
     m_request.time = t.finished;
+    if (isWriteFrame() && !m_request.good() && !m_request.refused())
+        m_request.writtenUnheard = true;
     if (t.kind != ReplyKind::Silent && t.kind != ReplyKind::Foreign && !m_request.gatewaySilence())
         m_heard = true;
     deal(t.kind == ReplyKind::Foreign ? QByteArray() : t.reply);
@@ -242,7 +244,7 @@ void Poller::noteHealth()
         return;
     const int station = m_request.area.station;
     const TimePoint now = m_line.now();
-    if (m_wasDead)
+    if (question()) // what callers want of a dead station is no question, and may cost more of the line
         m_health.asked(station, now, now - m_exchangeStart);
     if (m_heard) {
         m_health.heard(station, m_transaction.firstByte - m_transaction.requestEnd);

@@ -28,11 +28,15 @@ struct RequestEnd
     int exceptionCode = 0;
     /** A frame that writes was handed to the port. */
     bool written = false;
+    /** An attempt of it got no answer that says whether the slave acted on it. */
+    bool writtenUnheard = false;
     TimePoint time;
     QString text; ///< the driver's error text
 
     bool good() const { return kind == ReplyKind::Good; }
     bool refused() const { return kind == ReplyKind::Exception && !gatewaySilence(); }
+    /** Refused, and no earlier attempt can have been carried out. */
+    bool changedNothing() const { return refused() && !writtenUnheard; }
     /** A gateway's word for silence: it cannot reach the station, or the station does not answer it. */
     bool gatewaySilence() const { return exceptionCode == 10 || exceptionCode == 11; }
 };

@@ -192,8 +192,8 @@ void TransferQueue::pieceDone(const Piece &piece, const RequestEnd &done, int of
         return;
     }
     const bool sent = done.kind != ReplyKind::PortLost || done.written;
-    row.end = done.refused() ? RowEnd::Refused : sent ? RowEnd::Unconfirmed : RowEnd::NotTried;
-    row.exceptionCode = done.refused() ? done.exceptionCode : 0;
+    row.end = done.changedNothing() ? RowEnd::Refused : sent ? RowEnd::Unconfirmed : RowEnd::NotTried;
+    row.exceptionCode = done.changedNothing() ? done.exceptionCode : 0;
 }
 
 void TransferQueue::takeValues(const Piece &piece, int offset, TimePoint when)

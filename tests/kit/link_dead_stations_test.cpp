@@ -178,6 +178,19 @@ TEST_F(LinkDeadStations, AWriteFindsThemBack)
     EXPECT_EQ(Quality::Good, tags[1].value().quality);
 }
 
+TEST_F(LinkDeadStations, ComeBackAsSoonHoweverOftenTheyWereWrittenTo)
+{
+    watch(5);
+    run(std::chrono::seconds(5));
+    kill(1);
+    for (int i = 0; i < 300; ++i) {
+        link().write(TagSpec(5, "4x2"), {1});
+        run(std::chrono::seconds(1));
+    }
+    plant.setStationOn(5, true);
+    EXPECT_LE(backAfter(tags[4]), std::chrono::seconds(10));
+}
+
 TEST_F(LinkDeadStations, AGatewaysWordCountsAsSilence)
 {
     watch(2);

@@ -136,8 +136,8 @@ TEST_F(LinkPorts, OfThisMachineHaveThePaceThatIsSet)
     });
     const rtu::Transaction read = oneRead(settings);
     device.join();
-    EXPECT_EQ(microseconds(8 * 10 * 1000000 / 19200), std::chrono::duration_cast<std::chrono::microseconds>(
-                                                          read.requestEnd - read.sent));
+    EXPECT_EQ(microseconds(8 * 10 * 1000000 / 19200),
+              std::chrono::duration_cast<std::chrono::microseconds>(read.requestEnd - read.sent));
 }
 
 } // namespace

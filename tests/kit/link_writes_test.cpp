@@ -92,6 +92,19 @@ TEST_F(LinkWrites, RefusedByTheSlave)
     EXPECT_EQ(2u, requests.size()) << "a refusal is an answer: sent once";
 }
 
+TEST_F(LinkWrites, RefusedAfterAnAttemptWithoutAnAnswerAreUnconfirmed)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    loseReplies(1);
+    script.push_back([this](const Bytes &) { line->receive(milliseconds(10), frame("01 86 04")); });
+    link().write(tag, 7, noted(1));
+    steps(2);
+    EXPECT_EQ(7, held(9)) << "the first attempt got through";
+    EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
+    EXPECT_EQ(Quality::Unconfirmed, tag.value().quality);
+}
+
 TEST_F(LinkWrites, UnconfirmedWhenSentWithoutAnAnswer)
 {
     const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
