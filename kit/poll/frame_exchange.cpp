@@ -143,15 +143,24 @@ void FrameExchange::detectEcho()
         m_transaction->kind = ReplyKind::Foreign;
 }
 
+/** A damaged reply that begins otherwise is something in front of the true one. */
+bool FrameExchange::beginsAsAnswer() const
+{
+    const Transaction &t = *m_transaction;
+    const bool sameFunction = t.reply.size() < 2 || ((t.reply.at(1) ^ t.request.at(1)) & 0x7F) == 0;
+    return t.reply.at(0) == t.request.at(0) && sameFunction && (t.echoRemoved || !m_echoes);
+}
+
 /** Whether to listen before the next frame, of whatever station, for a reply that is still missing. */
 bool FrameExchange::expectLate(const Sending &sending)
 {
     const Transaction &t = *m_transaction;
+    m_damaged = t.kind == ReplyKind::Damaged;
     m_lateStation = t.station;
     m_lateDeadline = t.finished + m_settings.lateReplyGuard;
     if (t.kind == ReplyKind::PortLost || t.end == ReplyEnd::NoneExpected || m_settings.lateReplyGuard <= Duration(0))
         return false;
-    if (t.kind == ReplyKind::Foreign)
+    if (t.kind == ReplyKind::Foreign || (m_damaged && !beginsAsAnswer()))
         return true; // the true one has not come yet
     if (t.kind != ReplyKind::Silent) {
         m_listenedInVain.erase(t.station);
@@ -219,7 +228,8 @@ void FrameExchange::listen(TimePoint deadline, int station)
 void FrameExchange::waitForSilence(int station)
 {
     const TimePoint patience = m_line.now() + m_settings.replyTimeout;
-    Duration quietTime = silence(station);
+    // Behind a damaged reply more may come, of which it was the first part.
+    Duration quietTime = m_damaged ? std::max(silence(station), m_timing.replyGap()) : silence(station);
     for (;;) {
         const TimePoint quiet = m_quietSince + quietTime;
         if (quiet > m_line.now())

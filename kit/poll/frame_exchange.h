@@ -54,6 +54,7 @@ private:
     void waitForSilence(int station);
     void collect();
     void detectEcho();
+    bool beginsAsAnswer() const;
     bool expectLate(const Sending &sending);
     bool stopping() const { return m_stopping.load(std::memory_order_relaxed); }
 
@@ -66,6 +67,7 @@ private:
     TimePoint m_quietSince;               ///< the line has been silent from here on
     bool m_unheard = false;               ///< an attempt of this frame was neither answered nor listened for
     bool m_expectLate = false;            ///< the last attempt may still be answered
+    bool m_damaged = false;               ///< the last reply
     int m_lateStation = 0;                ///< by this station
     TimePoint m_lateDeadline;             ///< until then
     std::map<int, TimePoint> m_lateUntil; ///< by station: answers to questions and given-up requests may come

@@ -51,7 +51,8 @@ void FaultySlaves::note(const Bytes &request)
         return;
     for (std::size_t i = 7; i + 3 < request.size(); i += 2) {
         const int offset = static_cast<int>(i - 7) / 2;
-        m_carriedOut.emplace(request[0], address + offset, static_cast<std::uint16_t>(request[i] << 8 | request[i + 1]));
+        m_carriedOut.emplace(request[0], address + offset,
+                             static_cast<std::uint16_t>(request[i] << 8 | request[i + 1]));
     }
 }
 
@@ -146,10 +147,10 @@ void FaultySlaves::misroute(test_line::VirtualLine &line, const Bytes &request, 
 {
     Bytes other(request.begin(), request.end() - 2);
     other[0] = static_cast<unsigned char>(request[0] % Stations + 1);
-    const Bytes foreign = isRead(request) ? m_plant.answer(withCrc(other)).empty()
-                                                ? Bytes()
-                                                : m_plant.answer(withCrc(other)).front().bytes
-                                          : withCrc(Bytes(other.begin(), other.begin() + 6));
+    const Bytes foreign =
+        isRead(request)
+            ? m_plant.answer(withCrc(other)).empty() ? Bytes() : m_plant.answer(withCrc(other)).front().bytes
+            : withCrc(Bytes(other.begin(), other.begin() + 6));
     const rtu::Duration first = m_asked + Turnaround;
     send(line, first, foreign);
     if (m_random.chance(50))

@@ -68,10 +68,7 @@ public:
 
 private:
     /** Broadcasts go to a register whose values name no station. */
-    static int name(int station, int address)
-    {
-        return address == BroadcastRegister ? 0xF0 : station << 5 | address;
-    }
+    static int name(int station, int address) { return address == BroadcastRegister ? 0xF0 : station << 5 | address; }
 
     Bytes carryOut(const Bytes &request);
     void note(const Bytes &request);

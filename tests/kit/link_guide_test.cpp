@@ -48,8 +48,8 @@ const Try Tries[] = {
     {"a request byte without registered blocks", [](rtu::Link &link) { link.save({}); }, "at least one row"},
     {"a negative `count` of coils, or no coils",
      [](rtu::Link &link) { link.write(values(TagSpec(1, "0x1"), -1), {1}); }, "number of values must be from 1"},
-    {"a negative `count` of coils, or no coils",
-     [](rtu::Link &link) { link.write(values(TagSpec(1, "0x1"), 0), {}); }, "number of values must be from 1"},
+    {"a negative `count` of coils, or no coils", [](rtu::Link &link) { link.write(values(TagSpec(1, "0x1"), 0), {}); },
+     "number of values must be from 1"},
     {"`4x_bit` with a negative `count` above -*words*, or of a bit address below 0",
      [](rtu::Link &link) { link.write(values(TagSpec(1, "4x_bit1.0"), -3), {1}); }, "number of values must be from 1"},
     {"`4x_bit` with a negative `count` above -*words*, or of a bit address below 0",
@@ -60,7 +60,11 @@ const Try Tries[] = {
      [](rtu::Link &link) { link.write(values(TagSpec(1, "4x_bit1.0"), -200), {}); }, "number of values must be from 1"},
     // What to keep to when writing.
     {"one coil", [](rtu::Link &link) { link.write(TagSpec(1, "0x1"), {2}); }, "0 to 1"},
-    {"one of several coils", [](rtu::Link &link) { link.write(values(TagSpec(1, "0x1"), 2), {0, 2}); }, "0 to 1"},
+    {"one of several coils",
+     [](rtu::Link &link) {
+         link.write(values(TagSpec(1, "0x1"), 2), {0, 2});
+     },
+     "0 to 1"},
     {"a bit of a register", [](rtu::Link &link) { link.write(TagSpec(1, "4x_bit1.0"), {2}); }, "0 to 1"},
 };
 
@@ -104,9 +108,9 @@ TEST_F(LinkGuide, HasNoRowThatIsNotTried)
     for (const char *heading : {"Requests that cannot be sent", "Reading and writing"}) {
         for (const std::string &guideRow : guideRows(heading)) {
             ++rows;
-            EXPECT_TRUE(std::any_of(std::begin(Tries), std::end(Tries),
-                                    [&](const Try &one) { return guideRow == one.guideRow; }))
-                << guideRow;
+            EXPECT_TRUE(std::any_of(std::begin(Tries), std::end(Tries), [&](const Try &one) {
+                return guideRow == one.guideRow;
+            })) << guideRow;
         }
     }
     EXPECT_GE(rows, 12);

@@ -135,8 +135,9 @@ protected:
                           || result.end == WriteEnd::Cancelled
                           || (result.end == WriteEnd::Refused && result.acknowledged == 0);
         EXPECT_FALSE(none && reached(asked)) << "end " << static_cast<int>(result.end) << ", but a slave has it";
-        EXPECT_FALSE(result.end == WriteEnd::Acknowledged && !reachedWhole(asked)) << "acknowledged by nobody: station " << asked.station << " register "
-            << asked.first << " values " << asked.values.size() << ", acknowledged " << result.acknowledged;
+        EXPECT_FALSE(result.end == WriteEnd::Acknowledged && !reachedWhole(asked))
+            << "acknowledged by nobody: station " << asked.station << " register " << asked.first << " values "
+            << asked.values.size() << ", acknowledged " << result.acknowledged;
     }
 
     /** Stations and the port come and go. */
@@ -212,7 +213,8 @@ TEST_P(LinkSoak, BringsNoForeignValueAndTellsEachWriteItsEndOnce)
     calmDown(std::chrono::minutes(10));
     for (const rtu::Tag &tag : tags) {
         const rtu::TagValue value = tag.value();
-        EXPECT_EQ(Quality::Good, value.quality) << "station " << tag.spec().station << " " << tag.spec().address.toStdString();
+        EXPECT_EQ(Quality::Good, value.quality)
+            << "station " << tag.spec().station << " " << tag.spec().address.toStdString();
     }
     EXPECT_GT(slaves.faults, frames / 20);
     EXPECT_GT(valuesSeen, frames / 10);
@@ -228,7 +230,7 @@ INSTANTIATE_TEST_SUITE_P(Echoes, LinkSoak, testing::Values(rtu::Echo::Never, rtu
                          [](const testing::TestParamInfo<rtu::Echo> &named) {
                              return named.param == rtu::Echo::Never    ? "None"
                                     : named.param == rtu::Echo::Detect ? "Detected"
-                                                                      : "Known";
+                                                                       : "Known";
                          });
 
 } // namespace
