@@ -90,25 +90,27 @@ protected:
 
     void ask()
     {
-        const int station = random.between(1, FaultySlaves::Stations);
-        const int count = random.chance(20) ? random.between(2, 24) : 1;
-        const int first = random.chance(60) ? station : random.below(FaultySlaves::BroadcastRegister - count);
+        if (random.chance(75)) { // else to the same place as the last one, which may still wait
+            place.station = random.between(1, FaultySlaves::Stations);
+            place.count = random.chance(20) ? random.between(2, 24) : 1;
+            place.first = random.below(FaultySlaves::BroadcastRegister - place.count);
+        }
         const bool toAll = random.chance(5);
         std::unique_ptr<Asked> next(new Asked);
         Asked *const asked = next.get();
-        asked->station = toAll ? 0 : station;
-        asked->first = toAll ? int(FaultySlaves::BroadcastRegister) : first;
-        const int values = toAll ? 1 : count;
+        asked->station = toAll ? 0 : place.station;
+        asked->first = toAll ? int(FaultySlaves::BroadcastRegister) : place.first;
+        const int values = toAll ? 1 : place.count;
         std::vector<double> numbers;
         ++version;
         for (int i = 0; i < values; ++i) {
-            asked->values.push_back(FaultySlaves::value(station, asked->first + i, version));
+            asked->values.push_back(FaultySlaves::value(place.station, asked->first + i, version));
             slaves.forget(asked->station, asked->first + i, asked->values.back());
             numbers.push_back(asked->values.back());
         }
         rtu::WriteOptions options;
         options.keep = random.chance(30);
-        options.readBack = !toAll && count == 1 && random.chance(20);
+        options.readBack = values == 1 && !toAll && random.chance(20);
         options.done = [this, asked](const rtu::WriteResult &result) { judge(*asked, result); };
         asked->handle = link->write(registers(asked->station, "4x", asked->first, values), numbers, options);
         writes.push_back(std::move(next));
@@ -153,11 +155,14 @@ protected:
 
     void trouble(long turn)
     {
-        if (writes.size() - told < 20 && random.chance(15))
+        if (writes.size() - told < 20 && random.chance(12)) {
             ask();
+            if (random.chance(30))
+                ask();
+        }
         if (random.chance(2)) {
-            const int station = random.between(1, FaultySlaves::Stations);
-            link->read(registers(station, "3x", random.below(8), 3 + ++reads % 6));
+            const int from = random.between(1, FaultySlaves::Stations);
+            link->read(registers(from, "3x", random.below(8), 3 + ++reads % 6));
         }
         mishaps(turn);
         step();
@@ -195,6 +200,12 @@ protected:
     VirtualLine *line = nullptr;
     std::deque<std::unique_ptr<Asked>> writes;
     std::size_t told = 0; ///< of the writes, from the front: ended
+    struct
+    {
+        int station = 1;
+        int first = 0;
+        int count = 1;
+    } place; ///< of the last write
     int version = 0;
     int reads = 0; ///< one-off
     long sent = 0; ///< frames
