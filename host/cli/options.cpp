@@ -1,5 +1,6 @@
 #include "host/cli/options.h"
 
+#include "host/text/numbers.h"
 #include "host/cli/help_text.h"
 #include "host/tags/tag.h"
 #include "version.h"
@@ -8,35 +9,23 @@
 
 #include <cctype>
 #include <cmath>
-#include <cstdlib>
-#include <iomanip>
 #include <limits>
 #include <memory>
-#include <sstream>
 
 namespace rtu {
 
 namespace {
 
-/** Shortest text of a limit: 3600 and 0.001, not 3600.000000. */
-std::string limitText(double limit)
-{
-    std::ostringstream out;
-    out << std::setprecision(15) << limit;
-    return out.str();
-}
-
 /** Refuses what is no number within the limits, in words that say what would be right. */
 CLI::Validator numberFrom(double lowest, double highest, bool whole = false)
 {
     const auto judge = [=](std::string &text) {
-        char *end = nullptr;
-        const double number = std::strtod(text.c_str(), &end);
-        if (!text.empty() && *end == '\0' && number >= lowest && number <= highest
+        double number = 0;
+        if (readNumber(text, &number) && number >= lowest && number <= highest
             && (!whole || number == std::floor(number)))
             return std::string();
-        return "\"" + text + "\" is not a " + (whole ? "whole " : "") + "number from " + limitText(lowest) + " to "
-               + limitText(highest);
+        return "\"" + text + "\" is not a " + (whole ? "whole " : "") + "number from " + general(lowest, 15) + " to "
+               + general(highest, 15);
     };
     return CLI::Validator(judge, "");
 }

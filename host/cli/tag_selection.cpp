@@ -1,5 +1,6 @@
 #include "host/cli/tag_selection.h"
 
+#include "host/text/csv.h"
 #include "host/tags/tag_table.h"
 
 #include <algorithm>

@@ -1,5 +1,6 @@
 #include "host/commands/editor_calls.h"
 
+#include "host/text/json.h"
 #include "host/tags/tag.h"
 
 #include <QtCore/QVector>
@@ -41,9 +42,12 @@ std::string typeLine(const RegisterType &type)
 std::string typeJson(const RegisterType &type)
 {
     const char *const kinds[] = {"bit", "register", "double"};
-    return "{\"type\":" + jsonString(type.name) + ",\"kind\":\"" + kinds[type.width]
-           + "\",\"notation\":" + jsonString(type.notation) + ",\"lowest\":" + jsonString(type.lowest)
-           + ",\"highest\":" + jsonString(type.highest) + ",\"writable\":" + (type.writable ? "true" : "false") + "}";
+    return jsonText({{"type", type.name},
+                     {"kind", kinds[type.width]},
+                     {"notation", type.notation},
+                     {"lowest", type.lowest},
+                     {"highest", type.highest},
+                     {"writable", type.writable}});
 }
 
 void printType(const RegisterType &type, const Options &options, std::ostream &out)
@@ -83,12 +87,14 @@ int checkOne(DriverLibrary &driver, const RegisterCatalog &catalog, const Option
     const AddressCheck reading = checkAddress(driver, type, address.text, count, address.format, Access::Read);
     const AddressCheck writing = checkAddress(driver, type, address.text, count, address.format, Access::Write);
     if (options.form == OutputForm::Json) {
-        out << "{\"address\":" << jsonString(options.subject) << ",\"result\":" << reading.result
-            << ",\"reason\":" << jsonString(verdict(address, reading)) << ",\"write_result\":" << writing.result
-            << ",\"write_reason\":" << jsonString(verdict(address, writing));
+        Json json = {{"address", options.subject},
+                     {"result", reading.result},
+                     {"reason", verdict(address, reading)},
+                     {"write_result", writing.result},
+                     {"write_reason", verdict(address, writing)}};
         if (reading.result == 0)
-            out << ",\"zero_based\":" << reading.address;
-        out << "}\n";
+            json["zero_based"] = reading.address;
+        out << jsonText(json) << '\n';
         return reading.result == 0 ? 0 : 1;
     }
     out << options.subject << ": " << verdict(address, reading);
@@ -123,8 +129,9 @@ int multiCopy(DriverLibrary &driver, const RegisterCatalog &catalog, const Optio
         allValid = allValid && copy.result == 0;
         const std::string text = address.typeName + copied;
         if (options.form == OutputForm::Json)
-            out << "{\"copy\":" << i << ",\"address\":" << jsonString(text) << ",\"zero_based\":" << addresses.at(i)
-                << ",\"valid\":" << (copy.result == 0 ? "true" : "false") << "}\n";
+            out << jsonText(
+                {{"copy", i}, {"address", text}, {"zero_based", addresses.at(i)}, {"valid", copy.result == 0}})
+                << '\n';
         else
             out << text << " (zero-based " << addresses.at(i) << ")"
                 << (copy.result == 0 ? "" : ": " + verdict(address, copy)) << '\n';

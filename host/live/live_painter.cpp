@@ -1,9 +1,9 @@
 #include "host/live/live_painter.h"
 
+#include "host/text/numbers.h"
 #include "host/text/wall_clock.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace rtu {
 
@@ -12,13 +12,6 @@ namespace {
 const Duration HighlightTime = std::chrono::milliseconds(1500);
 const std::size_t TraceShown = 200; ///< more than any screen has lines
 const std::size_t TraceHeld = 1000; ///< to scroll back in
-
-std::string fixed(double number, int digits)
-{
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.*f", digits, number);
-    return text;
-}
 
 /** Median and 95th percentile: "12.3/45.6 ms", "850 us/12.3 ms". */
 std::string pairText(Duration median, Duration percentile95)

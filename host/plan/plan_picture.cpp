@@ -5,11 +5,11 @@
  */
 #include "host/plan/plan_view.h"
 
+#include "host/text/numbers.h"
 #include "host/text/text_width.h"
 #include "host/text/wall_clock.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace rtu {
 
@@ -31,9 +31,7 @@ const char *const colours[] = {"#4e79a7", "#f28e2b", "#59a14f", "#b07aa1", "#edc
 
 std::string number(double value)
 {
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.1f", value);
-    return text;
+    return fixed(value, 1);
 }
 
 std::string escaped(const std::string &text)

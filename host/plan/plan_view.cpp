@@ -1,11 +1,12 @@
 #include "host/plan/plan_view.h"
 
 #include "kit/line/frame_check.h"
+#include "host/text/numbers.h"
+#include "host/text/json.h"
 #include "host/tags/link_tags.h"
 #include "host/text/wall_clock.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
 #include <set>
 
@@ -73,38 +74,15 @@ std::string padded(const std::string &text, int width)
     return result;
 }
 
-std::string number(double value, int digits)
-{
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.*f", digits, value);
-    return text;
-}
-
 /** Three digits, be it hundreds or hundredths. */
 std::string roundsText(double rounds)
 {
-    return number(rounds, rounds < 1 ? 3 : rounds < 100 ? 1 : 0);
+    return fixed(rounds, rounds < 1 ? 3 : rounds < 100 ? 1 : 0);
 }
 
 std::string attemptsText(int attempts)
 {
     return attempts > 1 ? std::to_string(attempts) + " attempts" : "1 attempt";
-}
-
-std::string jsonWarnings(const PlanView &plan)
-{
-    std::string text;
-    for (const std::string &warning : plan.warnings())
-        text += (text.empty() ? "\"" : ",\"") + warning + "\"";
-    return "[" + text + "]";
-}
-
-std::string jsonTagNames(const PlanView &plan, const PlanBlock &block)
-{
-    std::string text;
-    for (const PlannedTag &planned : block.tags)
-        text += (text.empty() ? "\"" : ",\"") + plan.tags()[planned.tag].label() + "\"";
-    return "[" + text + "]";
 }
 
 } // namespace
@@ -181,15 +159,14 @@ Duration PlanView::roundTime() const
 
 Duration PlanView::deadTime(int station) const
 {
-    Duration time(0);
-    for (const PlanBlock &block : m_blocks) {
-        const Duration attempt = m_costs.timing.silence()
-                                 + m_costs.timing.characters(static_cast<std::size_t>(block.requestBytes))
-                                 + m_costs.replyTimeout;
-        if (block.station == station)
-            time += attempt * std::max(1, m_costs.attempts);
-    }
-    return time;
+    const auto first = std::find_if(m_blocks.begin(), m_blocks.end(),
+                                    [station](const PlanBlock &block) { return block.station == station; });
+    if (first == m_blocks.end())
+        return Duration(0);
+    const Duration attempt = m_costs.timing.silence()
+                             + m_costs.timing.characters(static_cast<std::size_t>(first->requestBytes))
+                             + m_costs.replyTimeout;
+    return attempt * std::max(1, m_costs.attempts);
 }
 
 std::vector<int> PlanView::stations() const
@@ -272,9 +249,9 @@ std::string planText(const PlanView &plan)
         text += ", at best " + roundsText(1 / toSeconds(round)) + " rounds a second";
     text += "\n";
     for (int station : plan.stations())
-        text += "Station " + std::to_string(station) + " dead: " + durationText(plan.deadTime(station)) + " a round ("
+        text += "Station " + std::to_string(station) + " dead: " + durationText(plan.deadTime(station)) + " once ("
                 + attemptsText(plan.costs().attempts) + " x " + durationText(plan.costs().replyTimeout)
-                + " time-out for each of its requests)\n";
+                + " time-out), then a twentieth of the line at most\n";
     for (const std::string &warning : plan.warnings())
         text += "Warning: " + warning + "\n";
     return text;
@@ -282,23 +259,28 @@ std::string planText(const PlanView &plan)
 
 std::string planJson(const PlanView &plan)
 {
-    std::string text = "{\"blocks\":[";
-    for (std::size_t i = 0; i < plan.blocks().size(); ++i) {
-        const PlanBlock &block = plan.blocks()[i];
-        text += (i ? ",{" : "{") + std::string("\"station\":") + std::to_string(block.station) + ",\"type\":\""
-                + block.type + "\",\"first\":" + std::to_string(block.start + 1)
-                + ",\"count\":" + std::to_string(block.count) + ",\"unused\":" + std::to_string(block.unused)
-                + ",\"request_bytes\":" + std::to_string(block.requestBytes) + ",\"reply_bytes\":"
-                + std::to_string(block.replyBytes) + ",\"line_ms\":" + number(1e3 * toSeconds(plan.lineTime(block)), 3)
-                + ",\"tags\":" + jsonTagNames(plan, block) + "}";
+    Json blocks = Json::array();
+    for (const PlanBlock &block : plan.blocks()) {
+        Json tags = Json::array();
+        for (const PlannedTag &planned : block.tags)
+            tags.push_back(plan.tags()[planned.tag].label());
+        blocks.push_back({{"station", block.station},
+                          {"type", block.type},
+                          {"first", block.start + 1},
+                          {"count", block.count},
+                          {"unused", block.unused},
+                          {"request_bytes", block.requestBytes},
+                          {"reply_bytes", block.replyBytes},
+                          {"line_ms", jsonNumber(1e3 * toSeconds(plan.lineTime(block)), 3)},
+                          {"tags", tags}});
     }
-    text += "],\"round_ms\":" + number(1e3 * toSeconds(plan.roundTime()), 3) + ",\"dead_station_ms\":{";
-    const char *separator = "\"";
-    for (int station : plan.stations()) {
-        text += separator + std::to_string(station) + "\":" + number(1e3 * toSeconds(plan.deadTime(station)), 3);
-        separator = ",\"";
-    }
-    return text + "},\"warnings\":" + jsonWarnings(plan) + "}";
+    Json dead = Json::object();
+    for (int station : plan.stations())
+        dead[std::to_string(station)] = jsonNumber(1e3 * toSeconds(plan.deadTime(station)), 3);
+    return jsonText({{"blocks", blocks},
+                     {"round_ms", jsonNumber(1e3 * toSeconds(plan.roundTime()), 3)},
+                     {"dead_station_ms", dead},
+                     {"warnings", plan.warnings()}});
 }
 
 } // namespace rtu

@@ -70,7 +70,7 @@ public:
     /** Request, reply and the silence before each. */
     Duration lineTime(const PlanBlock &block) const;
     Duration roundTime() const;
-    /** What the station's requests cost a round when nobody answers. */
+    /** What it costs, once, to find out that nobody answers. */
     Duration deadTime(int station) const;
     std::vector<int> stations() const;
     std::vector<std::string> warnings() const;

@@ -1,8 +1,8 @@
 #include "host/report/statistics.h"
 
+#include "host/text/numbers.h"
+#include "host/text/json.h"
 #include "host/text/wall_clock.h"
-
-#include <cstdio>
 
 namespace rtu {
 
@@ -13,13 +13,6 @@ const Duration RecentTime = std::chrono::seconds(5);
 double perSecond(double number, Duration time)
 {
     return time > Duration(0) ? number / toSeconds(time) : 0.0;
-}
-
-std::string fixed(double number, int digits)
-{
-    char text[32];
-    std::snprintf(text, sizeof(text), "%.*f", digits, number);
-    return text;
 }
 
 std::string countsLine(const std::string &name, const StationStatistics &c)
@@ -35,14 +28,23 @@ std::string countsLine(const std::string &name, const StationStatistics &c)
     return text;
 }
 
-std::string countsJson(const StationStatistics &c)
+double toMilliseconds(Duration duration)
 {
-    return "\"frames\":" + std::to_string(c.frames) + ",\"good\":" + std::to_string(c.good)
-           + ",\"resent\":" + std::to_string(c.resends) + ",\"given_up\":" + std::to_string(c.giveUps)
-           + ",\"timeouts\":" + std::to_string(c.timeouts) + ",\"exceptions\":" + std::to_string(c.exceptions)
-           + ",\"damaged\":" + std::to_string(c.damaged) + ",\"foreign\":" + std::to_string(c.foreign)
-           + ",\"reply_median_ms\":" + fixed(1e3 * toSeconds(c.replyMedian), 3)
-           + ",\"reply_p95_ms\":" + fixed(1e3 * toSeconds(c.reply95), 3);
+    return 1e3 * toSeconds(duration);
+}
+
+Json countsJson(const StationStatistics &c)
+{
+    return {{"frames", c.frames},
+            {"good", c.good},
+            {"resent", c.resends},
+            {"given_up", c.giveUps},
+            {"timeouts", c.timeouts},
+            {"exceptions", c.exceptions},
+            {"damaged", c.damaged},
+            {"foreign", c.foreign},
+            {"reply_median_ms", jsonNumber(toMilliseconds(c.replyMedian), 3)},
+            {"reply_p95_ms", jsonNumber(toMilliseconds(c.reply95), 3)}};
 }
 
 double meanRate(const LinkStatistics &statistics)
@@ -65,15 +67,17 @@ std::vector<std::string> statisticsLines(const LinkStatistics &statistics)
 
 std::string statisticsJson(const LinkStatistics &statistics)
 {
-    std::string text = "{\"statistics\":{" + countsJson(statistics.total)
-                       + ",\"frames_per_second\":" + fixed(meanRate(statistics), 2)
-                       + ",\"line_share\":" + fixed(statistics.total.share, 4) + ",\"stations\":[";
-    const char *separator = "";
-    for (const auto &station : statistics.stations) {
-        text += separator + ("{\"station\":" + std::to_string(station.first)) + "," + countsJson(station.second) + "}";
-        separator = ",";
+    Json stations = Json::array();
+    for (const auto &each : statistics.stations) {
+        Json station = {{"station", each.first}};
+        station.update(countsJson(each.second));
+        stations.push_back(station);
     }
-    return text + "]}}";
+    Json all = countsJson(statistics.total);
+    all["frames_per_second"] = jsonNumber(meanRate(statistics), 2);
+    all["line_share"] = jsonNumber(statistics.total.share, 4);
+    all["stations"] = stations;
+    return jsonText({{"statistics", all}});
 }
 
 void RecentRates::add(const LinkStatistics &statistics)

@@ -1,9 +1,9 @@
 #include "host/report/value_printer.h"
 
+#include "host/text/json.h"
+#include "host/text/csv.h"
 #include "host/tags/tag_table.h"
 #include "host/text/wall_clock.h"
-
-#include <cstdio>
 
 namespace rtu {
 
@@ -31,24 +31,6 @@ std::string padded(std::string text, std::size_t width)
 }
 
 } // namespace
-
-std::string jsonString(const std::string &text)
-{
-    std::string result = "\"";
-    for (char c : text) {
-        if (c == '"' || c == '\\') {
-            result += '\\';
-            result += c;
-        } else if (static_cast<unsigned char>(c) < 0x20) {
-            char escape[8];
-            std::snprintf(escape, sizeof(escape), "\\u%04x", static_cast<unsigned int>(c));
-            result += escape;
-        } else {
-            result += c;
-        }
-    }
-    return result + "\"";
-}
 
 void ValuePrinter::printHeader()
 {
@@ -83,14 +65,18 @@ void ValuePrinter::printLine(const TagRange &tag, int value, std::uint32_t raw, 
 void ValuePrinter::printJson(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)
 {
     const std::string shown = valueText(raw, tag.format);
-    const std::string json = !state.known ? "null" : isJsonNumber(shown) ? shown : jsonString(shown);
-    m_out << "{\"time\":" << jsonString(timeStamp(now)) << ",\"station\":" << tag.station
-          << ",\"type\":" << jsonString(tag.type.name)
-          << ",\"address\":" << jsonString(addressText(tag.type, tag.addressOf(value)))
-          << ",\"name\":" << jsonString(nameOf(tag, value)) << ",\"value\":" << json
-          << ",\"raw\":" << (state.known ? jsonString(rawText(raw, tag.format)) : "null")
-          << ",\"unit\":" << jsonString(tag.unit) << ",\"status\":" << jsonString(statusOf(state))
-          << ",\"error\":" << jsonString(state.error) << "}\n";
+    Json row;
+    row["time"] = timeStamp(now);
+    row["station"] = tag.station;
+    row["type"] = tag.type.name;
+    row["address"] = addressText(tag.type, tag.addressOf(value));
+    row["name"] = nameOf(tag, value);
+    row["value"] = !state.known ? Json() : isJsonNumber(shown) ? Json::parse(shown) : Json(shown);
+    row["raw"] = state.known ? Json(rawText(raw, tag.format)) : Json();
+    row["unit"] = tag.unit;
+    row["status"] = statusOf(state);
+    row["error"] = state.error;
+    m_out << jsonText(row) << '\n';
 }
 
 void ValuePrinter::printCsv(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)

@@ -14,9 +14,6 @@ namespace rtu {
 
 enum class OutputForm { Lines, Json, Csv };
 
-/** Text as a JSON string, quotes included. */
-std::string jsonString(const std::string &text);
-
 class ValuePrinter
 {
 public:

@@ -1,7 +1,8 @@
 #include "host/tags/driver_property.h"
 
+#include "host/text/numbers.h"
+
 #include <algorithm>
-#include <cstdlib>
 
 namespace rtu {
 
@@ -17,6 +18,14 @@ std::vector<std::string> fieldsOf(const std::string &text, char separator)
             fields.back() += c;
     }
     return fields;
+}
+
+/** As the driver reads it: 0 for what is no number. */
+int numberIn(const std::string &field)
+{
+    int number = 0;
+    readNumber(field, &number);
+    return number;
 }
 
 } // namespace
@@ -38,19 +47,19 @@ void DriverProperty::adopt(const std::string &text)
     const std::vector<std::string> fields = fieldsOf(text, '#');
     if (fields.size() < 5)
         return;
-    linkId = std::atoi(fields[0].c_str());
-    localWriteOnly = std::atoi(fields[1].c_str()) != 0;
-    attempts = std::atoi(fields[3].c_str());
-    maxWords = std::atoi(fields[4].c_str());
+    linkId = numberIn(fields[0]);
+    localWriteOnly = numberIn(fields[1]) != 0;
+    attempts = numberIn(fields[3]);
+    maxWords = numberIn(fields[4]);
     if (fields.size() < 6)
         return;
     const std::vector<std::string> swap = fieldsOf(fields[5], '_');
-    swapAll = std::atoi(swap[0].c_str()) != 0;
+    swapAll = numberIn(swap[0]) != 0;
     swapStations.clear();
     if (swap.size() < 2)
         return;
     for (const std::string &station : fieldsOf(swap[1], ','))
-        swapStations.push_back(std::atoi(station.c_str()));
+        swapStations.push_back(numberIn(station));
 }
 
 bool DriverProperty::swaps(int station) const

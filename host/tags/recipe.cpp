@@ -1,5 +1,7 @@
 #include "host/tags/recipe.h"
 
+#include "host/text/numbers.h"
+#include "host/text/csv.h"
 #include "host/tags/link_tags.h"
 #include "host/tags/tag_table.h"
 
@@ -75,11 +77,10 @@ void writeRecipe(std::ostream &out, const Recipe &recipe)
     out << "name,station,type,address,count,format,scale,unit,values\n";
     for (std::size_t i = 0; i < recipe.tags.size(); ++i) {
         const TagRange &tag = recipe.tags[i];
-        char scale[32];
-        std::snprintf(scale, sizeof(scale), "%.15g", tag.format.scale);
         out << csvField(tag.name) << ',' << tag.station << ',' << tag.type.name << ','
             << addressText(tag.type, tag.address) << ',' << tag.values << ','
-            << formatName(tag.format.format, tag.format.width) << ',' << scale << ',' << csvField(tag.unit) << ',';
+            << formatName(tag.format.format, tag.format.width) << ',' << general(tag.format.scale, 15) << ','
+            << csvField(tag.unit) << ',';
         for (std::size_t k = 0; k < recipe.values[i].size(); ++k)
             out << (k ? " " : "") << valueText(recipe.values[i][k], tag.format);
         out << '\n';

@@ -1,5 +1,7 @@
 #include "host/tags/tag.h"
 
+#include "host/text/numbers.h"
+
 #include <algorithm>
 #include <stdexcept>
 
@@ -9,18 +11,6 @@ namespace {
 
 /** The driver's access code of an object that writes. */
 enum { ReadAccessMode = 0, WriteAccessMode = 1 };
-
-/** False unless the text is a whole number and nothing else. */
-bool readInt(const std::string &text, int *value)
-{
-    std::size_t used = 0;
-    try {
-        *value = std::stoi(text, &used);
-    } catch (const std::exception &) {
-        return false;
-    }
-    return used == text.size();
-}
 
 /** "from 1 to 255" */
 std::string limitsText(int lowest, int highest)
@@ -146,7 +136,7 @@ std::vector<TagRange> parseTags(DriverLibrary &driver, const RegisterCatalog &ca
 int parseNumber(const std::string &text, int lowest, int highest, const std::string &what)
 {
     int number = 0;
-    if (!readInt(text, &number))
+    if (!readNumber(text, &number))
         throw std::invalid_argument("\"" + text + "\" is not a " + what + ", which is one number "
                                     + limitsText(lowest, highest));
     if (number < lowest || number > highest)
@@ -168,7 +158,7 @@ std::vector<int> parseNumberList(const std::string &text, int lowest, int highes
             first.resize(dash);
         int from = 0;
         int to = 0;
-        if (!readInt(first, &from) || !readInt(second, &to))
+        if (!readNumber(first, &from) || !readNumber(second, &to))
             throw std::invalid_argument("\"" + text + "\" is not a " + what + " " + limitsText(lowest, highest)
                                         + ", nor a list of them such as 1,3,5-7");
         if (from < lowest || to > highest || to < from)

@@ -1,5 +1,7 @@
 #include "host/tags/tag_table.h"
 
+#include "host/text/numbers.h"
+#include "host/text/csv.h"
 #include "host/text/text_width.h"
 
 #include <algorithm>
@@ -18,14 +20,6 @@ const char *const columnNames[ColumnCount] = {"name",   "station", "type", "addr
                                               "format", "scale",   "unit", "values"};
 
 using Columns = std::array<int, ColumnCount>; ///< position of each column in a line, -1 for none
-
-std::string trimmed(const std::string &text)
-{
-    const std::size_t begin = text.find_first_not_of(" \t\r");
-    if (begin == std::string::npos)
-        return std::string();
-    return text.substr(begin, text.find_last_not_of(" \t\r") - begin + 1);
-}
 
 std::string lowered(std::string text)
 {
@@ -99,14 +93,8 @@ double scaleFrom(const std::string &text)
 {
     if (text.empty())
         return 1.0;
-    std::size_t used = 0;
     double scale = 0;
-    try {
-        scale = std::stod(text, &used);
-    } catch (const std::exception &) {
-        used = 0;
-    }
-    if (used != text.size() || !(scale != 0.0 && scale - scale == 0.0))
+    if (!readNumber(text, &scale) || !(scale != 0.0 && scale - scale == 0.0))
         throw std::invalid_argument("the scale \"" + text + "\" must be a number other than 0, such as 0.1");
     return scale;
 }
@@ -157,47 +145,6 @@ void refuseForeignText(const std::string &line)
 const std::string ByteOrderMark = "\xEF\xBB\xBF"; // some programs put it in front of UTF-8
 
 } // namespace
-
-std::vector<std::string> splitCsv(const std::string &line)
-{
-    std::vector<std::string> fields(1);
-    bool quoted = false;
-    bool wasQuoted = false;
-    for (std::size_t i = 0; i < line.size(); ++i) {
-        const char c = line[i];
-        std::string &field = fields.back();
-        if (c == '"' && quoted && i + 1 < line.size() && line[i + 1] == '"') {
-            field += line[++i];
-        } else if (c == '"' && (quoted || trimmed(field).empty())) {
-            quoted = !quoted;
-            if (quoted)
-                field.clear();
-            wasQuoted = true;
-        } else if (c == ',' && !quoted) {
-            if (!wasQuoted)
-                field = trimmed(field);
-            wasQuoted = false;
-            fields.emplace_back();
-        } else if (quoted || !wasQuoted) {
-            field += c;
-        }
-    }
-    if (quoted)
-        throw std::invalid_argument("a quote is not closed");
-    if (!wasQuoted)
-        fields.back() = trimmed(fields.back());
-    return fields;
-}
-
-std::string csvField(const std::string &text)
-{
-    if (text.find_first_of(",\"\n") == std::string::npos)
-        return text;
-    std::string quoted = "\"";
-    for (char c : text)
-        quoted += c == '"' ? std::string("\"\"") : std::string(1, c);
-    return quoted + "\"";
-}
 
 std::vector<TagRow> readTagRows(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
                                 const std::string &source)

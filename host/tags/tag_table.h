@@ -15,16 +15,6 @@
 namespace rtu {
 
 /**
- * Splits one line of CSV; fields may be quoted, a doubled quote stands for one.
- *
- * @throws std::invalid_argument when a quote is not closed
- */
-std::vector<std::string> splitCsv(const std::string &line);
-
-/** Quotes a field where it needs it. */
-std::string csvField(const std::string &text);
-
-/**
  * Reads a tag table. The first line may name the columns, then in any order and
  * with only type and address required; without such a line the columns are those
  * above. Empty lines and lines that begin with "#" are skipped.

@@ -1,8 +1,11 @@
 #include "host/tags/value_format.h"
 
+#include "host/text/numbers.h"
+
+#include <fmt/format.h>
+
 #include <cctype>
 #include <cmath>
-#include <cstdio>
 #include <cstring>
 #include <limits>
 #include <stdexcept>
@@ -69,26 +72,19 @@ std::uint32_t floatBits(float value)
     return raw;
 }
 
-std::string print(const char *pattern, double value)
-{
-    char text[64];
-    std::snprintf(text, sizeof(text), pattern, value);
-    return text;
-}
-
 /** The shortest text that gives the same number again. */
 std::string shortestPrinted(double value, int mostDigits)
 {
     for (int digits = 6; digits < mostDigits; ++digits) {
-        char text[400];
-        std::snprintf(text, sizeof(text), "%.*g", digits, value);
-        const double back = std::strtod(text, nullptr);
+        const std::string text = general(value, digits);
+        double back = 0;
+        readNumber(text, &back);
         const bool same = mostDigits == 9 ? static_cast<float>(back) == static_cast<float>(value)
                                           : std::abs(back - value) <= 1e-12 * std::abs(value);
         if (same)
             return text;
     }
-    return print(mostDigits == 9 ? "%.9g" : "%.15g", value);
+    return general(value, mostDigits);
 }
 
 /** As that, but a million is 1000000 and not 1e+06. */
@@ -97,7 +93,7 @@ std::string shortest(double value, int mostDigits)
     const std::string text = shortestPrinted(value, mostDigits);
     const double exactUpTo = mostDigits == 9 ? 1e10 : 1e15;
     const bool wholeNumber = text.find("e+") != std::string::npos && std::abs(value) < exactUpTo;
-    return wholeNumber ? print("%.0f", value) : text;
+    return wholeNumber ? fixed(value, 0) : text;
 }
 
 std::string binaryText(std::uint32_t raw, int digits)
@@ -138,32 +134,20 @@ std::uint32_t parseBit(const std::string &typed)
 }
 
 /** Reads 0x... and 0b... whole; false for anything else. */
-bool parsePrefixed(const std::string &text, std::uint64_t &value)
+bool parsePrefixed(const std::string &text, std::uint64_t *value)
 {
     if (text.size() < 3 || text[0] != '0')
         return false;
     const int base = (text[1] == 'x' || text[1] == 'X') ? 16 : (text[1] == 'b' || text[1] == 'B') ? 2 : 0;
-    if (base == 0 || text.find_first_of("+- ") != std::string::npos)
+    if (base == 0)
         return false;
-    std::size_t used = 0;
-    try {
-        value = std::stoull(text.substr(2), &used, base);
-    } catch (const std::exception &) {
-        return false;
-    }
-    return used == text.size() - 2;
+    return readDigits(text.substr(2), base, value);
 }
 
 double parseNumber(const std::string &text)
 {
-    std::size_t used = 0;
     double value = 0;
-    try {
-        value = std::stod(text, &used);
-    } catch (const std::exception &) {
-        used = 0;
-    }
-    if (used == 0 || used != text.size())
+    if (!readNumber(text, &value))
         refuse(text, "a number is needed, such as 1234, -5, 0x1F or 2.5");
     return value;
 }
@@ -177,8 +161,8 @@ std::uint32_t parseInteger(const std::string &text, const ValueFormat &format)
     const double highest = std::ldexp(1.0, isSigned ? size - 1 : size) - 1;
     const double stored = std::round(parseNumber(text) / format.scale);
     if (!(stored >= lowest && stored <= highest))
-        refuse(text, "it must be from " + print("%.15g", lowest * format.scale) + " to "
-                         + print("%.15g", highest * format.scale));
+        refuse(text,
+               "it must be from " + general(lowest * format.scale, 15) + " to " + general(highest * format.scale, 15));
     if (isUnscaled(format) && stored != parseNumber(text))
         refuse(text, "whole numbers only");
     return static_cast<std::uint32_t>(static_cast<std::int64_t>(stored)) & mask(format);
@@ -250,7 +234,7 @@ std::string valueText(std::uint32_t raw, const ValueFormat &format)
                                   : shortest(numericValue(raw, format) * format.scale, 9);
     default:
         if (isUnscaled(format))
-            return print("%.0f", numericValue(raw, format));
+            return fixed(numericValue(raw, format), 0);
         return shortest(numericValue(raw, format) * format.scale, 15);
     }
 }
@@ -259,9 +243,7 @@ std::string rawText(std::uint32_t raw, const ValueFormat &format)
 {
     if (format.width == 0)
         return raw ? "1" : "0";
-    char text[16];
-    std::snprintf(text, sizeof(text), format.width == 2 ? "0x%08X" : "0x%04X", raw);
-    return text;
+    return fmt::format("0x{:0{}X}", raw, 4 * format.width);
 }
 
 bool isJsonNumber(const std::string &text)
@@ -276,7 +258,7 @@ std::uint32_t parseValue(const std::string &text, const ValueFormat &format)
     if (format.format == Format::Bit)
         return parseBit(text);
     std::uint64_t prefixed = 0;
-    if (parsePrefixed(text, prefixed)) {
+    if (parsePrefixed(text, &prefixed)) {
         if (prefixed > mask(format))
             refuse(text, "it has more than " + std::to_string(bits(format)) + " bits");
         return static_cast<std::uint32_t>(prefixed); // a bit pattern: taken as it is

@@ -1,7 +1,10 @@
 #include "host/text/wall_clock.h"
 
+#include "host/text/numbers.h"
+
+#include <fmt/format.h>
+
 #include <cmath>
-#include <cstdio>
 #include <ctime>
 
 namespace rtu {
@@ -32,17 +35,9 @@ std::string print(const char *pattern, const std::tm &calendar)
     return std::string(text, std::strftime(text, sizeof(text), pattern, &calendar));
 }
 
-std::string threeDigits(int number)
-{
-    const std::string text = std::to_string(1000 + number);
-    return text.substr(1);
-}
-
 std::string rounded(double number, const char *unit)
 {
-    char text[32];
-    std::snprintf(text, sizeof(text), number < 99.95 ? "%.1f %s" : "%.0f %s", number, unit);
-    return text;
+    return fixed(number, number < 99.95 ? 1 : 0) + " " + unit;
 }
 
 } // namespace
@@ -50,13 +45,14 @@ std::string rounded(double number, const char *unit)
 std::string timeOfDay(TimePoint time)
 {
     const DayTime day = dayTime(time);
-    return print("%H:%M:%S.", day.calendar) + threeDigits(day.milliseconds);
+    return print("%H:%M:%S.", day.calendar) + fmt::format("{:03}", day.milliseconds);
 }
 
 std::string timeStamp(TimePoint time)
 {
     const DayTime day = dayTime(time);
-    return print("%Y-%m-%dT%H:%M:%S.", day.calendar) + threeDigits(day.milliseconds) + print("%z", day.calendar);
+    return print("%Y-%m-%dT%H:%M:%S.", day.calendar) + fmt::format("{:03}", day.milliseconds)
+           + print("%z", day.calendar);
 }
 
 std::string durationText(Duration duration)

@@ -179,8 +179,8 @@ TEST(Statistics, AreToldInLines)
 TEST(Statistics, AreOneJsonObject)
 {
     const std::string json = rtu::statisticsJson(someStatistics());
-    for (const char *part : {"\"frames\":50", "\"reply_median_ms\":12.000", "\"frames_per_second\":5.00",
-                             "\"line_share\":0.4000", "\"stations\":[{\"station\":7,"})
+    for (const char *part : {"\"frames\":50", "\"reply_median_ms\":12.0", "\"frames_per_second\":5.0",
+                             "\"line_share\":0.4", "\"stations\":[{\"station\":7,"})
         EXPECT_TRUE(contains(json, part)) << part << ": " << json;
 }
 

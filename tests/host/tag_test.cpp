@@ -1,6 +1,7 @@
 #include "driver_test.h"
 
 #include "host/tags/driver_property.h"
+#include "host/text/csv.h"
 #include "host/tags/tag_table.h"
 
 #include <sstream>
