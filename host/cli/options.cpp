@@ -2,11 +2,13 @@
 
 #include "host/text/numbers.h"
 #include "host/cli/help_text.h"
+#include "host/cli/negative_values.h"
 #include "host/tags/tag.h"
 #include "version.h"
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <limits>
@@ -342,8 +344,17 @@ void Parser::addListening()
 
 void Parser::run(int argc, const char *const *argv)
 {
+    const auto takesArgument = [this](const std::string &text) {
+        const CLI::Option *option = text[0] == '-' ? m_app.get_option_no_throw(text) : nullptr;
+        return option && option->get_items_expected_min() > 0;
+    };
     try {
-        m_app.parse(argc, argv);
+        std::vector<std::string> arguments =
+            markNegativeValues(std::vector<std::string>(argv + std::min(argc, 1), argv + argc), takesArgument);
+        std::reverse(arguments.begin(), arguments.end()); // CLI11 takes them from the end
+        m_app.parse(std::move(arguments));
+    } catch (const std::invalid_argument &error) {
+        throw Misuse(error.what());
     } catch (const CLI::ParseError &error) {
         if (error.get_exit_code() == 0) {
             m_options.mode = Mode::Nothing;
@@ -479,7 +490,8 @@ bool Parser::needsPort() const
 
 void Parser::settleArguments()
 {
-    m_options.arguments = m_raw.arguments;
+    for (const std::string &argument : m_raw.arguments)
+        m_options.arguments.push_back(unmarked(argument));
     if (m_options.mode == Mode::Serve) {
         m_options.serveFile = m_raw.serve[0];
         m_options.port = m_raw.serve[1];

@@ -186,6 +186,12 @@ class Writing(RtuHostTest):
     def test_a_bit_leaves_its_neighbours_alone(self):
         self.assertEqual([str(10 | 32), "20"], self.read_back("4x_bit1.5=1", "4x1..2"))
 
+    def test_negative_numbers_are_written_as_they_are(self):
+        for number in ("-12", "-150", "-10"):
+            result = self.simulate("-1", "-v", "4x5:int16", number)
+            self.assertIn("write register 4x5 = %d" % (65536 + int(number)), result.out)
+        self.assertEqual("", self.simulate("4x5", "-1", status=2).out)
+
     def test_negative_numbers_behind_dashes(self):
         result = self.simulate("-1", "-v", "-t", "4:int16", "-r", "5", "--", "-2")
         self.assertIn("write register 4x5 = 65534", result.out)

@@ -111,6 +111,55 @@ TEST(Options, TheGuardIsAsLongAsTheTimeOutByItself)
     EXPECT_EQ(std::chrono::milliseconds(500), settingsOf(o).lateReplyGuard);
 }
 
+struct NegativeCase
+{
+    std::vector<const char *> arguments;
+    std::vector<std::string> expected;
+};
+
+TEST(Options, NegativeNumbersAreValues)
+{
+    const NegativeCase cases[] = {
+        {{"p", "4x211", "-12"}, {"4x211", "-12"}},
+        {{"p", "4x211", "-150"}, {"4x211", "-150"}},
+        {{"p", "4x211", "-10"}, {"4x211", "-10"}},
+        {{"p", "4x211:int16", "-1.5", "-2.5"}, {"4x211:int16", "-1.5", "-2.5"}},
+        {{"p", "4x211", "7", "-12", "4x5"}, {"4x211", "7", "-12", "4x5"}},
+        {{"-t", "4:int16", "-r", "5", "p", "-11"}, {"-11"}},
+        {{"p", "4x211=-1"}, {"4x211=-1"}},
+        {{"p", "4x211", "--", "-1"}, {"4x211", "-1"}},
+    };
+    for (const NegativeCase &negative : cases) {
+        const Options options = parse(negative.arguments);
+        EXPECT_EQ(negative.expected, options.arguments);
+        EXPECT_EQ(0, options.rounds) << negative.expected.back();
+        EXPECT_FALSE(options.zeroBased) << negative.expected.back();
+    }
+}
+
+TEST(Options, OneAndNaughtAloneAreOptionsWhereNoAddressStandsInFront)
+{
+    EXPECT_EQ(1, parse({"-1", "p", "4x211", "-12"}).rounds);
+    EXPECT_EQ(1, parse({"p", "-1", "4x211"}).rounds);
+    EXPECT_EQ(1, parse({"p", "4x211", "-l", "5", "-1"}).rounds);
+    EXPECT_EQ(1, parse({"p", "4x211=5", "-1"}).rounds);
+    EXPECT_TRUE(parse({"-0", "-r", "5", "p"}).zeroBased);
+    EXPECT_EQ(-1, parse({"--multi-copy", "4x5", "--step", "-1"}).step);
+    EXPECT_EQ(-12, parse({"--multi-copy", "4x5", "--step", "-12"}).step);
+}
+
+TEST(Options, OneAndNaughtBehindAnAddressAreRefusedWithBothSpellings)
+{
+    const std::vector<std::vector<const char *>> cases = {
+        {"p", "4x211", "-1"}, {"p", "4x211@2", "-0"}, {"p", "4x211", "7", "-1"}, {"p", "4x211", "-12", "-1"}};
+    for (const std::vector<const char *> &arguments : cases) {
+        const std::string reason = misuse(arguments);
+        EXPECT_NE(std::string::npos, reason.find("in front")) << reason;
+        EXPECT_NE(std::string::npos, reason.find(arguments[1] + std::string("=-"))) << reason;
+        EXPECT_NE(std::string::npos, reason.find(" or -- -")) << reason;
+    }
+}
+
 struct ModeCase
 {
     std::vector<const char *> arguments;

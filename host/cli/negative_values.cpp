@@ -1,0 +1,80 @@
+#include "host/cli/negative_values.h"
+
+#include "host/text/numbers.h"
+
+#include <stdexcept>
+
+namespace rtu {
+
+namespace {
+
+const char Mark = '\x01'; ///< nobody types it
+
+bool isNumber(const std::string &text)
+{
+    double number = 0;
+    return readNumber(text, &number);
+}
+
+bool isNegative(const std::string &text)
+{
+    const bool looksLikeIt =
+        text.size() > 1 && text[0] == '-' && (text[1] == '.' || (text[1] >= '0' && text[1] <= '9'));
+    return looksLikeIt && isNumber(text);
+}
+
+/** "4x211", and what may stand behind it; not "4x211=5", which has its values. */
+bool isAddress(const std::string &text)
+{
+    const bool type = text.size() > 2 && std::string("0134").find(text[0]) != std::string::npos && text[1] == 'x';
+    return type && text.find('=') == std::string::npos;
+}
+
+bool isOption(const std::string &text)
+{
+    return text == "-1" || text == "-0";
+}
+
+[[noreturn]] void refuse(const std::string &text, const std::string &address)
+{
+    const std::string meaning = text == "-1" ? "to read once" : "to count from 0";
+    throw std::invalid_argument(text + " behind " + address + " could be an option or a value: put " + text
+                                + " in front " + meaning + ", write " + address + "=" + text + " or -- " + text
+                                + " to write it");
+}
+
+} // namespace
+
+std::vector<std::string> markNegativeValues(const std::vector<std::string> &arguments,
+                                            const std::function<bool(const std::string &)> &takesArgument)
+{
+    std::vector<std::string> marked;
+    std::string address; ///< that this argument may be a value of
+    bool belongs = false;
+    for (std::size_t i = 0; i < arguments.size(); ++i) {
+        const std::string &text = arguments[i];
+        if (text == "--") {
+            marked.insert(marked.end(), arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
+            break;
+        }
+        if (!belongs && !address.empty() && isOption(text))
+            refuse(text, address);
+        const bool value = !belongs && isNegative(text) && !isOption(text);
+        marked.push_back(value ? Mark + text : text);
+        if (belongs)
+            address.clear();
+        else if (isAddress(text))
+            address = text;
+        else if (!isNumber(text))
+            address.clear();
+        belongs = !belongs && !value && takesArgument(text);
+    }
+    return marked;
+}
+
+std::string unmarked(const std::string &argument)
+{
+    return !argument.empty() && argument[0] == Mark ? argument.substr(1) : argument;
+}
+
+} // namespace rtu
