@@ -61,6 +61,7 @@ struct Raw
     std::string multiCopy;
     std::vector<std::string> serve;
     std::string listen;
+    std::string find;
     std::vector<std::string> arguments;
     double pollMilliseconds = 1000;
     double silenceMilliseconds = -1;
@@ -328,6 +329,10 @@ void Parser::addSimulation()
 
 void Parser::addListening()
 {
+    m_app
+        .add_option("--find", m_raw.find, "Who answers on a port, and with which line parameters; only reads are sent")
+        ->type_name("PORT")
+        ->group("Line");
     const char *const group = "Traffic of others, and captures";
     m_app.add_option("--listen", m_raw.listen, "Listen to another master and its slaves; never sends")
         ->type_name("PORT")
@@ -394,6 +399,10 @@ void Parser::settle()
 {
     m_options.stations = parseNumberList(m_raw.stations, 0, HighestStation, "station");
     m_options.baudGiven = given("-b");
+    m_options.parityGiven = given("-P");
+    m_options.stopBitsGiven = given("-s");
+    m_options.stationsGiven = given("-a");
+    m_options.timeoutGiven = given("-o");
     m_options.line.parity = static_cast<char>(std::toupper(m_raw.parity[0]));
     m_options.typeOrReferenceGiven = given("-t") || given("-r");
     m_options.pollInterval = m_raw.pollMilliseconds / 1000;
@@ -431,6 +440,7 @@ void Parser::settleMode()
         {given("--multi-copy"), Mode::MultiCopy, &m_raw.multiCopy, &m_options.subject},
         {given("--serve"), Mode::Serve, nullptr, nullptr},
         {given("--listen"), Mode::Listen, &m_raw.listen, &m_options.port},
+        {given("--find"), Mode::Find, &m_raw.find, &m_options.port},
         {given("--replay"), Mode::Replay, nullptr, nullptr},
     };
     for (const Choice &choice : choices) {
@@ -438,7 +448,7 @@ void Parser::settleMode()
             continue;
         if (m_options.mode != Mode::Poll)
             throw Misuse("two things at once: choose one of --condition-read, --recipe-read, --recipe-write, --plan, "
-                         "--list-types, --describe, --check, --multi-copy, --serve, --listen, --replay");
+                         "--list-types, --describe, --check, --multi-copy, --serve, --listen, --replay, --find");
         m_options.mode = choice.mode;
         if (choice.target)
             *choice.target = *choice.subject;
@@ -581,6 +591,8 @@ void Parser::checkSimulation() const
 
 void Parser::checkListening() const
 {
+    if (m_options.mode == Mode::Find && !m_options.arguments.empty())
+        throw Misuse("--find asks for register 1 alone: \"" + m_options.arguments.front() + "\" is too much");
     if (m_options.mode == Mode::Listen && !m_options.arguments.empty())
         throw Misuse("--listen tells all that is heard: \"" + m_options.arguments.front() + "\" is too much");
     if (m_options.mode == Mode::Listen && m_options.form == OutputForm::Csv)

@@ -28,6 +28,7 @@ enum class Mode {
     MultiCopy,
     Serve,
     Listen,
+    Find,
     Replay, ///< a capture instead of a line
     Nothing ///< help or version were asked for and given
 };
@@ -41,6 +42,10 @@ struct Options
     std::string simFile;             ///< simulated slaves in place of a port
     std::vector<std::string> faults; ///< of the simulated slaves
     bool baudGiven = false;
+    bool parityGiven = false;
+    bool stopBitsGiven = false;
+    bool stationsGiven = false;
+    bool timeoutGiven = false;
     LineParameters line;
 
     std::vector<int> stations = std::vector<int>(1, 1);

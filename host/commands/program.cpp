@@ -13,6 +13,7 @@
 #include "host/report/statistics.h"
 #include "host/commands/stop_target.h"
 #include "kit/line/make_line.h"
+#include "host/commands/search_program.h"
 #include "host/commands/signal_watcher.h"
 #include "host/commands/simulation.h"
 
@@ -323,6 +324,8 @@ int runMode(const Options &options, std::ostream &out, std::ostream &err)
         return serve(options, out, err);
     if (options.mode == Mode::Listen)
         return listenIn(options, out, err);
+    if (options.mode == Mode::Find)
+        return findStations(options, out, err);
     const bool tagsNamed = !options.arguments.empty() || !options.tagFile.empty() || options.typeOrReferenceGiven;
     if (options.mode == Mode::Replay && !tagsNamed)
         return tellCapture(options, out);

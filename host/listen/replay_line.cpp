@@ -71,6 +71,31 @@ QByteArray wordsOf(const std::vector<int> &values)
     return bytes;
 }
 
+/** The reply of a slave that holds these values; empty when they are not all known. */
+QByteArray replyOf(const HeardRegisters &image, const QByteArray &request)
+{
+    Transaction t;
+    t.request = request;
+    readRequest(t);
+    if (!t.isRead || functionOf(t) > 4)
+        return QByteArray();
+    std::vector<int> values;
+    for (int i = 0; i < t.count; ++i) {
+        HeardPlace place;
+        place.station = t.station;
+        place.type = t.regType.toStdString();
+        place.address = t.startAddr + i;
+        const auto found = image.all().find(place);
+        if (found == image.all().end() || !found->second.known)
+            return QByteArray();
+        values.push_back(found->second.value);
+    }
+    const QByteArray payload = functionOf(t) <= 2 ? bitsOf(values) : wordsOf(values);
+    QByteArray reply = request.left(2) + static_cast<char>(payload.size()) + payload;
+    addCrc(reply);
+    return reply;
+}
+
 } // namespace
 
 std::vector<ReplayEntry> readCapture(std::istream &in, const CaptureClock &clock, const ReaderSettings &settings)
@@ -85,6 +110,8 @@ ReplayLine::ReplayLine(const std::vector<ReplayEntry> &entries) : m_entries(entr
 {
     for (std::size_t i = 0; i < m_entries.size(); ++i)
         m_unused[m_entries[i].transaction.request].push_back(i);
+    for (const ReplayEntry &entry : m_entries)
+        m_shownAtEnd.note(entry.transaction);
     if (m_entries.empty())
         return;
     m_now = m_entries.front().transaction.sent;
@@ -117,12 +144,12 @@ void ReplayLine::sleepUntil(TimePoint when)
 bool ReplayLine::write(const unsigned char *bytes, std::size_t size)
 {
     const QByteArray request(reinterpret_cast<const char *>(bytes), static_cast<int>(size));
-    if (m_ended && !m_askedSinceEnd.insert(request).second)
-        tellEnd();
     const auto unused = m_unused.find(request);
+    const bool usedUp = unused != m_unused.end() && unused->second.empty();
+    if (m_ended && (usedUp || !m_askedSinceEnd.insert(request).second))
+        tellEnd();
     if (unused == m_unused.end() || unused->second.empty()) {
-        showUpTo(m_now);
-        m_answer = answerFromImage(request);
+        m_answer = answerFromValues(request);
         m_answerTime = m_now;
         return true;
     }
@@ -164,28 +191,18 @@ void ReplayLine::showUpTo(TimePoint when)
         m_image.note(m_entries[m_shown++].transaction);
 }
 
-/** Empty when the capture has not shown all of it. */
-QByteArray ReplayLine::answerFromImage(const QByteArray &request) const
+/** Goes on to where the capture has shown all of it; empty when it never does. */
+QByteArray ReplayLine::answerFromValues(const QByteArray &request)
 {
-    Transaction t;
-    t.request = request;
-    readRequest(t);
-    if (!t.isRead || functionOf(t) > 4)
+    if (replyOf(m_shownAtEnd, request).isEmpty())
         return QByteArray();
-    std::vector<int> values;
-    for (int i = 0; i < t.count; ++i) {
-        HeardPlace place;
-        place.station = t.station;
-        place.type = t.regType.toStdString();
-        place.address = t.startAddr + i;
-        const auto found = m_image.all().find(place);
-        if (found == m_image.all().end() || !found->second.known)
-            return QByteArray();
-        values.push_back(found->second.value);
+    showUpTo(m_now);
+    QByteArray reply = replyOf(m_image, request);
+    while (reply.isEmpty() && m_shown < m_entries.size()) {
+        m_now = std::max(m_now, m_entries[m_shown].transaction.finished);
+        showUpTo(m_now);
+        reply = replyOf(m_image, request);
     }
-    const QByteArray payload = functionOf(t) <= 2 ? bitsOf(values) : wordsOf(values);
-    QByteArray reply = request.left(2) + static_cast<char>(payload.size()) + payload;
-    addCrc(reply);
     return reply;
 }
 

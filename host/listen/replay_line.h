@@ -35,7 +35,8 @@ std::vector<ReplayEntry> readCapture(std::istream &in, const CaptureClock &clock
  * Time is that of the capture: it never waits, and jumps to where the next answer was
  * given. A request that is in the capture gets the answers that it got, one after the
  * other, faults included. Another one is answered from the values that the capture has
- * shown up to then, when it has shown them all; else by silence. Nothing is sent.
+ * shown up to then, or where it first has shown them all; by silence when it never does.
+ * Nothing is sent.
  */
 class ReplayLine : public Line
 {
@@ -43,8 +44,8 @@ public:
     explicit ReplayLine(const std::vector<ReplayEntry> &entries);
 
     /**
-     * Called once, when the time of the capture is over and the round of its last answer
-     * too: the poller sleeps, or asks for the same again.
+     * Called once, when the time of the capture is over and nothing new will be told: the
+     * poller sleeps, asks for what has got all its answers, or for the same again.
      */
     void onEnd(std::function<void()> listener) { m_end = std::move(listener); }
     bool ended() const { return m_ended; }
@@ -62,13 +63,14 @@ private:
     void moveTo(TimePoint when);
     void tellEnd();
     void showUpTo(TimePoint when);
-    QByteArray answerFromImage(const QByteArray &request) const;
+    QByteArray answerFromValues(const QByteArray &request);
 
     const std::vector<ReplayEntry> m_entries;
     std::map<QByteArray, std::deque<std::size_t>> m_unused; ///< by request, positions in m_entries
     HeardRegisters m_image;
-    std::size_t m_shown = 0; ///< entries that m_image has seen
-    QByteArray m_answer;     ///< arrives at m_answerTime
+    HeardRegisters m_shownAtEnd; ///< what m_image will be
+    std::size_t m_shown = 0;     ///< entries that m_image has seen
+    QByteArray m_answer;         ///< arrives at m_answerTime
     TimePoint m_answerTime;
     TimePoint m_now;
     TimePoint m_last; ///< when the capture ends

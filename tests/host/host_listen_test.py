@@ -141,7 +141,7 @@ class Replaying(ListenTest):
             process.stdout.readline()
         self.end(process)
         values = self.run_host("--replay", capture, "-q", "-l", "1", "--retries", "1", "4x110").lines
-        self.assertEqual("100", values[-1].split()[1])
+        self.assertEqual("100", values[0].split()[1])
 
     def test_a_capture_in_a_pipe_leaves_values_to_standard_error(self):
         command = [RTUHOST, "--sim", self.sim, "-1", "-q", "--pcap", "-", "4x1"]

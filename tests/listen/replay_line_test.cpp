@@ -66,13 +66,17 @@ TEST(ReplayLine, GivesGarbageAndSilenceAgain)
 TEST(ReplayLine, AnswersOtherRequestsFromTheValuesSeenUpToThen)
 {
     rtu::ReplayLine line(entries({Request, First, Request, Second}));
-    EXPECT_EQ(Bytes(), ask(line, Other)) << "before anything was seen";
-    rtu::ReplayLine later(entries({Request, First, Request, Second}));
-    later.sleepUntil(rtu::TimePoint(milliseconds(20)));
-    EXPECT_EQ(frame("01 03 02 00 08"), ask(later, Other));
-    later.sleepUntil(rtu::TimePoint(milliseconds(40)));
-    EXPECT_EQ(frame("01 03 02 00 0A"), ask(later, Other));
-    EXPECT_EQ(Bytes(), ask(later, frame("01 03 00 01 00 02"))) << "one of them was never seen";
+    EXPECT_EQ(frame("01 03 02 00 08"), ask(line, Other)) << "where it was first seen";
+    EXPECT_EQ(rtu::TimePoint(milliseconds(20)), line.now());
+    line.sleepUntil(rtu::TimePoint(milliseconds(40)));
+    EXPECT_EQ(frame("01 03 02 00 0A"), ask(line, Other));
+}
+
+TEST(ReplayLine, IsSilentAboutWhatWasNeverSeen)
+{
+    rtu::ReplayLine line(entries({Request, First, Request, Second}));
+    EXPECT_EQ(Bytes(), ask(line, frame("01 03 00 01 00 02")));
+    EXPECT_EQ(Bytes(), ask(line, frame("02 03 00 00 00 01")));
 }
 
 TEST(ReplayLine, AnswersNoWritesThatNeverHappened)
@@ -88,10 +92,23 @@ TEST(ReplayLine, TellsItsEndOnce)
     line.onEnd([&ends] { ++ends; });
     ask(line, Request);
     EXPECT_TRUE(line.ended());
-    ask(line, Request);
+    ask(line, Other);
     EXPECT_EQ(0, ends) << "the round may not be over";
-    for (int i = 0; i < 3; ++i)
-        ask(line, Request);
+    ask(line, Request);
+    EXPECT_EQ(1, ends) << "it has got all its answers";
+    ask(line, Other);
+    EXPECT_EQ(1, ends);
+}
+
+TEST(ReplayLine, EndsWhenOtherRequestsComeRoundAgain)
+{
+    rtu::ReplayLine line(entries({Request, First}));
+    int ends = 0;
+    line.onEnd([&ends] { ++ends; });
+    line.sleepUntil(rtu::TimePoint(milliseconds(20)));
+    ask(line, Other);
+    EXPECT_EQ(0, ends);
+    ask(line, Other);
     EXPECT_EQ(1, ends);
 }
 

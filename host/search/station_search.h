@@ -1,0 +1,112 @@
+/**
+ * @file
+ * Finds out who answers on a line, and with which line parameters. Only reads are sent.
+ */
+#ifndef RTU_HOST_SEARCH_STATION_SEARCH_H
+#define RTU_HOST_SEARCH_STATION_SEARCH_H
+
+#include <modbus_rtu_host/line.h>
+#include <modbus_rtu_host/line_parameters.h>
+#include <modbus_rtu_host/transaction.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace rtu {
+
+struct SearchSettings
+{
+    std::vector<LineParameters> parameters; ///< in the order in which they are tried
+    std::vector<int> stations;              ///< in the order in which they are asked
+    Duration replyTimeout = std::chrono::milliseconds(200);
+};
+
+/** The parameters in use in the field, the likeliest first: 32 of them. */
+std::vector<LineParameters> usualParameters();
+
+struct FoundStation
+{
+    int station = 0;
+    LineParameters parameters;
+    std::string answer;    ///< in words: "register 1 is 17", "exception 2"
+    Duration replyTime{0}; ///< from the end of the request to the first byte
+};
+
+struct SearchProgress
+{
+    int asked = 0; ///< requests so far
+    int most = 0;  ///< requests when nobody answers
+    Duration left{0};
+    LineParameters parameters; ///< now
+    int station = 0;           ///< now
+};
+
+/** What came back, beside good answers. */
+struct SearchSigns
+{
+    int garbage = 0; ///< replies with a wrong check sum
+    int echoes = 0;  ///< requests that came back
+    int ascii = 0;   ///< replies that begin as those of Modbus ASCII do
+    int foreign = 0; ///< frames of stations that were not asked
+    int strays = 0;  ///< times when bytes came unasked
+};
+
+class StationSearch
+{
+public:
+    /** Opens the port with other parameters; nullptr: it does not take them. */
+    using OpenLine = std::function<std::unique_ptr<Line>(const LineParameters &)>;
+
+    StationSearch(const SearchSettings &settings, OpenLine open);
+
+    void onFound(std::function<void(const FoundStation &)> listener) { m_onFound = std::move(listener); }
+    void onProgress(std::function<void(const SearchProgress &)> listener) { m_onProgress = std::move(listener); }
+
+    /**
+     * Asks the likeliest stations with all parameters first, then the others. As soon
+     * as one has answered, the rest is asked with its parameters alone: all stations of
+     * a line share them.
+     *
+     * @return how many were found
+     */
+    int run();
+    /** Ends the search before the next request. From any thread. */
+    void stop() { m_stopping = true; }
+
+    const SearchSigns &signs() const { return m_signs; }
+    /** Why nobody answered, as far as it can be told. */
+    std::string cause() const;
+
+private:
+    struct Group
+    {
+        std::size_t first; ///< in m_settings.stations
+        std::size_t end;
+    };
+
+    std::vector<Group> groups() const;
+    bool askGroup(const LineParameters &parameters, const Group &group);
+    bool ask(Line &line, const LineParameters &parameters, int station);
+    bool judge(const Transaction &transaction, const LineParameters &parameters);
+    void report(const LineParameters &parameters, int station);
+    Duration timeOf(const LineParameters &parameters) const;
+    bool over() const { return m_stopping || m_lost; }
+
+    const SearchSettings m_settings;
+    const OpenLine m_open;
+    std::function<void(const FoundStation &)> m_onFound;
+    std::function<void(const SearchProgress &)> m_onProgress;
+    std::atomic<bool> m_stopping{false};
+    bool m_lost = false;
+    SearchSigns m_signs;
+    SearchProgress m_progress;
+    int m_found = 0;
+    int m_opened = 0;
+};
+
+} // namespace rtu
+
+#endif

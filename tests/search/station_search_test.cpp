@@ -1,0 +1,206 @@
+#include "host/search/station_search.h"
+#include "support/frames.h"
+
+#include <gtest/gtest.h>
+
+#include <numeric>
+#include <set>
+
+namespace {
+
+using test_line::Bytes;
+using test_line::frame;
+using test_line::goodReply;
+using test_line::hex;
+using test_line::milliseconds;
+using test_line::VirtualLine;
+
+/** A port that is opened again and again, with devices behind it that have their own parameters. */
+class Port
+{
+public:
+    std::function<Bytes(const rtu::LineParameters &, const Bytes &)> answer; ///< empty: silence
+
+    rtu::StationSearch::OpenLine opener()
+    {
+        return [this](const rtu::LineParameters &parameters) {
+            std::unique_ptr<VirtualLine> line(new VirtualLine);
+            line->slave = [this, parameters](VirtualLine &self, const Bytes &request) {
+                requests.push_back(request);
+                tried.push_back(rtu::LineParameters(parameters));
+                const Bytes reply = answer ? answer(parameters, request) : Bytes();
+                if (!reply.empty())
+                    self.receive(milliseconds(20), reply);
+            };
+            ++opened;
+            return line;
+        };
+    }
+
+    std::vector<Bytes> requests;
+    std::vector<rtu::LineParameters> tried;
+    int opened = 0;
+};
+
+rtu::SearchSettings everything()
+{
+    rtu::SearchSettings settings;
+    settings.parameters = rtu::usualParameters();
+    settings.stations.resize(247);
+    std::iota(settings.stations.begin(), settings.stations.end(), 1);
+    return settings;
+}
+
+bool is(const rtu::LineParameters &parameters, int baud, char parity, int stopBits)
+{
+    return parameters.baud == baud && parameters.parity == parity && parameters.stopBits == stopBits;
+}
+
+/** Stations that answer at 9600 8N1, the second one with an exception. */
+Bytes answerAt9600(const rtu::LineParameters &parameters, const Bytes &request)
+{
+    if (!is(parameters, 9600, 'N', 1))
+        return Bytes();
+    if (request[0] == 17)
+        return goodReply(request);
+    return request[0] == 200 ? frame("C8 83 02") : Bytes();
+}
+
+TEST(StationSearch, FindsWhoAnswersWithWhat)
+{
+    Port port;
+    port.answer = answerAt9600;
+    rtu::StationSearch search(everything(), port.opener());
+    std::vector<rtu::FoundStation> found;
+    search.onFound([&](const rtu::FoundStation &station) { found.push_back(station); });
+    EXPECT_EQ(2, search.run());
+    ASSERT_EQ(2u, found.size());
+    EXPECT_EQ(17, found[0].station);
+    EXPECT_TRUE(is(found[0].parameters, 9600, 'N', 1));
+    EXPECT_EQ("register 1 is 0", found[0].answer);
+    EXPECT_LT(rtu::Duration(0), found[0].replyTime);
+    EXPECT_EQ(200, found[1].station);
+    EXPECT_EQ("exception 2", found[1].answer);
+    EXPECT_EQ("", search.cause());
+}
+
+TEST(StationSearch, SendsNothingButReadsOfOneRegister)
+{
+    Port port;
+    port.answer = answerAt9600;
+    rtu::StationSearch(everything(), port.opener()).run();
+    for (const Bytes &request : port.requests) {
+        ASSERT_EQ(8u, request.size());
+        EXPECT_EQ(3, request[1]);
+    }
+}
+
+TEST(StationSearch, EndsAsSoonAsItCanTell)
+{
+    Port port;
+    port.answer = [](const rtu::LineParameters &parameters, const Bytes &request) {
+        return is(parameters, 9600, 'E', 1) && request[0] == 1 ? goodReply(request) : Bytes();
+    };
+    rtu::StationSearch search(everything(), port.opener());
+    EXPECT_EQ(1, search.run());
+    EXPECT_EQ(4u + 1u + 246u, port.requests.size()) << "four others, then everybody at the right ones";
+    for (std::size_t i = 4; i < port.tried.size(); ++i)
+        EXPECT_TRUE(is(port.tried[i], 9600, 'E', 1));
+}
+
+TEST(StationSearch, AsksEveryPairOnceWhenNobodyAnswers)
+{
+    Port port;
+    rtu::StationSearch search(everything(), port.opener());
+    int last = -1;
+    rtu::Duration left = rtu::Duration::max();
+    search.onProgress([&](const rtu::SearchProgress &progress) {
+        EXPECT_EQ(last + 1, progress.asked);
+        EXPECT_EQ(32 * 247, progress.most);
+        EXPECT_LT(progress.left, left);
+        last = progress.asked;
+        left = progress.left;
+    });
+    EXPECT_EQ(0, search.run());
+    std::set<std::string> pairs;
+    for (std::size_t i = 0; i < port.requests.size(); ++i) {
+        const rtu::LineParameters &p = port.tried[i];
+        pairs.insert(std::to_string(p.baud) + p.parity + std::to_string(p.stopBits) + " "
+                     + std::to_string(port.requests[i][0]));
+    }
+    EXPECT_EQ(32u * 247u, port.requests.size());
+    EXPECT_EQ(port.requests.size(), pairs.size());
+}
+
+TEST(StationSearch, AsksTheLikeliestFirst)
+{
+    Port port;
+    rtu::StationSearch search(everything(), port.opener());
+    search.onProgress([&](const rtu::SearchProgress &progress) {
+        if (progress.asked == 32)
+            search.stop();
+    });
+    search.run();
+    for (std::size_t i = 0; i < 32; ++i)
+        EXPECT_EQ(1, port.requests[i][0]);
+    EXPECT_TRUE(is(port.tried[0], 19200, 'E', 1));
+    EXPECT_GE(33u, port.requests.size());
+}
+
+struct Cause
+{
+    const char *name;
+    Bytes (*answer)(const Bytes &request);
+    const char *words;
+};
+
+class SearchInVain : public testing::TestWithParam<Cause>
+{
+};
+
+TEST_P(SearchInVain, NamesTheCause)
+{
+    Port port;
+    port.answer = [](const rtu::LineParameters &, const Bytes &request) { return GetParam().answer(request); };
+    rtu::SearchSettings settings = everything();
+    settings.parameters.resize(2);
+    settings.stations.resize(12);
+    rtu::StationSearch search(settings, port.opener());
+    EXPECT_EQ(0, search.run());
+    EXPECT_NE(std::string::npos, search.cause().find(GetParam().words)) << search.cause();
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Lines, SearchInVain,
+    testing::Values(Cause{"silence", [](const Bytes &) { return Bytes(); }, "not one byte"},
+                    Cause{"an echo", [](const Bytes &request) { return request; }, "hears itself"},
+                    Cause{"garbage", [](const Bytes &) { return hex("FE 00 F8 80"); }, "not so that it can be read"},
+                    Cause{"ascii", [](const Bytes &) { return hex("3A 30 31 38 33 30 32 0D 0A"); }, "Modbus ASCII"},
+                    Cause{"another's reply", [](const Bytes &) { return frame("F7 03 02 00 07"); }, "another master"}));
+
+TEST(StationSearch, TellsThatThePortTakesNoneOfTheParameters)
+{
+    rtu::SearchSettings settings = everything();
+    settings.stations.resize(1);
+    rtu::StationSearch search(settings, [](const rtu::LineParameters &) { return nullptr; });
+    EXPECT_EQ(0, search.run());
+    EXPECT_NE(std::string::npos, search.cause().find("takes none"));
+}
+
+TEST(StationSearch, AnswersThroughAnEchoAreFound)
+{
+    Port port;
+    port.answer = [](const rtu::LineParameters &, const Bytes &request) {
+        Bytes both = request;
+        const Bytes reply = goodReply(request);
+        both.insert(both.end(), reply.begin(), reply.end());
+        return both;
+    };
+    rtu::SearchSettings settings = everything();
+    settings.stations.resize(3);
+    rtu::StationSearch search(settings, port.opener());
+    EXPECT_EQ(3, search.run());
+    EXPECT_EQ(3, search.signs().echoes);
+}
+
+} // namespace
