@@ -123,7 +123,7 @@ private:
     rtu::LinkSettings lineSettings() const;
     void setStatus(Status status, const QString &error = QString());
     void portChanged(bool open);
-    void wake();
+    Q_INVOKABLE void wake();
     void takeMail();
     void showNext();
     void deliver();
