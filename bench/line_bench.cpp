@@ -71,6 +71,7 @@ rtu::LinkSettings settingsFor(const Arguments &arguments, const rtu::LineParamet
     settings.parameters = line;
     settings.replyTimeout = std::chrono::milliseconds(arguments.timeoutMilliseconds);
     settings.lateReplyGuard = settings.replyTimeout;
+    settings.silence = arguments.silence;
     settings.echo = rtu::Echo::Never;
     return settings;
 }

@@ -2,6 +2,7 @@
 
 #include <sys/resource.h>
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -14,13 +15,15 @@ namespace {
 
 [[noreturn]] void usage(const char *program, const std::string &reason)
 {
-    std::fprintf(stderr,
-                 "%s: %s\n"
-                 "usage: %s --port P --baud B --plan F (--seconds T | --cycles N) [--timeout-ms M]\n"
-                 "          [--parity N|E|O] [--stop-bits 1|2] [--driver PATH]\n"
-                 "  plan lines: station type start count, addresses from 0; types as the driver names them\n"
-                 "  baud 0: no pace and no silences; a pseudo-terminal takes 8N2 whatever the parity\n",
-                 program, reason.c_str(), program);
+    std::fprintf(
+        stderr,
+        "%s: %s\n"
+        "usage: %s --port P --baud B --plan F (--seconds T | --cycles N) [--timeout-ms M]\n"
+        "          [--parity N|E|O] [--stop-bits 1|2] [--silence MS] [--driver PATH]\n"
+        "  plan lines: station type start count, addresses from 0; types as the driver names them\n"
+        "  baud 0: no pace and no silences; a pseudo-terminal takes 8N2 whatever the parity\n"
+        "  silence: milliseconds kept before each request, such as 1.75 or 0; else as the baud rate asks for\n",
+        program, reason.c_str(), program);
     std::exit(2);
 }
 
@@ -47,6 +50,8 @@ void take(Arguments &arguments, const std::string &name, const std::string &valu
         arguments.line.parity = value[0];
     else if (name == "--stop-bits")
         arguments.line.stopBits = std::atoi(value.c_str());
+    else if (name == "--silence")
+        arguments.silence = std::chrono::microseconds(std::lround(1000 * std::atof(value.c_str())));
     else if (name == "--driver")
         arguments.driver = value;
     else

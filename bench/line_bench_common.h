@@ -31,6 +31,7 @@ struct Arguments
     double seconds = 0;
     long cycles = 0;
     int timeoutMilliseconds = 1000;
+    rtu::Duration silence{-1}; ///< before each request; below 0: what the baud rate asks for
     std::string driver;
 };
 

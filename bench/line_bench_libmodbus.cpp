@@ -62,7 +62,11 @@ struct Context
 class Loop
 {
 public:
-    Loop(const Arguments &arguments, modbus_t *handle) : m_handle(handle), m_timing(arguments.line) {}
+    Loop(const Arguments &arguments, modbus_t *handle) : m_handle(handle), m_timing(arguments.line)
+    {
+        if (arguments.silence >= rtu::Duration(0))
+            m_timing.setSilence(arguments.silence);
+    }
 
     void read(const Block &block, Checksum *checksum)
     {
