@@ -5,8 +5,18 @@
 #include "address/register_types.h"
 #include "cache/data_areas.h"
 #include "driver/arithmetic.h"
+#include "driver/driver_lock.h"
 
 namespace {
+
+/** The text is the host's while it is called: it may change it. */
+inline void callHost(ValueChangeCallBack callBack, int link, int station, QString &text, int address)
+{
+    if (!callBack)
+        return;
+    DriverRelease released;
+    callBack(link, station, &text, address);
+}
 
 /** Reports these bits of a register, the lowest first. */
 void reportBits(Modbus_rtu_master &master, int bits, int station, const QString &regType, int address)
@@ -19,6 +29,17 @@ void reportBits(Modbus_rtu_master &master, int bits, int station, const QString 
 }
 
 } // namespace
+
+void Modbus_rtu_master::reportChange(int link, int station, QString &text, int address)
+{
+    callHost(valueChangeCallBack, link, station, text, address);
+}
+
+void Modbus_rtu_master::reportChange(int link, int station, const QString &regType, int address)
+{
+    QString text = regType;
+    callHost(valueChangeCallBack, link, station, text, address);
+}
 
 void Modbus_rtu_master::_wordDataChange(const int *oldValue, const int *newValue, int station, const QString &regType,
                                         int address, int noBits)

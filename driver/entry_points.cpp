@@ -1,9 +1,10 @@
-// The exported functions: null pointers are taken care of here, and the monitor
-// is entered; everything else is the driver object's.
+// The exported functions: null pointers are taken care of here, the driver's lock
+// is taken where the driver object is touched, and plain texts are given; everything
+// else is the driver object's and that of the address language.
 
 #include "driver/modbus_rtu_interface.h"
 #include "driver/modbus_rtu_master.h"
-#include "driver/monitor.h"
+#include "driver/driver_lock.h"
 
 #include "address/address_syntax.h"
 #include "address/descriptions.h"
@@ -56,7 +57,7 @@ void intf_SetDriverPropertyPage(QString *out)
 
 void intf_setAddrValueChangeCallBack(ValueChangeCallBack callBack)
 {
-    MonitorLock locked;
+    DriverLock locked;
     driver.valueChangeCallBack = callBack;
 }
 
@@ -65,7 +66,7 @@ int intf_initProperty(void *hostArea, int hostArg, void *hostWordBuffer, int *st
 {
     if (status)
         *status = 0;
-    MonitorLock locked;
+    DriverLock locked;
     driver.initProperty(hostArea, hostArg, hostWordBuffer, property, hostMutex);
     return 1;
 }
@@ -104,13 +105,13 @@ int intf_multiCopy(QString *regType, int startAddress, int copies, int increment
 
 int intf_setRcpAddress(QVector<_RCP_VAR_PRO> *rows)
 {
-    MonitorLock locked;
+    DriverLock locked;
     return driver.setRcpAddress(rows ? *rows : QVector<_RCP_VAR_PRO>());
 }
 
 int intf_addrMerge(QList<KEY_ADDRESS> *keys)
 {
-    MonitorLock locked;
+    DriverLock locked;
     return driver.buildReadPlan(keys ? *keys : QList<KEY_ADDRESS>());
 }
 
@@ -118,7 +119,7 @@ int intf_addConditionRead(KEY_ADDRESS *key, int userData)
 {
     if (!key)
         return 1;
-    MonitorLock locked;
+    DriverLock locked;
     driver.addConditionRead(*key, userData);
     return 1;
 }
@@ -127,14 +128,14 @@ int intf_getSendFrame(FRAME_PRO *out)
 {
     if (!out)
         return 0;
-    MonitorLock locked;
+    DriverLock locked;
     return driver.getSendFrame(*out);
 }
 
 int intf_dealRcvFrame(QByteArray *reply, QString *information)
 {
     if (reply && information) {
-        MonitorLock locked;
+        DriverLock locked;
         return driver.dealRcvFrame(*reply, *information);
     }
     QByteArray nothing;
@@ -146,7 +147,7 @@ int intf_getData(int station, QString *regType, int address, int count, unsigned
 {
     if (!out)
         return 1;
-    MonitorLock locked;
+    DriverLock locked;
     driver.getData(station, textOf(regType), address, count, out);
     return 1;
 }
@@ -155,7 +156,7 @@ int intf_setData(int station, QString *regType, int address, int count, unsigned
 {
     if (!data && count > 0) // without elements the data is never looked at
         return 1;
-    MonitorLock locked;
+    DriverLock locked;
     driver.setData(station, textOf(regType), address, count, data, userData);
     return 1;
 }

@@ -6,8 +6,8 @@
  * object @c driver. Tests may own further objects.
  *
  * Threads: the operations lock nothing themselves (save listMutex and hostMutex
- * where said). The entry points serialise them through the monitor of
- * driver/monitor.h, which is let go around every callback and around hostMutex;
+ * where said). The entry points serialise them through the lock of
+ * driver/driver_lock.h, which is let go around every callback and around hostMutex;
  * after either, no operation relies on references into lists taken before.
  *
  * Arithmetic on addresses and counts is signed 32-bit; sums and products beyond
@@ -54,7 +54,7 @@ public:
     void initProperty(void *area, int argument, void *wordBuffer, const char *property, QMutex *mutex);
 
     /**
-     * Calls the host back, outside the monitor. Does nothing without a callback.
+     * Calls the host back, outside the lock. Does nothing without a callback.
      * May run any other operation of this object before it returns.
      * @param text what the host gets as the type, and may change: no text that is used for anything else
      */

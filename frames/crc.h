@@ -1,11 +1,9 @@
 /**
  * @file
- * The Modbus CRC-16 and bytes as text.
+ * The Modbus CRC-16.
  */
 #ifndef CRC_H
 #define CRC_H
-
-#include <QtCore/QString>
 
 /** Bytes of the CRC at the end of a frame. */
 enum { CrcBytes = 2 };
@@ -20,8 +18,5 @@ unsigned int modbusCrc16(const unsigned char *bytes, int length);
 
 /** Stores the CRC of the first @p length bytes behind them, low byte first; two bytes of room are needed. */
 void appendCrc(unsigned char *bytes, int length);
-
-/** Each byte as two lowercase hexadecimal digits and a space; empty for @p n of 0 or below. */
-QString toHexString(const unsigned char *bytes, int n);
 
 #endif

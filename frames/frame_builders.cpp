@@ -10,7 +10,7 @@
 #include "driver/record_copy.h"
 #include "frames/bit_write.h"
 #include "frames/crc.h"
-#include "frames/frame_queue.h"
+#include "frames/frames_in_flight.h"
 
 namespace {
 
@@ -81,7 +81,7 @@ void expectEcho(FRAME_PRO &f)
     f.replyLen = f.var.station == 0 ? 0 : static_cast<int>(RequestBytes);
 }
 
-void addRead(FrameQueue &frames, const VARIABLE &v, int function, int address, int quantity)
+void addRead(FramesInFlight &frames, const VARIABLE &v, int function, int address, int quantity)
 {
     FRAME_PRO &f = startFrame(frames.add(), v, function, address, quantity);
     closeFrame(f, RequestBytes);
@@ -102,7 +102,7 @@ unsigned char packedCoils(const VARIABLE &v, int firstCoil)
     return low(sum);
 }
 
-void addCoilWrite(FrameQueue &frames, const VARIABLE &v)
+void addCoilWrite(FramesInFlight &frames, const VARIABLE &v)
 {
     if (v.count == 1) {
         // Only the value 1 switches on; any other value is off.
@@ -142,7 +142,7 @@ void putDoubles(FRAME_PRO &f, int count)
     }
 }
 
-void addRegisterWrite(FrameQueue &frames, const VARIABLE &v, RegisterUnit unit)
+void addRegisterWrite(FramesInFlight &frames, const VARIABLE &v, RegisterUnit unit)
 {
     if (v.count < 1)
         return;
@@ -169,7 +169,7 @@ void addRegisterWrite(FrameQueue &frames, const VARIABLE &v, RegisterUnit unit)
  * back with the bits changed; the reply to the read fills the write. A range of
  * no bits makes both frames as well, with the quantity that its sum gives.
  */
-void addBitWrite(FrameQueue &frames, const VARIABLE &v)
+void addBitWrite(FramesInFlight &frames, const VARIABLE &v)
 {
     const int firstRegister = v.startAddr / RegisterBits;
     const int registers = divideUp(wrapAdd(v.startAddr % RegisterBits, v.count), RegisterBits);
@@ -193,7 +193,7 @@ void Modbus_rtu_master::getReadFrame(const VARIABLE &v)
         return;
     const RegisterType *type = findRegisterType(v.regType);
     const int function = type ? type->readFunction : static_cast<int>(ReadHoldingRegisters);
-    FrameQueue frames(frameList, spareFrames);
+    FramesInFlight frames(frameList, spareFrames);
     addRead(frames, v, function, v.startAddr, v.count);
 }
 
@@ -202,7 +202,7 @@ void Modbus_rtu_master::getWriteFrame(const VARIABLE &v)
     const RegisterType *type = findRegisterType(v.regType);
     if (!type || !type->writable)
         return;
-    FrameQueue frames(frameList, spareFrames);
+    FramesInFlight frames(frameList, spareFrames);
     switch (type->unit) {
     case CoilUnit:
         addCoilWrite(frames, v);

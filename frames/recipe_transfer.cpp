@@ -2,7 +2,7 @@
 
 #include "address/register_types.h"
 #include "driver/arithmetic.h"
-#include "driver/monitor.h"
+#include "driver/driver_lock.h"
 #include "driver/qt_compat.h"
 
 #include <QtCore/QMutexLocker>
@@ -79,11 +79,32 @@ TransferRequests transferRequests(const Modbus_rtu_master &master)
     const unsigned char *const area = master.hostArea;
     if (!mutex || !area)
         return requested;
-    MonitorRelease released;
+    DriverRelease released;
     QMutexLocker locked(mutex);
     requested.write = area[WriteRequestByte] == 1;
     requested.read = area[ReadRequestByte] == 1;
     return requested;
+}
+
+bool isBlockLeft(const Modbus_rtu_master &master)
+{
+    return master.rcpIndex >= 0 && master.rcpIndex < sizeOf(master.rcpBlocks);
+}
+
+void selectBlock(Modbus_rtu_master &master, bool write)
+{
+    master.rcpAddrToVar(master.rcpBlocks.at(master.rcpIndex), master.currentVar, write);
+    master.sendState = write ? TransferWriteSent : TransferReadSent;
+}
+
+void finishBlock(Modbus_rtu_master &master, TransferRequestByte request)
+{
+    if (!master.lastFailed) {
+        master.rcpIndex = wrapAdd(master.rcpIndex, 1);
+        if (master.rcpIndex < sizeOf(master.rcpBlocks))
+            return;
+    }
+    endTransfer(master, request);
 }
 
 void endTransfer(Modbus_rtu_master &master, TransferRequestByte request)
@@ -93,12 +114,12 @@ void endTransfer(Modbus_rtu_master &master, TransferRequestByte request)
     unsigned char *const area = master.hostArea;
     if (!mutex || !area)
         return;
-    MonitorRelease released;
+    DriverRelease released;
     QMutexLocker locked(mutex);
     area[request] = 0;
 }
 
-bool hasSource(const Modbus_rtu_master &master, const _RCP_VAR_PRO &block)
+bool hasHostWords(const Modbus_rtu_master &master, const _RCP_VAR_PRO &block)
 {
     return master.hostWordBuffer && block.hostOffset >= 0;
 }
@@ -110,7 +131,7 @@ void Modbus_rtu_master::rcpAddrToVar(const _RCP_VAR_PRO &descriptor, VARIABLE &t
     target.startAddr = descriptor.startAddr;
     target.count = descriptor.count;
     std::memset(target.data, 0, sizeof target.data);
-    if (withData == 0 || !hasSource(*this, descriptor) || descriptor.count < 1)
+    if (withData == 0 || !hasHostWords(*this, descriptor) || descriptor.count < 1)
         return;
 
     const int room = ModbusRtuRecordBytes / 2;

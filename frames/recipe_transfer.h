@@ -19,14 +19,26 @@ struct TransferRequests
     bool read;
 };
 
-/** Reads the request bytes; a host without area or mutex has none. Lets the monitor go. */
+/** Reads the request bytes; a host without area or mutex has none. Lets the lock go. */
 TransferRequests transferRequests(const Modbus_rtu_master &master);
 
-/** Ends the transfer: clears its request byte, and the next one begins with the first block. Lets the monitor go. */
+/** Is there a block for the transfer to go on with? */
+bool isBlockLeft(const Modbus_rtu_master &master);
+
+/** Makes the block whose turn it is the next transaction; there has to be one left. */
+void selectBlock(Modbus_rtu_master &master, bool write);
+
+/**
+ * Steps to the next block; the transfer ends when the last is done, or at once
+ * after a failure. May let the lock go.
+ */
+void finishBlock(Modbus_rtu_master &master, TransferRequestByte request);
+
+/** Ends the transfer: clears its request byte, and the next one begins with the first block. Lets the lock go. */
 void endTransfer(Modbus_rtu_master &master, TransferRequestByte request);
 
 /** Are there host words to write from? Not without a buffer, nor for a block that begins before its start. */
-bool hasSource(const Modbus_rtu_master &master, const _RCP_VAR_PRO &block);
+bool hasHostWords(const Modbus_rtu_master &master, const _RCP_VAR_PRO &block);
 
 /** Registered rows first to last - 1 of one block. */
 struct RecipeRows

@@ -33,12 +33,6 @@ void buildFrames(Modbus_rtu_master &master)
     }
 }
 
-void selectBlock(Modbus_rtu_master &master, bool write)
-{
-    master.rcpAddrToVar(master.rcpBlocks.at(master.rcpIndex), master.currentVar, write);
-    master.sendState = write ? TransferWriteSent : TransferReadSent;
-}
-
 void selectPolling(Modbus_rtu_master &master)
 {
     if (!master.writeList.isEmpty() && master.burstCount < writeBurst) {
@@ -62,19 +56,18 @@ void selectPolling(Modbus_rtu_master &master)
 
 void selectTransaction(Modbus_rtu_master &master, TransferRequests requested)
 {
-    const bool blockLeft = master.rcpIndex >= 0 && master.rcpIndex < sizeOf(master.rcpBlocks);
-    if (requested.write && blockLeft && !hasSource(master, master.rcpBlocks.at(master.rcpIndex))) {
+    if (requested.write && isBlockLeft(master) && !hasHostWords(master, master.rcpBlocks.at(master.rcpIndex))) {
         // A slave never gets words that no host gave. The transfer ends here, and
         // what else there is to do takes its turn.
         endTransfer(master, WriteRequestByte);
         requested.write = false;
-        if (master.frameList.isEmpty()) // the monitor was let go once more
+        if (master.frameList.isEmpty()) // the lock was let go once more
             selectTransaction(master, requested);
         return;
     }
     if (!requested.write && !requested.read)
         selectPolling(master);
-    else if (blockLeft)
+    else if (isBlockLeft(master))
         selectBlock(master, requested.write);
     // else no such block: the transaction that ran last is built once more
     buildFrames(master);
@@ -110,24 +103,13 @@ void finishCyclicRead(Modbus_rtu_master &master)
     master.lastReplies.firstMovedToEnd();
 }
 
-/** Steps to the next block; the transfer ends when the last is done, or at once after a failure. */
-void finishBlock(Modbus_rtu_master &master, TransferRequestByte request)
-{
-    if (!master.lastFailed) {
-        master.rcpIndex = wrapAdd(master.rcpIndex, 1);
-        if (master.rcpIndex < sizeOf(master.rcpBlocks))
-            return;
-    }
-    endTransfer(master, request);
-}
-
 } // namespace
 
 int Modbus_rtu_master::getSendFrame(FRAME_PRO &out)
 {
     if (frameList.isEmpty()) {
         const TransferRequests requested = transferRequests(*this);
-        // The monitor was let go meanwhile; a second transaction is never put
+        // The lock was let go meanwhile; a second transaction is never put
         // behind one that is already on its way.
         if (frameList.isEmpty())
             selectTransaction(*this, requested);

@@ -1,12 +1,96 @@
-// Finding areas in a large cache gives what walking the list gives.
+// Finding and creating data areas; in a large cache this gives what walking the list gives.
 
 #include "support/driver_fixture.h"
 
+#include <climits>
 #include <random>
 
 namespace {
 
 using namespace support;
+
+// --- look-up ----------------------------------------------------------------------
+
+class AreaLookUp : public DriverFixture
+{
+protected:
+    int positionOf(int station, const char *type, int areaIndex)
+    {
+        return driver.getIndexOfDataArea(station, QString::fromLatin1(type), areaIndex, driver.dataAreas);
+    }
+};
+
+TEST_F(AreaLookUp, AbsentAreaIsAppendedAndFoundAgain)
+{
+    EXPECT_EQ(positionOf(1, "4x", 10), 0);
+    EXPECT_EQ(positionOf(1, "4x", 11), 1);
+    EXPECT_EQ(driver.dataAreas.size(), 2);
+    EXPECT_EQ(positionOf(1, "4x", 10), 0);
+    EXPECT_EQ(positionOf(1, "4x", 11), 1);
+    EXPECT_EQ(driver.dataAreas.size(), 2);
+}
+
+TEST_F(AreaLookUp, NewAreaHasItsKeysAndNothingElse)
+{
+    positionOf(7, "3x", 65535);
+    const _DATA_ area = driver.dataAreas.at(0);
+    EXPECT_EQ(area.station, 7);
+    EXPECT_EQ(area.regType, QString::fromLatin1("3x"));
+    EXPECT_EQ(area.areaIndex, 65535);
+    EXPECT_EQ(area.errorFlag, 0);
+    EXPECT_EQ(area.writtenFlag, 0);
+    EXPECT_EQ(area.bitWriteState, 0);
+    EXPECT_EQ(area.wordMonitor, 0);
+    EXPECT_EQ(area.bitMonitor, 0);
+    EXPECT_EQ(area.readValue, 0);
+    EXPECT_EQ(area.writtenValue, 0);
+}
+
+TEST_F(AreaLookUp, EveryKeyTellsAreasApart)
+{
+    EXPECT_EQ(positionOf(1, "4x", 10), 0);
+    EXPECT_EQ(positionOf(2, "4x", 10), 1);
+    EXPECT_EQ(positionOf(1, "3x", 10), 2);
+    EXPECT_EQ(positionOf(1, "4x", -10), 3);
+    EXPECT_EQ(positionOf(-1, "4x", 10), 4);
+    EXPECT_EQ(positionOf(1, "", 10), 5);
+    EXPECT_EQ(positionOf(1, "4x ", 10), 6);
+    EXPECT_EQ(positionOf(INT_MIN, "4x", INT_MAX), 7);
+    EXPECT_EQ(positionOf(INT_MAX, "4x", INT_MIN), 8);
+    EXPECT_EQ(driver.dataAreas.size(), 9);
+}
+
+TEST_F(AreaLookUp, LetterCaseTellsAreasApart)
+{
+    EXPECT_EQ(positionOf(1, "4x", 10), 0);
+    EXPECT_EQ(positionOf(1, "4X", 10), 1);
+    EXPECT_EQ(positionOf(1, "4x", 10), 0);
+    EXPECT_EQ(positionOf(1, "4X", 10), 1);
+}
+
+TEST_F(AreaLookUp, AnyListIsServed)
+{
+    QList<_DATA_> own;
+    const QString type = QString::fromLatin1("4x");
+    EXPECT_EQ(driver.getIndexOfDataArea(1, type, 10, own), 0);
+    EXPECT_EQ(driver.getIndexOfDataArea(1, type, 11, own), 1);
+    EXPECT_EQ(driver.getIndexOfDataArea(1, type, 10, own), 0);
+    EXPECT_EQ(own.size(), 2);
+    EXPECT_TRUE(driver.dataAreas.isEmpty());
+}
+
+TEST_F(AreaLookUp, FirstOfEqualAreasIsFound)
+{
+    QList<_DATA_> own;
+    const QString type = QString::fromLatin1("4x");
+    driver.getIndexOfDataArea(1, type, 10, own);
+    const _DATA_ first = own.at(0);
+    own << first << first;
+    EXPECT_EQ(driver.getIndexOfDataArea(1, type, 10, own), 0);
+    EXPECT_EQ(own.size(), 3);
+}
+
+// --- large caches -----------------------------------------------------------------
 
 const char *const Types[] = {"0x", "1x", "3x", "4x", "4X", ""};
 

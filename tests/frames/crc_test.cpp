@@ -1,4 +1,4 @@
-// The CRC of the serial line and bytes as text.
+// The CRC of the serial line.
 
 #include "frames/crc.h"
 #include "support/driver_fixture.h"
@@ -15,8 +15,6 @@ unsigned int crcOf(const Bytes &content)
 {
     return modbusCrc16(content.data(), static_cast<int>(content.size()));
 }
-
-// --- CRC --------------------------------------------------------------------------
 
 // Worked examples of public documents, sent low byte first.
 TEST(Crc, PublicExamples)
@@ -95,45 +93,6 @@ TEST(Crc, IsAppendedLowByteFirst)
     Bytes frame = payload("01 03 00 00 00 0A EE EE");
     appendCrc(frame.data(), 6);
     EXPECT_EQ(frame, payload("01 03 00 00 00 0A C5 CD"));
-}
-
-// --- bytes as text ----------------------------------------------------------------
-
-QString hex(const char *content)
-{
-    const Bytes list = payload(content);
-    return toHexString(list.data(), static_cast<int>(list.size()));
-}
-
-TEST(HexString, TwoLowercaseDigitsAndASpaceEach)
-{
-    EXPECT_EQ(hex("00"), QString::fromLatin1("00 "));
-    EXPECT_EQ(hex("0A"), QString::fromLatin1("0a "));
-    EXPECT_EQ(hex("01 03 C5 CD FF"), QString::fromLatin1("01 03 c5 cd ff "));
-}
-
-TEST(HexString, NothingIsTheEmptyText)
-{
-    const unsigned char byte = 0x55;
-    EXPECT_EQ(toHexString(&byte, 0), QString());
-    EXPECT_EQ(toHexString(&byte, -1), QString());
-    EXPECT_EQ(toHexString(&byte, -2147483647 - 1), QString());
-    EXPECT_EQ(toHexString(nullptr, 0), QString());
-}
-
-TEST(HexString, EveryByte)
-{
-    for (int value = 0; value < 256; ++value) {
-        const unsigned char byte = static_cast<unsigned char>(value);
-        const QString expected = QString::number(value, 16).rightJustified(2, QLatin1Char('0')) + QLatin1Char(' ');
-        EXPECT_EQ(toHexString(&byte, 1), expected);
-    }
-}
-
-TEST(HexString, OnlyTheFirstBytesAreTaken)
-{
-    const Bytes list = payload("01 02 03");
-    EXPECT_EQ(toHexString(list.data(), 2), QString::fromLatin1("01 02 "));
 }
 
 } // namespace

@@ -1,14 +1,8 @@
-// The turning of a recipe block into a request unit, and the retirement of
-// transactions, on a driver object of the test's own.
+// The retirement of transactions, on a driver object of the test's own.
 
-#include "support/buffer_word.h"
+#include "frames/own_driver.h"
 #include "support/unit_text.h"
 
-#include <gtest/gtest.h>
-
-#include <QtCore/QMutex>
-
-#include <cstring>
 #include <vector>
 
 using support::Change;
@@ -16,38 +10,19 @@ using support::Changes;
 using support::payload;
 using support::row;
 using support::unitsText;
-using support::unitText;
 using support::variable;
 
 namespace {
 
-enum { WriteRequestByte = 60115, ReadRequestByte = 60116, AreaBytes = 60117 };
+enum { WriteRequestByte = 60115, ReadRequestByte = 60116 };
 
-/** A driver object with a host around it. */
-class OwnDriver : public ::testing::Test
+class TransactionEnd : public support::OwnDriver
 {
 protected:
-    OwnDriver() : area(AreaBytes, 0), words(8, 0)
-    {
-        master.valueChangeCallBack = &support::ChangeRecorder::callBack;
-        master.initProperty(area.data(), 0, words.data(), "1#0#0#3#100", &mutex);
-        for (size_t i = 0; i < words.size(); ++i)
-            words[i] = static_cast<unsigned short>(0x1110 * (i + 1) + i + 1); // 1111, 2222, ...
-    }
-
     void raiseBoth()
     {
         area[WriteRequestByte] = 1;
         area[ReadRequestByte] = 1;
-    }
-
-    VARIABLE converted(const _RCP_VAR_PRO &block, int withData = 1) const
-    {
-        VARIABLE unit = variable(9, "old", 9, 9);
-        unit.userData = 4711;
-        std::memset(unit.data, 0xEE, sizeof unit.data);
-        master.rcpAddrToVar(block, unit, withData);
-        return unit;
     }
 
     void finish(int sendState, int lastFailed)
@@ -56,145 +31,11 @@ protected:
         master.lastFailed = lastFailed;
         master.dealListWhenFinish();
     }
-
-    Modbus_rtu_master master;
-    support::ChangeRecorder recorder;
-    std::vector<unsigned char> area;
-    std::vector<unsigned short> words;
-    QMutex mutex;
 };
-
-/** The first bytes of a payload; everything behind them has to be 0. */
-std::vector<unsigned char> payloadOf(const VARIABLE &unit, size_t length)
-{
-    for (size_t i = length; i < sizeof unit.data; ++i)
-        EXPECT_EQ(unit.data[i], 0) << "byte " << i;
-    return std::vector<unsigned char>(unit.data, unit.data + length);
-}
 
 } // namespace
 
-// --- recipe block to request unit ------------------------------------------------------
-
-TEST_F(OwnDriver, BlockBecomesARequestUnit)
-{
-    const VARIABLE unit = converted(row(1, 2, "4x", 300, 2, 3, 99));
-    EXPECT_EQ(unitText(unit), "2:4x 300+2");
-    EXPECT_EQ(unit.userData, 4711) << "the tag stays as it was";
-    EXPECT_EQ(payloadOf(unit, 4), payload("44 44 55 55"));
-}
-
-TEST_F(OwnDriver, WithoutDataThePayloadIsZero)
-{
-    const VARIABLE unit = converted(row(1, 2, "4x", 300, 2, 3), 0);
-    EXPECT_EQ(unitText(unit), "2:4x 300+2");
-    payloadOf(unit, 0);
-}
-
-TEST_F(OwnDriver, AnyNonzeroFlagTakesTheData)
-{
-    EXPECT_EQ(payloadOf(converted(row(1, 2, "4x", 0, 1, 0), -1), 2), payload("11 11"));
-}
-
-TEST_F(OwnDriver, WordsAreCopiedLowByteFirst)
-{
-    words[0] = support::bufferWord(0x1234);
-    EXPECT_EQ(payloadOf(converted(row(1, 2, "4x", 0, 1, 0)), 2), payload("34 12"));
-}
-
-TEST_F(OwnDriver, SwapOnExchangesTheWordsOfEachDouble)
-{
-    master.doubleSwapMode = 1;
-    EXPECT_EQ(payloadOf(converted(row(1, 2, "4x_double", 0, 4, 0)), 8), payload("22 22 11 11 44 44 33 33"));
-}
-
-TEST_F(OwnDriver, SwapKeepsTheBytesOfAWord)
-{
-    master.doubleSwapMode = 1;
-    words[0] = support::bufferWord(0x1234);
-    words[1] = support::bufferWord(0x5678);
-    EXPECT_EQ(payloadOf(converted(row(1, 2, "4x_double", 0, 2, 0)), 4), payload("78 56 34 12"));
-}
-
-TEST_F(OwnDriver, SwapOffCopiesTheWords)
-{
-    EXPECT_EQ(payloadOf(converted(row(1, 2, "4x_double", 0, 4, 0)), 8), payload("11 11 22 22 33 33 44 44"));
-}
-
-TEST_F(OwnDriver, ListedStationsAreSwappedInEveryMode)
-{
-    master.doubleSwapStations << 7 << 2;
-    for (int mode : {0, 2, -1}) {
-        master.doubleSwapMode = mode;
-        EXPECT_EQ(payloadOf(converted(row(1, 2, "4x_double", 0, 2, 0)), 4), payload("22 22 11 11")) << mode;
-        EXPECT_EQ(payloadOf(converted(row(1, 3, "4x_double", 0, 2, 0)), 4), payload("11 11 22 22")) << mode;
-    }
-}
-
-TEST_F(OwnDriver, ModeOneSwapsStationsThatAreNotListed)
-{
-    master.doubleSwapStations << 7;
-    master.doubleSwapMode = 1;
-    EXPECT_EQ(payloadOf(converted(row(1, 3, "4x_double", 0, 2, 0)), 4), payload("22 22 11 11"));
-}
-
-TEST_F(OwnDriver, OnlyDoublesThatCanBeWrittenAreSwapped)
-{
-    master.doubleSwapMode = 1;
-    for (const char *type : {"4x", "3x", "3x_double", "0x", "4x_bit", "9x"})
-        EXPECT_EQ(payloadOf(converted(row(1, 2, type, 0, 2, 0)), 4), payload("11 11 22 22")) << type;
-}
-
-TEST_F(OwnDriver, SwapLeavesATrailingWordOut)
-{
-    master.doubleSwapMode = 1;
-    EXPECT_EQ(payloadOf(converted(row(1, 2, "4x_double", 0, 3, 0)), 4), payload("22 22 11 11"));
-    payloadOf(converted(row(1, 2, "4x_double", 0, 1, 0)), 0);
-}
-
-TEST_F(OwnDriver, WithoutSwapATrailingWordIsCopied)
-{
-    EXPECT_EQ(payloadOf(converted(row(1, 2, "4x_double", 0, 3, 0)), 6), payload("11 11 22 22 33 33"));
-}
-
-TEST_F(OwnDriver, CountsOfZeroAndBelowCopyNothing)
-{
-    for (int mode : {0, 1}) {
-        master.doubleSwapMode = mode;
-        payloadOf(converted(row(1, 2, "4x_double", 0, 0, 0)), 0);
-        payloadOf(converted(row(1, 2, "4x_double", 0, -3, 0)), 0);
-        payloadOf(converted(row(1, 2, "4x", 0, -2147483647 - 1, 0)), 0);
-    }
-}
-
-TEST_F(OwnDriver, PayloadBoundsTheBlock)
-{
-    std::vector<unsigned short> many(700, 0x0101);
-    for (int mode : {0, 1}) {
-        master.initProperty(area.data(), 0, many.data(), "1#0#0#3#100", &mutex);
-        master.doubleSwapMode = mode;
-        const VARIABLE unit = converted(row(1, 2, "4x_double", 0, 700, 0));
-        EXPECT_EQ(unit.count, 700);
-        EXPECT_EQ(payloadOf(unit, 1024), std::vector<unsigned char>(1024, 1));
-    }
-}
-
-TEST_F(OwnDriver, PayloadIsFilledToItsLastByte)
-{
-    std::vector<unsigned short> many(512, 0x0101);
-    master.initProperty(area.data(), 0, many.data(), "1#0#0#3#100", &mutex);
-    EXPECT_EQ(payloadOf(converted(row(1, 2, "4x", 0, 512, 0)), 1024), std::vector<unsigned char>(1024, 1));
-}
-
-TEST_F(OwnDriver, WithoutAWordBufferThePayloadIsZero)
-{
-    master.initProperty(area.data(), 0, nullptr, "1#0#0#3#100", &mutex);
-    payloadOf(converted(row(1, 2, "4x", 0, 4, 0)), 0);
-}
-
-// --- retirement ------------------------------------------------------------------------
-
-TEST_F(OwnDriver, EndOfAWriteRemovesTheFirstQueuedOne)
+TEST_F(TransactionEnd, EndOfAWriteRemovesTheFirstQueuedOne)
 {
     for (int failed : {0, 1}) {
         master.writeList.clear();
@@ -204,13 +45,13 @@ TEST_F(OwnDriver, EndOfAWriteRemovesTheFirstQueuedOne)
     }
 }
 
-TEST_F(OwnDriver, EndOfAWriteWithAnEmptyQueueIsNothing)
+TEST_F(TransactionEnd, EndOfAWriteWithAnEmptyQueueIsNothing)
 {
     finish(WriteSent, 0);
     EXPECT_TRUE(master.writeList.isEmpty());
 }
 
-TEST_F(OwnDriver, EndOfAConditionReadIsReportedForTheLastOnePlaced)
+TEST_F(TransactionEnd, EndOfAConditionReadIsReportedForTheLastOnePlaced)
 {
     master.conditionVar = variable(1, "4x", 3, 2);
     for (int failed : {0, 1}) {
@@ -223,7 +64,7 @@ TEST_F(OwnDriver, EndOfAConditionReadIsReportedForTheLastOnePlaced)
     }
 }
 
-TEST_F(OwnDriver, EndOfAnyOtherConditionReadIsNotReported)
+TEST_F(TransactionEnd, EndOfAnyOtherConditionReadIsNotReported)
 {
     const VARIABLE others[] = {variable(2, "4x", 3, 2), variable(1, "3x", 3, 2), variable(1, "4x", 4, 2),
                                variable(1, "4x", 3, 3)};
@@ -239,7 +80,7 @@ TEST_F(OwnDriver, EndOfAnyOtherConditionReadIsNotReported)
     }
 }
 
-TEST_F(OwnDriver, TagAndDataDoNotMatterForTheEndReport)
+TEST_F(TransactionEnd, TagAndDataDoNotMatterForTheEndReport)
 {
     master.conditionVar = variable(1, "4x", 3, 2, payload("01 02"));
     master.conditionVar.userData = 5;
@@ -248,7 +89,7 @@ TEST_F(OwnDriver, TagAndDataDoNotMatterForTheEndReport)
     EXPECT_EQ(recorder.take().size(), 1u);
 }
 
-TEST_F(OwnDriver, EndOfAConditionReadWithAnEmptyQueueIsNothing)
+TEST_F(TransactionEnd, EndOfAConditionReadWithAnEmptyQueueIsNothing)
 {
     for (int failed : {0, 1}) {
         finish(ConditionReadSent, failed);
@@ -256,7 +97,7 @@ TEST_F(OwnDriver, EndOfAConditionReadWithAnEmptyQueueIsNothing)
     }
 }
 
-TEST_F(OwnDriver, QueueEmptiedInsideTheEndReportIsSurvived)
+TEST_F(TransactionEnd, QueueEmptiedInsideTheEndReportIsSurvived)
 {
     master.conditionVar = variable(1, "4x", 3, 2);
     master.conditionReadList << variable(1, "4x", 3, 2);
@@ -265,7 +106,7 @@ TEST_F(OwnDriver, QueueEmptiedInsideTheEndReportIsSurvived)
     EXPECT_TRUE(master.conditionReadList.isEmpty());
 }
 
-TEST_F(OwnDriver, EndOfACyclicReadMovesItToTheEnd)
+TEST_F(TransactionEnd, EndOfACyclicReadMovesItToTheEnd)
 {
     for (int failed : {0, 1}) {
         master.cyclicReadList.clear();
@@ -275,7 +116,7 @@ TEST_F(OwnDriver, EndOfACyclicReadMovesItToTheEnd)
     }
 }
 
-TEST_F(OwnDriver, PlanOfOneOrNoneStaysAsItIs)
+TEST_F(TransactionEnd, PlanOfOneOrNoneStaysAsItIs)
 {
     finish(CyclicReadSent, 0);
     EXPECT_TRUE(master.cyclicReadList.isEmpty());
@@ -284,7 +125,7 @@ TEST_F(OwnDriver, PlanOfOneOrNoneStaysAsItIs)
     EXPECT_EQ(unitsText(master.cyclicReadList), "1:4x 1+1");
 }
 
-TEST_F(OwnDriver, EndOfABlockStepsToTheNext)
+TEST_F(TransactionEnd, EndOfABlockStepsToTheNext)
 {
     master.rcpBlocks << row(0, 1, "4x", 0, 1, 0) << row(0, 1, "4x", 9, 1, 0);
     for (int state : {TransferWriteSent, TransferReadSent}) {
@@ -297,7 +138,7 @@ TEST_F(OwnDriver, EndOfABlockStepsToTheNext)
     }
 }
 
-TEST_F(OwnDriver, EndOfTheLastBlockClearsTheRequest)
+TEST_F(TransactionEnd, EndOfTheLastBlockClearsTheRequest)
 {
     master.rcpBlocks << row(0, 1, "4x", 0, 1, 0) << row(0, 1, "4x", 9, 1, 0);
     for (int state : {TransferWriteSent, TransferReadSent}) {
@@ -310,7 +151,7 @@ TEST_F(OwnDriver, EndOfTheLastBlockClearsTheRequest)
     }
 }
 
-TEST_F(OwnDriver, FailedBlockAbandonsTheTransfer)
+TEST_F(TransactionEnd, FailedBlockAbandonsTheTransfer)
 {
     master.rcpBlocks << row(0, 1, "4x", 0, 1, 0) << row(0, 1, "4x", 9, 1, 0) << row(0, 1, "4x", 20, 1, 0);
     for (int state : {TransferWriteSent, TransferReadSent}) {
@@ -323,7 +164,7 @@ TEST_F(OwnDriver, FailedBlockAbandonsTheTransfer)
     }
 }
 
-TEST_F(OwnDriver, EndOfABlockWithoutHostObjectsOrBlocksIsSurvived)
+TEST_F(TransactionEnd, EndOfABlockWithoutHostObjectsOrBlocksIsSurvived)
 {
     master.rcpIndex = 5;
     master.initProperty(nullptr, 0, nullptr, "1#0#0#3#100", nullptr);
@@ -361,7 +202,7 @@ const RetirementCase retirements[] = {
 
 } // namespace
 
-TEST_F(OwnDriver, EachStateRetiresItsOwnOnly)
+TEST_F(TransactionEnd, EachStateRetiresItsOwnOnly)
 {
     QList<VARIABLE> both;
     both << variable(1, "4x", 1, 1) << variable(1, "4x", 2, 1);

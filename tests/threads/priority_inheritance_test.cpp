@@ -8,7 +8,7 @@
 // ready thread of the highest priority, so the order of events is fixed, and the
 // work is a number of steps.
 
-#include "driver/monitor.h"
+#include "driver/driver_lock.h"
 #include "support/driver_fixture.h"
 
 #include <atomic>
@@ -145,9 +145,9 @@ protected:
     }
 
     /** What a screen does that is interrupted inside the driver: each post hands the processor over, if it may. */
-    void holdTheMonitor()
+    void holdTheLock()
     {
-        const MonitorLock inside;
+        const DriverLock inside;
         pollGoes.post();
         polledWhileInside = polled.load();
         middleGoes.post();
@@ -175,7 +175,7 @@ TEST_F(PriorityInheritance, OfThePollThreadByAScreenInsideTheDriver)
         ASSERT_EQ(middle.refusal, 0);
         ready.wait();
         ready.wait();
-        const RealTimeThread screen(screenPriority, [this] { holdTheMonitor(); });
+        const RealTimeThread screen(screenPriority, [this] { holdTheLock(); });
         ASSERT_EQ(screen.refusal, 0);
     }
     EXPECT_FALSE(polledWhileInside) << "the poll thread did not have to wait";

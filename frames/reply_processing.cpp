@@ -10,14 +10,14 @@
 #include "driver/qt_compat.h"
 #include "frames/bit_write.h"
 #include "frames/crc.h"
-#include "frames/frame_queue.h"
+#include "frames/frames_in_flight.h"
 #include "frames/recipe_transfer.h"
 
 namespace {
 
 int retireHeadFrame(Modbus_rtu_master &master)
 {
-    FrameQueue(master.frameList, master.spareFrames).removeFirst();
+    FramesInFlight(master.frameList, master.spareFrames).removeFirst();
     if (master.frameList.isEmpty())
         master.dealListWhenFinish();
     master.failCount = 0;

@@ -4,18 +4,18 @@
  * allocator for two kilobytes every time: the last frame of a transaction stands
  * by for the next one.
  */
-#ifndef FRAME_QUEUE_H
-#define FRAME_QUEUE_H
+#ifndef FRAMES_IN_FLIGHT_H
+#define FRAMES_IN_FLIGHT_H
 
 #include "driver/modbus_rtu_records.h"
 
 #include <QtCore/QList>
 
-class FrameQueue
+class FramesInFlight
 {
 public:
     /** @param standby keeps at most one frame while @p transaction is empty */
-    FrameQueue(QList<FRAME_PRO> &transaction, QList<FRAME_PRO> &standby) : frames(transaction), spare(standby) {}
+    FramesInFlight(QList<FRAME_PRO> &transaction, QList<FRAME_PRO> &standby) : frames(transaction), spare(standby) {}
 
     /** A frame at the end of the queue, every byte and count of it zero; its unit is left to be filled. */
     FRAME_PRO &add();

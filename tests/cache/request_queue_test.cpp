@@ -1,4 +1,4 @@
-// Host writes: what is queued for the slaves.
+// What is queued for the slaves, asked for through host writes: the pieces of a range, and the bounds of the queue.
 
 #include "support/driver_fixture.h"
 

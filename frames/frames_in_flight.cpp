@@ -1,4 +1,4 @@
-#include "frames/frame_queue.h"
+#include "frames/frames_in_flight.h"
 
 #include "driver/qt_compat.h"
 
@@ -10,7 +10,7 @@ const std::size_t readRequestBytes = 8;
 
 } // namespace
 
-FRAME_PRO &FrameQueue::add()
+FRAME_PRO &FramesInFlight::add()
 {
     if (!frames.isEmpty() || sizeOf(spare) != 1) {
         static const FRAME_PRO blank = FRAME_PRO();
@@ -29,7 +29,7 @@ FRAME_PRO &FrameQueue::add()
     return f;
 }
 
-void FrameQueue::removeFirst()
+void FramesInFlight::removeFirst()
 {
     if (sizeOf(frames) > 1) {
         frames.removeFirst();

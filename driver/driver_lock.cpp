@@ -1,8 +1,8 @@
-#include "driver/monitor.h"
+#include "driver/driver_lock.h"
 
 #include <unistd.h>
 
-Monitor monitor;
+DriverMutex driverMutex;
 
 namespace {
 
@@ -25,7 +25,7 @@ bool makeInheriting(pthread_mutex_t &mutex)
 
 } // namespace
 
-Monitor::Monitor() : held(false)
+DriverMutex::DriverMutex() : held(false)
 {
     if (!makeInheriting(mutex))
         pthread_mutex_init(&mutex, nullptr);
