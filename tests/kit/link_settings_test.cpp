@@ -1,0 +1,83 @@
+// What is set by station, and values of all formats on their way to the slaves.
+
+#include "kit/link_test.h"
+
+namespace {
+
+using namespace test_kit;
+using rtu::TagFormat;
+
+class LinkSettingsOf : public LinkTest
+{
+protected:
+    LinkSettingsOf() { plant.define(1, Table::HoldingRegisters, 0, 20); }
+
+    rtu::Duration pauseBeforeSecond()
+    {
+        link().addTag(TagSpec(1, "4x1"));
+        steps(2);
+        return transactions.at(1).sent - transactions.at(0).finished;
+    }
+};
+
+TEST_F(LinkSettingsOf, ALinkHaveItsSilence)
+{
+    settings.silence = milliseconds(30);
+    EXPECT_EQ(milliseconds(30), pauseBeforeSecond());
+}
+
+TEST_F(LinkSettingsOf, AStationHaveItsSilence)
+{
+    settings.stations[1].silence = milliseconds(40);
+    EXPECT_EQ(milliseconds(40), pauseBeforeSecond());
+}
+
+TEST_F(LinkSettingsOf, AStationHaveItsTimeOut)
+{
+    settings.stations[1].replyTimeout = milliseconds(70);
+    link().addTag(TagSpec(1, "4x1"));
+    loseRequests(1);
+    steps(1);
+    EXPECT_EQ(milliseconds(70), transactions.at(0).finished - transactions.at(0).requestEnd);
+}
+
+TEST_F(LinkSettingsOf, FloatsAndTextsAreWritten)
+{
+    TagSpec text(1, "4x5", TagFormat::Text);
+    text.values = 2;
+    TagSpec swapped(1, "4x_double8", TagFormat::Float);
+    swapped.wordOrder = rtu::WordOrder::LowFirst;
+    link().write(link().addTag(text), QString("Abc"));
+    link().write(TagSpec(1, "4x_double1", TagFormat::Float), {1.5});
+    link().write(swapped, {1.5});
+    steps(8);
+    EXPECT_EQ(0x4162, plant.peek(1, Table::HoldingRegisters, 4));
+    EXPECT_EQ(0x6300, plant.peek(1, Table::HoldingRegisters, 5));
+    EXPECT_EQ(0x3FC00000u, plant.peekDouble(1, Table::HoldingRegisters, 0));
+    EXPECT_EQ(0x00003FC0u, plant.peekDouble(1, Table::HoldingRegisters, 7));
+}
+
+TEST_F(LinkSettingsOf, HandlesOfNothingHaveEnded)
+{
+    EXPECT_TRUE(rtu::Write().ended() && rtu::OneOffRead().ended() && rtu::Transfer().ended());
+    EXPECT_FALSE(rtu::Write().cancel() || rtu::OneOffRead().cancel() || rtu::Transfer().cancel());
+    EXPECT_TRUE(rtu::Write().wait(rtu::Duration(0)) && rtu::OneOffRead().wait(rtu::Duration(0)));
+    EXPECT_EQ(rtu::WriteEnd::NotSent, rtu::Write().result().end);
+    EXPECT_EQ(rtu::ReadEnd::NotTried, rtu::OneOffRead().result().end);
+    EXPECT_TRUE(rtu::Transfer().result().rows.empty());
+    EXPECT_FALSE(rtu::Tag().value().good());
+}
+
+TEST_F(LinkSettingsOf, ATransferThatWaitsCanBeCancelled)
+{
+    rtu::RecipeRow row;
+    row.where = TagSpec(1, "4x1");
+    rtu::Transfer transfer = link().save({row});
+    EXPECT_TRUE(transfer.cancel());
+    steps(3);
+    EXPECT_TRUE(transfer.ended() && transfer.result().cancelled);
+    EXPECT_EQ(rtu::RowEnd::NotTried, transfer.result().rows.at(0).end);
+    EXPECT_TRUE(requests.empty());
+}
+
+} // namespace
