@@ -61,11 +61,9 @@ std::vector<std::string> markNegativeValues(const std::vector<std::string> &argu
             refuse(text, address);
         const bool value = !belongs && isNegative(text) && !isOption(text);
         marked.push_back(value ? Mark + text : text);
-        if (belongs)
-            address.clear();
-        else if (isAddress(text))
+        if (!belongs && isAddress(text))
             address = text;
-        else if (!isNumber(text))
+        else if (belongs || !isNumber(text))
             address.clear();
         belongs = !belongs && !value && takesArgument(text);
     }
