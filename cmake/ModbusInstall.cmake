@@ -1,5 +1,5 @@
-# What `cmake --install` puts where. Three components, which are the three
-# Debian packages: library, dev (what host authors need), host (the bench host).
+# What `cmake --install` puts where. The components are the Debian packages:
+# library, checker, dev (what host authors need), host (the bench host).
 
 include(CMakePackageConfigHelpers)
 
@@ -21,6 +21,16 @@ endfunction()
 install(TARGETS modbus_rtu_master
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
     NAMELINK_COMPONENT dev)
+
+# --- checker -----------------------------------------------------------------
+
+# Beside the driver, which it loads; hosts name its file, nothing links it.
+if(TARGET modbus_rtu_master_check)
+    # A panel's builder may have made the driver alone.
+    install(TARGETS modbus_rtu_master_check LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT checker
+        NAMELINK_SKIP OPTIONAL)
+    install(FILES checker/modbus_rtu_check.h DESTINATION ${MODBUS_INSTALL_INCLUDEDIR} COMPONENT dev)
+endif()
 
 # --- dev ---------------------------------------------------------------------
 
@@ -70,15 +80,18 @@ install(FILES docs/integrating-a-host.md docs/address-language.md docs/contract-
 
 # --- host --------------------------------------------------------------------
 
+# install_program(TARGET): with its manual page.
+function(install_program target)
+    modbus_compress(${PROJECT_SOURCE_DIR}/docs/${target}.1 ${CMAKE_BINARY_DIR}/package/${target}.1.gz)
+    install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+    install(FILES ${CMAKE_BINARY_DIR}/package/${target}.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
+endfunction()
+
 if(TARGET rtuhost)
-    install(TARGETS rtuhost RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
-    if(EXISTS ${PROJECT_SOURCE_DIR}/docs/rtuhost.1)
-        modbus_compress(${PROJECT_SOURCE_DIR}/docs/rtuhost.1 ${CMAKE_BINARY_DIR}/package/rtuhost.1.gz)
-        install(FILES ${CMAKE_BINARY_DIR}/package/rtuhost.1.gz DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT host)
-    endif()
+    install_program(rtuhost)
 endif()
 if(TARGET rtu_demo)
-    install(TARGETS rtu_demo RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT host)
+    install_program(rtu_demo)
     install(DIRECTORY host/demo/ DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/rtuhost/demo COMPONENT host
         FILES_MATCHING PATTERN *.sim PATTERN *.csv)
 endif()
