@@ -57,7 +57,7 @@ TEST(ElfNeeds, HaveNoneInWhatIsNoLibrary)
     EXPECT_EQ(Names(), rtu::neededLibraries(otherClass));
 }
 
-// Of a small library, so that it can be cut at every place: each cut is a copy, of which sanitizers watch the end.
+// Of a small library, here and below: each cut, and each damage, is made to a copy, of which sanitizers watch the end.
 TEST(ElfNeeds, StayInsideAFileThatEndsEarly)
 {
     const std::string whole = rtu::fileContent(STAYING_LIBRARY);
@@ -69,7 +69,7 @@ TEST(ElfNeeds, StayInsideAFileThatEndsEarly)
 
 TEST(ElfNeeds, StayInsideADamagedFile)
 {
-    const std::string whole = rtu::fileContent(TEST_DRIVER);
+    const std::string whole = rtu::fileContent(STAYING_LIBRARY);
     std::mt19937 random(1);
     for (int i = 0; i < 2000; ++i) {
         std::string damaged = whole;
