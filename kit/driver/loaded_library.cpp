@@ -22,6 +22,33 @@ void refuseForeignQt(const std::string &path, const std::string &content)
                                  + ": take the driver that was built for " + ownQt());
 }
 
+/**
+ * A contract checker, which is loaded in the place of the driver and looks for the driver
+ * beside itself. Beside a copy there is none; a copy looks beside the original, if that is loaded.
+ */
+class LoadedChecker
+{
+public:
+    LoadedChecker(const std::string &path, const std::string &content)
+        : m_handle(content.find("@(#)modbus_rtu_master_check") == std::string::npos
+                       ? nullptr
+                       : ::dlopen(path.c_str(), RTLD_LAZY | RTLD_LOCAL))
+    {
+    }
+
+    ~LoadedChecker()
+    {
+        if (m_handle)
+            ::dlclose(m_handle);
+    }
+
+    LoadedChecker(const LoadedChecker &) = delete;
+    LoadedChecker &operator=(const LoadedChecker &) = delete;
+
+private:
+    void *m_handle;
+};
+
 } // namespace
 
 CopyPlaces::CopyPlaces() : folders(temporaryFolders()) {}
@@ -32,6 +59,7 @@ LoadedLibrary::LoadedLibrary(const std::string &path, LibraryUse use, const Copy
     if (use == LibraryUse::OwnCopy) {
         const std::string content = fileContent(path);
         refuseForeignQt(path, content);
+        const LoadedChecker original(path, content);
         loaded = loadCopy(content, places);
     } else {
         // Without a slash the system looks for it, and only that knows where.

@@ -4,6 +4,7 @@
 
 #include "kit/driver/elf_needs.h"
 #include "kit/driver/private_copy.h"
+#include "driver/modbus_rtu_interface.h"
 #include "kit/temporary_folder.h"
 #include "kit/terminal_pair.h"
 
@@ -56,6 +57,22 @@ TEST(LoadedLibrary, IsOneForAllWhoShareIt)
     EXPECT_EQ(first.symbol(EntryPoint), second.symbol(EntryPoint));
     EXPECT_EQ(nullptr, first.symbol("intf_nothing"));
 }
+
+#ifdef TEST_CHECKER
+
+TEST(LoadedLibrary, AsACopyOfTheCheckerFindsTheDriverBesideTheOriginal)
+{
+    ::unsetenv("MODBUS_RTU_DRIVER");
+    const Library checker = copyOf(TEST_CHECKER);
+    const Library again = copyOf(TEST_CHECKER);
+    for (const LoadedLibrary *library : {checker.get(), again.get()}) {
+        int type = -1;
+        reinterpret_cast<decltype(&intf_getProtocolType)>(library->symbol("intf_getProtocolType"))(&type);
+        EXPECT_EQ(0, type); // without a driver nothing is written
+    }
+}
+
+#endif
 
 TEST(LoadedLibrary, SixteenCopiesAreApart)
 {
