@@ -1,5 +1,5 @@
 # What `cmake --install` puts where. The components are the Debian packages:
-# library, checker, dev (what host authors need), host (the bench host).
+# library, kit, checker, dev (what host authors need), host (the bench host).
 
 include(CMakePackageConfigHelpers)
 
@@ -16,19 +16,55 @@ function(modbus_compress file result)
     set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${file})
 endfunction()
 
+# The Qt that users of package and pkg-config get with the driver.
+if(MODBUS_QT_MAJOR EQUAL 4) # found by the file that the driver's build finds it by
+    set(MODBUS_QT_DEPENDENCY "list(APPEND CMAKE_MODULE_PATH \${CMAKE_CURRENT_LIST_DIR})\nfind_dependency(ModbusQt4)")
+    set(MODBUS_PKG_CONFIG_QT QtCore)
+else()
+    set(MODBUS_QT_DEPENDENCY "find_dependency(Qt${MODBUS_QT_MAJOR}Core)")
+    set(MODBUS_PKG_CONFIG_QT Qt${MODBUS_QT_MAJOR}Core)
+endif()
+
+# modbus_pkg_config(NAME): installs NAME.pc, made from package/NAME.pc.in. Its prefix is
+# relative to where the file is found, so that a moved tree still works.
+file(RELATIVE_PATH MODBUS_PKG_CONFIG_TO_PREFIX /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
+string(REGEX REPLACE "/$" "" MODBUS_PKG_CONFIG_TO_PREFIX ${MODBUS_PKG_CONFIG_TO_PREFIX})
+function(modbus_pkg_config name)
+    configure_file(${PROJECT_SOURCE_DIR}/cmake/package/${name}.pc.in ${CMAKE_BINARY_DIR}/package/${name}.pc @ONLY)
+    install(FILES ${CMAKE_BINARY_DIR}/package/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+endfunction()
+
 # --- library -----------------------------------------------------------------
 
 install(TARGETS modbus_rtu_master
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT library
     NAMELINK_COMPONENT dev)
 
+# --- kit ---------------------------------------------------------------------
+
+# In sets of their own, and OPTIONAL: a panel's builder may have made the driver alone, or
+# of the kit just the archive that is linked in.
+if(TARGET modbus_rtu_host)
+    install(TARGETS modbus_rtu_host EXPORT modbus_rtu_host
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT kit NAMELINK_COMPONENT dev OPTIONAL
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+    install(TARGETS host_kit_static EXPORT modbus_rtu_host_static
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev OPTIONAL
+        INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+    foreach(kit modbus_rtu_host modbus_rtu_host_static)
+        install(EXPORT ${kit} NAMESPACE modbus_rtu_master:: FILE ${kit}-targets.cmake
+            DESTINATION ${MODBUS_INSTALL_CMAKEDIR} COMPONENT dev)
+    endforeach()
+    install(DIRECTORY kit/modbus_rtu_host DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT dev)
+    modbus_pkg_config(modbus_rtu_host)
+endif()
+
 # --- checker -----------------------------------------------------------------
 
 # Beside the driver, which it loads; hosts name its file, nothing links it.
 if(TARGET modbus_rtu_master_check)
-    # A panel's builder may have made the driver alone.
-    install(TARGETS modbus_rtu_master_check LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT checker
-        NAMELINK_SKIP OPTIONAL)
+    install(TARGETS modbus_rtu_master_check
+        LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT checker NAMELINK_SKIP OPTIONAL)
     install(FILES checker/modbus_rtu_check.h DESTINATION ${MODBUS_INSTALL_INCLUDEDIR} COMPONENT dev)
 endif()
 
@@ -38,15 +74,9 @@ endif()
 add_library(modbus_rtu_interface INTERFACE)
 set_target_properties(modbus_rtu_interface PROPERTIES EXPORT_NAME interface)
 target_include_directories(modbus_rtu_interface INTERFACE $<INSTALL_INTERFACE:${MODBUS_INSTALL_INCLUDEDIR}>)
-if(MODBUS_QT_MAJOR EQUAL 4) # which is found by the file that the driver's build finds it by
-    target_link_libraries(modbus_rtu_interface INTERFACE ModbusQt4::Core)
-    set(MODBUS_QT_DEPENDENCY "list(APPEND CMAKE_MODULE_PATH \${CMAKE_CURRENT_LIST_DIR})\nfind_dependency(ModbusQt4)")
-    set(MODBUS_PKG_CONFIG_QT QtCore)
+target_link_libraries(modbus_rtu_interface INTERFACE ${MODBUS_QT_TARGET})
+if(MODBUS_QT_MAJOR EQUAL 4)
     install(FILES ${CMAKE_CURRENT_LIST_DIR}/FindModbusQt4.cmake DESTINATION ${MODBUS_INSTALL_CMAKEDIR} COMPONENT dev)
-else()
-    target_link_libraries(modbus_rtu_interface INTERFACE Qt${MODBUS_QT_MAJOR}::Core)
-    set(MODBUS_QT_DEPENDENCY "find_dependency(Qt${MODBUS_QT_MAJOR}Core)")
-    set(MODBUS_PKG_CONFIG_QT Qt${MODBUS_QT_MAJOR}Core)
 endif()
 
 install(FILES driver/modbus_rtu_records.h driver/modbus_rtu_interface.h
@@ -56,23 +86,20 @@ install(EXPORT modbus_rtu_master NAMESPACE modbus_rtu_master:: FILE modbus_rtu_m
     DESTINATION ${MODBUS_INSTALL_CMAKEDIR} COMPONENT dev)
 
 set(MODBUS_INSTALLED_LIBRARY ${CMAKE_INSTALL_LIBDIR}/libmodbus_rtu_master.so.${PROJECT_VERSION_MAJOR})
+set(MODBUS_INSTALLED_CHECKER ${CMAKE_INSTALL_LIBDIR}/libmodbus_rtu_master_check.so.${PROJECT_VERSION_MAJOR})
+set(MODBUS_INSTALLED_KIT ${CMAKE_INSTALL_LIBDIR}/libmodbus_rtu_host.so.${PROJECT_VERSION_MAJOR})
+set(MODBUS_INSTALLED_KIT_ARCHIVE ${CMAKE_INSTALL_LIBDIR}/libmodbus_rtu_host.a)
 configure_package_config_file(${CMAKE_CURRENT_LIST_DIR}/package/modbus_rtu_master-config.cmake.in
     ${CMAKE_BINARY_DIR}/package/modbus_rtu_master-config.cmake
-    INSTALL_DESTINATION ${MODBUS_INSTALL_CMAKEDIR} PATH_VARS MODBUS_INSTALLED_LIBRARY)
+    INSTALL_DESTINATION ${MODBUS_INSTALL_CMAKEDIR}
+    PATH_VARS MODBUS_INSTALLED_LIBRARY MODBUS_INSTALLED_CHECKER MODBUS_INSTALLED_KIT MODBUS_INSTALLED_KIT_ARCHIVE)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/modbus_rtu_master-config-version.cmake
     COMPATIBILITY SameMajorVersion)
-# Relative to where the file is found, so that a moved tree still works.
-file(RELATIVE_PATH MODBUS_PKG_CONFIG_TO_PREFIX
-    /prefix/${CMAKE_INSTALL_LIBDIR}/pkgconfig /prefix)
-string(REGEX REPLACE "/$" "" MODBUS_PKG_CONFIG_TO_PREFIX ${MODBUS_PKG_CONFIG_TO_PREFIX})
-configure_file(${CMAKE_CURRENT_LIST_DIR}/package/modbus_rtu_master.pc.in
-    ${CMAKE_BINARY_DIR}/package/modbus_rtu_master.pc @ONLY)
 install(FILES
     ${CMAKE_BINARY_DIR}/package/modbus_rtu_master-config.cmake
     ${CMAKE_BINARY_DIR}/package/modbus_rtu_master-config-version.cmake
     DESTINATION ${MODBUS_INSTALL_CMAKEDIR} COMPONENT dev)
-install(FILES ${CMAKE_BINARY_DIR}/package/modbus_rtu_master.pc
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+modbus_pkg_config(modbus_rtu_master)
 set(MODBUS_INSTALL_DEV_DOCDIR ${CMAKE_INSTALL_DATAROOTDIR}/doc/libmodbus-rtu-master-dev)
 install(DIRECTORY docs/examples/ DESTINATION ${MODBUS_INSTALL_DEV_DOCDIR}/examples COMPONENT dev)
 install(FILES docs/integrating-a-host.md docs/address-language.md docs/contract-checker.md docs/host-kit.md docs/line-behaviour.md

@@ -8,13 +8,6 @@ set(MODBUS_PACKAGE_MAINTAINER "modbus_rtu_master maintainers <maintainers@modbus
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
-set(CPACK_COMPONENTS_ALL library dev)
-if(TARGET modbus_rtu_master_check)
-    list(APPEND CPACK_COMPONENTS_ALL checker)
-endif()
-if(TARGET rtuhost)
-    list(APPEND CPACK_COMPONENTS_ALL host)
-endif()
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
 # Whatever mask the user has who makes the packages.
@@ -27,56 +20,77 @@ set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 
 # Each package's description brings its own summary line.
 set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
-set(_modbus_about "The driver validates addresses, plans block reads, builds and judges
+set(MODBUS_PACKAGE_ABOUT "The driver validates addresses, plans block reads, builds and judges
 frames, keeps the values and reports changes; the host that loads it owns
 the serial line.")
 
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_NAME libmodbus-rtu-master${PROJECT_VERSION_MAJOR})
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_LIBRARY_PACKAGE_CONTROL_EXTRA
-    ${CMAKE_CURRENT_LIST_DIR}/package/triggers ${CMAKE_BINARY_DIR}/package/shlibs)
-set(CPACK_COMPONENT_LIBRARY_DESCRIPTION "Modbus RTU master driver for operator panels\n${_modbus_about}")
-file(WRITE ${CMAKE_BINARY_DIR}/package/shlibs
-    "libmodbus_rtu_master ${PROJECT_VERSION_MAJOR} ${CPACK_DEBIAN_LIBRARY_PACKAGE_NAME} (>= ${PROJECT_VERSION})\n")
+# The packages that programs and libraries need cannot be looked up in a folder of files
+# for another machine. They are those of this one's own; the check compares.
+set(MODBUS_RUNTIME "libc6 (>= 2.34)" "libgcc-s1 (>= 3.5)" "libstdc++6 (>= 11)" "libqt5core5a (>= 5.15.1)")
 
-set(CPACK_DEBIAN_CHECKER_PACKAGE_NAME libmodbus-rtu-master-check${PROJECT_VERSION_MAJOR})
-set(CPACK_DEBIAN_CHECKER_PACKAGE_SECTION libs)
-set(CPACK_DEBIAN_CHECKER_PACKAGE_DEPENDS "libmodbus-rtu-master${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_CHECKER_PACKAGE_CONTROL_EXTRA
-    ${CMAKE_CURRENT_LIST_DIR}/package/triggers ${CMAKE_BINARY_DIR}/package/checker/shlibs)
-file(WRITE ${CMAKE_BINARY_DIR}/package/checker/shlibs
-    "libmodbus_rtu_master_check ${PROJECT_VERSION_MAJOR} ${CPACK_DEBIAN_CHECKER_PACKAGE_NAME} (>= ${PROJECT_VERSION})\n")
-set(CPACK_COMPONENT_CHECKER_DESCRIPTION
-    "Contract checker for hosts of the Modbus RTU master driver\n${_modbus_about}\n\nA host loads this library in the driver's place; it loads the driver, and tells\nwhat the host does against the contract.")
+# modbus_package(COMPONENT PACKAGE SECTION SUMMARY TEXT [DEPENDS package...]
+#                [LIBRARY name] [RUNTIME package...]): a package of what is installed as COMPONENT.
+#
+#   LIBRARY    the shared library in it, without ending: others learn which package to depend on
+#   RUNTIME    it has programs or libraries; the packages are what they need when
+#              this is built for another machine, here they are looked up
+set(CPACK_COMPONENTS_ALL "")
+macro(modbus_package component package section summary text)
+    cmake_parse_arguments(_modbus "" "LIBRARY" "DEPENDS;RUNTIME" ${ARGN})
+    string(TOUPPER ${component} _modbus_upper)
+    list(APPEND CPACK_COMPONENTS_ALL ${component})
+    set(CPACK_DEBIAN_${_modbus_upper}_PACKAGE_NAME ${package})
+    set(CPACK_DEBIAN_${_modbus_upper}_PACKAGE_SECTION ${section})
+    set(CPACK_COMPONENT_${_modbus_upper}_DESCRIPTION "${summary}\n${MODBUS_PACKAGE_ABOUT}${text}")
+    if(_modbus_RUNTIME AND CMAKE_CROSSCOMPILING)
+        list(APPEND _modbus_DEPENDS ${_modbus_RUNTIME})
+    elseif(_modbus_RUNTIME)
+        set(CPACK_DEBIAN_${_modbus_upper}_PACKAGE_SHLIBDEPS ON)
+    endif()
+    list(JOIN _modbus_DEPENDS ", " CPACK_DEBIAN_${_modbus_upper}_PACKAGE_DEPENDS)
+    if(_modbus_LIBRARY)
+        set(_modbus_shlibs ${CMAKE_BINARY_DIR}/package/${component}/shlibs)
+        file(WRITE ${_modbus_shlibs} "${_modbus_LIBRARY} ${PROJECT_VERSION_MAJOR} ${package} (>= ${PROJECT_VERSION})\n")
+        set(CPACK_DEBIAN_${_modbus_upper}_PACKAGE_CONTROL_EXTRA ${PROJECT_SOURCE_DIR}/cmake/package/triggers ${_modbus_shlibs})
+        install(FILES ${PROJECT_SOURCE_DIR}/cmake/package/lintian-overrides
+            DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/lintian/overrides RENAME ${package} COMPONENT ${component})
+    endif()
+endmacro()
 
-set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmodbus-rtu-master-dev)
-set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
-set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
-    "libmodbus-rtu-master${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}), qt${MODBUS_QT_MAJOR}-base-dev")
-string(REPLACE qt5-base-dev qtbase5-dev CPACK_DEBIAN_DEV_PACKAGE_DEPENDS ${CPACK_DEBIAN_DEV_PACKAGE_DEPENDS})
-set(CPACK_COMPONENT_DEV_DESCRIPTION
-    "Modbus RTU master driver for operator panels (host development)\n${_modbus_about}\n\nThis package has the headers that hosts are built with.")
+set(MODBUS_DRIVER_PACKAGE libmodbus-rtu-master${PROJECT_VERSION_MAJOR})
+set(MODBUS_DRIVER_DEPENDENCY "${MODBUS_DRIVER_PACKAGE} (= ${PROJECT_VERSION})")
+set(MODBUS_DEV_DEPENDENCIES ${MODBUS_DRIVER_DEPENDENCY})
 
-set(CPACK_DEBIAN_HOST_PACKAGE_NAME rtuhost)
-set(CPACK_DEBIAN_HOST_PACKAGE_SECTION comm)
-set(CPACK_DEBIAN_HOST_PACKAGE_DEPENDS "libmodbus-rtu-master${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
-set(CPACK_COMPONENT_HOST_DESCRIPTION
-    "Bench host for the Modbus RTU master driver\n${_modbus_about}\n\nThis package polls, reads and writes slaves from the command line, as a panel\ndoes, and simulates slaves.")
-
-if(CMAKE_CROSSCOMPILING)
-    # The needed packages cannot be looked up in a folder of extracted files. They
-    # are those of the same distribution's own architecture; the check compares.
-    set(_modbus_runtime "libc6 (>= 2.34), libgcc-s1 (>= 3.5), libstdc++6 (>= 11)")
-    set(_modbus_qt_runtime "libqt5core5a (>= 5.15.1)")
-    string(APPEND CPACK_DEBIAN_HOST_PACKAGE_DEPENDS
-        ", ${_modbus_runtime}, ${_modbus_qt_runtime}, libmodbus5 (>= 3.1.6), libncursesw6 (>= 6), libtinfo6 (>= 6)")
-    set(CPACK_DEBIAN_LIBRARY_PACKAGE_DEPENDS "${_modbus_runtime}, ${_modbus_qt_runtime}")
-    string(APPEND CPACK_DEBIAN_CHECKER_PACKAGE_DEPENDS ", ${_modbus_runtime}, ${_modbus_qt_runtime}")
-    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${MODBUS_MACHINE})
+modbus_package(library ${MODBUS_DRIVER_PACKAGE} libs "Modbus RTU master driver for operator panels" ""
+    LIBRARY libmodbus_rtu_master RUNTIME ${MODBUS_RUNTIME})
+if(TARGET modbus_rtu_host)
+    modbus_package(kit libmodbus-rtu-host${PROJECT_VERSION_MAJOR} libs "Host kit for the Modbus RTU master driver"
+        "\n\nThis library is a careful host around it: lines, tags, writes that end,\ntransfers, and stations that are silent."
+        LIBRARY libmodbus_rtu_host DEPENDS ${MODBUS_DRIVER_DEPENDENCY} RUNTIME ${MODBUS_RUNTIME})
+    list(APPEND MODBUS_DEV_DEPENDENCIES "libmodbus-rtu-host${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION})")
+endif()
+if(TARGET modbus_rtu_master_check)
+    modbus_package(checker libmodbus-rtu-master-check${PROJECT_VERSION_MAJOR} libs
+        "Contract checker for hosts of the Modbus RTU master driver"
+        "\n\nA host loads this library in the driver's place; it loads the driver, and tells\nwhat the host does against the contract."
+        LIBRARY libmodbus_rtu_master_check DEPENDS ${MODBUS_DRIVER_DEPENDENCY} RUNTIME ${MODBUS_RUNTIME})
+endif()
+if(TARGET rtuhost)
+    modbus_package(host rtuhost comm "Bench host for the Modbus RTU master driver"
+        "\n\nThis package polls, reads and writes slaves from the command line, as a panel\ndoes, and simulates slaves."
+        DEPENDS ${MODBUS_DRIVER_DEPENDENCY}
+        RUNTIME ${MODBUS_RUNTIME} "libmodbus5 (>= 3.1.6)" "libncursesw6 (>= 6)" "libtinfo6 (>= 6)")
+endif()
+if(MODBUS_QT_MAJOR EQUAL 5)
+    list(APPEND MODBUS_DEV_DEPENDENCIES qtbase5-dev)
 else()
-    set(CPACK_DEBIAN_LIBRARY_PACKAGE_SHLIBDEPS ON)
-    set(CPACK_DEBIAN_CHECKER_PACKAGE_SHLIBDEPS ON)
-    set(CPACK_DEBIAN_HOST_PACKAGE_SHLIBDEPS ON)
+    list(APPEND MODBUS_DEV_DEPENDENCIES qt${MODBUS_QT_MAJOR}-base-dev)
+endif()
+modbus_package(dev libmodbus-rtu-master-dev libdevel "Modbus RTU master driver for operator panels (host development)"
+    "\n\nThis package has the headers that hosts are built with, the host kit\nto be linked in, and the guide."
+    DEPENDS ${MODBUS_DEV_DEPENDENCIES})
+if(CMAKE_CROSSCOMPILING)
+    set(CPACK_DEBIAN_PACKAGE_ARCHITECTURE ${MODBUS_MACHINE})
 endif()
 
 # The date of the sources, so that building them twice gives the same package.

@@ -4,8 +4,9 @@
 #                                    4 where MODBUS_QT4_ROOT is given
 #   MODBUS_QT4_ROOT                  see FindModbusQt4.cmake
 #
-# Defines ModbusQt::Core, MODBUS_QT_MAJOR, MODBUS_DRIVER_CXX_STANDARD and the oldest
-# standard that a host can be built with, MODBUS_HOST_CXX_STANDARD.
+# Defines ModbusQt::Core and what it stands for, MODBUS_QT_TARGET; MODBUS_QT_MAJOR,
+# MODBUS_DRIVER_CXX_STANDARD and the oldest standard that a host can be built with,
+# MODBUS_HOST_CXX_STANDARD.
 
 set(MODBUS_QT auto CACHE STRING "Qt major version: auto, 4, 5 or 6")
 set_property(CACHE MODBUS_QT PROPERTY STRINGS auto 4 5 6)
@@ -20,7 +21,7 @@ if(_modbus_qt MATCHES "^(auto|5)$")
     if(Qt5Core_FOUND)
         set(MODBUS_QT_MAJOR 5)
         set(_modbus_qt_version ${Qt5Core_VERSION})
-        set(_modbus_qt_target Qt5::Core)
+        set(MODBUS_QT_TARGET Qt5::Core)
     endif()
 endif()
 if(NOT MODBUS_QT_MAJOR AND _modbus_qt MATCHES "^(auto|6)$")
@@ -28,7 +29,7 @@ if(NOT MODBUS_QT_MAJOR AND _modbus_qt MATCHES "^(auto|6)$")
     if(Qt6Core_FOUND)
         set(MODBUS_QT_MAJOR 6)
         set(_modbus_qt_version ${Qt6Core_VERSION})
-        set(_modbus_qt_target Qt6::Core)
+        set(MODBUS_QT_TARGET Qt6::Core)
     endif()
 endif()
 if(NOT MODBUS_QT_MAJOR AND _modbus_qt MATCHES "^(auto|4)$")
@@ -36,7 +37,7 @@ if(NOT MODBUS_QT_MAJOR AND _modbus_qt MATCHES "^(auto|4)$")
     if(ModbusQt4_FOUND)
         set(MODBUS_QT_MAJOR 4)
         set(_modbus_qt_version "${ModbusQt4_VERSION} in ${MODBUS_QT4_CORE}")
-        set(_modbus_qt_target ModbusQt4::Core)
+        set(MODBUS_QT_TARGET ModbusQt4::Core)
     endif()
 endif()
 if(NOT MODBUS_QT_MAJOR)
@@ -47,7 +48,7 @@ message(STATUS "Building against Qt ${_modbus_qt_version} (MODBUS_QT=${MODBUS_QT
 
 add_library(ModbusQt_Core INTERFACE)
 add_library(ModbusQt::Core ALIAS ModbusQt_Core)
-target_link_libraries(ModbusQt_Core INTERFACE ${_modbus_qt_target})
+target_link_libraries(ModbusQt_Core INTERFACE ${MODBUS_QT_TARGET})
 
 # Panel tool chains are old: C++11, and C++98 for the headers that hosts include,
 # unless the Qt headers themselves want more.

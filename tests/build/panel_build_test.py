@@ -42,7 +42,7 @@ def printed_toolchain_file(sysroot):
 class PanelBuild(NestedBuild):
 
     def configure_panel(self, *settings):
-        return self.configure("-DMODBUS_BUILD_HOST=OFF", "-DMODBUS_BUILD_KIT=OFF", *settings)
+        return self.configure("-DMODBUS_BUILD_HOST=OFF", *settings)
 
     def compile_command(self, source, build="build"):
         commands = json.loads((self.work / build / "compile_commands.json").read_text())
@@ -100,11 +100,12 @@ class PanelBuild(NestedBuild):
         self.configure_panel(f"-DMODBUS_QT4_ROOT={qt4}", "-DCMAKE_BUILD_TYPE=Debug")
         self.assertNotIn("-DQT_NO_DEBUG", self.compile_command("crc.cpp"))
 
-    def test_the_library_gets_no_run_path_in_the_build_folder(self):
+    def test_the_libraries_get_no_run_path_in_the_build_folder(self):
         self.configure_panel(f"-DMODBUS_QT4_ROOT={make_qt4(self.work / 'qt4')}")
-        rule = self.link_rule("lib/libmodbus_rtu_master.so")
-        self.assertIn("libQtCore.so", rule)
-        self.assertNotIn("-rpath", rule)
+        for name in ["master", "host", "master_check"]:
+            rule = self.link_rule(f"lib/libmodbus_rtu_{name}.so")
+            self.assertIn("libQtCore.so", rule)
+            self.assertNotIn("-rpath", rule)
 
     def test_no_run_path_has_an_empty_entry(self):
         qt4 = make_qt4(self.work / "qt4")
