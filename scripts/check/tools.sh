@@ -2,6 +2,21 @@
 # does proves nothing about the product: it counts only when it fails. Read by
 # ./check.
 
+# kit_change NAME SED_SCRIPT HEADER: compares the kit with HEADER changed.
+kit_change()
+{
+    local headers=build/abi-changed/$1/modbus_rtu_host
+    rm -rf "$headers"
+    mkdir -p "$headers"
+    cp kit/modbus_rtu_host/*.h "$headers"
+    sed -i "$2" "$headers/$3"
+    if cmp "kit/modbus_rtu_host/$3" "$headers/$3"; then
+        echo "the script for '$1' changed nothing"
+        return 2
+    fi
+    scripts/abi-check --headers "build/abi-changed/$1" "$built_kit"
+}
+
 # header_change NAME SED_SCRIPT HEADER: compares with HEADER changed.
 header_change()
 {
@@ -62,6 +77,15 @@ notices_changes_of_headers()
         's/(int linkId, int station, QString \*regType, int address)/(int linkId, QString *regType, int address)/' "$interface"
 }
 
+notices_changes_of_kit()
+{
+    attempt "notices a member added to WriteOptions" notices kit_change kit-member \
+        's/^\( *\)bool readBack.*/&\n\1int more = 0;/' write_options.h
+    attempt "notices a virtual function added to Line" notices kit_change kit-virtual \
+        's/^\( *\)virtual bool ensureOpen.*/\1virtual void more();\n&/' line.h
+    attempt "notices another value of a quality" notices kit_change kit-value 's/^\( *\)Unconfirmed,/\1More,\n&/' quality.h
+}
+
 notices_changes_of_library()
 {
     local names=driver/modbus_rtu_master.map
@@ -82,8 +106,9 @@ soak_notices()
 stage_tools()
 {
     install_for build host demo test abi || return 1
-    build_preset release --target modbus_rtu_master soak || return 1
+    build_preset release --target modbus_rtu_master modbus_rtu_host soak || return 1
     notices_changes_of_headers
+    notices_changes_of_kit
     notices_changes_of_library
     attempt "the soak notices what goes wrong" soak_notices
 }
