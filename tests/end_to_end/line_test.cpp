@@ -3,6 +3,7 @@
 
 #include "panel.h"
 #include "plant_line.h"
+#include "support/driver_file.h"
 
 #include <modbus_rtu_host/link.h>
 
@@ -115,7 +116,7 @@ TEST_F(LineEvents, AnUnpluggedPortIsUsedAgainWhenItIsBack)
     settings.port = QString::fromStdString(link);
     settings.parameters.baud = 0;
     settings.parameters.parity = 'N';
-    settings.driver = QLatin1String(END_TO_END_DRIVER);
+    settings.driver = QString::fromStdString(support::driverFile());
     settings.replyTimeout = std::chrono::seconds(60);
     settings.reopenInterval = std::chrono::microseconds(1);
     rtu::Link host(settings);

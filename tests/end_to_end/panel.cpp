@@ -1,6 +1,7 @@
 #include "panel.h"
 
 #include "kit/line/frame_check.h"
+#include "support/driver_file.h"
 
 #include <stdexcept>
 
@@ -47,7 +48,7 @@ int functionOf(const rtu::Transaction &transaction)
 }
 
 Panel::Panel(rtu::Line &line, const Settings &settings)
-    : driver(END_TO_END_DRIVER)
+    : driver(support::driverFile())
     , words(65536)
     , m_line(line)
     , m_exchange(line, settingsFor(settings.removeEcho), m_stopping)

@@ -6,6 +6,7 @@
 #define TESTS_HOST_DRIVER_TEST_H
 
 #include "host/tags/tag.h"
+#include "support/driver_file.h"
 
 #include <gtest/gtest.h>
 
@@ -17,7 +18,7 @@ namespace test_host {
 class DriverTest : public testing::Test
 {
 protected:
-    DriverTest() : driver(TEST_DRIVER), catalog(driver) {}
+    DriverTest() : driver(support::driverFile()), catalog(driver) {}
 
     rtu::TagRange tag(const std::string &text, int values = 1)
     {

@@ -6,6 +6,7 @@
 #define TESTS_HOST_LINK_TEST_H
 
 #include "driver_test.h"
+#include "support/driver_file.h"
 #include "support/frames.h"
 
 #include <modbus_rtu_host/link.h>
@@ -23,7 +24,7 @@ class LinkTest : public DriverTest
 protected:
     LinkTest()
     {
-        settings.driver = TEST_DRIVER;
+        settings.driver = QString::fromStdString(support::driverFile());
         settings.attempts = 1;
         settings.replyTimeout = milliseconds(100);
         settings.lateReplyGuard = milliseconds(100);

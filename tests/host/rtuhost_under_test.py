@@ -11,6 +11,8 @@ import unittest
 
 RTUHOST = os.environ["RTUHOST"]
 SOURCE = os.environ["RTUHOST_SOURCE"]
+# In the driver's place, such as the contract checker: see tests/support/driver_file.h.
+DRIVER = ["--driver", os.environ["MODBUS_TEST_DRIVER"]] if "MODBUS_TEST_DRIVER" in os.environ else []
 PATIENCE = 60  # seconds until something that must come counts as missing
 
 PLANT = """
@@ -67,7 +69,7 @@ class RtuHostTest(unittest.TestCase):
             return file.read()
 
     def run_host(self, *arguments, status=0):
-        completed = subprocess.run([RTUHOST, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+        completed = subprocess.run([RTUHOST, *DRIVER, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                    stderr=subprocess.PIPE, text=True, timeout=PATIENCE)
         result = Result(completed)
         self.assertEqual(status, result.status, "%s\n%s%s" % (arguments, result.out, result.err))

@@ -1,6 +1,7 @@
 // The host on the kit that the documents show, run as a program of its own.
 
 #include "plant/plant.h"
+#include "support/driver_file.h"
 #include "support/run_program.h"
 
 #include <gtest/gtest.h>
@@ -28,7 +29,7 @@ protected:
     support::Outcome runHost()
     {
         return support::run(std::string(KIT_HOST_PROGRAM) + " " + boiler.devicePath() + " " + meters.devicePath() + " "
-                            + TEST_DRIVER);
+                            + support::driverFile());
     }
 
     plant::Plant boiler;

@@ -6,6 +6,7 @@
 #define TESTS_KIT_LINK_TEST_H
 
 #include "plant/plant.h"
+#include "support/driver_file.h"
 #include "support/frames.h"
 
 #include <modbus_rtu_host/link.h>
@@ -29,7 +30,7 @@ class LinkTest : public testing::Test
 protected:
     LinkTest()
     {
-        settings.driver = TEST_DRIVER;
+        settings.driver = QString::fromStdString(support::driverFile());
         settings.replyTimeout = milliseconds(200);
         settings.lateReplyGuard = milliseconds(200);
         plantLine.baud = 19200;

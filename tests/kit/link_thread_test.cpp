@@ -71,7 +71,7 @@ class LinkThread : public testing::Test
 protected:
     LinkThread()
     {
-        settings.driver = TEST_DRIVER;
+        settings.driver = QString::fromStdString(support::driverFile());
         settings.parameters.baud = 0;
         line = new QuickLine;
         link.reset(new rtu::Link(settings, std::unique_ptr<rtu::Line>(line)));
