@@ -95,12 +95,14 @@ std::vector<std::string> neededLibraries(const std::string &content)
 {
     const std::vector<Segment> segments = segmentsOf(content);
     const std::vector<DynamicEntry> entries = dynamicEntries(content, segments);
-    std::size_t texts = content.size();
-    for (const DynamicEntry &entry : entries) {
-        if (entry.d_tag == DT_STRTAB)
-            texts = fileOffset(content, segments, entry.d_un.d_ptr);
-    }
     std::vector<std::string> names;
+    // The last one alone: a damaged file may have as many as it has places, and as many segments to look in.
+    const DynamicEntry *table = nullptr;
+    for (const DynamicEntry &entry : entries)
+        table = entry.d_tag == DT_STRTAB ? &entry : table;
+    if (!table)
+        return names;
+    const std::size_t texts = fileOffset(content, segments, table->d_un.d_ptr);
     for (const DynamicEntry &entry : entries) {
         if (entry.d_tag != DT_NEEDED || entry.d_un.d_val > content.size())
             continue;
