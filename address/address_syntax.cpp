@@ -9,9 +9,8 @@
 
 namespace {
 
-const int registerBits = 16;
-const int firstPastPlain = 65537;                    // one-based
-const int firstPastBit = (65536 + 1) * registerBits; // R x 16 + B
+const int firstPastPlain = StationElements + 1;                // one-based
+const int firstPastBit = (StationElements + 1) * RegisterBits; // R x 16 + B
 
 const int longestPlainText = 5; // "65536"
 const int longestBitText = 8;   // "65536.15"
@@ -43,9 +42,9 @@ int checkRegisterBit(const QString &text, int &outAddress, int count)
     if (a2i_ddd_DD(text, value) != 1)
         return NotAnAddress;
     outAddress = value;
-    if (!inRange(value, count, registerBits, firstPastBit))
+    if (!inRange(value, count, RegisterBits, firstPastBit))
         return AddressOutOfRange;
-    outAddress = value - registerBits;
+    outAddress = value - RegisterBits;
     return AddressValid;
 }
 
@@ -96,7 +95,7 @@ int a2i_ddd_DD(QString text, int &value)
     if (!bitInNotation(bit, sizeOf(parts.at(1))))
         return -1;
 
-    value = clampToInt(static_cast<long long>(registerNumber) * registerBits + bit);
+    value = clampToInt(static_cast<long long>(registerNumber) * RegisterBits + bit);
     return 1;
 }
 

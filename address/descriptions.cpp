@@ -1,5 +1,6 @@
 #include "address/descriptions.h"
 
+#include "address/address_syntax.h"
 #include "address/register_types.h"
 
 namespace {
@@ -7,17 +8,15 @@ namespace {
 struct Description
 {
     const char *notation;
-    const char *lowest;
-    const char *highest;
     const char *width;
 };
 
 /** By RegisterUnit. The width is "0" for a bit, "1" for a register, "2" for a 32-bit value. */
 const Description descriptions[] = {
-    {"ddddd", "1", "65536", "0"},                   // CoilUnit
-    {"ddddd", "1", "65536", "1"},                   // WordUnit
-    {"ddddd.DD (DD:0~15)", "1.0", "65536.15", "0"}, // RegisterBitUnit
-    {"ddddd", "1", "65535", "2"},                   // DoubleUnit
+    {"ddddd", "0"},              // CoilUnit
+    {"ddddd", "1"},              // WordUnit
+    {"ddddd.DD (DD:0~15)", "0"}, // RegisterBitUnit
+    {"ddddd", "2"},              // DoubleUnit
 };
 
 } // namespace
@@ -42,8 +41,9 @@ int describeRegisterType(const QString &regType, QList<QString> &list)
         return 0;
     const Description &description = descriptions[type->unit];
     list.append(QLatin1String(description.notation));
-    list.append(QLatin1String(description.lowest));
-    list.append(QLatin1String(description.highest));
+    const bool bits = type->unit == RegisterBitUnit;
+    list.append(textOfAddress<int>(0, bits));
+    list.append(textOfAddress<int>(lastAddress(type->unit), bits));
     list.append(QLatin1String(description.width));
     list.append(QLatin1String(type->writable ? "1" : "0"));
 

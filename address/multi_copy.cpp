@@ -1,24 +1,12 @@
 #include "address/multi_copy.h"
 
+#include "address/address_syntax.h"
 #include "address/register_types.h"
 #include "driver/arithmetic.h"
 
 #include <climits>
 
 namespace {
-
-/** Last zero-based address of an element, by RegisterUnit. */
-const int lastAddress[] = {65535, 65535, 65536 * 16 - 1, 65534};
-
-QString addressText(const RegisterType &type, int address)
-{
-    // Rendered unsigned: a step below zero shows as a huge number, not as a
-    // valid-looking address.
-    if (type.unit != RegisterBitUnit)
-        return QString::number(static_cast<unsigned int>(wrapAdd(address, 1)));
-    return QString::number(static_cast<unsigned int>(address / 16 + 1)) + QLatin1Char('.')
-           + QString::number(static_cast<unsigned int>(address % 16));
-}
 
 /** True when one of the addresses start + k x step, for k below number, lies beyond the last; they wrap. */
 bool stepsBeyond(long long start, long long step, long long number, int last)
@@ -54,7 +42,7 @@ int multiCopy(const QString &regType, int startAddress, int copies, int incremen
     if (!type)
         return 0;
 
-    const int last = lastAddress[type->unit];
+    const int last = lastAddress(type->unit);
     const int total = boundedCount(copies);
     int running = startAddress;
     for (int i = 0; i < total && (addresses || texts); ++i) {
@@ -62,7 +50,7 @@ int multiCopy(const QString &regType, int startAddress, int copies, int incremen
         if (addresses)
             addresses->append(address);
         if (texts)
-            texts->append(addressText(*type, address));
+            texts->append(textOfAddress<unsigned int>(address, type->unit == RegisterBitUnit));
         running = wrapAdd(running, increment);
     }
     return anyBeyond(startAddress, increment, copies, last) ? 2 : 1;

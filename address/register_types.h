@@ -5,6 +5,8 @@
 #ifndef REGISTER_TYPES_H
 #define REGISTER_TYPES_H
 
+#include "driver/arithmetic.h"
+
 #include <QtCore/QString>
 
 /** What one element of a type is, and so how it is addressed, cached and sent. */
@@ -25,12 +27,19 @@ struct RegisterType
     bool writable;
 };
 
-enum {
-    RegisterTypeCount = 8,
-    RegisterBits = 16 ///< bits of a register: a bit address is register x 16 + bit
-};
+enum { RegisterTypeCount = 8 };
 
-/** Registers that a number of bits fills, the last one in part. */
+/** The last zero-based address of an element; a 32-bit value takes the register behind its own as well. */
+inline int lastAddress(RegisterUnit unit)
+{
+    const int beyond = unit == RegisterBitUnit ? StationElements * RegisterBits : StationElements;
+    return unit == DoubleUnit ? beyond - 2 : beyond - 1;
+}
+
+/**
+ * Registers that a number of bits fills, the last one in part. For a negative number
+ * that is no multiple of 16 this is one more than divideUp() gives: 1 for -1.
+ */
 inline int registersOf(int bits)
 {
     return bits / RegisterBits + ((bits & (RegisterBits - 1)) != 0 ? 1 : 0);

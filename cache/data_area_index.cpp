@@ -19,9 +19,9 @@ unsigned int textHash(const QString &text)
     return hash;
 }
 
-unsigned int keyHash(int station, const QString &regType, int areaIndex)
+unsigned int keyHash(int station, const QString &regType, int address)
 {
-    unsigned int hash = static_cast<unsigned int>(areaIndex);
+    unsigned int hash = static_cast<unsigned int>(address);
     hash += static_cast<unsigned int>(station) * 0x9E3779B1u;
     hash += textHash(regType) * 0x85EBCA77u;
     // Consecutive addresses are what a cache is full of. Left beside each other
@@ -45,38 +45,38 @@ QString sharedTypeText(const QString &regType)
     return type ? registerTypeText(*type) : regType;
 }
 
-_DATA_ newArea(int station, const QString &regType, int areaIndex)
+_DATA_ newArea(int station, const QString &regType, int address)
 {
     _DATA_ area = _DATA_();
     area.station = station;
     area.regType = sharedTypeText(regType);
-    area.areaIndex = areaIndex;
+    area.areaIndex = address;
     return area;
 }
 
-int append(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+int append(QList<_DATA_> &areas, int station, const QString &regType, int address)
 {
     makeRoomForOne(areas);
-    areas.append(newArea(station, regType, areaIndex));
+    areas.append(newArea(station, regType, address));
     return sizeOf(areas) - 1;
 }
 
 } // namespace
 
-int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int address)
 {
     const int count = sizeOf(areas);
     for (int i = 0; i < count; ++i) {
-        if (hasKeys(areas.at(i), station, regType, areaIndex))
+        if (hasKeys(areas.at(i), station, regType, address))
             return i;
     }
     return -1;
 }
 
-int scanOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+int scanOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int address)
 {
-    const int found = scanForArea(areas, station, regType, areaIndex);
-    return found >= 0 ? found : append(areas, station, regType, areaIndex);
+    const int found = scanForArea(areas, station, regType, address);
+    return found >= 0 ? found : append(areas, station, regType, address);
 }
 
 DataAreaIndex::DataAreaIndex()
@@ -91,11 +91,11 @@ DataAreaIndex::DataAreaIndex()
 {
 }
 
-int DataAreaIndex::searchOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+int DataAreaIndex::searchOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int address)
 {
-    const int position = search(areas, station, regType, areaIndex);
+    const int position = search(areas, station, regType, address);
     if (position < 0) {
-        append(areas, station, regType, areaIndex);
+        append(areas, station, regType, address);
         appended(areas);
     } else {
         left = next;
@@ -105,18 +105,18 @@ int DataAreaIndex::searchOrAppend(QList<_DATA_> &areas, int station, const QStri
     return last;
 }
 
-int DataAreaIndex::search(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+int DataAreaIndex::search(const QList<_DATA_> &areas, int station, const QString &regType, int address)
 {
     if (sizeOf(areas) <= scanLimit)
-        return scanForArea(areas, station, regType, areaIndex);
+        return scanForArea(areas, station, regType, address);
 
     if (!describes(areas))
         rebuild(areas);
     int position = -1;
-    const bool consistent = probe(areas, station, regType, areaIndex, position);
+    const bool consistent = probe(areas, station, regType, address, position);
     if (!consistent || (position < 0 && !endsHaveTheirKeys(areas))) {
         rebuild(areas);
-        probe(areas, station, regType, areaIndex, position);
+        probe(areas, station, regType, address, position);
     }
     return position;
 }
@@ -183,10 +183,10 @@ void DataAreaIndex::remember(const QList<_DATA_> &areas)
 }
 
 /** Finds the position, -1 for none. False when an area no longer has the keys it was entered with. */
-bool DataAreaIndex::probe(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex,
+bool DataAreaIndex::probe(const QList<_DATA_> &areas, int station, const QString &regType, int address,
                           int &position) const
 {
-    const unsigned int hash = keyHash(station, regType, areaIndex);
+    const unsigned int hash = keyHash(station, regType, address);
     const std::size_t mask = table.size() - 1;
     std::size_t i = hash & mask;
     for (; table[i].position != freeSlot; i = (i + 1) & mask) {
@@ -194,7 +194,7 @@ bool DataAreaIndex::probe(const QList<_DATA_> &areas, int station, const QString
             continue;
         position = table[i].position;
         const _DATA_ &area = areas.at(position);
-        if (hasKeys(area, station, regType, areaIndex))
+        if (hasKeys(area, station, regType, address))
             return true;
         if (keyHashOf(area) != hash)
             return false;

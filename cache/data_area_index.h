@@ -24,17 +24,17 @@
 #include <vector>
 
 /** True when the area has these keys; the integers are compared first. */
-inline bool hasKeys(const _DATA_ &area, int station, const QString &regType, int areaIndex)
+inline bool hasKeys(const _DATA_ &area, int station, const QString &regType, int address)
 {
-    return area.areaIndex == areaIndex && area.station == station
+    return area.areaIndex == address && area.station == station
            && (sharesText(area.regType, regType) || area.regType == regType);
 }
 
 /** Position of the first area with these keys, by walking the list; -1 when there is none. */
-int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
+int scanForArea(const QList<_DATA_> &areas, int station, const QString &regType, int address);
 
 /** The same, with the area appended, all but its keys zero, where there is none. */
-int scanOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
+int scanOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int address);
 
 class DataAreaIndex
 {
@@ -51,15 +51,15 @@ public:
      * then built anew. What cannot be noticed is a key changed in place to one
      * that was not there before, between the ends of a list of more than 64 areas.
      */
-    int findOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex)
+    int findOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int address)
     {
-        if (isAt(areas, next, station, regType, areaIndex))
+        if (isAt(areas, next, station, regType, address))
             return last = next++;
-        if (isAt(areas, last, station, regType, areaIndex))
+        if (isAt(areas, last, station, regType, address))
             return last;
-        if (isAt(areas, left, station, regType, areaIndex))
+        if (isAt(areas, left, station, regType, address))
             return last = left++;
-        return searchOrAppend(areas, station, regType, areaIndex);
+        return searchOrAppend(areas, station, regType, address);
     }
 
 private:
@@ -70,24 +70,24 @@ private:
     };
 
     /** False as well when the type is another text of the same name. */
-    static bool isAt(const QList<_DATA_> &areas, int position, int station, const QString &regType, int areaIndex)
+    static bool isAt(const QList<_DATA_> &areas, int position, int station, const QString &regType, int address)
     {
         // One comparison for both ends: a negative position is a large unsigned one.
         if (static_cast<unsigned int>(position) >= static_cast<unsigned int>(sizeOf(areas)))
             return false;
         const _DATA_ &area = areas.at(position);
-        return area.areaIndex == areaIndex && area.station == station && sharesText(area.regType, regType);
+        return area.areaIndex == address && area.station == station && sharesText(area.regType, regType);
     }
 
-    int searchOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
-    int search(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex);
+    int searchOrAppend(QList<_DATA_> &areas, int station, const QString &regType, int address);
+    int search(const QList<_DATA_> &areas, int station, const QString &regType, int address);
     void appended(const QList<_DATA_> &areas);
     bool describes(const QList<_DATA_> &areas) const;
     bool endsHaveTheirKeys(const QList<_DATA_> &areas) const;
     void rebuild(const QList<_DATA_> &areas);
     void insert(const QList<_DATA_> &areas, int position);
     void remember(const QList<_DATA_> &areas);
-    bool probe(const QList<_DATA_> &areas, int station, const QString &regType, int areaIndex, int &position) const;
+    bool probe(const QList<_DATA_> &areas, int station, const QString &regType, int address, int &position) const;
 
     std::vector<Slot> table; ///< open addressing, a power of two long, at most two thirds full
     int indexed;             ///< how many areas of the list are in the slots

@@ -10,6 +10,17 @@
 /** What a register is monitored as: bits of _DATA_::wordMonitor. */
 enum { PlainWord = 0, FirstOfDouble = 1, SecondOfDouble = 2 };
 
+/** Bits of _DATA_::bitWriteState for the bit at @p position of a register: a write is pending, and a second one. */
+inline int pendingBit(int position)
+{
+    return 2 * position;
+}
+
+inline int secondPendingBit(int position)
+{
+    return 2 * position + 1;
+}
+
 /** Coil areas at multiples of this say which of as many coils are monitored. */
 enum { AreaCoils = 8 };
 

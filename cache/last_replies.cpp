@@ -2,6 +2,7 @@
 
 #include "address/register_types.h"
 #include "driver/arithmetic.h"
+#include "cache/reply_bytes.h"
 #include "driver/qt_compat.h"
 
 #include <algorithm>
@@ -26,7 +27,7 @@ bool isCoilType(unsigned char digit)
 
 int bytesFor(unsigned char type, int values)
 {
-    return isCoilType(type) ? divideUp(values, ByteBits) : 2 * values;
+    return replyDataBytes(isCoilType(type), values);
 }
 
 } // namespace
@@ -156,14 +157,14 @@ void LastReplies::keep(int place, const unsigned char *data)
     reply.known = true;
 }
 
-void LastReplies::forget(int station, const QString &areaType, int areaIndex, int count)
+void LastReplies::forget(int station, const QString &areaType, int address, int count)
 {
     if (replies.empty() || count < 1)
         return;
     const unsigned char type = typeDigit(areaType);
-    const long long last = static_cast<long long>(areaIndex) + count - 1;
+    const long long last = static_cast<long long>(address) + count - 1;
     // A range around the end of the 32-bit addresses is taken for all of them.
-    const Reply touched = {station, 0, 0, last > INT_MAX ? INT_MIN : areaIndex, 0, type, false};
+    const Reply touched = {station, 0, 0, last > INT_MAX ? INT_MIN : address, 0, type, false};
     std::vector<Reply>::iterator reply = std::lower_bound(replies.begin(), replies.end(), touched, endsBefore);
     for (; reply != replies.end() && reply->station == station && reply->type == type && reply->first <= last; ++reply)
         reply->known = false;

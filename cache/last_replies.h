@@ -51,7 +51,7 @@ public:
     void keep(int place, const unsigned char *data);
 
     /** Forgets the replies that say something about one of these areas. */
-    void forget(int station, const QString &areaType, int areaIndex, int count);
+    void forget(int station, const QString &areaType, int address, int count);
 
     /**
      * To be told when a reply begins to be dealt with: a callback may do that in the

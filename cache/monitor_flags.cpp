@@ -2,7 +2,7 @@
 
 #include "address/register_types.h"
 #include "cache/data_areas.h"
-#include "cache/type_areas.h"
+#include "cache/station_areas.h"
 #include "driver/arithmetic.h"
 
 namespace {
@@ -25,7 +25,7 @@ unsigned int Modbus_rtu_master::_setDataAreaMonitorFlag(int station, const QStri
     if (!type)
         return 0;
 
-    TypeAreas areas(*this, station, areaTypeText(*type));
+    StationAreas areas(*this, station, areaTypeText(*type));
     const int elements = boundedCount(count);
     for (int i = 0; i < elements; ++i) {
         const int element = wrapAdd(address, i);

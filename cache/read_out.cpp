@@ -2,7 +2,7 @@
 
 #include "address/register_types.h"
 #include "cache/data_areas.h"
-#include "cache/type_areas.h"
+#include "cache/station_areas.h"
 #include "driver/arithmetic.h"
 
 namespace {
@@ -32,7 +32,7 @@ void Modbus_rtu_master::getData(int station, const QString &regType, int address
     if (!type)
         return;
 
-    TypeAreas areas(*this, station, areaTypeText(*type));
+    StationAreas areas(*this, station, areaTypeText(*type));
     const int elements = boundedCount(count);
     for (int i = 0; i < elements; ++i) {
         const int element = wrapAdd(address, i);

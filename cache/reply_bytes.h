@@ -5,9 +5,23 @@
 #ifndef REPLY_BYTES_H
 #define REPLY_BYTES_H
 
+#include "address/register_types.h"
+#include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
 
 #include <QtCore/QByteArray>
+
+/** Data bytes that a reply has for this many coils or registers. */
+inline int replyDataBytes(bool coils, int values)
+{
+    return coils ? divideUp(values, ByteBits) : wrapMul(values, 2);
+}
+
+/** Coils, or registers, that a reply brings, from FRAME_PRO::dataLen: coils are counted there, of registers the bytes. */
+inline int replyValueCount(const RegisterType &type, int dataLen)
+{
+    return type.unit == CoilUnit ? dataLen : dataLen / 2;
+}
 
 class ReplyBytes
 {

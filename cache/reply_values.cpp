@@ -2,7 +2,7 @@
 
 #include "address/register_types.h"
 #include "cache/data_areas.h"
-#include "cache/type_areas.h"
+#include "cache/station_areas.h"
 #include "driver/arithmetic.h"
 #include "driver/record_copy.h"
 
@@ -56,7 +56,7 @@ private:
     ReplyValues(const ReplyValues &);
     ReplyValues &operator=(const ReplyValues &);
 
-    int dataBytes() const { return coils ? divideUp(count, ByteBits) : 2 * count; }
+    int dataBytes() const { return replyDataBytes(coils, count); }
 
     int placeFor(const VARIABLE &answered) const
     {
@@ -116,7 +116,7 @@ private:
             return;
         }
         known = 0;
-        TypeAreas(master, station, areaType).storeReadRegister(address, value);
+        StationAreas(master, station, areaType).storeReadRegister(address, value);
     }
 
     void takeCoil(int address, int value, QString &text)
@@ -136,7 +136,7 @@ private:
         }
         known = 0;
         differing = AllCoils;
-        TypeAreas(master, station, areaType).storeReadCoil(address, value);
+        StationAreas(master, station, areaType).storeReadCoil(address, value);
     }
 
     /** Forgets what was known of these areas, once: as long as nothing comes between, none is kept anew. */
@@ -174,6 +174,5 @@ void takeReplyValues(Modbus_rtu_master &master, const VARIABLE &request, int dat
     const RegisterType *type = findRegisterType(request.regType);
     if (!type)
         return;
-    const int elements = type->unit == CoilUnit ? dataLen : dataLen / 2;
-    ReplyValues(master, request, *type, elements, reply).take();
+    ReplyValues(master, request, *type, replyValueCount(*type, dataLen), reply).take();
 }

@@ -1,6 +1,6 @@
 /**
  * @file
- * The queues of host writes and of one-off reads: what they have in common.
+ * The queues of host writes and of condition reads: what they have in common.
  */
 #ifndef REQUEST_QUEUE_H
 #define REQUEST_QUEUE_H

@@ -4,7 +4,7 @@
 
 #include "address/register_types.h"
 #include "cache/data_areas.h"
-#include "cache/type_areas.h"
+#include "cache/station_areas.h"
 #include "driver/arithmetic.h"
 
 namespace {
@@ -12,21 +12,21 @@ namespace {
 /** Undoes one of the at most two pending writes recorded for a bit. */
 int withoutPendingWrite(int bitWriteState, int position)
 {
-    const int first = _setBitValue(bitWriteState, 2 * position, 0);
-    return first != bitWriteState ? first : _setBitValue(bitWriteState, 2 * position + 1, 0);
+    const int first = _setBitValue(bitWriteState, pendingBit(position), 0);
+    return first != bitWriteState ? first : _setBitValue(bitWriteState, secondPendingBit(position), 0);
 }
 
-void settleCoil(TypeAreas &areas, int address, bool confirmed)
+void settleCoil(StationAreas &areas, int address, bool confirmed)
 {
     _DATA_ &area = areas.at(address);
     area.writtenFlag = 0;
     if (confirmed)
         areas.storeReadCoil(address, coilOf(area.writtenValue));
     else
-        areas.master.reportChange(areas.master.linkId, areas.station, areas.areaType, address);
+        areas.report(address);
 }
 
-void settleRegister(TypeAreas &areas, int address, bool confirmed)
+void settleRegister(StationAreas &areas, int address, bool confirmed)
 {
     _DATA_ &area = areas.at(address);
     area.writtenFlag = 0;
@@ -38,18 +38,18 @@ void settleRegister(TypeAreas &areas, int address, bool confirmed)
         areas.master._wordDataChange(&read, &written, areas.station, areas.areaType, address, 0);
 }
 
-void settleBit(TypeAreas &areas, int bitAddress, bool confirmed)
+void settleBit(StationAreas &areas, int bitAddress, bool confirmed)
 {
-    const int areaIndex = bitAddress / RegisterBits;
+    const int address = bitAddress / RegisterBits;
     const int position = bitAddress % RegisterBits;
-    _DATA_ &area = areas.at(areaIndex);
+    _DATA_ &area = areas.at(address);
     area.bitWriteState = withoutPendingWrite(area.bitWriteState, position);
     if (area.bitWriteState == 0)
         area.writtenFlag = 0; // else other bits of the register still have writes outstanding
     if (!confirmed || position < 0)
         return;
     const int mask = 1 << position;
-    areas.storeReadRegister(areaIndex, (area.readValue & ~mask) | (area.writtenValue & mask));
+    areas.storeReadRegister(address, (area.readValue & ~mask) | (area.writtenValue & mask));
 }
 
 } // namespace
@@ -61,7 +61,7 @@ void Modbus_rtu_master::_write_FailOrSuc(int station, const QString &regType, in
         return;
 
     const bool confirmed = ok == 1;
-    TypeAreas areas(*this, station, areaTypeText(*type));
+    StationAreas areas(*this, station, areaTypeText(*type));
     const int elements = boundedCount(count);
     const int registers = type->unit == DoubleUnit ? elements / 2 * 2 : elements;
     for (int i = 0; i < registers; ++i) {

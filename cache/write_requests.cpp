@@ -4,7 +4,7 @@
 
 #include "address/register_types.h"
 #include "cache/data_areas.h"
-#include "cache/type_areas.h"
+#include "cache/station_areas.h"
 #include "cache/request_queue.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
@@ -15,17 +15,6 @@
 #include <cstring>
 
 namespace {
-
-/** Two bits of bitWriteState for each bit of a register. */
-int pendingBit(int position)
-{
-    return 2 * position;
-}
-
-int secondPendingBit(int position)
-{
-    return 2 * position + 1;
-}
 
 /** Copies @p bytes of host data from @p offset on, as far as the payload of a request unit reaches. */
 void copyPayload(VARIABLE &target, const unsigned char *data, std::ptrdiff_t offset, long long bytes)
@@ -59,13 +48,13 @@ private:
 /** One bit of a register inside its area: which bit, and which byte holds it. */
 struct BitPlace
 {
-    int areaIndex;
+    int registerAddress;
     int position; ///< 0 to 15; negative for addresses below zero
     int byteMask; ///< the byte of the register value that holds the bit
     int mask;     ///< the bit; 0 for addresses below zero
 
     explicit BitPlace(int bitAddress)
-        : areaIndex(bitAddress / RegisterBits)
+        : registerAddress(bitAddress / RegisterBits)
         , position(bitAddress % RegisterBits)
         , byteMask(position < ByteBits ? 0x00FF : 0xFF00)
         , mask(position < 0 ? 0 : 1 << position)
@@ -96,16 +85,16 @@ void queueWrite(Modbus_rtu_master &master, int station, const QString &regType, 
     addPiecesToList(master.writeList, pieces, var, RegisterPayload(pieces, data));
 }
 
-void showWrittenCoil(TypeAreas &areas, int address, int value)
+void showWrittenCoil(StationAreas &areas, int address, int value)
 {
     if (coilOf(shownValue(areas.at(address))) != value)
-        areas.master.reportChange(areas.master.linkId, areas.station, areas.areaType, address);
+        areas.report(address);
     _DATA_ &area = areas.at(address);
     storeCoil(area.writtenValue, value);
     area.writtenFlag = 1;
 }
 
-void showWrittenRegister(TypeAreas &areas, int address, int value)
+void showWrittenRegister(StationAreas &areas, int address, int value)
 {
     const int shown = registerOf(shownValue(areas.at(address)));
     if (shown != value)
@@ -120,24 +109,23 @@ void showWrittenRegister(TypeAreas &areas, int address, int value)
  * other byte survive while the area is flagged as written; else that byte is
  * taken from the value read.
  */
-void showWrittenBit(TypeAreas &areas, int bitAddress, bool on, bool keepsOtherByte)
+void showWrittenBit(StationAreas &areas, int bitAddress, bool on, bool keepsOtherByte)
 {
     const BitPlace place(bitAddress);
-    const int shown = registerOf(shownValue(areas.at(place.areaIndex)));
+    const int shown = registerOf(shownValue(areas.at(place.registerAddress)));
     const int value = on ? shown | place.mask : shown & ~place.mask;
     if (shown != value)
-        areas.master._wordDataChange(&shown, &value, areas.station, areas.areaType, place.areaIndex, 0);
+        areas.master._wordDataChange(&shown, &value, areas.station, areas.areaType, place.registerAddress, 0);
 
-    _DATA_ &area = areas.at(place.areaIndex);
+    _DATA_ &area = areas.at(place.registerAddress);
     const bool otherByteWritten = keepsOtherByte && area.writtenFlag;
     const int otherByte = (otherByteWritten ? area.writtenValue : area.readValue) & ~place.byteMask;
     storeRegister(area.writtenValue, (value & place.byteMask) | otherByte);
     area.writtenFlag = 1;
 }
 
-int queuedBitWrites(Modbus_rtu_master &master, int station, int startAddr, int count)
+int queuedBitWrites(Modbus_rtu_master &master, int station, const QString &regType, int startAddr, int count)
 {
-    const QString regType = QLatin1String("4x_bit");
     int found = 0;
     QMutexLocker locked(&master.listMutex);
     for (int i = 0; i < sizeOf(master.writeList); ++i) {
@@ -148,16 +136,16 @@ int queuedBitWrites(Modbus_rtu_master &master, int station, int startAddr, int c
 }
 
 /** Counts a bit write as pending, at most twice: one in flight and one queued behind it. */
-void recordBitWrite(TypeAreas &areas, int bitAddress, int startAddr, int count)
+void recordBitWrite(StationAreas &areas, int bitAddress, int startAddr, int count)
 {
     const BitPlace place(bitAddress);
-    _DATA_ &area = areas.at(place.areaIndex);
+    _DATA_ &area = areas.at(place.registerAddress);
     const int pending = _setBitValue(area.bitWriteState, pendingBit(place.position), 1);
     if (pending != area.bitWriteState) {
         area.bitWriteState = pending;
         return;
     }
-    if (queuedBitWrites(areas.master, areas.station, startAddr, count) == 2)
+    if (queuedBitWrites(areas.master, areas.station, bitTypeOf(areas.areaType), startAddr, count) == 2)
         area.bitWriteState = _setBitValue(area.bitWriteState, secondPendingBit(place.position), 1);
 }
 
@@ -178,7 +166,7 @@ void Modbus_rtu_master::write_saveDataToArea(int station, const QString &regType
     if (!type)
         return;
 
-    TypeAreas areas(*this, station, areaTypeText(*type));
+    StationAreas areas(*this, station, areaTypeText(*type));
     const int elements = boundedCount(count);
     switch (type->unit) {
     case CoilUnit:

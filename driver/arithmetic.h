@@ -22,8 +22,11 @@ inline int wrapMul(int a, int b)
     return static_cast<int>(static_cast<unsigned int>(a) * static_cast<unsigned int>(b));
 }
 
-/** Bits of a byte: coils travel packed, eight to a byte. */
-enum { ByteBits = 8 };
+enum {
+    ByteBits = 8,           ///< of a byte: coils travel packed, eight to a byte
+    RegisterBits = 16,      ///< of a register: a bit address is register x 16 + bit
+    StationElements = 65536 ///< coils, or registers, that addresses of a station reach
+};
 
 /** a / b rounded up (toward positive infinity), for b > 0. */
 inline int divideUp(int a, int b)
@@ -36,7 +39,7 @@ inline int divideUp(int a, int b)
  * station (65536 x 16). A larger count reaches past any address there is; it is
  * cut here so that no call runs for minutes or eats the memory of the panel.
  */
-enum { MaxElements = 65536 * 16 };
+enum { MaxElements = StationElements * RegisterBits };
 
 inline int boundedCount(int count)
 {

@@ -22,8 +22,8 @@
  * likes; neither std::mutex nor QMutex prevents that. Where the system refuses
  * such mutexes (kernels without support, some emulators) it is a plain one.
  *
- * It is never destroyed, and holds nothing that would need to be: a thread that
- * still polls while the process ends finds a lock.
+ * It is never destroyed, and holds nothing that would need to be. The driver object
+ * is: hosts end their polling before the process ends or the library is unloaded.
  */
 class DriverMutex
 {

@@ -83,26 +83,26 @@ MODBUS_RTU_EXPORT void intf_setAddrValueChangeCallBack(ValueChangeCallBack callB
 
 /**
  * Configures and resets the driver: empties the read plan, the queues, the
- * cache and the frames in flight. Before the first property string of five
+ * cache and the frames in flight. Recipe rows stay registered. Before the first property string of five
  * fields or more every setting is 0: link 0, writes are sent, the first bad
  * reply gives up, nothing is merged or cut.
  *
  * @param hostArea byte block of at least 60117 bytes; byte 60115 is the block
  *        write request, byte 60116 the block read request (1 = requested). Null
- *        when the host does no block transfers. Borrowed.
+ *        when the host does no recipe transfers. Borrowed.
  * @param hostArg stored, never read
- * @param hostWordBuffer 16-bit words, low byte first, of the block transfers;
+ * @param hostWordBuffer 16-bit words, low byte first, of the recipe transfers;
  *        every row's hostOffset + count must lie inside. Borrowed.
  * @param status always set to 0
  * @param property Latin-1 text "linkId#localWriteOnly#spare#retryLimit#maxReadWords"
- *        with an optional sixth field "doubleSwapMode_station,station,...". With
- *        fewer than five fields the earlier settings stay. maxReadWords is the
- *        largest block in registers ("0x", "1x": in bits) and the longest piece
- *        of a write: 2 to 120, even. 0 merges and cuts nothing; a negative one
- *        merges nothing and drops writes and one-off reads that are as long as
- *        it says or longer.
+ *        with an optional sixth field "doubleSwapMode_station,station,...", whose
+ *        stations are added to those of earlier calls. With fewer than five
+ *        fields the earlier settings stay. maxReadWords is the largest block in
+ *        registers ("0x", "1x": in bits) and the longest piece of a write: 2 to
+ *        120, even. 0 merges and cuts nothing; a negative one merges nothing and
+ *        drops writes and condition reads that are as long as it says or longer.
  * @param hostMutex guards the two request bytes; the driver locks it only
- *        around reading and clearing them. Null means no block transfers. Borrowed.
+ *        around reading and clearing them. Null means no recipe transfers. Borrowed.
  * @return 1
  */
 MODBUS_RTU_EXPORT int intf_initProperty(void *hostArea, int hostArg, void *hostWordBuffer, int *status,
@@ -177,8 +177,9 @@ MODBUS_RTU_EXPORT int intf_multiCopy(QString *regType, int startAddress, int cop
 MODBUS_RTU_EXPORT int intf_setRcpAddress(QVector<_RCP_VAR_PRO> *rows);
 
 /**
- * Builds the cyclic read plan from the addresses that the host watches and
- * marks which elements changes are reported for. The list is not changed. A
+ * Builds the cyclic read plan from the addresses that the host watches and marks
+ * which registers, bits of registers and 32-bit values changes are reported for;
+ * coils are reported whenever a change is read. The list is not changed. A
  * type that is none of the eight is planned as well and polled with function 3
  * for ever; its replies are thrown away.
  *
@@ -187,9 +188,9 @@ MODBUS_RTU_EXPORT int intf_setRcpAddress(QVector<_RCP_VAR_PRO> *rows);
 MODBUS_RTU_EXPORT int intf_addrMerge(QList<KEY_ADDRESS> *keys);
 
 /**
- * Queues a one-off read of one address range, cut into pieces of maxReadWords
- * registers or, for field7 -1, 8 x maxReadWords elements. The queue holds 513; of
- * a longer range the first 512 and the last piece remain.
+ * Queues a condition read: one address range is read once, cut into pieces of
+ * maxReadWords registers or, for field7 -1, 8 x maxReadWords elements. The queue
+ * holds 513; of a longer range the first 512 and the last piece remain.
  *
  * @param userData tag carried with the request
  * @return 1
@@ -199,7 +200,7 @@ MODBUS_RTU_EXPORT int intf_addConditionRead(KEY_ADDRESS *key, int userData);
 /**
  * Hands out the next request frame; the same one again until
  * intf_dealRcvFrame() has judged its reply. Whose frame it is, its var tells:
- * userData is 4 for the cyclic plan, else the tag of the write or one-off read;
+ * userData is 4 for the cyclic plan, else the tag of the write or condition read;
  * but a recipe block carries that of the transaction before it.
  *
  * @return 1 when @p out holds a frame, 0 when there is nothing to send

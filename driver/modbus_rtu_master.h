@@ -50,7 +50,11 @@ public:
 
     // --- configuration -------------------------------------------------------
 
-    /** Parses the property string, borrows the host's objects and empties lists, cache and frames. */
+    /**
+     * Parses the property string, borrows the host's objects and empties plan, queues,
+     * cache and frames. The recipe rows with their blocks stay, and so does the
+     * position in them; doubleSwapStations is added to.
+     */
     void initProperty(void *area, int argument, void *wordBuffer, const char *property, QMutex *mutex);
 
     /**
@@ -89,16 +93,16 @@ public:
     /** Rebuilds monitor flags and cyclicReadList; result: number of requests. */
     int buildReadPlan(const QList<KEY_ADDRESS> &keys);
 
-    /** Queues a one-off read, split by the request limits. */
+    /** Queues a read that happens once, split by the request limits. */
     void addConditionRead(const KEY_ADDRESS &key, int userData);
 
     // --- frame engine --------------------------------------------------------
 
-    /** Appends the read request of @p v to frameList; nothing for station 0. */
-    void getReadFrame(const VARIABLE &v);
+    /** Appends the read request of @p request to frameList; nothing for station 0. */
+    void getReadFrame(const VARIABLE &request);
 
-    /** Appends the write request of @p v to frameList (two frames for "4x_bit"). */
-    void getWriteFrame(const VARIABLE &v);
+    /** Appends the write request of @p request to frameList (two frames for "4x_bit"). */
+    void getWriteFrame(const VARIABLE &request);
 
     /**
      * Judges a reply by length and CRC against frameList[0].
@@ -110,7 +114,7 @@ public:
     int getSendFrame(FRAME_PRO &out);
 
     /**
-     * Turns a recipe block into a request unit; userData stays as it was.
+     * Turns a recipe block into a request; userData stays as it was.
      * @param withData nonzero: fills data from the host word buffer
      */
     void rcpAddrToVar(const _RCP_VAR_PRO &descriptor, VARIABLE &target, int withData) const;
@@ -131,17 +135,27 @@ public:
      * Position of the area with these keys, appended zeroed when absent. The
      * driver's own cache is looked up through an index, any other list scanned.
      */
-    int getIndexOfDataArea(int station, const QString &regType, int areaIndex, QList<_DATA_> &areas);
+    int getIndexOfDataArea(int station, const QString &regType, int address, QList<_DATA_> &areas);
 
-    /** Reports what changed between two values of a register: bits, word, doubles, in this order. */
+    /**
+     * Reports what changed between two values of a register: bits, word, doubles,
+     * in this order. @p noBits nonzero leaves the bits out; no operation asks for that.
+     */
     void _wordDataChange(const int *oldValue, const int *newValue, int station, const QString &regType, int address,
                          int noBits);
 
-    /** Reports the monitored coils that differ between two bytes of eight coils. */
+    /**
+     * Reports the monitored coils that differ between two bytes of eight coils, none
+     * with @p noBits nonzero. No operation calls this: a coil is reported whenever it
+     * changes, monitored or not.
+     */
     void _byteDataChange(const unsigned char *oldValue, const unsigned char *newValue, int station,
                          const QString &regType, int address, int noBits);
 
-    /** Marks the areas that a host key covers as monitored; always 0. */
+    /**
+     * Marks the areas that a host key covers as monitored; always 0. The marks decide
+     * what is reported of registers, their bits and doubles; of coils they decide nothing.
+     */
     unsigned int _setDataAreaMonitorFlag(int station, const QString &regType, int address, int count);
 
     /** Value read-out; see intf_getData(). */
@@ -170,27 +184,30 @@ public:
     QMutex *hostMutex;                 ///< the host's mutex over the request bytes; borrowed
     QList<VARIABLE> cyclicReadList;    ///< cyclic plan, served round robin
     QList<VARIABLE> writeList;         ///< pending writes, the first in flight; at most 513
-    QList<VARIABLE> conditionReadList; ///< pending one-off reads; at most 513
+    QList<VARIABLE> conditionReadList; ///< pending condition reads; at most 513
     QList<_DATA_> dataAreas;           ///< the cache
     QVector<_RCP_VAR_PRO> rcpAddrs;    ///< registered recipe rows, sorted
     QVector<_RCP_VAR_PRO> rcpBlocks;   ///< merged recipe blocks; userData and extra mean nothing here
     QList<int> rcpBlockStarts;         ///< for each block, the position in rcpAddrs of its first row
     VARIABLE conditionVar;             ///< the condition read whose end is reported
     QList<QString> regTypeNames;       ///< order of the register types for sorting
-    VARIABLE currentVar;               ///< request unit of the transaction in flight
+    VARIABLE currentVar;               ///< request of the transaction in flight
     int sendState;                     ///< a SendState value
     int burstCount;                    ///< writes and condition reads since the last cyclic read
     int spareCounter;                  ///< never read
     int failCount;                     ///< consecutive failed attempts of the frame in flight
     int maxBlockBits;                  ///< maxReadWords x 8
-    int maxBlockWords;                 ///< maxReadWords; also the chunk size of host writes
+    int maxBlockWords;                 ///< maxReadWords; also the longest piece of a host write
     int lastFailed;                    ///< 1 after a request was given up, 0 after a good reply
     int spareFlagA;                    ///< never read
     int spareFlagB;                    ///< never read
     QList<FRAME_PRO> frameList;        ///< frames of the transaction in flight, [0] on the line
-    int rcpIndex;                      ///< block of the block transfer in progress
-    QMutex
-        listMutex; ///< non-recursive; held while a finished write leaves writeList and while bit writes are counted in it
+    int rcpIndex;                      ///< block of the recipe transfer in progress
+    /**
+     * Non-recursive; held while a finished write leaves writeList and while queued bit
+     * writes are counted, not while one is queued. The driver's lock guards the list.
+     */
+    QMutex listMutex;
     int doubleSwapMode;            ///< 1: low word first for every station
     QList<int> doubleSwapStations; ///< stations with the low word first in other modes
 
@@ -207,11 +224,10 @@ private:
 };
 
 // Inline: every value of a reply is looked up.
-inline int Modbus_rtu_master::getIndexOfDataArea(int station, const QString &regType, int areaIndex,
-                                                 QList<_DATA_> &areas)
+inline int Modbus_rtu_master::getIndexOfDataArea(int station, const QString &regType, int address, QList<_DATA_> &areas)
 {
-    return &areas == &dataAreas ? areaPositions.findOrAppend(areas, station, regType, areaIndex)
-                                : scanOrAppend(areas, station, regType, areaIndex);
+    return &areas == &dataAreas ? areaPositions.findOrAppend(areas, station, regType, address)
+                                : scanOrAppend(areas, station, regType, address);
 }
 
 /** The one object behind the exported entry points. */

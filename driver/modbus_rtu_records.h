@@ -6,7 +6,7 @@
  * All records are plain value types: copying one copies every member, the
  * 1024-byte arrays whole, whatever `count` says. Integers are 32-bit signed
  * unless a member says otherwise. The member order is part of the binary
- * interface, and so is the absence of Q_DECLARE_TYPEINFO: such a declaration
+ * interface (but for _DATA_, which stays inside the driver), and so is the absence of Q_DECLARE_TYPEINFO: such a declaration
  * changes how QList stores a record, and host and driver must agree on that.
  *
  * Address units. Addresses are zero-based: N - 1 for the text N (1 to 65536),
@@ -25,10 +25,10 @@
 /** Size in bytes of the payload and frame arrays of the records. */
 enum { ModbusRtuRecordBytes = 1024 };
 
-/** One request unit: a block of registers or bits to read, or a run of values to write. */
+/** One request: a block of registers or bits to read, or a run of values to write. */
 struct VARIABLE
 {
-    /** Tag: the host's for writes and condition reads, 4 for the cyclic plan; a recipe block has that of the unit before. */
+    /** Tag: the host's for writes and condition reads, 4 for the cyclic plan; a recipe block has that of the request before. */
     int userData;
     int station;     ///< slave address, first byte of the frame
     QString regType; ///< register type text
@@ -89,7 +89,7 @@ struct FRAME_PRO
     int frameKind; ///< position of the first data byte in the reply: 3 for reads, 0 for writes
     int dataLen;   ///< payload of the reply: bytes for register reads, bits for bit reads, 0 for writes
     int field5;    ///< not used
-    VARIABLE var;  ///< the request unit that this frame serves
+    VARIABLE var;  ///< the request that this frame serves
 };
 
 #endif

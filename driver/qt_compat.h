@@ -1,6 +1,7 @@
 /**
  * @file
- * The one place for what differs between the Qt versions 4.8, 5.15 and 6.4.
+ * What the code does differently with the Qt versions 4.8, 5.15 and 6.4. How the
+ * records lie in memory differs as well: see driver/record_layout.cpp.
  */
 #ifndef MODBUS_RTU_QT_COMPAT_H
 #define MODBUS_RTU_QT_COMPAT_H

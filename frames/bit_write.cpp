@@ -1,7 +1,7 @@
 #include "frames/bit_write.h"
 
 #include "address/register_types.h"
-#include "cache/type_areas.h"
+#include "cache/station_areas.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
 #include "frames/crc.h"
@@ -77,7 +77,7 @@ void fillBitWrite(Modbus_rtu_master &master, QByteArray &received)
     const VARIABLE &var = head.var;
     const RegisterType *type = findRegisterType(var.regType);
     if (type)
-        TypeAreas(master, var.station, areaTypeText(*type)).at(var.startAddr / RegisterBits).errorFlag = 0;
+        StationAreas(master, var.station, areaTypeText(*type)).at(var.startAddr / RegisterBits).errorFlag = 0;
 
     EditableReply reply(received, head.frameKind);
     exchangeRegisterBytes(reply, head.dataLen / 2);

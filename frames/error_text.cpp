@@ -1,7 +1,6 @@
 #include "driver/modbus_rtu_master.h"
 
-#include "address/register_types.h"
-#include "driver/arithmetic.h"
+#include "address/address_syntax.h"
 #include "driver/qt_compat.h"
 
 namespace {
@@ -22,21 +21,13 @@ QString exceptionSuffix(const QByteArray &received)
     return QString::fromLatin1(",error code:%1").arg(function & 0x7F);
 }
 
-/** Register numbers one-based, bit numbers zero-based, as a project author types them. */
-QString addressText(const QString &regType, int startAddr)
-{
-    if (!regType.endsWith(QLatin1String("_bit")))
-        return regType + QString::number(wrapAdd(startAddr, 1));
-    return regType + QString::number(startAddr / RegisterBits + 1) + QLatin1Char('.')
-           + QString::number(startAddr % RegisterBits);
-}
-
 } // namespace
 
 QString Modbus_rtu_master::getErrorInfo(const QByteArray &received, const QString &regType, int startAddr, int station,
                                         int count) const
 {
+    // As a project author types it: registers one-based, bits zero-based.
+    const QString address = regType + textOfAddress<int>(startAddr, regType.endsWith(QLatin1String("_bit")));
     const QString pattern = QString::fromLatin1(sendState == WriteSent ? "W,%1#%2(%3)" : "R,%1#%2(%3)");
-    return pattern.arg(QString::number(station), addressText(regType, startAddr), QString::number(count))
-           + exceptionSuffix(received);
+    return pattern.arg(QString::number(station), address, QString::number(count)) + exceptionSuffix(received);
 }

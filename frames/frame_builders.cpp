@@ -1,11 +1,12 @@
 // Request frames of the Modbus application protocol (sections 6.1 to 6.6, 6.11
 // and 6.12) in RTU framing: station, function, data, CRC. Numbers on the wire
 // have the high byte first, the CRC the low byte first; the payload of a request
-// unit has the low byte first.
+// has the low byte first.
 
 #include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
+#include "cache/reply_bytes.h"
 #include "driver/arithmetic.h"
 #include "driver/record_copy.h"
 #include "frames/bit_write.h"
@@ -25,7 +26,6 @@ enum FunctionCode {
 };
 
 enum {
-    RequestBytes = 8,      // read requests, single writes and the echoes of writes
     ReadReplyOverhead = 5, // station, function, byte count, CRC
     ReadReplyHeader = 3,
     LargestPayload = ModbusRtuRecordBytes - WriteHeaderBytes - CrcBytes
@@ -41,10 +41,10 @@ unsigned char high(int value)
     return low(value >> 8);
 }
 
-/** A payload byte of a request unit; what lies beyond its array counts as 0. */
-unsigned char payloadByte(const VARIABLE &v, long long index)
+/** A payload byte of a request; what lies beyond its array counts as 0. */
+unsigned char payloadByte(const VARIABLE &request, long long index)
 {
-    return index >= 0 && index < ModbusRtuRecordBytes ? v.data[index] : static_cast<unsigned char>(0);
+    return index >= 0 && index < ModbusRtuRecordBytes ? request.data[index] : static_cast<unsigned char>(0);
 }
 
 int boundedPayload(int bytes)
@@ -54,11 +54,11 @@ int boundedPayload(int bytes)
     return bytes < static_cast<int>(LargestPayload) ? bytes : static_cast<int>(LargestPayload);
 }
 
-/** Fills in the first six bytes of a frame that serves @p v. */
-FRAME_PRO &startFrame(FRAME_PRO &f, const VARIABLE &v, int function, int address, int quantity)
+/** Fills in the first six bytes of a frame that serves @p request. */
+FRAME_PRO &startFrame(FRAME_PRO &f, const VARIABLE &request, int function, int address, int quantity)
 {
-    copyUnit(f.var, v);
-    f.frame[0] = low(v.station);
+    copyUnit(f.var, request);
+    f.frame[0] = low(request.station);
     f.frame[1] = low(function);
     f.frame[2] = high(address);
     f.frame[3] = low(address);
@@ -81,41 +81,42 @@ void expectEcho(FRAME_PRO &f)
     f.replyLen = f.var.station == 0 ? 0 : static_cast<int>(RequestBytes);
 }
 
-void addRead(FramesInFlight &frames, const VARIABLE &v, int function, int address, int quantity)
+void addRead(FramesInFlight &frames, const VARIABLE &request, int function, int address, int quantity)
 {
-    FRAME_PRO &f = startFrame(frames.add(), v, function, address, quantity);
+    FRAME_PRO &f = startFrame(frames.add(), request, function, address, quantity);
     closeFrame(f, RequestBytes);
     f.frameKind = ReadReplyHeader;
     const bool bits = function == ReadCoils || function == ReadDiscreteInputs;
     f.dataLen = bits ? quantity : wrapMul(quantity, 2);
-    f.replyLen = wrapAdd(bits ? divideUp(quantity, ByteBits) : f.dataLen, ReadReplyOverhead);
+    f.replyLen = wrapAdd(replyDataBytes(bits, quantity), ReadReplyOverhead);
 }
 
 /** Coils are packed by adding them shifted: a payload byte other than 0 or 1 spills into its neighbours. */
-unsigned char packedCoils(const VARIABLE &v, int firstCoil)
+unsigned char packedCoils(const VARIABLE &request, int firstCoil)
 {
-    const int rest = v.count - firstCoil;
+    const int rest = request.count - firstCoil;
     const int coils = rest < static_cast<int>(ByteBits) ? rest : static_cast<int>(ByteBits);
     int sum = 0;
     for (int bit = 0; bit < coils; ++bit)
-        sum += payloadByte(v, firstCoil + bit) << bit;
+        sum += payloadByte(request, firstCoil + bit) << bit;
     return low(sum);
 }
 
-void addCoilWrite(FramesInFlight &frames, const VARIABLE &v)
+void addCoilWrite(FramesInFlight &frames, const VARIABLE &request)
 {
-    if (v.count == 1) {
+    if (request.count == 1) {
         // Only the value 1 switches on; any other value is off.
-        FRAME_PRO &single = startFrame(frames.add(), v, WriteSingleCoil, v.startAddr, v.data[0] == 1 ? 0xFF00 : 0x0000);
+        FRAME_PRO &single = startFrame(frames.add(), request, WriteSingleCoil, request.startAddr,
+                                       request.data[0] == 1 ? 0xFF00 : 0x0000);
         closeFrame(single, RequestBytes);
         expectEcho(single);
         return;
     }
-    FRAME_PRO &f = startFrame(frames.add(), v, WriteMultipleCoils, v.startAddr, v.count);
-    const int bytes = boundedPayload(divideUp(v.count, ByteBits));
+    FRAME_PRO &f = startFrame(frames.add(), request, WriteMultipleCoils, request.startAddr, request.count);
+    const int bytes = boundedPayload(divideUp(request.count, ByteBits));
     f.frame[6] = low(bytes);
     for (int i = 0; i < bytes; ++i)
-        f.frame[WriteHeaderBytes + i] = packedCoils(v, i * ByteBits);
+        f.frame[WriteHeaderBytes + i] = packedCoils(request, i * ByteBits);
     closeFrame(f, WriteHeaderBytes + bytes + CrcBytes);
     expectEcho(f);
 }
@@ -142,24 +143,25 @@ void putDoubles(FRAME_PRO &f, int count)
     }
 }
 
-void addRegisterWrite(FramesInFlight &frames, const VARIABLE &v, RegisterUnit unit)
+void addRegisterWrite(FramesInFlight &frames, const VARIABLE &request, RegisterUnit unit)
 {
-    if (v.count < 1)
+    if (request.count < 1)
         return;
-    if (v.count == 1) {
-        FRAME_PRO &single = startFrame(frames.add(), v, WriteSingleRegister, v.startAddr, v.data[1] << 8 | v.data[0]);
+    if (request.count == 1) {
+        FRAME_PRO &single = startFrame(frames.add(), request, WriteSingleRegister, request.startAddr,
+                                       request.data[1] << 8 | request.data[0]);
         closeFrame(single, RequestBytes);
         expectEcho(single);
         return;
     }
-    FRAME_PRO &f = startFrame(frames.add(), v, WriteMultipleRegisters, v.startAddr, v.count);
+    FRAME_PRO &f = startFrame(frames.add(), request, WriteMultipleRegisters, request.startAddr, request.count);
     // The byte count is one byte and rules the length of the frame; a slave
     // refuses the request whose quantity it no longer fits.
-    f.frame[6] = low(v.count % 256 * 2);
+    f.frame[6] = low(request.count % 256 * 2);
     if (unit == DoubleUnit)
-        putDoubles(f, v.count);
+        putDoubles(f, request.count);
     else
-        putRegisters(f, v.count);
+        putRegisters(f, request.count);
     closeFrame(f, WriteHeaderBytes + f.frame[6] + CrcBytes);
     expectEcho(f);
 }
@@ -169,15 +171,15 @@ void addRegisterWrite(FramesInFlight &frames, const VARIABLE &v, RegisterUnit un
  * back with the bits changed; the reply to the read fills the write. A range of
  * no bits makes both frames as well, with the quantity that its sum gives.
  */
-void addBitWrite(FramesInFlight &frames, const VARIABLE &v)
+void addBitWrite(FramesInFlight &frames, const VARIABLE &request)
 {
-    const int firstRegister = v.startAddr / RegisterBits;
-    const int registers = divideUp(wrapAdd(v.startAddr % RegisterBits, v.count), RegisterBits);
-    if (v.station == 0)
+    const int firstRegister = request.startAddr / RegisterBits;
+    const int registers = divideUp(wrapAdd(request.startAddr % RegisterBits, request.count), RegisterBits);
+    if (request.station == 0)
         return;
 
-    addRead(frames, v, ReadHoldingRegisters, firstRegister, registers);
-    FRAME_PRO &f = startFrame(frames.add(), v, WriteMultipleRegisters, firstRegister, registers);
+    addRead(frames, request, ReadHoldingRegisters, firstRegister, registers);
+    FRAME_PRO &f = startFrame(frames.add(), request, WriteMultipleRegisters, firstRegister, registers);
     f.frame[6] = low(wrapMul(registers, 2));
     putRegisters(f, registers);
     const int payload = wrapMul(registers, 2);
@@ -187,32 +189,32 @@ void addBitWrite(FramesInFlight &frames, const VARIABLE &v)
 
 } // namespace
 
-void Modbus_rtu_master::getReadFrame(const VARIABLE &v)
+void Modbus_rtu_master::getReadFrame(const VARIABLE &request)
 {
-    if (v.station == 0)
+    if (request.station == 0)
         return;
-    const RegisterType *type = findRegisterType(v.regType);
+    const RegisterType *type = findRegisterType(request.regType);
     const int function = type ? type->readFunction : static_cast<int>(ReadHoldingRegisters);
     FramesInFlight frames(frameList, spareFrames);
-    addRead(frames, v, function, v.startAddr, v.count);
+    addRead(frames, request, function, request.startAddr, request.count);
 }
 
-void Modbus_rtu_master::getWriteFrame(const VARIABLE &v)
+void Modbus_rtu_master::getWriteFrame(const VARIABLE &request)
 {
-    const RegisterType *type = findRegisterType(v.regType);
+    const RegisterType *type = findRegisterType(request.regType);
     if (!type || !type->writable)
         return;
     FramesInFlight frames(frameList, spareFrames);
     switch (type->unit) {
     case CoilUnit:
-        addCoilWrite(frames, v);
+        addCoilWrite(frames, request);
         return;
     case WordUnit:
     case DoubleUnit:
-        addRegisterWrite(frames, v, type->unit);
+        addRegisterWrite(frames, request, type->unit);
         return;
     case RegisterBitUnit:
-        addBitWrite(frames, v);
+        addBitWrite(frames, request);
         return;
     }
 }

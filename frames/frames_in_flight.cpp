@@ -4,12 +4,6 @@
 
 #include <cstring>
 
-namespace {
-
-const std::size_t readRequestBytes = 8;
-
-} // namespace
-
 FRAME_PRO &FramesInFlight::add()
 {
     if (!frames.isEmpty() || sizeOf(spare) != 1) {
@@ -19,8 +13,8 @@ FRAME_PRO &FramesInFlight::add()
     }
     frames.swap(spare);
     FRAME_PRO &f = frames.first();
-    const bool wasRead = f.frameKind != 0; // then nothing but its eight bytes was ever set
-    std::memset(f.frame, 0, wasRead ? readRequestBytes : sizeof f.frame);
+    const bool wasRead = f.frameKind != 0; // then no more than a read request was ever put into it
+    std::memset(f.frame, 0, wasRead ? static_cast<std::size_t>(RequestBytes) : sizeof f.frame);
     f.frameLen = 0;
     f.replyLen = 0;
     f.frameKind = 0;

@@ -11,6 +11,9 @@
 
 #include <QtCore/QList>
 
+/** Bytes of read requests, single writes and the echoes of writes, CRC included. */
+enum { RequestBytes = 8 };
+
 class FramesInFlight
 {
 public:

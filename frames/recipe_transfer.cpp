@@ -57,6 +57,7 @@ void storeWords(Modbus_rtu_master &master, const _RCP_VAR_PRO &row, int firstReg
     }
 }
 
+/** A recipe row is one 32-bit value: of a row that counts more, the first is stored and reported. */
 void storeDouble(Modbus_rtu_master &master, const _RCP_VAR_PRO &row, int firstRegister, const ReplyBytes &reply)
 {
     const int first = reply.registerAt(firstRegister);

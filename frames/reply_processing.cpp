@@ -5,7 +5,7 @@
 #include "address/register_types.h"
 #include "cache/data_areas.h"
 #include "cache/reply_values.h"
-#include "cache/type_areas.h"
+#include "cache/station_areas.h"
 #include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
 #include "frames/bit_write.h"
@@ -64,11 +64,12 @@ void markFailed(Modbus_rtu_master &master, const VARIABLE &var, int dataLen)
     const RegisterType *type = findRegisterType(var.regType);
     if (!type)
         return;
-    // Coils are marked in steps of 8, one area for each coil read: hosts rely on
-    // just these areas.
+    // Of coils, as many areas are marked as coils were asked for, but 8 apart: most
+    // of them belong to coils beyond the request. Nothing in the driver looks at the
+    // mark but the next good reply, which clears it.
     const int step = type->unit == CoilUnit ? static_cast<int>(AreaCoils) : 1;
-    const int areasToMark = boundedCount(type->unit == CoilUnit ? dataLen : dataLen / 2);
-    TypeAreas areas(master, var.station, areaTypeText(*type));
+    const int areasToMark = boundedCount(replyValueCount(*type, dataLen));
+    StationAreas areas(master, var.station, areaTypeText(*type));
     master.lastReplies.forget(var.station, areas.areaType, var.startAddr, wrapMul(areasToMark, step));
     for (int i = 0; i < areasToMark; ++i)
         areas.at(wrapAdd(var.startAddr, step * i)).errorFlag = 1;

@@ -12,8 +12,10 @@
 
 namespace {
 
-const int writeBurst = 10;        // writes that may run between two cyclic reads
-const int conditionReadBurst = 3; // below this many, one-off reads may run as well
+// How many writes and condition reads, counted together, may have run since the last
+// cyclic read for one more write, or one more condition read, to go before the next.
+const int writeBurst = 10;
+const int conditionReadBurst = 3;
 
 /** Puts the frames of currentVar into frameList, by the kind of transaction. */
 void buildFrames(Modbus_rtu_master &master)

@@ -1,7 +1,6 @@
 #include "driver/modbus_rtu_master.h"
 
 #include "address/register_types.h"
-#include "driver/arithmetic.h"
 #include "cache/request_queue.h"
 
 namespace {

@@ -32,10 +32,10 @@ enum BlockJoin {
 };
 
 /** The keys as one merge sees them. */
-class MergedKeys
+class KeysToMerge
 {
 public:
-    MergedKeys(const QList<KEY_ADDRESS> &handedIn, int mode) : keys(handedIn), rewritesBits(mode != RecipeMerge) {}
+    KeysToMerge(const QList<KEY_ADDRESS> &handedIn, int mode) : keys(handedIn), rewritesBits(mode != RecipeMerge) {}
 
     int station(const MergeItem &item) const { return keys.at(item.opener).station; }
 
@@ -87,31 +87,13 @@ private:
     const bool rewritesBits;
 };
 
-MergeItems sortedItems(const Modbus_rtu_master &master, const MergedKeys &keys, const MergeItems &items)
-{
-    std::vector<WeightedPosition> order;
-    order.reserve(items.size());
-    for (std::size_t i = 0; i < items.size(); ++i) {
-        const MergeItem &item = items[i];
-        const unsigned int weight =
-            master.getRegAddressWeight(keys.station(item), keys.regType(item), item.startAddr, 0);
-        order.push_back(WeightedPosition(weight, static_cast<int>(i)));
-    }
-    sortByWeight(order);
-
-    MergeItems sorted;
-    for (std::size_t i = 0; i < order.size(); ++i)
-        sorted.push_back(items[static_cast<std::size_t>(order[i].position)]);
-    return sorted;
-}
-
 /**
  * One merge pass over sorted items, in place.
  *
  * @param limit most elements of a block; a longer single key stays whole
  * @param starts if not null, gets the position in @p items of each block's first item
  */
-void mergePass(const MergedKeys &keys, MergeItems &items, int limit, BlockJoin join, QList<int> *starts)
+void mergePass(const KeysToMerge &keys, MergeItems &items, int limit, BlockJoin join, QList<int> *starts)
 {
     const int widestGap = join == JoinContiguous ? 0 : limit;
     std::size_t blocks = 0; // blocks closed or open so far; they overwrite the items already handled
@@ -138,12 +120,14 @@ void mergePass(const MergedKeys &keys, MergeItems &items, int limit, BlockJoin j
 
 void Modbus_rtu_master::addrMerge(QList<KEY_ADDRESS> &keys, int mode)
 {
-    const MergedKeys merged(keys, mode);
+    const KeysToMerge merged(keys, mode);
     MergeItems items = merged.items();
     if (mode == RecipeMerge) {
         mergePass(merged, items, maxReadWords, JoinContiguous, &rcpBlockStarts);
     } else {
-        items = sortedItems(*this, merged, items);
+        items = sortedByWeight(items, [this, &merged](const MergeItem &item) {
+            return getRegAddressWeight(merged.station(item), merged.regType(item), item.startAddr, 0);
+        });
         mergePass(merged, items, maxReadWords, JoinContiguous, 0);
         mergePass(merged, items, maxReadWords, JoinAcrossGaps, 0);
     }

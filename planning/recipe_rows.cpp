@@ -46,19 +46,14 @@ void mergeRows(Modbus_rtu_master &master)
 
 int Modbus_rtu_master::setRcpAddress(const QVector<_RCP_VAR_PRO> &rows)
 {
-    std::vector<WeightedPosition> order;
+    QVector<_RCP_VAR_PRO> own;
     for (int i = 0; i < sizeOf(rows); ++i) {
-        const _RCP_VAR_PRO &row = rows.at(i);
-        if (row.userData == linkId)
-            order.push_back(WeightedPosition(getRegAddressWeight(row.station, row.regType, row.startAddr, 1), i));
+        if (rows.at(i).userData == linkId)
+            own.append(rows.at(i));
     }
-    sortByWeight(order);
-
-    QVector<_RCP_VAR_PRO> sorted;
-    sorted.reserve(static_cast<int>(order.size()));
-    for (std::size_t i = 0; i < order.size(); ++i)
-        sorted.append(rows.at(order[i].position));
-    rcpAddrs = sorted;
+    rcpAddrs = sortedByWeight(own, [this](const _RCP_VAR_PRO &row) {
+        return getRegAddressWeight(row.station, row.regType, row.startAddr, 1);
+    });
     if (!rcpAddrs.isEmpty()) // else the blocks of the last registration stay
         mergeRows(*this);
     return sizeOf(rcpAddrs);
