@@ -13,25 +13,21 @@ Item {
             clip: true
             spacing: 6
             model: page.shown
-            delegate: Rectangle {
+            delegate: Strip {
                 objectName: "alarm " + modelData.text
-                width: ListView.view.width
-                height: 40
-                radius: 6
                 color: modelData.active ? "#5a2226" : Theme.raised
                 Rectangle { width: 6; height: parent.height; radius: 3; color: modelData.active ? Theme.alarm : Theme.dim }
-                Text {
+                Label {
                     anchors { left: parent.left; leftMargin: 20; verticalCenter: parent.verticalCenter }
                     text: modelData.text
                     color: modelData.active ? Theme.text : Theme.dim
-                    font.pixelSize: Theme.normal
                 }
-                Text {
+                Label {
                     anchors { right: parent.right; rightMargin: 14; verticalCenter: parent.verticalCenter }
                     text: (modelData.active ? "since " : "gone ") + Qt.formatTime(modelData.since, "hh:mm:ss")
                           + (modelData.seen ? "" : "  ●")
+                    note: true
                     color: modelData.seen ? Theme.dim : Theme.warning
-                    font.pixelSize: Theme.small
                 }
             }
         }

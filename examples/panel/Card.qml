@@ -10,17 +10,16 @@ Rectangle {
     border.width: stale ? 2 : 1
     border.color: stale ? Theme.warning : Theme.edge
 
-    Text {
+    Label {
         anchors { left: parent.left; top: parent.top; margins: Theme.gap }
         text: parent.caption
-        color: Theme.dim
-        font.pixelSize: Theme.small
+        note: true
     }
-    Text {
+    Label {
         anchors { right: parent.right; top: parent.top; margins: Theme.gap }
         visible: parent.stale
         text: "no answer"
+        note: true
         color: Theme.warning
-        font.pixelSize: Theme.small
     }
 }

@@ -26,7 +26,7 @@ Item {
                 tag: model.tag
                 editable: true
                 most: [1200, 200000, 500, 1500, 3000, 250000][index]
-                onTapped: page.keypad.ask(tag.name + (tag.unit ? ", " + tag.unit : ""), tag.value, least, most,
+                onTapped: page.keypad.ask(tag.name + (tag.unit ? ", " + tag.unit : ""), least, most,
                                           function(number) { tag.value = number })
             }
         }

@@ -3,18 +3,12 @@ import QtQuick 2.15
 // Takes a number between two limits, by touch or from a keyboard.
 Rectangle {
     id: keypad
-    property string caption
-    property real least: 0
-    property real most: 0
+    property var question: ({ caption: "", least: 0, most: 0, accept: null })
     property string entry
-    property var accept: null
-    readonly property bool fits: /^-?\d+(\.\d+)?$/.test(entry) && Number(entry) >= least && Number(entry) <= most
+    readonly property bool fits: /^-?\d+(\.\d+)?$/.test(entry) && Number(entry) >= question.least && Number(entry) <= question.most
 
-    function ask(caption, value, least, most, accept) {
-        keypad.caption = caption
-        keypad.least = least
-        keypad.most = most
-        keypad.accept = accept
+    function ask(caption, least, most, accept) {
+        question = { caption: caption, least: least, most: most, accept: accept }
         entry = ""
         visible = true
         forceActiveFocus()
@@ -28,7 +22,7 @@ Rectangle {
             entry += key
         else if (fits) {
             visible = false
-            accept(Number(entry))
+            question.accept(Number(entry))
         }
     }
 
@@ -48,7 +42,7 @@ Rectangle {
         anchors.centerIn: parent
         width: 4 * 74 + 3 * 8 + 40
         height: 420
-        caption: keypad.caption
+        caption: keypad.question.caption
         Rectangle {
             id: display
             anchors { left: parent.left; right: parent.right; top: parent.top; margins: 20; topMargin: 38 }
@@ -56,19 +50,19 @@ Rectangle {
             radius: Theme.radius
             color: Theme.back
             border.color: keypad.entry === "" || keypad.fits ? Theme.edge : Theme.alarm
-            Text {
+            Label {
                 anchors { right: parent.right; verticalCenter: parent.verticalCenter; margins: 14 }
                 text: keypad.entry
                 color: keypad.fits ? Theme.text : Theme.alarm
                 font { pixelSize: Theme.large; bold: true }
             }
         }
-        Text {
+        Label {
             id: limits
             anchors { top: display.bottom; right: display.right; topMargin: 6 }
-            text: keypad.least + " … " + keypad.most
+            text: keypad.question.least + " … " + keypad.question.most
+            note: true
             color: keypad.entry === "" || keypad.fits ? Theme.dim : Theme.alarm
-            font.pixelSize: Theme.small
         }
         Grid {
             anchors { top: limits.bottom; left: display.left; topMargin: 8 }

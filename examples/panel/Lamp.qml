@@ -13,10 +13,9 @@ Row {
         color: tag.stale ? "transparent" : tag.value ? parent.on : Theme.back
         border { width: 2; color: tag.stale ? Theme.warning : tag.value ? Qt.lighter(parent.on, 1.3) : Theme.edge }
     }
-    Text {
+    Label {
         text: tag.name
         color: tag.stale ? Theme.warning : Theme.text
         opacity: tag.stale ? 0.6 : 1
-        font.pixelSize: Theme.normal
     }
 }

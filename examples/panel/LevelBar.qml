@@ -26,18 +26,17 @@ Card {
             width: parent.width + 6
             height: 3
             color: Theme.warning
-            Text {
+            Label {
                 anchors { left: parent.right; leftMargin: 4; verticalCenter: parent.verticalCenter }
                 text: bar.mark.text
+                note: true
                 color: Theme.warning
-                font.pixelSize: Theme.small
             }
         }
     }
-    Text {
+    Label {
         anchors { left: parent.left; bottom: parent.bottom; margins: Theme.gap }
         text: bar.tag.text + " " + bar.tag.unit
-        color: Theme.text
         opacity: bar.stale ? 0.35 : 1
         font { pixelSize: Theme.large; bold: true }
     }

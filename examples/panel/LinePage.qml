@@ -22,7 +22,7 @@ Item {
             x: 16; y: 40
             Repeater {
                 model: page.columns.length
-                Text { width: page.columns[index].width; text: page.columns[index].title; color: Theme.dim; font.pixelSize: Theme.small }
+                Label { width: page.columns[index].width; text: page.columns[index].title; note: true }
             }
         }
         Column {
@@ -30,23 +30,19 @@ Item {
             spacing: 6
             Repeater {
                 model: page.link.stations
-                Rectangle {
+                Strip {
                     id: line
                     readonly property var station: modelData
-                    width: parent.width
                     height: 52
-                    radius: 6
-                    color: Theme.raised
                     Row {
                         x: 6
                         anchors.verticalCenter: parent.verticalCenter
                         Repeater {
                             model: page.columns.length
-                            Text {
+                            Label {
                                 width: page.columns[index].width
                                 text: page.columns[index].text(line.station)
                                 color: line.station.silent ? Theme.warning : Theme.text
-                                font.pixelSize: Theme.normal
                             }
                         }
                     }

@@ -54,20 +54,18 @@ Rectangle {
     Component { id: recipe; RecipePage { link: line; keypad: pad; file: panel.recipeFile } }
     Component { id: network; LinePage { link: line } }
 
-    Text {
+    Label {
         x: 14; height: 44
         verticalAlignment: Text.AlignVCenter
         text: "Filling line · " + panel.titles[panel.page]
-        color: Theme.text
         font { pixelSize: 18; bold: true }
     }
-    Text {
+    Label {
         anchors { right: parent.right; rightMargin: 14 }
         height: 44
         verticalAlignment: Text.AlignVCenter
         text: line.status !== Link.Open ? line.error || "connecting" : panel.alarmCount > 0 ? panel.alarmCount + (panel.alarmCount === 1 ? " alarm" : " alarms") : "all well"
         color: line.status !== Link.Open ? Theme.warning : panel.alarmCount > 0 ? Theme.alarm : Theme.good
-        font.pixelSize: Theme.normal
     }
     Loader {
         id: pageLoader

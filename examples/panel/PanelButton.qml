@@ -13,11 +13,9 @@ Rectangle {
     border.color: Theme.edge
     opacity: enabled ? 1 : 0.4
 
-    Text {
+    Label {
         id: label
         anchors.centerIn: parent
-        color: Theme.text
-        font.pixelSize: Theme.normal
     }
     MouseArea {
         id: touch

@@ -25,31 +25,24 @@ Item {
             spacing: 4
             Repeater {
                 model: page.recipe.rows
-                Rectangle {
+                Strip {
                     objectName: "recipe " + modelData.name
-                    width: parent.width
-                    height: 40
-                    radius: 6
-                    color: Theme.raised
-                    Text { x: 16; anchors.verticalCenter: parent.verticalCenter; text: modelData.name; color: Theme.text; font.pixelSize: Theme.normal }
-                    Text {
+                    Label { x: 16; anchors.verticalCenter: parent.verticalCenter; text: modelData.name }
+                    Label {
                         anchors { right: parent.left; rightMargin: -360; verticalCenter: parent.verticalCenter }
                         text: modelData.value + " " + modelData.unit
-                        color: Theme.text
-                        font { pixelSize: Theme.normal; bold: true }
+                        font.bold: true
                     }
-                    Text {
+                    Label {
                         x: 420
                         anchors.verticalCenter: parent.verticalCenter
                         text: page.outcomes[modelData.outcome]
                               + (modelData.outcome === RecipeRow.Differs ? ": slave has " + modelData.slaveValue : "")
                         color: modelData.outcome === RecipeRow.Done ? Theme.good : Theme.warning
-                        font.pixelSize: Theme.normal
                     }
                     MouseArea {
                         anchors.fill: parent
-                        onClicked: page.keypad.ask(modelData.name + ", " + modelData.unit, modelData.value, 0,
-                                                   index === 5 ? 250000 : 3000,
+                        onClicked: page.keypad.ask(modelData.name + ", " + modelData.unit, 0, index === 5 ? 250000 : 3000,
                                                    function(number) { modelData.value = number })
                     }
                 }

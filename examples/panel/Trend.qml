@@ -23,7 +23,7 @@ Card {
         Item {
             width: trend.width
             y: curve.y + index * curve.height / 2
-            Text { x: Theme.gap; y: -height / 2; text: modelData; color: Theme.dim; font.pixelSize: Theme.small }
+            Label { x: Theme.gap; y: -height / 2; text: modelData; note: true }
             Rectangle { x: curve.x; width: curve.width; height: 1; color: Theme.edge }
         }
     }

@@ -12,20 +12,19 @@ Card {
 
     caption: tag.name
     stale: tag.stale
-    Text {
+    Label {
         anchors { left: parent.left; bottom: parent.bottom; margins: Theme.gap }
         text: tile.tag.quality === Tag.NeverRead ? "–" : tile.tag.text
         color: tile.tag.writing ? Theme.accent : Theme.text
         opacity: tile.stale ? 0.35 : 1
         font { pixelSize: Theme.large; bold: true }
-        Text {
+        Label {
             anchors { left: parent.right; leftMargin: 5; baseline: parent.baseline }
             text: tile.tag.unit
             color: Theme.dim
-            font.pixelSize: Theme.normal
         }
     }
-    Text {
+    Label {
         anchors { right: parent.right; bottom: parent.bottom; margins: Theme.gap }
         visible: tile.editable
         text: tile.tag.error !== "" ? "not written" : tile.least + " … " + tile.most
