@@ -110,6 +110,8 @@ void judgeReply(Transaction &transaction, bool compare)
 {
     transaction.kind = kindOf(transaction, compare);
     transaction.exceptionCode = transaction.kind == ReplyKind::Exception ? byteAt(transaction.reply, 2) : 0;
+    if (!compare && transaction.kind == ReplyKind::Good)
+        transaction.warning = QString::fromStdString(describeMismatch(transaction.request, transaction.reply));
 }
 
 } // namespace rtu
