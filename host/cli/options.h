@@ -76,6 +76,9 @@ struct Options
     bool live = false;  ///< live view asked for
     bool plain = false; ///< live view refused
 
+    bool verify = false; ///< writes are read back
+    bool force = false;  ///< files that exist are overwritten
+
     std::string planPicture; ///< SVG file of --plan
     std::string recipeFile;
     std::string subject; ///< of --check, --describe, --multi-copy

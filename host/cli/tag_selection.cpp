@@ -61,6 +61,27 @@ bool looksLikeValue(const std::string &text)
     return isWord || isNumber(text) || text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0b") == 0;
 }
 
+bool isWhole(const std::string &text)
+{
+    return !text.empty() && text.find_first_not_of("0123456789", text[0] == '-' ? 1 : 0) == std::string::npos;
+}
+
+/** "2,5" for a float: two numbers, or one as much of Europe writes it. */
+void refuseDecimalComma(const std::string &text, const std::vector<std::string> &values, const TagRange &tag)
+{
+    const bool pairs = values.size() % 2 == 0 && std::all_of(values.begin(), values.end(), isWhole);
+    if (tag.format.format != Format::Float || !pairs)
+        return;
+    throw std::invalid_argument(tag.label() + ": \"" + text
+                                + "\" may be numbers with a decimal comma, or twice as many without: write 2.5 for the "
+                                  "one, 2.0,5.0 for the other");
+}
+
+bool isNegative(const std::string &text)
+{
+    return text[0] == '-';
+}
+
 class Selector
 {
 public:
@@ -138,8 +159,10 @@ private:
         m_target = parse(argument.substr(0, equals));
         if (equals == std::string::npos)
             return;
-        for (const std::string &value : splitCsv(argument.substr(equals + 1)))
-            m_values.push_back(value);
+        const std::string values = argument.substr(equals + 1);
+        m_values = splitCsv(values);
+        if (!m_targetIsRange && !m_target.empty())
+            refuseDecimalComma(values, m_values, m_target.front());
         finishTarget();
     }
 
@@ -185,6 +208,9 @@ private:
                 throw std::invalid_argument(tag.label() + ": " + error.what());
             }
         }
+        // Who writes negative numbers reads the register as one that has them.
+        if (tag.format.format == Format::Unsigned && std::any_of(m_values.begin(), m_values.end(), isNegative))
+            write.tag.format.format = Format::Signed;
         return write;
     }
 

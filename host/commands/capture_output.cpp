@@ -1,23 +1,10 @@
 #include "host/commands/capture_output.h"
 
-#include <sys/stat.h>
-
 #include <cerrno>
 #include <cstring>
 #include <stdexcept>
 
 namespace rtu {
-
-namespace {
-
-/** A capture from the field is not to be lost by the same command given again. */
-bool isOrdinaryFile(const std::string &path)
-{
-    struct stat info;
-    return ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode);
-}
-
-} // namespace
 
 bool isCapturePipe(const std::string &path)
 {
@@ -27,8 +14,6 @@ bool isCapturePipe(const std::string &path)
 CaptureOutput::CaptureOutput(const std::string &path, std::ostream &standardOutput) : m_path(path)
 {
     if (!isCapturePipe(path)) {
-        if (isOrdinaryFile(path))
-            throw std::runtime_error(path + " exists already: remove it, or give the capture another name");
         m_file.open(path, std::ios::binary);
         if (!m_file)
             throw std::runtime_error("cannot write " + path + ": " + std::strerror(errno));

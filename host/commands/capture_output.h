@@ -18,7 +18,7 @@ class CaptureOutput
 {
 public:
     /**
-     * @param path a file that does not exist yet, a pipe, or "-" for @p standardOutput
+     * @param path a file, which is emptied, a pipe, or "-" for @p standardOutput
      * @throws std::runtime_error
      */
     CaptureOutput(const std::string &path, std::ostream &standardOutput);

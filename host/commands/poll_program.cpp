@@ -50,6 +50,7 @@ PollProgram::PollProgram(Link &link, Line &line, const Options &options, std::os
     , m_out(out)
     , m_err(err)
     , m_printer(out, options.form)
+    , m_writeReport(out, options.form, options.verify)
 {
     link.onTransaction([this](const Transaction &transaction) { noteTransaction(transaction); });
     link.onPort([this](bool open) { notePort(open); });
@@ -89,7 +90,7 @@ void PollProgram::noteTransaction(const Transaction &transaction)
 {
     if (m_options.trace)
         printTrace(transaction);
-    if (transaction.verdict != VerdictGivenUp)
+    if (transaction.verdict != VerdictGivenUp || m_readingOld)
         return;
     ++m_errors;
     m_lastError = transaction.information.toStdString();
@@ -131,25 +132,39 @@ void PollProgram::notePort(bool open)
 
 bool PollProgram::write(const std::vector<TagWrite> &writes)
 {
+    WriteOptions how;
+    how.readBack = m_options.verify;
     for (const TagWrite &write : writes) {
+        const TagState old = echoesWrites() ? valueBefore(write) : TagState();
         const std::uint64_t errors = m_errors;
-        const Write asked = m_link.write(specOf(write.tag), numbersOf(write.raw));
+        const Write asked = m_link.write(specOf(write.tag), numbersOf(write.raw), how);
         if (!awaitEnd(asked))
             return false;
-        tellWrite(write, asked.result(), m_errors != errors);
+        tellWrite(write, old, asked.result(), m_errors != errors);
     }
     return true;
 }
 
-void PollProgram::tellWrite(const TagWrite &write, const WriteResult &result, bool errorTold)
+/** Not known where nobody answers, or nothing goes over the line anyway. */
+TagState PollProgram::valueBefore(const TagWrite &write)
 {
-    if (wentWell(result.end)) {
-        const bool many = write.raw.size() > 1;
-        say("wrote " + std::to_string(write.tag.station) + ":" + write.tag.label() + (many ? " ..: " : ": ")
-            + quantity(write.raw.size(), "value"));
-        return;
-    }
-    if (errorTold)
+    TagState state;
+    if (write.tag.station == 0 || m_options.property.localWriteOnly)
+        return state;
+    m_readingOld = true;
+    const OneOffRead asked = m_link.read(specOf(write.tag));
+    state.known = awaitEnd(asked) && asked.result().end == ReadEnd::Good;
+    m_readingOld = false;
+    if (state.known)
+        state.raw = asked.result().value.raw();
+    return state;
+}
+
+void PollProgram::tellWrite(const TagWrite &write, const TagState &old, const WriteResult &result, bool errorTold)
+{
+    if (echoesWrites())
+        m_writeReport.print(write, old, result, m_line.now());
+    if (wentWell(result.end) || errorTold)
         return;
     ++m_errors;
     m_err << "error: " << placeOf(write.tag) << " was not written: " << result.text.toStdString() << '\n';

@@ -9,6 +9,7 @@
 #include "host/cli/options.h"
 #include "host/tags/recipe.h"
 #include "host/report/tag_board.h"
+#include "host/report/write_report.h"
 #include "host/cli/tag_selection.h"
 
 #include <modbus_rtu_host/link.h>
@@ -41,7 +42,9 @@ private:
     template <typename Asked>
     bool awaitEnd(const Asked &asked);
     bool write(const std::vector<TagWrite> &writes);
-    void tellWrite(const TagWrite &write, const WriteResult &result, bool errorTold);
+    TagState valueBefore(const TagWrite &write);
+    void tellWrite(const TagWrite &write, const TagState &old, const WriteResult &result, bool errorTold);
+    bool echoesWrites() const { return m_options.form != OutputForm::Lines || !m_options.quiet; }
     void poll(const std::vector<TagRange> &tags, std::size_t requestsARound);
     void finishRound();
     void printRound();
@@ -60,11 +63,13 @@ private:
     std::ostream &m_out;
     std::ostream &m_err;
     ValuePrinter m_printer;
+    WriteReport m_writeReport;
     std::unique_ptr<TagBoard> m_board;
     std::uint64_t m_errors = 0;
     std::string m_lastError; ///< the driver's text of the last request that was given up
     int m_rounds = 0;
     bool m_portLost = false;
+    bool m_readingOld = false; ///< a failure of that is no error: the write itself tells
     std::atomic<bool> m_stopped{false};
 };
 

@@ -18,6 +18,7 @@
 #include "host/commands/simulation.h"
 
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -286,6 +287,7 @@ private:
             source.plant() ? "simulated slaves of " + fileName(m_options.simFile) : source.line().name();
         const std::string name = port + ", " + lineName(source.line().parameters());
         LiveView view(link, source.line(), m_driver, m_options.rounds, source.plant(), name);
+        view.setVerify(m_options.verify);
         {
             const StopTarget::Scope scope(m_stopTarget, [&view] { view.stop(); });
             view.run(*terminal, selection);
@@ -316,18 +318,43 @@ private:
     StopTarget m_stopTarget;
 };
 
+/** What took a day to record is not to be lost by the same command given again. */
+void refuseExisting(const std::string &path)
+{
+    struct stat info;
+    if (!path.empty() && ::stat(path.c_str(), &info) == 0 && S_ISREG(info.st_mode))
+        throw Misuse(path + " exists already: --force overwrites it");
+}
+
+bool namesTags(const Options &options)
+{
+    return !options.arguments.empty() || !options.tagFile.empty() || options.typeOrReferenceGiven;
+}
+
+void refuseExistingFiles(const Options &options)
+{
+    if (options.force)
+        return;
+    refuseExisting(options.planPicture);
+    if (!isCapturePipe(options.captureFile))
+        refuseExisting(options.captureFile);
+    // A recipe file that names its registers itself is there to be filled.
+    if (options.mode == Mode::RecipeRead && namesTags(options))
+        refuseExisting(options.recipeFile);
+}
+
 int runMode(const Options &options, std::ostream &out, std::ostream &err)
 {
     if (options.mode == Mode::Nothing)
         return options.exitStatus;
+    refuseExistingFiles(options);
     if (options.mode == Mode::Serve)
         return serve(options, out, err);
     if (options.mode == Mode::Listen)
         return listenIn(options, out, err);
     if (options.mode == Mode::Find)
         return findStations(options, out, err);
-    const bool tagsNamed = !options.arguments.empty() || !options.tagFile.empty() || options.typeOrReferenceGiven;
-    if (options.mode == Mode::Replay && !tagsNamed)
+    if (options.mode == Mode::Replay && !namesTags(options))
         return tellCapture(options, out);
     return Program(options, out, err).run();
 }

@@ -63,6 +63,8 @@ ScreenLine fitted(const ScreenLine &line, int columns)
 const char *const HelpLines[] = {
     "Up Down PgUp PgDn Home End   choose a value",
     "Enter, e     type a new value; Enter writes it, Esc leaves it",
+    "Space        turn a bit over",
+    "x            take back the writes that wait",
     "r            read the tag at once",
     "t            more room for the trace, or less",
     "p            hold the trace, let it go on",
@@ -79,6 +81,16 @@ const char *const SimulationHelpLines[] = {
     "o            switch the station of the chosen value off, or on again",
     "u            pull the plug of the port, or put it in again",
 };
+
+/** "waiting: 1:4x5 = 7 and 2 more (x takes back)"; empty when none does. */
+std::string waitingText(const LiveState &state)
+{
+    const std::vector<std::string> writes = state.waitingWrites();
+    if (writes.empty())
+        return std::string();
+    const std::string more = writes.size() > 1 ? " and " + std::to_string(writes.size() - 1) + " more" : "";
+    return " waiting: " + writes.front() + more + " (x takes back) ";
+}
 
 } // namespace
 
@@ -297,7 +309,9 @@ void LivePainter::paintFooter(const LiveState &state)
 {
     if (state.mode() == LiveState::Mode::Edit || state.mode() == LiveState::Mode::Fault)
         return paintInput(state);
-    add(hint(state), Look::Title);
+    const std::string waiting = waitingText(state);
+    const int room = m_columns - textWidth(waiting);
+    add(leftAligned(clippedText(hint(state), room), room) + waiting, Look::Title);
 }
 
 void LivePainter::paintInput(const LiveState &state)

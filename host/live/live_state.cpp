@@ -56,6 +56,13 @@ void LiveState::browse(int key)
     case KeyEnter:
     case 'e':
         return beginEdit();
+    case ' ':
+        if (!m_rows.empty())
+            m_message = m_actions.toggle(m_rows[m_selected]);
+        return;
+    case 'x':
+        m_message = m_actions.cancelWrites();
+        return;
     case 'r':
         if (!m_rows.empty())
             m_message = m_actions.readNow(m_rows[m_selected]);
@@ -137,12 +144,19 @@ void LiveState::beginInput(Mode mode, const std::string &text)
     m_mode = mode;
     m_input = text;
     m_cursor = text.size();
+    m_untouched = true;
 }
 
 void LiveState::type(int key)
 {
     if (key != KeyEnter)
         m_message.clear();
+    const bool replaces = m_untouched && key >= ' ' && key < 0x7F;
+    m_untouched = false;
+    if (replaces) {
+        m_input.clear();
+        m_cursor = 0;
+    }
     switch (key) {
     case KeyEscape:
         m_mode = Mode::Browse;

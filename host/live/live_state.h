@@ -50,6 +50,12 @@ public:
     virtual std::string currentValue(const LiveRow &row) = 0;
     /** False with the reason in @p message when the text is no value. */
     virtual bool write(const LiveRow &row, const std::string &text, std::string *message) = 0;
+    /** Turns a bit over. */
+    virtual std::string toggle(const LiveRow &row) = 0;
+    /** Writes that have not been sent or answered yet: "1:4x5 = 7". */
+    virtual std::vector<std::string> waitingWrites() = 0;
+    /** Takes back those that have not been sent. */
+    virtual std::string cancelWrites() = 0;
     /** Reads the tag at once. */
     virtual std::string readNow(const LiveRow &row) = 0;
 
@@ -75,6 +81,7 @@ public:
     Mode mode() const { return m_mode; }
     bool typing() const { return m_mode == Mode::Edit || m_mode == Mode::Fault; }
     bool simulated() const { return m_actions.simulated(); }
+    std::vector<std::string> waitingWrites() const { return m_actions.waitingWrites(); }
     const std::string &input() const { return m_input; }
     std::size_t inputCursor() const { return m_cursor; }
     const std::string &message() const { return m_message; }
@@ -108,6 +115,7 @@ private:
     std::size_t m_page = 10;
     Mode m_mode = Mode::Browse;
     std::string m_input;
+    bool m_untouched = false; ///< the old value still stands there whole
     std::size_t m_cursor = 0;
     std::string m_message;
     std::size_t m_tracePage = 3;

@@ -2,6 +2,7 @@
 
 #include "host/tags/link_tags.h"
 
+#include <algorithm>
 #include <stdexcept>
 
 namespace rtu {
@@ -43,6 +44,7 @@ WriteOptions LiveView::tellingTheEndOf(const TagRange &tag)
 {
     const std::string place = std::to_string(tag.station) + ":" + tag.rangeLabel();
     WriteOptions options;
+    options.readBack = m_verify;
     options.done = [this, place](const WriteResult &result) { m_feed->noteEnd(place, result); };
     return options;
 }
@@ -101,12 +103,53 @@ bool LiveView::write(const LiveRow &row, const std::string &text, std::string *m
         *message = error.what();
         return false;
     }
-    if (m_feed->tags()[row.tag].values == 1)
-        m_link.write(m_feed->board().handle(row.tag), numbersOf(raw), tellingTheEndOf(tag));
-    else
-        m_link.write(specOf(tag), numbersOf(raw), tellingTheEndOf(tag));
-    *message = "Writing " + tag.label() + " = " + valueText(raw.front(), tag.format);
+    send(row, raw.front());
+    *message = "Writing " + m_writes.back().text;
     return true;
+}
+
+void LiveView::send(const LiveRow &row, std::uint32_t raw)
+{
+    const TagRange tag = tagOf(row);
+    const std::vector<double> numbers = numbersOf({raw});
+    const Write write = m_feed->tags()[row.tag].values == 1
+                            ? m_link.write(m_feed->board().handle(row.tag), numbers, tellingTheEndOf(tag))
+                            : m_link.write(specOf(tag), numbers, tellingTheEndOf(tag));
+    m_writes.push_back(
+        SentWrite{std::to_string(tag.station) + ":" + tag.label() + " = " + valueText(raw, tag.format), write});
+}
+
+std::string LiveView::toggle(const LiveRow &row)
+{
+    const TagRange tag = tagOf(row);
+    if (!tag.type.isBit())
+        return std::to_string(tag.station) + ":" + tag.label() + " is no bit: Enter changes it";
+    const std::string reason = refusal(row);
+    if (!reason.empty())
+        return reason;
+    const TagState state = m_feed->board().state(row.tag);
+    if (!state.known)
+        return tag.label() + " has not been read yet: Enter writes a value";
+    send(row, state.raw[static_cast<std::size_t>(row.value)] ? 0 : 1);
+    return "Writing " + m_writes.back().text;
+}
+
+std::vector<std::string> LiveView::waitingWrites()
+{
+    const auto ended = [](const SentWrite &sent) { return sent.write.ended(); };
+    m_writes.erase(std::remove_if(m_writes.begin(), m_writes.end(), ended), m_writes.end());
+    std::vector<std::string> texts;
+    for (const SentWrite &sent : m_writes)
+        texts.push_back(sent.text);
+    return texts;
+}
+
+std::string LiveView::cancelWrites()
+{
+    int cancelled = 0;
+    for (SentWrite &sent : m_writes)
+        cancelled += sent.write.cancel() ? 1 : 0;
+    return cancelled == 0 ? "No write waits to be sent" : std::to_string(cancelled) + " taken back";
 }
 
 std::string LiveView::readNow(const LiveRow &row)

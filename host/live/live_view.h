@@ -16,6 +16,7 @@
 
 #include <atomic>
 #include <memory>
+#include <vector>
 
 namespace rtu {
 
@@ -35,6 +36,9 @@ public:
     /** Runs until the user ends it, stop() is called or the rounds are over. */
     void run(LiveTerminal &terminal, const TagSelection &selection);
 
+    /** Every write is read back. */
+    void setVerify(bool verify) { m_verify = verify; }
+
     /** From any thread. */
     void stop() { m_ended = true; }
 
@@ -42,6 +46,9 @@ private:
     std::string refusal(const LiveRow &row) override;
     std::string currentValue(const LiveRow &row) override;
     bool write(const LiveRow &row, const std::string &text, std::string *message) override;
+    std::string toggle(const LiveRow &row) override;
+    std::vector<std::string> waitingWrites() override;
+    std::string cancelWrites() override;
     std::string readNow(const LiveRow &row) override;
     bool simulated() const override { return m_plant != nullptr; }
     bool addFault(const std::string &text, std::string *message) override;
@@ -52,6 +59,7 @@ private:
     void prepare(const TagSelection &selection);
     void show(LiveTerminal &terminal);
     void finishRound();
+    void send(const LiveRow &row, std::uint32_t raw);
     WriteOptions tellingTheEndOf(const TagRange &tag);
     TagRange tagOf(const LiveRow &row) const;
 
@@ -61,7 +69,15 @@ private:
     int m_roundsWanted;
     plant::Plant *m_plant;
     std::string m_portName;
+    struct SentWrite
+    {
+        std::string text; ///< "1:4x5 = 7"
+        Write write;
+    };
+
     std::unique_ptr<LiveFeed> m_feed;
+    std::vector<SentWrite> m_writes; ///< that had not ended when last looked at
+    bool m_verify = false;
     std::atomic<bool> m_ended{false};
     int m_rounds = 0;
     bool m_unplugged = false;

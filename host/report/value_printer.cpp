@@ -35,7 +35,7 @@ std::string padded(std::string text, std::size_t width)
 void ValuePrinter::printHeader()
 {
     if (m_form == OutputForm::Csv)
-        m_out << "time,station,type,address,name,value,raw,unit,status,error\n";
+        m_out << "time,station,type,address,name,value,raw,unit,status,error,old\n";
 }
 
 void ValuePrinter::print(const TagRange &tag, const TagState &state, TimePoint now)
@@ -84,7 +84,7 @@ void ValuePrinter::printCsv(const TagRange &tag, int value, std::uint32_t raw, c
     m_out << timeStamp(now) << ',' << tag.station << ',' << tag.type.name << ','
           << addressText(tag.type, tag.addressOf(value)) << ',' << csvField(nameOf(tag, value)) << ','
           << (state.known ? valueText(raw, tag.format) + "," + rawText(raw, tag.format) : ",") << ','
-          << csvField(tag.unit) << ',' << statusOf(state) << ',' << csvField(state.error) << '\n';
+          << csvField(tag.unit) << ',' << statusOf(state) << ',' << csvField(state.error) << ",\n";
 }
 
 } // namespace rtu

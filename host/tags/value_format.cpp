@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cctype>
 #include <cmath>
 #include <cstring>
@@ -147,6 +148,10 @@ bool parsePrefixed(const std::string &text, std::uint64_t *value)
 double parseNumber(const std::string &text)
 {
     double value = 0;
+    std::string withPoint = text;
+    std::replace(withPoint.begin(), withPoint.end(), ',', '.');
+    if (withPoint != text && readNumber(withPoint, &value))
+        refuse(text, "decimals stand behind a point, as in " + withPoint);
     if (!readNumber(text, &value))
         refuse(text, "a number is needed, such as 1234, -5, 0x1F or 2.5");
     return value;

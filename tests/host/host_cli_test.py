@@ -192,6 +192,48 @@ class Writing(RtuHostTest):
             self.assertIn("write register 4x5 = %d" % (65536 + int(number)), result.out)
         self.assertEqual("", self.simulate("4x5", "-1", status=2).out)
 
+    def test_each_write_tells_old_and_new_value(self):
+        out = self.simulate("-1", "4x5", "-12").out
+        self.assertIn("1:4x5: 50 -> -12, acknowledged\n", out)
+        out = self.simulate("-1", "4x5=7,8", "0x1=0", "4x_double103:float=2.5", "4x100:hex=0x10").out
+        for line in ("1:4x5: 50 -> 7, acknowledged", "1:4x6: 10 -> 8, acknowledged", "1:0x1: 0 -> 0, acknowledged",
+                     "1:4x_double103: 1.5 -> 2.5, acknowledged", "1:4x100: 0x1234 -> 0x0010, acknowledged"):
+            self.assertIn(line + "\n", out)
+
+    def test_what_cannot_be_read_first_is_written_all_the_same(self):
+        self.assertIn("0:4x5: ? -> 7, broadcast\n", self.simulate("-1", "4x5@0=7").out)
+        self.assertIn("1:4x5: ? -> 7, not sent\n", self.simulate("-1", "--local-only", "4x5=7").out)
+        result = self.simulate("-1", "--fault", "exception 2 function 3", "4x5=7")
+        self.assertIn("1:4x5: ? -> 7, acknowledged\n", result.out)
+        self.assertEqual("", result.err)
+
+    def test_quiet_writes_read_nothing(self):
+        self.assertNotIn("read holding", self.simulate("-1", "-q", "-v", "4x5=7").out)
+
+    def test_json_and_csv_have_a_row_for_each_value_written(self):
+        row = json.loads(self.simulate("-1", "--json", "4x5", "-12").lines[0])
+        self.assertEqual(("5", 50, -12, "0xFFF4", "acknowledged", ""),
+                         (row["address"], row["old"], row["value"], row["raw"], row["status"], row["error"]))
+        refused = json.loads(self.simulate("-1", "--json", "4x60=1", status=1).lines[0])
+        self.assertEqual((None, 1, "refused"), (refused["old"], refused["value"], refused["status"]))
+        self.assertIn("exception 2", refused["error"])
+        rows = list(csv.DictReader(io.StringIO(self.simulate("-1", "--csv", "4x5=7,8", "4x5").out)))
+        self.assertEqual([("5", "50", "7", "acknowledged"), ("6", "10", "8", "acknowledged"), ("5", "", "7", "ok")],
+                         [(row["address"], row["old"], row["value"], row["status"]) for row in rows])
+
+    def test_verified_by_reading_back(self):
+        result = self.simulate("-1", "-v", "--verify", "4x5=7")
+        self.assertIn("1:4x5: 50 -> 7, acknowledged, reads the same\n", result.out)
+        self.assertEqual(2, result.out.count("read holding registers 4x5"), "before and behind the write")
+        self.assertEqual(1, self.simulate("-1", "-v", "4x5=7").out.count("read holding registers 4x5"))
+
+    def test_a_decimal_comma_is_refused_with_a_hint(self):
+        for arguments in (["4x_double11:float=2,5"], ["4x_double11:float", "2,5"], ["4x5:int16", "2,5"]):
+            self.assertIn("2.5", self.simulate("-1", *arguments, status=2).err, arguments)
+        self.simulate("-1", "4x_double11:float", "2", "5")
+        self.simulate("-1", "4x_double11..13:float=2,5")
+        self.simulate("-1", "4x_double11:float=2.5,5")
+
     def test_negative_numbers_behind_dashes(self):
         result = self.simulate("-1", "-v", "-t", "4:int16", "-r", "5", "--", "-2")
         self.assertIn("write register 4x5 = 65534", result.out)
@@ -278,6 +320,18 @@ class Recipes(RtuHostTest):
         result = self.simulate("--recipe-write", recipe, "-v")
         self.assertIn("write register 4x1 = 10\n", result.out)
         self.assertIn("write registers 4x101..102 = 4660 22136", result.out)
+
+    def test_existing_files_are_overwritten_by_force_only(self):
+        recipe = self.file("recipe.csv", "mine\n")
+        picture = self.file("plan.svg", "mine\n")
+        capture = self.file("line.pcap", "mine\n")
+        for arguments in (["--recipe-read", recipe], ["--plan", picture], ["--pcap", capture, "-1"]):
+            result = self.simulate(*arguments, "4x1", status=2)
+            self.assertIn(arguments[1] + " exists already: --force overwrites it", result.err)
+            self.assertEqual("mine\n", self.read(arguments[1]))
+            self.simulate(*arguments, "--force", "4x1")
+            with open(arguments[1], "rb") as file:
+                self.assertNotEqual(b"mine\n", file.read())
 
     def test_a_failure_leaves_the_file_alone(self):
         recipe = self.file("recipe.csv", "address,type,count,values\n60,4x,1,5\n")

@@ -96,7 +96,7 @@ class Listening(ListenTest):
 
     def test_a_capture_that_exists_is_kept(self):
         capture = self.file("line.pcap", "old")
-        result = self.run_host("--listen", self.port, "--pcap", capture, status=1)
+        result = self.run_host("--listen", self.port, "--pcap", capture, status=2)
         self.assertIn("exists already", result.err)
         self.assertEqual("old", self.read(capture))
 

@@ -109,8 +109,8 @@ class LiveViewTest(RtuHostTest):
         self.sim = self.file("plant.sim", PLANT)
         self.tags = self.file("tags.csv", TAGS)
 
-    def open(self, interval=50):
-        screen = Screen(self, "%s --sim %s --tags %s -l %d -o 0.1" % (RTUHOST, self.sim, self.tags, interval))
+    def open(self, interval=50, timeout=0.1):
+        screen = Screen(self, "%s --sim %s --tags %s -l %d -o %g" % (RTUHOST, self.sim, self.tags, interval, timeout))
         screen.line_with("1:4x1 ", "10")
         return screen
 
@@ -163,6 +163,55 @@ class Editing(LiveViewTest):
         screen.press("Enter")
         screen.line("write register 4x2 = 1234, acknowledged")
         screen.line_with("1:4x2 ", "1234")
+
+    def test_typing_replaces_the_old_value(self):
+        screen = self.open()
+        screen.press("Down", "Enter")
+        screen.line("New value of 1:4x2 (uint16):")
+        screen.type("5")
+        screen.press("Enter")
+        screen.line("write register 4x2 = 5, acknowledged")
+
+    def test_space_toggles_a_bit(self):
+        screen = self.open()
+        screen.press("Down", "Down", "Down", "Down", "Down", "Down")
+        screen.press("Space")
+        screen.line_with("1:4x1 ", " 8 ")
+        screen.press("Space")
+        screen.line_with("1:4x1 ", " 10 ")
+        screen.press("Home", "Space")
+        screen.line("1:4x1 is no bit: Enter changes it")
+
+    def test_waiting_writes_are_shown_and_taken_back(self):
+        screen = self.open(timeout=5)
+        screen.press("f")
+        screen.type("no-reply")
+        screen.press("Enter")
+        screen.line("Fault added")
+        screen.press("Down", "Enter")
+        screen.type("77")
+        screen.press("Enter", "Down", "Enter")
+        screen.type("78")
+        screen.press("Enter")
+        screen.line("waiting: ")
+        screen.press("x")
+        screen.line("taken back")
+        screen.press("F")
+        screen.line("No faults any more")
+        screen.gone("waiting: ")
+        screen.line_with("1:4x3 ", " 30 ")
+
+    def test_what_is_typed_without_a_port_is_not_sent_later(self):
+        screen = self.open()
+        screen.press("u")
+        screen.line("The plug is pulled")
+        screen.press("Enter")
+        screen.type("99")
+        screen.press("Enter")
+        screen.line("was not written")
+        screen.press("u")
+        screen.line("The plug is in again")
+        screen.line_with("1:4x1 ", " 10 ")
 
     def test_a_scaled_value(self):
         screen = self.open()

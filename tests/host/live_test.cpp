@@ -17,6 +17,17 @@ struct Actions : rtu::LiveActions
         *message = text == "wrong" ? "no value" : "written";
         return text != "wrong";
     }
+    std::string toggle(const rtu::LiveRow &row) override
+    {
+        calls.push_back("toggle " + std::to_string(row.tag) + "." + std::to_string(row.value));
+        return "toggled";
+    }
+    std::vector<std::string> waitingWrites() override { return waiting; }
+    std::string cancelWrites() override
+    {
+        calls.push_back("cancel");
+        return "taken back";
+    }
     std::string readNow(const rtu::LiveRow &row) override
     {
         calls.push_back("read " + std::to_string(row.tag));
@@ -47,6 +58,7 @@ struct Actions : rtu::LiveActions
 
     std::vector<std::string> calls;
     std::string refused;
+    std::vector<std::string> waiting;
     bool hasSlaves = true;
 };
 
@@ -97,6 +109,34 @@ TEST_F(LiveKeys, EditAValueInPlace)
     EXPECT_EQ(std::vector<std::string>(1, "write 0.1 -7"), actions.calls);
     EXPECT_EQ("written", state.message());
     EXPECT_EQ(LiveState::Mode::Browse, state.mode());
+}
+
+TEST_F(LiveKeys, TheFirstKeyReplacesTheOldValue)
+{
+    press("e5");
+    EXPECT_EQ("5", state.input());
+    press("6");
+    EXPECT_EQ("56", state.input());
+    state.press(rtu::KeyEscape);
+    press("e");
+    state.press(rtu::KeyRight);
+    press("5");
+    EXPECT_EQ("125", state.input()) << "who moves about wants to keep it";
+}
+
+TEST_F(LiveKeys, SpaceTogglesABit)
+{
+    state.press(rtu::KeyDown);
+    press(" ");
+    EXPECT_EQ(std::vector<std::string>(1, "toggle 0.1"), actions.calls);
+    EXPECT_EQ("toggled", state.message());
+}
+
+TEST_F(LiveKeys, WaitingWritesAreTakenBack)
+{
+    press("x");
+    EXPECT_EQ(std::vector<std::string>(1, "cancel"), actions.calls);
+    EXPECT_EQ("taken back", state.message());
 }
 
 TEST_F(LiveKeys, LeaveAnEditWithoutWriting)

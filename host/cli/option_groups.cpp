@@ -1,0 +1,253 @@
+#include "host/cli/option_groups.h"
+
+#include "host/text/numbers.h"
+
+#include <cmath>
+#include <limits>
+
+namespace rtu {
+
+namespace {
+
+/** Refuses what is no number within the limits, in words that say what would be right. */
+CLI::Validator numberFrom(double lowest, double highest, bool whole = false)
+{
+    const auto judge = [=](std::string &text) {
+        double number = 0;
+        if (readNumber(text, &number) && number >= lowest && number <= highest
+            && (!whole || number == std::floor(number)))
+            return std::string();
+        return "\"" + text + "\" is not a " + (whole ? "whole " : "") + "number from " + general(lowest, 15) + " to "
+               + general(highest, 15);
+    };
+    return CLI::Validator(judge, "");
+}
+
+CLI::Validator wholeNumberFrom(double lowest, double highest)
+{
+    return numberFrom(lowest, highest, true);
+}
+
+const double LongestMilliseconds = 24 * 3600 * 1000.0;
+const double LargestInt = std::numeric_limits<int>::max();
+
+void addWhat(CLI::App &app, Options &options, RawOptions &raw)
+{
+    const char *const group = "What to read and write";
+    app.add_option("-a", raw.stations, "Stations, as in 1,3,5-7; 0 broadcasts writes (1)")
+        ->type_name("STATIONS")
+        ->group(group);
+    app.add_option("-t", options.typeText,
+                   "0 coils, 1 discrete inputs, 3 input registers, 4 holding registers (4); with a format behind a "
+                   "colon: int16, hex, bin for a register, int, float for two")
+        ->type_name("TABLE")
+        ->group(group);
+    app.add_option("-r", options.referenceText, "First address, counted from 1, or a list of them (1)")
+        ->type_name("ADDRESS")
+        ->group(group);
+    app.add_flag("-0", options.zeroBased, "-r counts from 0")->group(group);
+    app.add_option("-c", options.values, "Number of values from each address (1)")
+        ->type_name("N")
+        ->check(wholeNumberFrom(1, 65536))
+        ->group(group);
+    CLI::Option *const highFirst = app.add_flag("-B,--high-word-first", raw.highWordFirst,
+                                                "32-bit values have the high word in the first register (usual)")
+                                       ->group(group);
+    app.add_flag("--low-word-first", options.lowWordFirst, "32-bit values have the low word in the first register")
+        ->excludes(highFirst)
+        ->group(group);
+    app.add_option("--tags", options.tagFile,
+                   "CSV file with columns name, station, type, address, count, format, scale, unit")
+        ->type_name("FILE")
+        ->group(group);
+    app.add_flag("--verify", options.verify, "Read back what was written, and compare")->group(group);
+    app.add_flag("--condition-read", raw.conditionRead, "Read once by one-off reads instead of the cyclic plan")
+        ->group(group);
+    app.add_option("--recipe-read", raw.recipeRead, "Read the addresses (or those in FILE) as a recipe and save it")
+        ->type_name("FILE")
+        ->group(group);
+    app.add_option("--recipe-write", raw.recipeWrite, "Write the recipe in FILE to the slaves")
+        ->type_name("FILE")
+        ->group(group);
+}
+
+void addLine(CLI::App &app, Options &options, RawOptions &raw)
+{
+    const char *const group = "Line";
+    app.add_option("-b", options.line.baud, "Baud rate; 0: no pace and no silences (19200)")
+        ->type_name("BAUD")
+        ->check(wholeNumberFrom(0, 4000000))
+        ->group(group);
+    app.add_option("-d", options.line.dataBits, "Data bits, 7 or 8 (8)")
+        ->type_name("BITS")
+        ->check(wholeNumberFrom(7, 8))
+        ->group(group);
+    app.add_option("-s", options.line.stopBits, "Stop bits, 1 or 2 (1)")
+        ->type_name("BITS")
+        ->check(wholeNumberFrom(1, 2))
+        ->group(group);
+    app.add_option("-P,-p", raw.parity, "Parity: none, even or odd (even)")
+        ->type_name("PARITY")
+        ->check(CLI::IsMember({"none", "even", "odd"}, CLI::ignore_case))
+        ->group(group);
+    app.add_option("--silence", raw.silenceMilliseconds,
+                   "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)")
+        ->type_name("MS")
+        ->check(numberFrom(0, LongestMilliseconds))
+        ->group(group);
+    app.add_option("--gap", raw.gapMilliseconds, "Pause in ms that ends a reply of other than the expected length (50)")
+        ->type_name("MS")
+        ->check(numberFrom(0.001, LongestMilliseconds))
+        ->group(group);
+    app.add_option("--late-guard", raw.lateGuardMilliseconds,
+                   "How long in ms a late reply is listened for before the next request (as -o)")
+        ->type_name("MS")
+        ->check(numberFrom(0, LongestMilliseconds))
+        ->group(group);
+    app.add_option("--broadcast-delay", raw.broadcastMilliseconds, "Pause in ms after a broadcast (100)")
+        ->type_name("MS")
+        ->check(numberFrom(0, LongestMilliseconds))
+        ->group(group);
+    app.add_flag("--remove-echo", options.removeEcho, "The RS-485 adapter hears itself: drop the echo")->group(group);
+}
+
+void addHow(CLI::App &app, Options &options, RawOptions &raw)
+{
+    const char *const group = "How long and how often";
+    app.add_option("-l", raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)")
+        ->type_name("MS")
+        ->check(numberFrom(0, LongestMilliseconds))
+        ->group(group);
+    app.add_option("-o", options.replyTimeout, "Reply time-out in seconds (1)")
+        ->type_name("SECONDS")
+        ->check(numberFrom(0.001, 3600.0))
+        ->group(group);
+    CLI::Option *const once = app.add_flag("-1", raw.once, "One round, then end")->group(group);
+    app.add_option("--count", options.rounds, "So many rounds, then end")
+        ->type_name("N")
+        ->check(wholeNumberFrom(1, 1000000000))
+        ->excludes(once)
+        ->group(group);
+}
+
+void addDriver(CLI::App &app, Options &options, RawOptions &raw)
+{
+    const char *const group = "Driver";
+    app.add_option("--driver", options.driverPath,
+                   "The library, or its folder (beside the program, its lib folders, then the system)")
+        ->type_name("PATH")
+        ->group(group);
+    app.add_option("--property", raw.rawProperty,
+                   "Property string for the driver as it is: link#local#spare#attempts#words[#swap_stations]")
+        ->type_name("TEXT")
+        ->group(group);
+    app.add_option("--link-id", options.property.linkId, "Link id that changes are reported with (1)")
+        ->type_name("N")
+        ->check(wholeNumberFrom(-LargestInt, LargestInt))
+        ->group(group);
+    app.add_flag("--local-only", options.property.localWriteOnly, "Writes change the cache, nothing is sent")
+        ->group(group);
+    app.add_option("--retries", options.property.attempts, "Attempts before a request is given up (3)")
+        ->type_name("N")
+        ->check(wholeNumberFrom(0, 1000))
+        ->group(group);
+    app.add_option("--max-words", options.property.maxWords, "Longest block in registers, coils: bits (120)")
+        ->type_name("N")
+        ->check(wholeNumberFrom(2, 500))
+        ->group(group);
+    app.add_flag("--swap", options.property.swapAll, "Recipes: low word of 32-bit values first, all stations")
+        ->group(group);
+    app.add_option("--swap-stations", raw.swapStations, "The same for these stations, as in 1,5")
+        ->type_name("STATIONS")
+        ->group(group);
+}
+
+void addOutput(CLI::App &app, Options &options, RawOptions &raw)
+{
+    const char *const group = "Output";
+    app.add_flag("-v,--verbose", options.trace, "Print each frame, decoded")->group(group);
+    app.add_flag("-q,--quiet", options.quiet, "Values and errors only")->group(group);
+    CLI::Option *const json = app.add_flag("--json", raw.json, "One JSON object a line")->group(group);
+    app.add_flag("--csv", raw.csv, "CSV with time stamps")->excludes(json)->group(group);
+    app.add_flag("--stats", options.printStatistics, "Statistics at the end")->group(group);
+    CLI::Option *const live = app.add_flag("--live", options.live, "Live view also with -1 or --count")->group(group);
+    app.add_flag("--plain", options.plain, "Lines also on a terminal")->excludes(live)->group(group);
+    app.add_flag("--force", options.force, "Overwrite files that exist (recipes, pictures, captures)")->group(group);
+}
+
+void addEditor(CLI::App &app, Options &options, RawOptions &raw)
+{
+    const char *const group = "Without a line";
+    app.add_option("--plan", raw.plan, "The cyclic plan that the driver makes; as a picture with FILE.svg")
+        ->type_name("[FILE.svg]")
+        ->expected(0, 1)
+        ->group(group);
+    app.add_flag("--list-types", raw.listTypes, "The register types")->group(group);
+    app.add_option("--describe", raw.describe, "Notation and range of a register type")
+        ->type_name("TYPE")
+        ->group(group);
+    app.add_option("--check", raw.check, "What the driver says about an address (with -c values)")
+        ->type_name("ADDRESS")
+        ->group(group);
+    app.add_option("--multi-copy", raw.multiCopy, "Step an address for copies")->type_name("ADDRESS")->group(group);
+    app.add_option("--copies", options.copies, "Number of copies (10)")
+        ->type_name("N")
+        ->check(wholeNumberFrom(0, 65536))
+        ->group(group);
+    app.add_option("--step", options.step, "Step from copy to copy (1)")
+        ->type_name("N")
+        ->check(wholeNumberFrom(-LargestInt, LargestInt))
+        ->group(group);
+}
+
+void addSimulation(CLI::App &app, Options &options, RawOptions &raw)
+{
+    const char *const group = "Simulated slaves";
+    app.add_option("--sim", options.simFile, "Simulated slaves described in FILE, in place of PORT")
+        ->type_name("FILE")
+        ->group(group);
+    app.add_option("--serve", raw.serve,
+                   "Put simulated slaves on a port for another master; pty or pty:LINK as PORT makes a pseudo-terminal")
+        ->type_name("FILE PORT")
+        ->expected(2)
+        ->group(group);
+    app.add_option("--fault", options.faults,
+                   "A fault of the slaves, as in \"wrong-crc rate 0.1 seed 7\"; may be given again")
+        ->type_name("TEXT")
+        ->allow_extra_args(false)
+        ->group(group);
+}
+
+void addListening(CLI::App &app, Options &options, RawOptions &raw)
+{
+    app.add_option("--find", raw.find, "Who answers on a port, and with which line parameters; only reads are sent")
+        ->type_name("PORT")
+        ->group("Line");
+    const char *const group = "Traffic of others, and captures";
+    app.add_option("--listen", raw.listen, "Listen to another master and its slaves; never sends")
+        ->type_name("PORT")
+        ->group(group);
+    app.add_option("--pcap", options.captureFile,
+                   "Write what goes over the line to a new FILE, - for a pipe, that Wireshark reads")
+        ->type_name("FILE")
+        ->group(group);
+    app.add_option("--replay", options.replayFile, "Read such a capture as if it were heard now")
+        ->type_name("FILE")
+        ->group(group);
+}
+
+} // namespace
+
+void addOptionGroups(CLI::App &app, Options &options, RawOptions &raw)
+{
+    addWhat(app, options, raw);
+    addLine(app, options, raw);
+    addHow(app, options, raw);
+    addDriver(app, options, raw);
+    addOutput(app, options, raw);
+    addEditor(app, options, raw);
+    addSimulation(app, options, raw);
+    addListening(app, options, raw);
+}
+
+} // namespace rtu

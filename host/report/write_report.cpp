@@ -1,0 +1,104 @@
+#include "host/report/write_report.h"
+
+#include "host/text/csv.h"
+#include "host/text/json.h"
+#include "host/text/wall_clock.h"
+
+namespace rtu {
+
+namespace {
+
+std::string endText(WriteEnd end)
+{
+    switch (end) {
+    case WriteEnd::Acknowledged:
+        return "acknowledged";
+    case WriteEnd::Refused:
+        return "refused";
+    case WriteEnd::Unconfirmed:
+        return "unconfirmed";
+    case WriteEnd::Differs:
+        return "reads otherwise";
+    case WriteEnd::Replaced:
+        return "replaced";
+    case WriteEnd::Cancelled:
+        return "taken back";
+    case WriteEnd::Broadcast:
+        return "broadcast";
+    case WriteEnd::NotSent:
+    case WriteEnd::KeptLocal:
+        break;
+    }
+    return "not sent";
+}
+
+/** A long write that fails in the middle has reached the slave in part. */
+WriteEnd endOf(const WriteResult &result, int value)
+{
+    return value < result.acknowledged && result.end != WriteEnd::Differs ? WriteEnd::Acknowledged : result.end;
+}
+
+Json jsonValue(std::uint32_t raw, const ValueFormat &format)
+{
+    const std::string shown = valueText(raw, format);
+    return isJsonNumber(shown) ? Json::parse(shown) : Json(shown);
+}
+
+} // namespace
+
+void WriteReport::print(const TagWrite &write, const TagState &old, const WriteResult &result, TimePoint now)
+{
+    for (int value = 0; value < write.tag.values; ++value) {
+        const std::size_t i = static_cast<std::size_t>(value);
+        const WriteEnd end = endOf(result, value);
+        const std::string error = end == WriteEnd::Acknowledged ? std::string() : result.text.toStdString();
+        const Written written{write.tag,    value, write.raw[i], old.known, old.known ? old.raw[i] : 0,
+                              endText(end), error, now};
+        if (m_form == OutputForm::Json)
+            printJson(written);
+        else if (m_form == OutputForm::Csv)
+            printCsv(written);
+        else
+            printLine(written);
+    }
+    m_out.flush();
+}
+
+void WriteReport::printLine(const Written &written)
+{
+    const TagRange &tag = written.tag;
+    const bool verified = m_verified && written.end == endText(WriteEnd::Acknowledged);
+    m_out << "-- " << tag.station << ':' << tag.label(written.value) << ": "
+          << (written.oldKnown ? valueText(written.oldRaw, tag.format) : "?") << " -> "
+          << valueText(written.raw, tag.format) << ", " << written.end << (verified ? ", reads the same" : "") << '\n';
+}
+
+void WriteReport::printJson(const Written &written)
+{
+    const TagRange &tag = written.tag;
+    Json row;
+    row["time"] = timeStamp(written.time);
+    row["station"] = tag.station;
+    row["type"] = tag.type.name;
+    row["address"] = addressText(tag.type, tag.addressOf(written.value));
+    row["name"] = tag.name;
+    row["old"] = written.oldKnown ? jsonValue(written.oldRaw, tag.format) : Json();
+    row["value"] = jsonValue(written.raw, tag.format);
+    row["raw"] = rawText(written.raw, tag.format);
+    row["unit"] = tag.unit;
+    row["status"] = written.end;
+    row["error"] = written.error;
+    m_out << jsonText(row) << '\n';
+}
+
+void WriteReport::printCsv(const Written &written)
+{
+    const TagRange &tag = written.tag;
+    m_out << timeStamp(written.time) << ',' << tag.station << ',' << tag.type.name << ','
+          << addressText(tag.type, tag.addressOf(written.value)) << ',' << csvField(tag.name) << ','
+          << valueText(written.raw, tag.format) << ',' << rawText(written.raw, tag.format) << ',' << csvField(tag.unit)
+          << ',' << written.end << ',' << csvField(written.error) << ','
+          << (written.oldKnown ? valueText(written.oldRaw, tag.format) : std::string()) << '\n';
+}
+
+} // namespace rtu

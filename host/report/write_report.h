@@ -1,0 +1,48 @@
+/**
+ * @file
+ * What became of writes, on standard output: old and new value of each, and how it ended.
+ */
+#ifndef RTU_HOST_WRITE_REPORT_H
+#define RTU_HOST_WRITE_REPORT_H
+
+#include "host/report/value_printer.h"
+
+#include <modbus_rtu_host/write_result.h>
+
+namespace rtu {
+
+class WriteReport
+{
+public:
+    /** @param verified acknowledged writes were read back as well */
+    WriteReport(std::ostream &out, OutputForm form, bool verified) : m_out(out), m_form(form), m_verified(verified) {}
+
+    /** A line or row for each value. @param old what was there; not known where it could not be read */
+    void print(const TagWrite &write, const TagState &old, const WriteResult &result, TimePoint now);
+
+private:
+    /** One value of a write. */
+    struct Written
+    {
+        const TagRange &tag;
+        int value; ///< zero-based
+        std::uint32_t raw;
+        bool oldKnown;
+        std::uint32_t oldRaw;
+        std::string end;
+        std::string error;
+        TimePoint time;
+    };
+
+    void printLine(const Written &written);
+    void printJson(const Written &written);
+    void printCsv(const Written &written);
+
+    std::ostream &m_out;
+    OutputForm m_form;
+    bool m_verified;
+};
+
+} // namespace rtu
+
+#endif
