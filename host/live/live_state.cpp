@@ -56,17 +56,6 @@ void LiveState::browse(int key)
     case KeyEnter:
     case 'e':
         return beginEdit();
-    case ' ':
-        if (!m_rows.empty())
-            m_message = m_actions.toggle(m_rows[m_selected]);
-        return;
-    case 'x':
-        m_message = m_actions.cancelWrites();
-        return;
-    case 'r':
-        if (!m_rows.empty())
-            m_message = m_actions.readNow(m_rows[m_selected]);
-        return;
     case 't':
         m_tallTrace = !m_tallTrace;
         return;
@@ -87,8 +76,21 @@ void LiveState::browse(int key)
         m_quit = true;
         return;
     default:
-        simulate(key);
+        act(key);
     }
+}
+
+/** What goes to the slaves. */
+void LiveState::act(int key)
+{
+    if (key == 'x')
+        m_message = m_actions.cancelWrites();
+    else if (key == ' ' && !m_rows.empty())
+        m_message = m_actions.toggle(m_rows[m_selected]);
+    else if (key == 'r' && !m_rows.empty())
+        m_message = m_actions.readNow(m_rows[m_selected]);
+    else
+        simulate(key);
 }
 
 void LiveState::holdTrace(bool hold)

@@ -106,6 +106,7 @@ private:
     void beginInput(Mode mode, const std::string &text);
     void type(int key);
     void finishInput();
+    void act(int key);
     void simulate(int key);
     void holdTrace(bool hold);
 

@@ -52,8 +52,15 @@ void WriteReport::print(const TagWrite &write, const TagState &old, const WriteR
         const std::size_t i = static_cast<std::size_t>(value);
         const WriteEnd end = endOf(result, value);
         const std::string error = end == WriteEnd::Acknowledged ? std::string() : result.text.toStdString();
-        const Written written{write.tag,    value, write.raw[i], old.known, old.known ? old.raw[i] : 0,
-                              endText(end), error, now};
+        const Written written{write.tag,
+                              value,
+                              write.raw[i],
+                              old.known,
+                              old.known ? old.raw[i] : 0,
+                              endText(end),
+                              result.end == WriteEnd::Acknowledged,
+                              error,
+                              now};
         if (m_form == OutputForm::Json)
             printJson(written);
         else if (m_form == OutputForm::Csv)
@@ -67,7 +74,7 @@ void WriteReport::print(const TagWrite &write, const TagState &old, const WriteR
 void WriteReport::printLine(const Written &written)
 {
     const TagRange &tag = written.tag;
-    const bool verified = m_verified && written.end == endText(WriteEnd::Acknowledged);
+    const bool verified = m_verified && written.whole;
     m_out << "-- " << tag.station << ':' << tag.label(written.value) << ": "
           << (written.oldKnown ? valueText(written.oldRaw, tag.format) : "?") << " -> "
           << valueText(written.raw, tag.format) << ", " << written.end << (verified ? ", reads the same" : "") << '\n';

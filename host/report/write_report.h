@@ -30,6 +30,7 @@ private:
         bool oldKnown;
         std::uint32_t oldRaw;
         std::string end;
+        bool whole; ///< all of the write was acknowledged
         std::string error;
         TimePoint time;
     };

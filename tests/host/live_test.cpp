@@ -188,7 +188,7 @@ TEST_F(LiveKeys, DoNotQuitWhileEditing)
 {
     press("eq");
     EXPECT_FALSE(state.quit());
-    EXPECT_EQ("12q", state.input());
+    EXPECT_EQ("q", state.input());
 }
 
 TEST_F(LiveKeys, SayWhyAValueCannotBeWritten)

@@ -5,6 +5,7 @@
 #include "kit/link/quantiles.h"
 #include "host/report/trace.h"
 #include "host/report/value_printer.h"
+#include "host/report/write_report.h"
 #include "host/text/wall_clock.h"
 
 #include <sstream>
@@ -286,19 +287,38 @@ TEST_F(ValuePrinter, PrintsLinesJsonAndCsv)
     EXPECT_TRUE(contains(json, "\"address\":\"8\",\"name\":\"flow, \\\"main\\\"[1]\",\"value\":2,\"raw\":\"0x0014\""))
         << json;
     const std::string csv = print(rtu::OutputForm::Csv, t, {15, 20}, state);
-    EXPECT_TRUE(contains(csv, ",1,4x,7,\"flow, \"\"main\"\"[0]\",1.5,0x000F,l/h,ok,\n")) << csv;
+    EXPECT_TRUE(contains(csv, ",1,4x,7,\"flow, \"\"main\"\"[0]\",1.5,0x000F,l/h,ok,,\n")) << csv;
 }
 
 TEST_F(ValuePrinter, MarksErrorsAndUnknownValues)
 {
     rtu::TagState state;
     EXPECT_TRUE(contains(print(rtu::OutputForm::Json, tag("4x7"), {0}, state), "\"value\":null,\"raw\":null"));
-    EXPECT_TRUE(contains(print(rtu::OutputForm::Csv, tag("4x7"), {0}, state), ",4x,7,,,,,unknown,\n"));
+    EXPECT_TRUE(contains(print(rtu::OutputForm::Csv, tag("4x7"), {0}, state), ",4x,7,,,,,unknown,,\n"));
     state.known = true;
     state.failed = true;
     state.error = "R,1#4x7(1)";
     EXPECT_TRUE(contains(print(rtu::OutputForm::Lines, tag("4x7"), {5}, state), "error R,1#4x7(1)"));
-    EXPECT_TRUE(contains(print(rtu::OutputForm::Csv, tag("4x7"), {5}, state), ",error,\"R,1#4x7(1)\"\n"));
+    EXPECT_TRUE(contains(print(rtu::OutputForm::Csv, tag("4x7"), {5}, state), ",error,\"R,1#4x7(1)\",\n"));
+}
+
+TEST_F(ValuePrinter, TellsWhichValuesOfALongWriteTheSlaveTook)
+{
+    rtu::TagWrite write;
+    write.tag = tag("4x7", 3);
+    write.raw = {1, 2, 3};
+    rtu::TagState old;
+    old.known = true;
+    old.raw = {7, 8, 9};
+    rtu::WriteResult result;
+    result.end = rtu::WriteEnd::Refused;
+    result.acknowledged = 2;
+    std::ostringstream out;
+    rtu::WriteReport(out, rtu::OutputForm::Lines, true).print(write, old, result, Start);
+    EXPECT_EQ("-- 1:4x7: 7 -> 1, acknowledged\n"
+              "-- 1:4x8: 8 -> 2, acknowledged\n"
+              "-- 1:4x9: 9 -> 3, refused\n",
+              out.str());
 }
 
 TEST(WallClock, WritesDurationsForPeople)

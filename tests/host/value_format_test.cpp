@@ -93,8 +93,8 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{Format::Unsigned, 1, "abc", "a number"}, Refused{Format::Unsigned, 1, "", "a number"},
         Refused{Format::Unsigned, 1, "12x", "a number"}, Refused{Format::Unsigned, 1, "0x10000", "more than 16 bits"},
         Refused{Format::Unsigned, 1, "nan", "must be from"}, Refused{Format::Signed, 2, "2147483648", "2147483647"},
-        Refused{Format::Float, 2, "1,5", "a number"}, Refused{Format::Float, 2, "1e40", "beyond 3.4e38"},
-        Refused{Format::Float, 2, "-1e40", "beyond 3.4e38"}));
+        Refused{Format::Float, 2, "1,5", "behind a point, as in 1.5"},
+        Refused{Format::Float, 2, "1e40", "beyond 3.4e38"}, Refused{Format::Float, 2, "-1e40", "beyond 3.4e38"}));
 
 TEST(JsonNumber, IsToldFromOtherTexts)
 {
