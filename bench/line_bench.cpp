@@ -100,6 +100,7 @@ public:
             addValues(m_driver, block, checksum);
     }
     void stationSilent(int) override {}
+    void stationBack(int) override {}
     void portChanged(bool) override {}
     void portAway() override {}
 

@@ -36,7 +36,10 @@ void LineRecord::count(Entry &entry, const Transaction &t, Duration busy)
 
 void LineRecord::add(const Transaction &t, Duration silence)
 {
-    const Duration busy = std::max(t.finished, t.requestEnd) - t.sent + silence;
+    // The first frame finds a line that has been silent since before the record began.
+    const TimePoint from = std::max(t.sent - silence, m_busyUntil);
+    m_busyUntil = std::max(t.finished, t.requestEnd);
+    const Duration busy = m_busyUntil - from;
     count(m_total, t, busy);
     count(m_stations[t.station], t, busy);
 }
@@ -54,14 +57,10 @@ void LineRecord::refreshed(const Area &area, TimePoint when)
 StationStatistics LineRecord::summary(const Entry &entry, Duration elapsed)
 {
     StationStatistics result = entry.counts;
-    if (!entry.reply.empty()) {
-        result.replyMedian = entry.reply.median();
-        result.reply95 = entry.reply.percentile95();
-    }
-    if (!entry.age.empty()) {
-        result.ageMedian = entry.age.median();
-        result.age95 = entry.age.percentile95();
-    }
+    result.replyMedian = entry.reply.median();
+    result.reply95 = entry.reply.percentile95();
+    result.ageMedian = entry.age.median();
+    result.age95 = entry.age.percentile95();
     if (elapsed > Duration(0))
         result.share = static_cast<double>(result.busy.count()) / static_cast<double>(elapsed.count());
     return result;
@@ -72,9 +71,10 @@ LinkStatistics LineRecord::statistics(TimePoint now) const
     LinkStatistics result;
     result.elapsed = now - m_start;
     result.failedCallbacks = m_failedCallbacks;
-    result.total = summary(m_total, result.elapsed);
+    const Duration counted = std::max(now, m_busyUntil) - m_start; // a lost port leaves a request in the middle
+    result.total = summary(m_total, counted);
     for (const auto &entry : m_stations)
-        result.stations[entry.first] = summary(entry.second, result.elapsed);
+        result.stations[entry.first] = summary(entry.second, counted);
     return result;
 }
 

@@ -19,7 +19,7 @@ namespace rtu {
 class LineRecord
 {
 public:
-    explicit LineRecord(TimePoint start) : m_start(start) {}
+    explicit LineRecord(TimePoint start) : m_start(start), m_busyUntil(start) {}
 
     /** @param silence kept before the frame */
     void add(const Transaction &transaction, Duration silence);
@@ -43,6 +43,7 @@ private:
     static StationStatistics summary(const Entry &entry, Duration elapsed);
 
     TimePoint m_start;
+    TimePoint m_busyUntil; ///< the end of what was counted last
     Entry m_total;
     std::map<int, Entry> m_stations;
     std::map<Block, TimePoint> m_read; ///< by station, table and first address: the last good read

@@ -82,17 +82,25 @@ std::shared_ptr<const TagLayout> LinkCore::layout(const TagSpec &spec, TagUse us
 
 // --- from any thread -------------------------------------------------------------
 
-void LinkCore::post(Task task)
+bool LinkCore::post(Task task)
 {
     {
         const Locked held(m_lock->mutex);
         if (m_ended)
-            return;
+            return false;
         m_tasks.push_back(std::move(task));
         m_lock->woken = true;
         m_nextStep = TimePoint();
     }
     m_lock->changed.notify_all();
+    return true;
+}
+
+/** For what is to have an end, which a link that has ended tells nobody. */
+void LinkCore::postRequest(Task task)
+{
+    if (!post(std::move(task)))
+        throw Error(QLatin1String("this link is being destroyed and takes no more requests"));
 }
 
 void LinkCore::add(const TagRecordPtr &record)
@@ -127,17 +135,17 @@ std::vector<TagRecordPtr> LinkCore::records() const
 
 void LinkCore::ask(const WriteJobPtr &job)
 {
-    post([this, job] { m_writes.accept(job); });
+    postRequest([this, job] { m_writes.accept(job); });
 }
 
 void LinkCore::ask(const ReadJobPtr &job)
 {
-    post([this, job] { m_reads.accept(job); });
+    postRequest([this, job] { m_reads.accept(job); });
 }
 
 void LinkCore::ask(const TransferJobPtr &job)
 {
-    post([this, job] { m_transfers.accept(job); });
+    postRequest([this, job] { m_transfers.accept(job); });
 }
 
 LinkStatistics LinkCore::statistics() const
@@ -404,7 +412,6 @@ void LinkCore::cyclicDone(const RequestEnd &end)
         m_tags.readGood(end.area, end.time, m_changed);
         const Locked held(m_lock->mutex);
         m_record.refreshed(end.area, end.time);
-        m_record.setSilent(end.area.station, false);
     } else if (end.refused()) {
         m_tags.readRefused(end.area, end.exceptionCode);
         if (end.exceptionCode == 2 || end.exceptionCode == 3)
@@ -422,6 +429,12 @@ void LinkCore::stationSilent(int station)
     m_transfers.stationSilent(station);
     const Locked held(m_lock->mutex);
     m_record.setSilent(station, true);
+}
+
+void LinkCore::stationBack(int station)
+{
+    const Locked held(m_lock->mutex);
+    m_record.setSilent(station, false);
 }
 
 void LinkCore::portChanged(bool open)

@@ -69,7 +69,9 @@ public:
 private:
     using Task = std::function<void()>;
 
-    void post(Task task);
+    /** False: the link has ended. */
+    bool post(Task task);
+    void postRequest(Task task);
     void takeTasks();
     void plan();
     PollStep step();
@@ -93,6 +95,7 @@ private:
     void roundDone() override;
     void cyclicDone(const RequestEnd &end);
     void stationSilent(int station) override;
+    void stationBack(int station) override;
     void portChanged(bool open) override;
     void portAway() override;
 

@@ -11,7 +11,7 @@
 
 namespace rtu {
 
-/** Median and 95th percentile of the latest samples. */
+/** Median and 95th percentile of the latest samples; 0 when there are none. */
 class Quantiles
 {
 public:

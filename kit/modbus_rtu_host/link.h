@@ -63,7 +63,10 @@ public:
     explicit Link(const LinkSettings &settings);
     /** The same over a line of the caller's, such as one on virtual time. settings.port is not looked at. */
     Link(const LinkSettings &settings, std::unique_ptr<Line> line);
-    /** Stops. What has not ended, ends: writes as not sent, or unconfirmed when on the line. */
+    /**
+     * Stops. What has not ended, ends: writes as not sent, or unconfirmed when on the line.
+     * Whoever is told of it and asks this link for more gets an Error.
+     */
     ~Link();
     Link(const Link &) = delete;
     Link &operator=(const Link &) = delete;

@@ -39,6 +39,8 @@ public:
 
     /** A station was silent for a whole request: what else waits for it ends. */
     virtual void stationSilent(int station) = 0;
+    /** A station that was silent made itself heard, be it by an exception. */
+    virtual void stationBack(int station) = 0;
     virtual void portChanged(bool open) = 0;
     /** The port is away, once a step. */
     virtual void portAway() = 0;

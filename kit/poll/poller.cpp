@@ -40,8 +40,7 @@ PollStep Poller::step()
         return PollStep::Stopped;
     if (!openPort())
         return noPort();
-    if (m_inRequest && !nextFrame())
-        m_inRequest = false;
+    m_inRequest = m_inRequest && nextFrame();
     while (!m_inRequest) {
         const bool fed = m_client.feed();
         if (!fed && (m_roundLength == 0 || m_line.now() < m_restUntil))
@@ -247,12 +246,12 @@ void Poller::noteHealth()
     if (question()) // what callers want of a dead station is no question, and may cost more of the line
         m_health.asked(station, now, now - m_exchangeStart);
     if (m_heard) {
-        m_health.heard(station, m_transaction.firstByte - m_transaction.requestEnd);
+        if (m_health.heard(station, m_transaction.firstByte - m_transaction.requestEnd))
+            m_client.stationBack(station);
         return;
     }
     m_health.silent(station, now);
-    if (m_request.kind != ReplyKind::Good)
-        m_client.stationSilent(station);
+    m_client.stationSilent(station);
 }
 
 /** A round is over when every request of the plan had its turn; with nobody to ask, the plan rests. */
