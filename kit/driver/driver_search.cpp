@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
@@ -15,25 +16,10 @@ namespace {
 
 const char *const LibraryName = "libmodbus_rtu_master.so.1";
 
-std::string executableFolder()
-{
-    char path[PATH_MAX];
-    const ssize_t length = ::readlink("/proc/self/exe", path, sizeof(path));
-    if (length <= 0 || length >= static_cast<ssize_t>(sizeof(path)))
-        return std::string();
-    const std::string text(path, static_cast<std::size_t>(length));
-    return text.substr(0, text.rfind('/'));
-}
-
 bool isFolder(const std::string &path)
 {
     struct stat info;
     return ::stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
-}
-
-bool exists(const std::string &path)
-{
-    return ::access(path.c_str(), F_OK) == 0;
 }
 
 /** The lines that are paths; others of these files begin with a word or with '#'. */
@@ -49,12 +35,20 @@ void addFoldersIn(const std::string &file, std::vector<std::string> *folders)
 
 } // namespace
 
-std::vector<std::string> driverSearchPath(const std::string &executableFolder)
+std::string executableFolder()
 {
-    std::vector<std::string> paths;
-    for (const char *folder : {"/", "/lib/", "/../lib/", "/../" MODBUS_LIBDIR "/", "/../../lib/"})
-        paths.push_back(executableFolder + folder + LibraryName);
-    return paths;
+    char path[PATH_MAX];
+    const ssize_t length = ::readlink("/proc/self/exe", path, sizeof(path));
+    const std::string text(path, static_cast<std::size_t>(std::max<ssize_t>(0, length)));
+    return text.substr(0, text.rfind('/'));
+}
+
+std::vector<std::string> foldersBeside(const std::string &programFolder)
+{
+    std::vector<std::string> folders;
+    for (const char *folder : {"", "/lib", "/../lib", "/../" MODBUS_LIBDIR, "/../../lib"})
+        folders.push_back(programFolder + folder);
+    return folders;
 }
 
 std::vector<std::string> systemLibraryFolders()
@@ -78,17 +72,17 @@ std::vector<std::string> systemLibraryFolders()
     return folders;
 }
 
-std::string findDriver(const std::string &wanted)
+std::string findDriver(const std::string &wanted, const std::string &programFolder)
 {
     if (!wanted.empty())
         return isFolder(wanted) ? wanted + "/" + LibraryName : wanted;
-    for (const std::string &candidate : driverSearchPath(executableFolder())) {
-        if (exists(candidate))
+    std::vector<std::string> folders = foldersBeside(programFolder);
+    for (const std::string &folder : systemLibraryFolders())
+        folders.push_back(folder);
+    for (const std::string &folder : folders) {
+        const std::string candidate = folder + "/" + LibraryName;
+        if (::access(candidate.c_str(), F_OK) == 0)
             return candidate;
-    }
-    for (const std::string &folder : systemLibraryFolders()) {
-        if (exists(folder + "/" + LibraryName))
-            return folder + "/" + LibraryName;
     }
     return LibraryName;
 }

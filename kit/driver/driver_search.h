@@ -10,8 +10,11 @@
 
 namespace rtu {
 
-/** The places beside the program where the driver is looked for when no path is given, in order. */
-std::vector<std::string> driverSearchPath(const std::string &executableFolder);
+/** Of this program; empty when the system does not say. */
+std::string executableFolder();
+
+/** Where the driver is looked for beside a program when no path is given, in order. */
+std::vector<std::string> foldersBeside(const std::string &programFolder);
 
 /** The folders that the system's loader searches: those of LD_LIBRARY_PATH, of its settings, and the usual ones. */
 std::vector<std::string> systemLibraryFolders();
@@ -23,7 +26,7 @@ std::vector<std::string> systemLibraryFolders();
  *        folders next to it, then where the system looks
  * @return a path; the bare name of the driver's file when it was found nowhere
  */
-std::string findDriver(const std::string &wanted);
+std::string findDriver(const std::string &wanted, const std::string &programFolder = executableFolder());
 
 } // namespace rtu
 

@@ -42,13 +42,12 @@ int openMemoryFile()
 #ifdef SYS_memfd_create
     // By number: C libraries of panels are older than their kernels. Newer kernels can be
     // set up to want to hear that the file will be executed, older ones do not know the word.
-    for (const unsigned int flags : {MFD_CLOEXEC | MFD_EXEC, MFD_CLOEXEC}) {
-        const long descriptor = ::syscall(SYS_memfd_create, "modbus_rtu_driver", flags);
-        if (descriptor >= 0)
-            return static_cast<int>(descriptor);
-    }
-#endif
+    const char *name = "modbus_rtu_driver";
+    const long descriptor = ::syscall(SYS_memfd_create, name, MFD_CLOEXEC | MFD_EXEC);
+    return static_cast<int>(descriptor >= 0 ? descriptor : ::syscall(SYS_memfd_create, name, MFD_CLOEXEC));
+#else
     return -1;
+#endif
 }
 
 int openUnnamedFile(const std::string &folder)
@@ -59,8 +58,7 @@ int openUnnamedFile(const std::string &folder)
     // Not every file system has files that never had a name; this one has it for a moment, while empty.
     std::string path = folder + "/modbus_rtu_driver.XXXXXX";
     const int named = ::mkostemp(&path[0], O_CLOEXEC);
-    if (named >= 0)
-        ::unlink(path.c_str());
+    (void)(named >= 0 && ::unlink(path.c_str()) == 0);
     return named;
 }
 

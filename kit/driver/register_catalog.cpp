@@ -13,13 +13,11 @@ RegisterType describe(DriverLibrary &driver, const QString &name)
     driver.getRegDiscription(&text, &lines); // its result says nothing; the list grows for known types
     RegisterType type;
     type.name = name.toStdString();
-    if (lines.size() < 5)
-        return type;
-    type.notation = lines.at(0).toStdString();
-    type.lowest = lines.at(1).toStdString();
-    type.highest = lines.at(2).toStdString();
-    type.width = lines.at(3).toInt();
-    type.writable = lines.at(4) == QLatin1String("1");
+    type.notation = lines.value(0).toStdString();
+    type.lowest = lines.value(1).toStdString();
+    type.highest = lines.value(2).toStdString();
+    type.width = lines.value(3).toInt();
+    type.writable = lines.value(4) == QLatin1String("1");
     type.bitInRegister = type.notation.find('.') != std::string::npos;
     return type;
 }

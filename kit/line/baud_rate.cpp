@@ -36,9 +36,9 @@ int setBaudRate(int descriptor, int baud)
     settings.c_cflag |= BOTHER;
     settings.c_ispeed = static_cast<speed_t>(baud);
     settings.c_ospeed = static_cast<speed_t>(baud);
-    if (::ioctl(descriptor, WriteSettings, &settings) != 0 || ::ioctl(descriptor, ReadSettings, &settings) != 0)
-        return -1;
-    return static_cast<int>(settings.c_ospeed);
+    const bool set =
+        ::ioctl(descriptor, WriteSettings, &settings) == 0 && ::ioctl(descriptor, ReadSettings, &settings) == 0;
+    return set ? static_cast<int>(settings.c_ospeed) : -1;
 }
 
 } // namespace port_control

@@ -57,10 +57,9 @@ void askForLowLatency(int descriptor)
 {
     serial_struct settings;
     std::memset(&settings, 0, sizeof(settings));
-    if (::ioctl(descriptor, TIOCGSERIAL, &settings) != 0)
-        return;
+    const bool known = ::ioctl(descriptor, TIOCGSERIAL, &settings) == 0;
     settings.flags |= static_cast<int>(ASYNC_LOW_LATENCY);
-    (void)::ioctl(descriptor, TIOCSSERIAL, &settings);
+    (void)(known && ::ioctl(descriptor, TIOCSSERIAL, &settings) == 0);
 }
 
 } // namespace port_control

@@ -99,8 +99,6 @@ ReplyEnd ReplyCollector::take()
             return ReplyEnd::Complete;
         if (exceptionReply())
             return ReplyEnd::Exception;
-        if (m_size == Capacity)
-            return ReplyEnd::Silence;
         sleepThroughReply();
         const int count = m_line.read(m_bytes + m_size, Capacity - m_size, deadline());
         if (count == LineLost)
@@ -156,7 +154,7 @@ void ReplyCollector::matchEcho()
 
 bool ReplyCollector::complete() const
 {
-    const std::size_t expected = static_cast<std::size_t>(m_transaction->expectedReply);
+    const std::size_t expected = std::min(static_cast<std::size_t>(m_transaction->expectedReply), Capacity - m_skip);
     return !m_echoPending && payload() >= expected && payload() > 0;
 }
 

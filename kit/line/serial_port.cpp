@@ -48,10 +48,9 @@ void SerialPort::open(const std::string &device, const LineParameters &parameter
     m_notice.clear();
     // O_NONBLOCK: without it a port with modem lines waits for a carrier.
     m_descriptor.reset(::open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
-    if (!isOpen() && errno == EBUSY)
-        throw std::runtime_error(device + " is in use by another program");
     if (!isOpen())
-        throw std::runtime_error("cannot open " + device + ": " + std::strerror(errno));
+        throw std::runtime_error(errno == EBUSY ? device + " is in use by another program"
+                                                : "cannot open " + device + ": " + std::strerror(errno));
     try {
         m_pseudoTerminal = port_control::isPseudoTerminal(descriptor());
         claim();

@@ -82,16 +82,22 @@ bool WriteQueue::feed()
             return m_inDriver;
         if (m_current)
             continue; // a further piece of a write that is kept local
-        endWaiting([](const WriteJob &job) { return job.takenBack(); }, WriteEnd::Cancelled,
-                   QLatin1String("taken back"));
         if (m_waiting.empty())
             return false;
-        const WriteJobPtr job = m_waiting.front();
-        if (!job->take())
-            continue; // taken back this very moment
-        m_waiting.pop_front();
-        m_current = job;
+        takeNext();
     }
+}
+
+void WriteQueue::takeNext()
+{
+    const WriteJobPtr job = m_waiting.front();
+    m_waiting.pop_front();
+    if (job->take())
+        m_current = job;
+    else
+        end(job, resultOf(WriteEnd::Cancelled, QLatin1String("taken back"), m_parts.line.now()));
+    endWaiting([](const WriteJob &other) { return other.takenBack(); }, WriteEnd::Cancelled,
+               QLatin1String("taken back"));
 }
 
 int WriteQueue::pieceValues() const
@@ -214,8 +220,7 @@ void WriteQueue::portAway(TimePoint now)
     endWaiting([=](const WriteJob &job) { return now >= job.asked + kept; }, WriteEnd::NotSent,
                QLatin1String("the port is away"));
     if (m_current && !m_inDriver)
-        endCurrent(resultOf(m_current->handed > 0 ? WriteEnd::Unconfirmed : WriteEnd::NotSent,
-                            QLatin1String("the port was lost"), now));
+        endCurrent(resultOf(WriteEnd::Unconfirmed, QLatin1String("the port was lost"), now)); // between two pieces
 }
 
 TimePoint WriteQueue::nextExpiry() const

@@ -63,6 +63,7 @@ public:
 
 private:
     bool handPiece();
+    void takeNext();
     void finish(const RequestEnd &end);
     void end(const WriteJobPtr &job, WriteResult result);
     void endCurrent(const WriteResult &result);

@@ -166,17 +166,14 @@ void PacedReads::blockRefused(const Area &area)
 
 bool PacedReads::feedProbe()
 {
-    while (m_probe < m_suspects.size()) {
-        const TagRecord &suspect = *m_suspects[m_probe];
-        for (const TagPiece &piece : suspect.pieces) {
-            if (m_refused.overlaps(piece.area)) {
-                ask(piece.area);
-                return true;
-            }
-        }
-        ++m_probe;
-    }
-    return false;
+    if (m_probe >= m_suspects.size())
+        return false;
+    const std::vector<TagPiece> &pieces = m_suspects[m_probe]->pieces;
+    // A suspect is one because of a piece in the refused area.
+    ask(std::find_if(pieces.begin(), pieces.end(), [this](const TagPiece &piece) {
+            return m_refused.overlaps(piece.area);
+        })->area);
+    return true;
 }
 
 void PacedReads::probed(bool readable)

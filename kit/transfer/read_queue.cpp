@@ -19,7 +19,6 @@ bool ReadQueue::feed()
 {
     if (m_inDriver)
         return true;
-    endWaiting([](const ReadJob &job) { return job.takenBack(); }, ReadEnd::Cancelled);
     while (!m_current && !m_waiting.empty()) {
         const ReadJobPtr job = m_waiting.front();
         m_waiting.pop_front();
@@ -28,6 +27,7 @@ bool ReadQueue::feed()
         else
             end(job, ReadResult());
     }
+    endWaiting([](const ReadJob &job) { return job.takenBack(); }, ReadEnd::Cancelled);
     if (m_current)
         handPiece();
     return m_inDriver;

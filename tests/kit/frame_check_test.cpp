@@ -26,6 +26,12 @@ TEST(FrameCheck, FirstEndOfAFrameOfUnknownLength)
     EXPECT_EQ(0u, rtu::firstCrcEnd(two.data(), 0, 0));
 }
 
+TEST(FrameCheck, WhatIsTooShortToCompareIsNoMismatch)
+{
+    EXPECT_EQ("", rtu::describeMismatch(array(hex("01 03 00 00 00")), array(frame("02 03 02 00 05"))));
+    EXPECT_EQ("", rtu::describeMismatch(array(frame("01 03 00 00 00 01")), array(hex("02 03 02 00"))));
+}
+
 struct Case
 {
     const char *request;

@@ -68,4 +68,10 @@ TEST(LineTiming, GapIsSeveralCharactersOnSlowLines)
     EXPECT_GE(timing.replyGap(), timing.characters(10));
 }
 
+TEST(LineTiming, IsNamed)
+{
+    EXPECT_EQ("9600 baud 7O2", rtu::lineName(parameters(9600, 7, 'O', 2)));
+    EXPECT_EQ("no pace", rtu::lineName(parameters(0, 8, 'N', 1)));
+}
+
 } // namespace

@@ -204,4 +204,30 @@ TEST_F(LinkDeadStations, AGatewaysWordCountsAsSilence)
     EXPECT_TRUE(link().statistics().stations.at(2).silent);
 }
 
+TEST_F(LinkDeadStations, AreSilentUntilTheyAnswerBeItWithAnException)
+{
+    watch(2);
+    kill(1);
+    run(std::chrono::seconds(10));
+    EXPECT_TRUE(link().statistics().stations.at(2).silent);
+    plant.makeHole(2, Table::HoldingRegisters, 0, 10);
+    plant.setStationOn(2, true);
+    run(std::chrono::seconds(10));
+    EXPECT_EQ(Quality::Refused, tags[1].value().quality);
+    EXPECT_FALSE(link().statistics().stations.at(2).silent);
+}
+
+TEST_F(LinkDeadStations, AreSilentUntilTheyTakeAWrite)
+{
+    plant.define(9, Table::HoldingRegisters, 0, 10);
+    plant.setStationOn(9, false);
+    link().write(TagSpec(9, "4x1"), {1});
+    run(std::chrono::seconds(10));
+    EXPECT_TRUE(link().statistics().stations.at(9).silent);
+    plant.setStationOn(9, true);
+    link().write(TagSpec(9, "4x1"), {1});
+    run(std::chrono::seconds(1));
+    EXPECT_FALSE(link().statistics().stations.at(9).silent) << "no tag of it is read";
+}
+
 } // namespace

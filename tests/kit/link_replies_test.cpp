@@ -213,4 +213,28 @@ TEST_F(LinkReplies, HolesAreLeftAloneOnRequest)
         EXPECT_EQ("01 03 00 13 00 0B", text(request));
 }
 
+TEST_F(LinkReplies, LateOnesThatComeInLumpsAreLeftToEnd)
+{
+    settings.lateReplyGuard = rtu::Duration(0);
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    script.push_back([this](const Bytes &request) {
+        const rtu::Duration whole = plant::characterTime(plantLine) * static_cast<int>(request.size());
+        line->receive(whole + settings.replyTimeout + microseconds(500), hex("01 03 02"));
+        line->receive(whole + settings.replyTimeout + milliseconds(30), hex("00 09 78 42"));
+    });
+    steps(2);
+    EXPECT_EQ(5.0, tag.value().number());
+    ASSERT_EQ(2u, transactions.size());
+    EXPECT_EQ(7u, transactions[1].strayBytes);
+    EXPECT_EQ(ReplyKind::Good, transactions[1].kind);
+}
+
+TEST_F(LinkReplies, TheShareOfAShortRunIsNotMoreThanTheWholeLine)
+{
+    link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    EXPECT_DOUBLE_EQ(1.0, link().statistics().total.share);
+    EXPECT_EQ(link().statistics().elapsed, link().statistics().total.busy);
+}
+
 } // namespace

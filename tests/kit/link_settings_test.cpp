@@ -80,4 +80,10 @@ TEST_F(LinkSettingsOf, ATransferThatWaitsCanBeCancelled)
     EXPECT_TRUE(requests.empty());
 }
 
+TEST_F(LinkSettingsOf, ALinkAreKeptAsGiven)
+{
+    settings.attempts = 2;
+    EXPECT_EQ(2, link().settings().attempts);
+}
+
 } // namespace

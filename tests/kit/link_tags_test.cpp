@@ -261,4 +261,43 @@ TEST_F(LinkTags, RoundsKeepTheirInterval)
     EXPECT_NEAR(10, static_cast<double>(requests.size()), 1);
 }
 
+TEST_F(LinkTags, NeighboursThatAreDueTogetherAreReadTogether)
+{
+    TagSpec slow;
+    slow.station = 1;
+    slow.pace = std::chrono::seconds(5);
+    for (const char *address : {"4x50", "4x60", "4x40", "0x1", "0x30", "3x55"}) {
+        slow.address = QString::fromLatin1(address);
+        link().addTag(slow);
+    }
+    run(std::chrono::seconds(1));
+    ASSERT_EQ(3u, requests.size());
+    EXPECT_EQ("01 03 00 27 00 15", text(requests[0]));
+    EXPECT_EQ("01 01 00 00 00 1E", text(requests[1]));
+    EXPECT_EQ("01 04 00 36 00 01", text(requests[2]));
+    for (const rtu::Tag &tag : link().tags())
+        EXPECT_EQ(Quality::Good, tag.value().quality) << tag.spec().address.toStdString();
+}
+
+TEST_F(LinkTags, NeighboursThatNoRequestCoversAreReadByThemselves)
+{
+    plant.define(2, Table::HoldingRegisters, 0, 300);
+    TagSpec slow(2, "4x1");
+    slow.pace = std::chrono::seconds(5);
+    link().addTag(slow);
+    slow.address = QString::fromLatin1("4x121"); // one more than a request holds
+    link().addTag(slow);
+    run(std::chrono::seconds(1));
+    ASSERT_EQ(2u, requests.size());
+    EXPECT_EQ("02 03 00 00 00 01", text(requests[0]));
+    EXPECT_EQ("02 03 00 78 00 01", text(requests[1]));
+}
+
+TEST_F(LinkTags, ThatAreNoneAreNotRemoved)
+{
+    link().addTag(TagSpec(1, "4x10"));
+    link().removeTag(rtu::Tag());
+    EXPECT_EQ(1u, link().tags().size());
+}
+
 } // namespace

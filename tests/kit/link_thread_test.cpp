@@ -225,4 +225,31 @@ TEST_F(LinkThread, TagsAndWritesComeFromManyThreads)
     EXPECT_EQ(200, ended);
 }
 
+TEST_F(LinkThread, StoppedInACallbackIsStartedAgainAfterIt)
+{
+    std::promise<std::string> words;
+    link->onTransaction([&](const rtu::Transaction &) {
+        if (frames != 1)
+            return;
+        link->stop();
+        words.set_value(refusalOf([this] { link->start(); }));
+    });
+    link->start();
+    EXPECT_TRUE(contains(words.get_future().get(), "after the callback"));
+    link->start();
+    untilFive();
+}
+
+TEST_F(LinkThread, RestsUntilItIsAskedForSomething)
+{
+    for (const rtu::Tag &tag : link->tags())
+        link->removeTag(tag);
+    link->start();
+    for (int i = 0; i < 20; ++i) {
+        const rtu::Write write = link->write(TagSpec(1, "4x10"), {static_cast<double>(i)});
+        EXPECT_TRUE(write.wait(std::chrono::hours(1)));
+    }
+    EXPECT_EQ(20, line->sent);
+}
+
 } // namespace

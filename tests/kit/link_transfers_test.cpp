@@ -260,4 +260,86 @@ TEST_F(LinkTransfers, PollingGoesOnAfterATransferThatFailed)
     EXPECT_EQ(Quality::Good, tag.value().quality);
 }
 
+TEST_F(LinkTransfers, APortLostBetweenTwoPiecesEndsAReadWithoutAValue)
+{
+    TagSpec many(1, "4x1");
+    many.values = 250;
+    read(many);
+    steps(1);
+    line->plugged = false;
+    steps(1);
+    ASSERT_EQ(1u, reads.size());
+    EXPECT_EQ(ReadEnd::Silent, reads[0].end);
+}
+
+TEST_F(LinkTransfers, ACancelledReadEndsWhileAnotherIsUnderWay)
+{
+    TagSpec many(1, "4x1");
+    many.values = 250;
+    read(many);
+    rtu::OneOffRead second =
+        link().read(TagSpec(1, "4x10"), [this](const ReadResult &result) { reads.push_back(result); });
+    steps(1);
+    EXPECT_TRUE(second.cancel());
+    steps(3);
+    ASSERT_EQ(2u, reads.size());
+    EXPECT_EQ(ReadEnd::Cancelled, reads[0].end);
+    EXPECT_EQ(ReadEnd::Good, reads[1].end);
+    EXPECT_EQ(3u, requests.size());
+}
+
+TEST_F(LinkTransfers, SavesARowLongerThanARequest)
+{
+    plant.poke(1, Table::HoldingRegisters, 249, 7);
+    RecipeRow many;
+    many.where = TagSpec(1, "4x1");
+    many.where.values = 250;
+    link().save({many}, noted());
+    steps(3);
+    EXPECT_EQ((std::vector<RowEnd>{RowEnd::Done}), rowEnds());
+    EXPECT_EQ(7.0, results[0].rows[0].value.number(249));
+}
+
+TEST_F(LinkTransfers, ALongRowStoppedInTheMiddleIsNeitherOldNorNew)
+{
+    rtu::Transfer load = link().load({row(1, "4x1", std::vector<double>(250, 4))}, noted());
+    steps(1);
+    EXPECT_TRUE(load.cancel());
+    steps(1);
+    EXPECT_EQ((std::vector<RowEnd>{RowEnd::Unconfirmed}), rowEnds());
+    results.clear();
+    rtu::Transfer save = link().save({row(1, "4x1", std::vector<double>(250, 4))}, noted());
+    steps(1);
+    EXPECT_TRUE(save.cancel());
+    steps(1);
+    EXPECT_EQ((std::vector<RowEnd>{RowEnd::NotTried}), rowEnds());
+}
+
+TEST_F(LinkTransfers, ALongRowRefusedInTheMiddleIsNotTriedFurther)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 150, 1);
+    link().load({row(1, "4x1", std::vector<double>(250, 4))}, noted());
+    steps(4);
+    EXPECT_EQ((std::vector<RowEnd>{RowEnd::Refused}), rowEnds());
+    EXPECT_EQ(2u, requests.size());
+}
+
+TEST_F(LinkTransfers, WithoutAPortTransfersAreNotTried)
+{
+    link();
+    line->plugged = false;
+    link().load({row(1, "4x1", {1})}, noted());
+    steps(1);
+    EXPECT_EQ((std::vector<RowEnd>{RowEnd::NotTried}), rowEnds());
+}
+
+TEST_F(LinkTransfers, RowsOfOtherTypesAndStationsGoOutByThemselves)
+{
+    link().load({row(1, "4x1", {1}), row(1, "4x_double2", {2}), row(2, "4x4", {3}), row(2, "4x5", {4})}, noted());
+    steps(3);
+    EXPECT_EQ((std::vector<RowEnd>(4, RowEnd::Done)), rowEnds());
+    EXPECT_EQ(3u, requests.size());
+    EXPECT_EQ("02 10 00 03 00 02 04 00 03 00 04", lastRequest());
+}
+
 } // namespace

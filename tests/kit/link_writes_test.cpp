@@ -479,4 +479,61 @@ TEST_F(LinkWrites, ReadsOfThePlanGoOnBetweenTen)
     EXPECT_EQ(3, requests[21][1]);
 }
 
+TEST_F(LinkWrites, OfSeveralPiecesAreUnconfirmedWhenThePortIsLostBetweenThem)
+{
+    TagSpec many(1, "4x1");
+    many.values = 150;
+    plant.define(1, Table::HoldingRegisters, 0, 200);
+    std::vector<rtu::WriteEnd> told;
+    rtu::WriteOptions options;
+    options.done = [&told](const rtu::WriteResult &result) { told.push_back(result.end); };
+    link().write(many, std::vector<double>(150, 3), options);
+    steps(1);
+    line->plugged = false;
+    steps(2);
+    EXPECT_EQ((std::vector<rtu::WriteEnd>{rtu::WriteEnd::Unconfirmed}), told);
+}
+
+TEST_F(LinkWrites, AreUnconfirmedOnceWhenThePortIsLostBeforeTheyAreReadBack)
+{
+    std::vector<rtu::WriteEnd> told;
+    rtu::WriteOptions options;
+    options.readBack = true;
+    options.done = [&told](const rtu::WriteResult &result) { told.push_back(result.end); };
+    link().write(TagSpec(1, "4x10"), {7}, options);
+    steps(1);
+    line->plugged = false;
+    steps(2);
+    EXPECT_EQ((std::vector<rtu::WriteEnd>{rtu::WriteEnd::Unconfirmed}), told);
+}
+
+TEST_F(LinkWrites, AreNotSentWhenThePortGoesInTheSilenceBeforeThem)
+{
+    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    steps(1);
+    requests.clear();
+    const rtu::Write write = link().write(TagSpec(1, "4x10"), {7});
+    line->unplugAfter(microseconds(1));
+    EXPECT_EQ(LinkStep::NoPort, link().step());
+    EXPECT_EQ(rtu::WriteEnd::NotSent, write.result().end);
+    EXPECT_EQ(Quality::StationSilent, tag.value().quality);
+    EXPECT_EQ((std::vector<bool>{true, false}), ports);
+    EXPECT_TRUE(requests.empty());
+}
+
+TEST_F(LinkWrites, CannotBeAskedForByWhoIsToldOfTheEndOfTheLink)
+{
+    std::vector<std::string> words;
+    rtu::Link *ending = &link();
+    rtu::WriteOptions options;
+    options.done = [&words, ending](const rtu::WriteResult &result) {
+        EXPECT_EQ(rtu::WriteEnd::NotSent, result.end);
+        words.push_back(refusalOf([&] { ending->write(TagSpec(1, "4x10"), {8}); }));
+    };
+    link().write(TagSpec(1, "4x10"), {7}, options);
+    destroyLink();
+    ASSERT_EQ(1u, words.size());
+    EXPECT_TRUE(contains(words[0], "is being destroyed")) << words[0];
+}
+
 } // namespace

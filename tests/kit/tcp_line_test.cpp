@@ -6,6 +6,8 @@
 #include "kit/loopback_peer.h"
 #include "kit/terminal_pair.h"
 
+#include <modbus_rtu_host/error.h>
+
 #include <gtest/gtest.h>
 
 #include <netinet/tcp.h>
@@ -414,6 +416,14 @@ TEST(TcpLine, SaysThatTheProcessHasNoDescriptorLeft)
     EXPECT_FALSE(line.ensureOpen());
     noEventDescriptor = false;
     EXPECT_EQ("cannot create an event descriptor", line.notice());
+}
+
+TEST(TcpLine, RefusesWhatIsNoAddressOfAPeer)
+{
+    EXPECT_THROW(rtu::TcpLine("tcp:nobody"), rtu::Error);
+    rtu::TcpLine everybody("tcp:255.255.255.255:4001");
+    EXPECT_EQ("cannot connect to tcp:255.255.255.255:4001: Network is unreachable",
+              failureOf([&] { everybody.open(); }));
 }
 
 } // namespace

@@ -57,7 +57,7 @@ public:
             receive(delay + character * static_cast<int>(i), Bytes(1, bytes[i]));
     }
 
-    /** Pulls the plug at a time from now; reads fail from then on. */
+    /** Pulls the plug at a time from now; reads and writes fail from then on. */
     void unplugAfter(rtu::Duration delay) { m_unplug = m_now + delay; }
 
     void advance(rtu::Duration time) { m_now += time; }
@@ -79,8 +79,8 @@ public:
 
     bool write(const unsigned char *bytes, std::size_t size) override
     {
-        if (!plugged) {
-            open = false;
+        if (!plugged || lost()) {
+            loseLine();
             return false;
         }
         sent.push_back({m_now, Bytes(bytes, bytes + size)});

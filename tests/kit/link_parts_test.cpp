@@ -1,0 +1,161 @@
+// The parts of a link by themselves, where no link would take them.
+
+#include "kit/poll/paced_reads.h"
+#include "kit/poll/poller.h"
+#include "kit/link/line_record.h"
+#include "kit/link/write_queue.h"
+#include "kit/transfer/read_queue.h"
+#include "kit/transfer/transfer_queue.h"
+#include "support/virtual_line.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace test_line;
+
+/** Has nothing for the driver, whatever it says. */
+class IdleClient : public rtu::PollClient
+{
+public:
+    bool saysFed = false;
+    bool saysHanded = false;
+    int aways = 0;
+    rtu::TimePoint next = rtu::TimePoint::max();
+
+    bool feed() override { return saysFed; }
+    rtu::TimePoint nextFeed() override { return next; }
+    bool handed() const override { return saysHanded; }
+    bool transferring() const override { return false; }
+    void frameDone(const rtu::Transaction &) override { ADD_FAILURE() << "nothing was to be sent"; }
+    void requestDone(const rtu::RequestEnd &) override { ADD_FAILURE() << "nothing was asked for"; }
+    void roundDone() override { ADD_FAILURE() << "there is no plan"; }
+    void stationSilent(int) override { ADD_FAILURE() << "nobody was asked"; }
+    void stationBack(int) override { ADD_FAILURE() << "nobody was asked"; }
+    void portChanged(bool) override {}
+    void portAway() override { ++aways; }
+};
+
+class LinkPartsTest : public testing::Test
+{
+protected:
+    LinkPartsTest()
+        : driver(TEST_DRIVER, rtu::LibraryUse::OwnCopy)
+        , tags(driver, settings.maxWords, [](const rtu::TagChange &) {})
+        , parts{settings, driver, line, tags, events}
+    {
+        int status = 0;
+        driver.initProperty(memory.area(), 0, memory.words(), &status, "1#0#0#3#120#0", memory.mutex());
+    }
+
+    ~LinkPartsTest() override
+    {
+        int status = 0;
+        driver.initProperty(nullptr, 0, nullptr, &status, "", nullptr);
+    }
+
+    rtu::LinkSettings settings;
+    VirtualLine line;
+    rtu::DriverLibrary driver;
+    rtu::BlockMemory memory;
+    rtu::WatchedTags tags;
+    rtu::Events events;
+    rtu::LinkParts parts;
+};
+
+TEST_F(LinkPartsTest, EndsOfRequestsThatNobodyAskedForChangeNothing)
+{
+    rtu::RequestEnd end;
+    end.area = rtu::areaOf(1, QString::fromLatin1("4x"), 0, 1);
+    rtu::WriteQueue writes(parts);
+    rtu::ReadQueue reads(parts);
+    rtu::TransferQueue transfers(parts, memory, 1);
+    rtu::StationHealth health(settings.replyTimeout, settings.questionInterval);
+    rtu::PacedReads paced(parts, health);
+    writes.requestDone(end);
+    writes.readBackDone(nullptr, line.now());
+    reads.requestDone(end);
+    transfers.requestDone(end);
+    paced.requestDone(end);
+    EXPECT_FALSE(writes.handed() || reads.handed() || transfers.underWay() || paced.underWay());
+    EXPECT_FALSE(writes.feed() || reads.feed() || transfers.feed() || paced.feed());
+    EXPECT_EQ(rtu::TimePoint::max(), paced.nextDue());
+}
+
+TEST_F(LinkPartsTest, ATransferUnderWayIsNeitherHandedTwiceNorEndedByAPortThatIsAway)
+{
+    rtu::RegisterCatalog catalog(driver);
+    const rtu::TransferJobPtr job = std::make_shared<rtu::TransferJob>();
+    job->lock = std::make_shared<rtu::LinkLock>();
+    job->kind = rtu::TransferKind::Save;
+    job->layouts.push_back(std::make_shared<rtu::TagLayout>(
+        driver, catalog, rtu::TagSpec(1, QString::fromLatin1("4x1")), rtu::TagUse::Read));
+    job->raw.resize(1);
+    rtu::TransferQueue transfers(parts, memory, 1);
+    transfers.accept(job);
+    EXPECT_TRUE(transfers.feed());
+    EXPECT_TRUE(transfers.feed());
+    transfers.portAway();
+    EXPECT_TRUE(transfers.underWay());
+    EXPECT_FALSE(job->ended());
+    transfers.endAll();
+    EXPECT_TRUE(job->ended());
+}
+
+TEST_F(LinkPartsTest, ADriverWithNothingToSendIsLeftInPeace)
+{
+    IdleClient client;
+    rtu::Poller poller(driver, line, settings, client);
+    client.saysFed = true;
+    client.next = line.now() + milliseconds(70);
+    EXPECT_EQ(rtu::PollStep::Idle, poller.step());
+    EXPECT_EQ(line.now() + milliseconds(70), poller.nextStep());
+    client.saysHanded = true;
+    line.plugged = false;
+    EXPECT_EQ(rtu::PollStep::NoPort, poller.step());
+    EXPECT_EQ(1, client.aways);
+    poller.settle();
+    EXPECT_TRUE(line.sent.empty());
+}
+
+// --- the record of the line ------------------------------------------------------------
+
+rtu::Transaction transaction(rtu::TimePoint sent, int requestMilliseconds, int wholeMilliseconds)
+{
+    rtu::Transaction t;
+    t.station = 1;
+    t.sent = sent;
+    t.requestEnd = sent + milliseconds(requestMilliseconds);
+    t.finished = sent + milliseconds(wholeMilliseconds);
+    return t;
+}
+
+TEST(LineRecord, NeverCountsMoreThanTheWholeLine)
+{
+    const rtu::TimePoint start{std::chrono::seconds(1000)};
+    rtu::LineRecord record(start);
+    // The line was silent for longer than this record is old.
+    record.add(transaction(start, 4, 10), milliseconds(2));
+    EXPECT_EQ(milliseconds(10), record.statistics(start + milliseconds(10)).total.busy);
+    EXPECT_DOUBLE_EQ(1.0, record.statistics(start + milliseconds(10)).total.share);
+    record.add(transaction(start + milliseconds(12), 4, 10), milliseconds(2));
+    EXPECT_EQ(milliseconds(22), record.statistics(start + milliseconds(22)).total.busy);
+    EXPECT_DOUBLE_EQ(0.5, record.statistics(start + milliseconds(44)).stations.at(1).share);
+    // Lost while the request was on its way: it is counted whole.
+    record.add(transaction(start + milliseconds(24), 4, 1), milliseconds(2));
+    EXPECT_EQ(milliseconds(28), record.statistics(start + milliseconds(25)).total.busy);
+    EXPECT_DOUBLE_EQ(1.0, record.statistics(start + milliseconds(25)).total.share);
+}
+
+TEST(LineRecord, HasNoPercentilesOfNothing)
+{
+    const rtu::TimePoint start{std::chrono::seconds(1000)};
+    rtu::LineRecord record(start);
+    rtu::Transaction lost = transaction(start, 4, 200);
+    lost.kind = rtu::ReplyKind::Silent;
+    record.add(lost, milliseconds(2));
+    EXPECT_EQ(rtu::Duration(0), record.statistics(start + milliseconds(300)).total.replyMedian);
+    EXPECT_EQ(rtu::Duration(0), record.statistics(start + milliseconds(300)).total.age95);
+}
+
+} // namespace
