@@ -2,6 +2,8 @@
 #
 #   cmake --preset package && cmake --build --preset package && (cd build/package && cpack)
 #   with --preset armhf or arm64: the same for that machine
+#
+# CPack's folders have modes by the mask of its user: pack with umask 022.
 
 set(MODBUS_PACKAGE_MAINTAINER "modbus_rtu_master maintainers <maintainers@modbus-rtu-master.invalid>"
     CACHE STRING "Maintainer of the Debian packages")
@@ -10,9 +12,6 @@ set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
 set(CPACK_STRIP_FILES ON)
-# Whatever mask the user has who makes the packages.
-set(CPACK_INSTALL_DEFAULT_DIRECTORY_PERMISSIONS
-    OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT ${MODBUS_PACKAGE_MAINTAINER})
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

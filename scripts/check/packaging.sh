@@ -92,7 +92,7 @@ poll_two_lines()
 make_packages()
 {
     rm -f "$1"/*.deb
-    (cd "$1" && cpack -G DEB) && ls "$1"/*.deb
+    (umask 022 && cd "$1" && cpack -G DEB) && ls "$1"/*.deb
 }
 
 lint_packages()
@@ -127,7 +127,8 @@ packages_are_hardened()
 }
 
 # The packages once more: in another folder, by another user where that can be,
-# later, with another time zone, locale and file mode mask. They must be the same bytes.
+# later, with another time zone and locale, and built with another file mode mask. They
+# must be the same bytes.
 packages_are_reproducible()
 {
     local work as_other=() status=0
@@ -143,7 +144,7 @@ packages_are_reproducible()
         umask 077
         "${as_other[@]}" env -u SOURCE_DATE_EPOCH HOME="$work" LC_ALL=C TZ=Asia/Kolkata GIT_CONFIG_COUNT=1 \
             GIT_CONFIG_KEY_0=safe.directory GIT_CONFIG_VALUE_0='*' bash -c '
-                cmake --preset package && cmake --build --preset package -j "$1" && cd build/package && cpack -G DEB
+                cmake --preset package && cmake --build --preset package -j "$1" && cd build/package && umask 022 && cpack -G DEB
             ' build "$jobs"
     ) || status=1
     diff <(cd build/package && sha256sum ./*.deb) <(cd "$work/build/package" && sha256sum ./*.deb) || status=1

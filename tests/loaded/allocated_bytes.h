@@ -14,7 +14,7 @@ std::size_t allocatedBytes();
 /** True when something on the heap is out of reach of the program, where a sanitizer can tell. */
 bool hasLeaks();
 
-/** Bytes by which a sanitizer itself grows at every load of a library; 0 without one. */
-std::size_t bookkeepingPerLoad();
+/** Bytes by which a sanitizer itself may grow with @p loads loads of a library; 0 without one. */
+std::size_t bookkeeping(std::size_t loads);
 
 #endif

@@ -91,7 +91,7 @@ TEST(Loading, AHundredLoadsLeakNothing)
     const std::size_t before = allocatedBytes();
     for (int i = 0; i < 100; ++i)
         loadFillAndUnload();
-    EXPECT_LE(allocatedBytes(), before + 100 * bookkeepingPerLoad());
+    EXPECT_LE(allocatedBytes(), before + bookkeeping(100));
     EXPECT_FALSE(hasLeaks());
 }
 
@@ -108,7 +108,7 @@ TEST(Loading, UnloadingReleasesWhatTheDriverHolds)
         // Without the driver's requests in the count the check below would prove nothing.
         EXPECT_GT(allocatedBytes(), before + conditionReads * sizeof(VARIABLE));
     }
-    EXPECT_LE(allocatedBytes(), before + bookkeepingPerLoad());
+    EXPECT_LE(allocatedBytes(), before + bookkeeping(1));
 }
 
 TEST(Loading, EachLoadStartsFromNothing)
