@@ -1,6 +1,7 @@
 #include "address/address_syntax.h"
 
 #include "address/register_types.h"
+#include "driver/arithmetic.h"
 #include "driver/qt_compat.h"
 
 #include <QtCore/QStringList>
@@ -141,4 +142,13 @@ int checkAddressForFormat(const QString &regType, const QString &addressText, in
     if (type->unit == DoubleUnit && dataFormat == 9 && count == 1)
         return DoubleFormatNeedsTwo;
     return checkPlainRange(outAddress, count);
+}
+
+QString textOfAddress(int address, bool asBit, NumbersBelowZero belowZero)
+{
+    const qint64 mask = belowZero == ShownHuge ? qint64(UINT_MAX) : -1; // of the number as unsigned
+    if (!asBit)
+        return QString::number(mask & wrapAdd(address, 1));
+    return QString::number(mask & (address / RegisterBits + 1)) + QLatin1Char('.')
+           + QString::number(mask & (address % RegisterBits));
 }

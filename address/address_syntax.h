@@ -11,8 +11,6 @@
 #ifndef ADDRESS_SYNTAX_H
 #define ADDRESS_SYNTAX_H
 
-#include "driver/arithmetic.h"
-
 #include <QtCore/QString>
 
 /** Results of the two checks; the numbers are the interface's. */
@@ -56,19 +54,10 @@ int checkAddressForKind(const QString &regType, const QString &addressText, int 
 int checkAddressForFormat(const QString &regType, const QString &addressText, int &outAddress, int dataFormat,
                           int count, int accessMode);
 
-/**
- * The text of a zero-based address: N, or R.B of a bit in a register.
- *
- * @tparam Number what addresses below zero are shown as: negative for int, huge for
- *         unsigned int, so that they look like no valid address
- */
-template <typename Number>
-inline QString textOfAddress(int address, bool asBit)
-{
-    if (!asBit)
-        return QString::number(static_cast<Number>(wrapAdd(address, 1)));
-    return QString::number(static_cast<Number>(address / RegisterBits + 1)) + QLatin1Char('.')
-           + QString::number(static_cast<Number>(address % RegisterBits));
-}
+/** How addresses below zero are shown: negative, or huge, so that they look like no valid address. */
+enum NumbersBelowZero { ShownNegative, ShownHuge };
+
+/** The text of a zero-based address: N, or R.B of a bit in a register. */
+QString textOfAddress(int address, bool asBit, NumbersBelowZero belowZero);
 
 #endif

@@ -42,8 +42,8 @@ int describeRegisterType(const QString &regType, QList<QString> &list)
     const Description &description = descriptions[type->unit];
     list.append(QLatin1String(description.notation));
     const bool bits = type->unit == RegisterBitUnit;
-    list.append(textOfAddress<int>(0, bits));
-    list.append(textOfAddress<int>(lastAddress(type->unit), bits));
+    list.append(textOfAddress(0, bits, ShownNegative));
+    list.append(textOfAddress(lastAddress(type->unit), bits, ShownNegative));
     list.append(QLatin1String(description.width));
     list.append(QLatin1String(type->writable ? "1" : "0"));
 

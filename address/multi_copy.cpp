@@ -50,7 +50,7 @@ int multiCopy(const QString &regType, int startAddress, int copies, int incremen
         if (addresses)
             addresses->append(address);
         if (texts)
-            texts->append(textOfAddress<unsigned int>(address, type->unit == RegisterBitUnit));
+            texts->append(textOfAddress(address, type->unit == RegisterBitUnit, ShownHuge));
         running = wrapAdd(running, increment);
     }
     return anyBeyond(startAddress, increment, copies, last) ? 2 : 1;

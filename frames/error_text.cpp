@@ -27,7 +27,7 @@ QString Modbus_rtu_master::getErrorInfo(const QByteArray &received, const QStrin
                                         int count) const
 {
     // As a project author types it: registers one-based, bits zero-based.
-    const QString address = regType + textOfAddress<int>(startAddr, regType.endsWith(QLatin1String("_bit")));
+    const QString address = regType + textOfAddress(startAddr, regType.endsWith(QLatin1String("_bit")), ShownNegative);
     const QString pattern = QString::fromLatin1(sendState == WriteSent ? "W,%1#%2(%3)" : "R,%1#%2(%3)");
     return pattern.arg(QString::number(station), address, QString::number(count)) + exceptionSuffix(received);
 }
