@@ -47,7 +47,7 @@ const char *entryPointName(EntryPoint call);
 /** The functions of one driver. */
 struct DriverCalls
 {
-#define CHECKER_CALL(name) decltype(&::intf_##name) name;
+#define CHECKER_CALL(name) decltype(&::intf_##name) name; // NOLINT(bugprone-macro-parentheses): it names a member
     MODBUS_RTU_ENTRY_POINTS(CHECKER_CALL)
 #undef CHECKER_CALL
 };
