@@ -6,8 +6,8 @@
 extern "C" MODBUS_RTU_HOST_EXPORT void host_shape(rtu::Error *, rtu::Line *, rtu::LinkSettings *, rtu::Link *,
                                                   rtu::LinkStatistics *, rtu::OneOffRead *, rtu::ReadResult *,
                                                   rtu::RecipeRow *, rtu::StationSettings *, rtu::Tag *,
-                                                  rtu::TagChange *, rtu::TagSpec *, rtu::TagValue *, rtu::Transaction *,
-                                                  rtu::Transfer *, rtu::TransferResult *, rtu::Write *,
-                                                  rtu::WriteOptions *, rtu::WriteResult *)
+                                                  rtu::TagChange *, rtu::TagDefinition *, rtu::TagValue *,
+                                                  rtu::Transaction *, rtu::Transfer *, rtu::TransferResult *,
+                                                  rtu::Write *, rtu::WriteOptions *, rtu::WriteResult *)
 {
 }

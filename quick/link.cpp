@@ -176,7 +176,7 @@ void Link::portChanged(bool open)
 
 rtu::Tag Link::watch(Tag *tag)
 {
-    const rtu::Tag handle = m_link->addTag(tag->spec());
+    const rtu::Tag handle = m_link->addTag(tag->definition());
     m_tags[handle] = tag;
     return handle;
 }

@@ -10,15 +10,15 @@ QVariant Place::plain(const QVariant &value)
     return value.userType() == qMetaTypeId<QJSValue>() ? value.value<QJSValue>().toVariant() : value;
 }
 
-rtu::TagSpec Place::spec() const
+rtu::TagDefinition Place::definition() const
 {
-    rtu::TagSpec spec(m_station, m_address, static_cast<rtu::TagFormat>(m_format));
-    spec.name = m_name;
-    spec.values = m_count;
-    spec.wordOrder = static_cast<rtu::WordOrder>(m_wordOrder);
-    spec.scale = m_scale;
-    spec.unit = m_unit;
-    return spec;
+    rtu::TagDefinition definition(m_station, m_address, static_cast<rtu::TagFormat>(m_format));
+    definition.name = m_name;
+    definition.values = m_count;
+    definition.wordOrder = static_cast<rtu::WordOrder>(m_wordOrder);
+    definition.scale = m_scale;
+    definition.unit = m_unit;
+    return definition;
 }
 
 QString Place::key() const

@@ -5,7 +5,7 @@
 #ifndef QUICK_PLACE_H
 #define QUICK_PLACE_H
 
-#include <modbus_rtu_host/tag_spec.h>
+#include <modbus_rtu_host/tag_definition.h>
 #include <modbus_rtu_host/tag_value.h>
 
 #include <QtCore/QObject>
@@ -15,7 +15,7 @@
 
 namespace quick {
 
-/** The properties are those of rtu::TagSpec; addresses are one-based texts such as "4x100". */
+/** The properties are those of rtu::TagDefinition; addresses are one-based texts such as "4x100". */
 class Place : public QObject
 {
     Q_OBJECT
@@ -40,7 +40,7 @@ public:
     QString unit() const { return m_unit; }
     int station() const { return m_station; }
     QString address() const { return m_address; }
-    rtu::TagSpec spec() const;
+    rtu::TagDefinition definition() const;
     /** The same for the same stored values of the same slave, shown alike. */
     QString key() const;
 

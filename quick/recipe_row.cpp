@@ -17,7 +17,7 @@ void RecipeRow::setValue(const QVariant &value)
 rtu::RecipeRow RecipeRow::row(bool withNumbers) const
 {
     rtu::RecipeRow row;
-    row.where = spec();
+    row.where = definition();
     if (withNumbers && !numbers(m_value, &row.numbers))
         throw rtu::Error(
             QString::fromLatin1("the value of \"%1\" (station %2 %3) is not a number, or not as many as it has")

@@ -73,11 +73,11 @@ void Tag::schedule()
     QMetaObject::invokeMethod(this, &Tag::subscribe, Qt::QueuedConnection);
 }
 
-rtu::TagSpec Tag::spec() const
+rtu::TagDefinition Tag::definition() const
 {
-    rtu::TagSpec spec = Place::spec();
-    spec.pace = std::chrono::milliseconds(m_pace);
-    return spec;
+    rtu::TagDefinition definition = Place::definition();
+    definition.pace = std::chrono::milliseconds(m_pace);
+    return definition;
 }
 
 void Tag::subscribe()

@@ -77,7 +77,7 @@ public:
     QDateTime time() const { return m_time; }
     bool isWriting() const { return m_writing > 0; }
     QString error() const { return m_error; }
-    rtu::TagSpec spec() const;
+    rtu::TagDefinition definition() const;
 
     /** What the link brought. */
     void show(const rtu::TagValue &value);

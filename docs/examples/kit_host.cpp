@@ -10,7 +10,7 @@
 static void show(const char *line, const rtu::TagChange &change)
 {
     const char *const qualities[] = {"good", "not confirmed", "never read", "refused", "silent"};
-    std::printf("%s %s: %s -> %s (%s)\n", line, change.tag.spec().name.toUtf8().constData(),
+    std::printf("%s %s: %s -> %s (%s)\n", line, change.tag.definition().name.toUtf8().constData(),
                 change.before.text().toUtf8().constData(), change.after.text().toUtf8().constData(),
                 qualities[static_cast<int>(change.after.quality)]);
 }
@@ -33,10 +33,10 @@ try {
     const std::unique_ptr<rtu::Link> boiler = openLine("boiler", argv[1], argc > 3 ? argv[3] : "");
     const std::unique_ptr<rtu::Link> meters = openLine("meters", argv[2], argc > 3 ? argv[3] : "");
 
-    rtu::TagSpec setpoint(1, "4x100", rtu::TagFormat::Signed);
+    rtu::TagDefinition setpoint(1, "4x100", rtu::TagFormat::Signed);
     setpoint.name = "setpoint";
     setpoint.scale = 0.1;
-    rtu::TagSpec energy(3, "3x_double1", rtu::TagFormat::Float);
+    rtu::TagDefinition energy(3, "3x_double1", rtu::TagFormat::Float);
     energy.name = "energy";
     const rtu::Tag wanted = boiler->addTag(setpoint);
     meters->addTag(energy);

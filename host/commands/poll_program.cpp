@@ -137,7 +137,7 @@ bool PollProgram::write(const std::vector<TagWrite> &writes)
     for (const TagWrite &write : writes) {
         const TagState old = echoesWrites() ? valueBefore(write) : TagState();
         const std::uint64_t errors = m_errors;
-        const Write asked = m_link.write(specOf(write.tag), numbersOf(write.raw), how);
+        const Write asked = m_link.write(definitionOf(write.tag), numbersOf(write.raw), how);
         if (!awaitEnd(asked))
             return false;
         tellWrite(write, old, asked.result(), m_errors != errors);
@@ -152,7 +152,7 @@ TagState PollProgram::valueBefore(const TagWrite &write)
     if (write.tag.station == 0 || m_options.property.localWriteOnly)
         return state;
     m_readingOld = true;
-    const OneOffRead asked = m_link.read(specOf(write.tag));
+    const OneOffRead asked = m_link.read(definitionOf(write.tag));
     state.known = awaitEnd(asked) && asked.result().end == ReadEnd::Good;
     m_readingOld = false;
     if (state.known)
@@ -211,7 +211,7 @@ int PollProgram::readOnce(const std::vector<TagRange> &tags)
     m_printer.printHeader();
     for (const TagRange &tag : tags) {
         m_lastError.clear();
-        const OneOffRead asked = m_link.read(specOf(tag));
+        const OneOffRead asked = m_link.read(definitionOf(tag));
         if (!awaitEnd(asked))
             break;
         printRead(tag, asked.result(), m_lastError);

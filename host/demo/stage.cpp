@@ -89,7 +89,7 @@ Stage::Stage(const std::string &folder, Screen &shownOn)
     link->onChange([this](const rtu::TagChange &) { ++changes; });
     link->onRound([this] { ++m_rounds; });
     for (const rtu::TagRange &each : tags)
-        m_handles.push_back(link->addTag(rtu::specOf(each)));
+        m_handles.push_back(link->addTag(rtu::definitionOf(each)));
 }
 
 void Stage::step()

@@ -29,7 +29,7 @@ void LiveView::prepare(const TagSelection &selection)
     m_feed.reset(new LiveFeed(m_link, m_line, selection.reads));
     m_link.onRound([this] { finishRound(); });
     for (const TagWrite &write : selection.writes)
-        m_link.write(specOf(write.tag), numbersOf(write.raw), tellingTheEndOf(write.tag));
+        m_link.write(definitionOf(write.tag), numbersOf(write.raw), tellingTheEndOf(write.tag));
 }
 
 void LiveView::finishRound()
@@ -114,7 +114,7 @@ void LiveView::send(const LiveRow &row, std::uint32_t raw)
     const std::vector<double> numbers = numbersOf({raw});
     const Write write = m_feed->tags()[row.tag].values == 1
                             ? m_link.write(m_feed->board().handle(row.tag), numbers, tellingTheEndOf(tag))
-                            : m_link.write(specOf(tag), numbers, tellingTheEndOf(tag));
+                            : m_link.write(definitionOf(tag), numbers, tellingTheEndOf(tag));
     m_writes.push_back(
         SentWrite{std::to_string(tag.station) + ":" + tag.label() + " = " + valueText(raw, tag.format), write});
 }
@@ -155,7 +155,7 @@ std::string LiveView::cancelWrites()
 std::string LiveView::readNow(const LiveRow &row)
 {
     const TagRange &tag = m_feed->tags()[row.tag];
-    m_link.read(specOf(tag));
+    m_link.read(definitionOf(tag));
     return "Reading " + std::to_string(tag.station) + ":" + tag.label();
 }
 

@@ -101,7 +101,7 @@ PlanView::PlanView(DriverLibrary &driver, const RegisterCatalog &catalog, const 
     WatchedTags watched(driver, std::max(2, std::min(property.maxWords, MostLinkWords)), nullptr);
     for (const TagRange &tag : tags) {
         const std::shared_ptr<TagRecord> record = std::make_shared<TagRecord>();
-        record->layout = std::make_shared<TagLayout>(driver, catalog, specOf(tag), TagUse::Read);
+        record->layout = std::make_shared<TagLayout>(driver, catalog, definitionOf(tag), TagUse::Read);
         watched.add(record);
     }
     QList<KEY_ADDRESS> keys = watched.planKeys();

@@ -25,7 +25,7 @@ TagBoard::TagBoard(Link &link, Line &line, const std::vector<TagRange> &tags)
 {
     for (const TagRange &tag : tags) {
         try {
-            m_handles.push_back(link.addTag(specOf(tag)));
+            m_handles.push_back(link.addTag(definitionOf(tag)));
         } catch (const Error &error) {
             throw std::invalid_argument(error.what());
         }

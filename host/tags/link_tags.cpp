@@ -2,12 +2,12 @@
 
 namespace rtu {
 
-TagSpec specOf(const TagRange &tag)
+TagDefinition definitionOf(const TagRange &tag)
 {
-    TagSpec spec(tag.station, QString::fromStdString(tag.label()));
-    spec.values = tag.values;
-    spec.wordOrder = tag.format.lowWordFirst ? WordOrder::LowFirst : WordOrder::HighFirst;
-    return spec;
+    TagDefinition definition(tag.station, QString::fromStdString(tag.label()));
+    definition.values = tag.values;
+    definition.wordOrder = tag.format.lowWordFirst ? WordOrder::LowFirst : WordOrder::HighFirst;
+    return definition;
 }
 
 std::vector<double> numbersOf(const std::vector<std::uint32_t> &raw)

@@ -7,16 +7,16 @@
 
 #include "host/tags/tag.h"
 
-#include <modbus_rtu_host/tag_spec.h>
+#include <modbus_rtu_host/tag_definition.h>
 
 #include <vector>
 
 namespace rtu {
 
 /** The tag with its stored bits as numbers: formats and scales are this program's own. */
-TagSpec specOf(const TagRange &tag);
+TagDefinition definitionOf(const TagRange &tag);
 
-/** Stored bits as specOf() has them written. */
+/** Stored bits as definitionOf() has them written. */
 std::vector<double> numbersOf(const std::vector<std::uint32_t> &raw);
 
 /** The one value of a tag as a tag of its own. @param value zero-based */

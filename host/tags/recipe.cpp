@@ -104,7 +104,7 @@ std::vector<RecipeRow> recipeRows(const Recipe &recipe, const DriverProperty &pr
     std::vector<RecipeRow> rows;
     for (std::size_t i = 0; i < recipe.tags.size(); ++i) {
         RecipeRow row;
-        row.where = specOf(recipe.tags[i]);
+        row.where = definitionOf(recipe.tags[i]);
         row.where.wordOrder = property.swaps(recipe.tags[i].station) ? WordOrder::LowFirst : WordOrder::HighFirst;
         if (i < recipe.values.size())
             row.numbers = numbersOf(recipe.values[i]);

@@ -1,13 +1,13 @@
 #include "host/tags/value_format.h"
 
 #include "host/text/numbers.h"
+#include "kit/tags/float_bits.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <cctype>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <stdexcept>
 
@@ -59,20 +59,6 @@ std::int64_t signedValue(std::uint32_t raw, const ValueFormat &format)
     return format.width == 2 ? static_cast<std::int32_t>(raw) : static_cast<std::int16_t>(raw);
 }
 
-float floatValue(std::uint32_t raw)
-{
-    float value;
-    std::memcpy(&value, &raw, sizeof(value));
-    return value;
-}
-
-std::uint32_t floatBits(float value)
-{
-    std::uint32_t raw;
-    std::memcpy(&raw, &value, sizeof(raw));
-    return raw;
-}
-
 /** The shortest text that gives the same number again. */
 std::string shortestPrinted(double value, int mostDigits)
 {
@@ -113,7 +99,7 @@ bool isUnscaled(const ValueFormat &format)
 double numericValue(std::uint32_t raw, const ValueFormat &format)
 {
     if (format.format == Format::Float)
-        return static_cast<double>(floatValue(raw));
+        return static_cast<double>(floatOf(raw));
     return format.format == Format::Signed ? static_cast<double>(signedValue(raw, format)) : static_cast<double>(raw);
 }
 
@@ -179,7 +165,7 @@ std::uint32_t parseFloat(const std::string &text, const ValueFormat &format)
     const double highest = static_cast<double>(std::numeric_limits<float>::max());
     if (std::isfinite(stored) && std::abs(stored) > highest)
         refuse(text, "it lies beyond 3.4e38, where 32-bit floats end");
-    return floatBits(static_cast<float>(stored));
+    return bitsOfFloat(static_cast<float>(stored));
 }
 
 } // namespace
@@ -235,7 +221,7 @@ std::string valueText(std::uint32_t raw, const ValueFormat &format)
     case Format::Binary:
         return binaryText(raw, bits(format));
     case Format::Float:
-        return isUnscaled(format) ? shortest(static_cast<double>(floatValue(raw)), 9)
+        return isUnscaled(format) ? shortest(static_cast<double>(floatOf(raw)), 9)
                                   : shortest(numericValue(raw, format) * format.scale, 9);
     default:
         if (isUnscaled(format))

@@ -45,12 +45,12 @@ Link::~Link()
     m_core->shutDown();
 }
 
-Tag Link::addTag(const TagSpec &spec)
+Tag Link::addTag(const TagDefinition &definition)
 {
     const std::shared_ptr<TagRecord> record = std::make_shared<TagRecord>();
     record->lock = m_core->lock();
-    record->layout = m_core->layout(spec, TagUse::Read);
-    record->shown = TagValue(record->layout, std::vector<std::uint32_t>(static_cast<std::size_t>(spec.values)));
+    record->layout = m_core->layout(definition, TagUse::Read);
+    record->shown = TagValue(record->layout, std::vector<std::uint32_t>(static_cast<std::size_t>(definition.values)));
     m_core->add(record);
     return Tag(record);
 }

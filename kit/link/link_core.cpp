@@ -75,9 +75,9 @@ LinkCore::~LinkCore()
     m_driver.initProperty(nullptr, 0, nullptr, &status, "", nullptr); // what it has borrowed goes
 }
 
-std::shared_ptr<const TagLayout> LinkCore::layout(const TagSpec &spec, TagUse use)
+std::shared_ptr<const TagLayout> LinkCore::layout(const TagDefinition &definition, TagUse use)
 {
-    return std::make_shared<TagLayout>(m_driver, m_catalog, spec, use);
+    return std::make_shared<TagLayout>(m_driver, m_catalog, definition, use);
 }
 
 // --- from any thread -------------------------------------------------------------
@@ -321,7 +321,7 @@ void LinkCore::plan()
     const int length = m_driver.addrMerge(&keys);
     std::set<int> stations;
     for (const TagRecordPtr &record : m_tags.records())
-        stations.insert(record->layout->spec().station);
+        stations.insert(record->layout->definition().station);
     m_poller.setPlan(length, stations);
     m_paced.reset(length > 0);
 }

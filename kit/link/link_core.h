@@ -43,7 +43,7 @@ public:
     LinkListeners &listeners() { return m_listeners; }
     const std::shared_ptr<LinkLock> &lock() const { return m_lock; }
 
-    std::shared_ptr<const TagLayout> layout(const TagSpec &spec, TagUse use);
+    std::shared_ptr<const TagLayout> layout(const TagDefinition &definition, TagUse use);
 
     // From any thread:
     void add(const TagRecordPtr &record);

@@ -33,7 +33,7 @@ Layout layoutToWrite(LinkCore &core, const std::shared_ptr<TagRecord> &record)
         throw Error(QLatin1String("there is no tag to write; addTag() gives one"));
     if (record->lock != core.lock())
         throw Error(record->layout->label() + QLatin1String(" is a tag of another link; write it through that one"));
-    return core.layout(record->layout->spec(), TagUse::Write);
+    return core.layout(record->layout->definition(), TagUse::Write);
 }
 
 Layout layoutForTransfer(LinkCore &core, const RecipeRow &row, TransferKind kind)
@@ -84,13 +84,13 @@ Write Link::write(const Tag &tag, const QString &text, const WriteOptions &optio
     return askWrite(*m_core, tag.m_record, layout, layout->rawOfText(text), options);
 }
 
-Write Link::write(const TagSpec &where, const std::vector<double> &numbers, const WriteOptions &options)
+Write Link::write(const TagDefinition &where, const std::vector<double> &numbers, const WriteOptions &options)
 {
     const Layout layout = m_core->layout(where, TagUse::Write);
     return askWrite(*m_core, nullptr, layout, layout->rawOf(numbers), options);
 }
 
-OneOffRead Link::read(const TagSpec &where, std::function<void(const ReadResult &)> done)
+OneOffRead Link::read(const TagDefinition &where, std::function<void(const ReadResult &)> done)
 {
     const ReadJobPtr job = std::make_shared<ReadJob>();
     job->lock = m_core->lock();

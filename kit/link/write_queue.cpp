@@ -106,7 +106,7 @@ int WriteQueue::pieceValues() const
     const int most = type.bitInRegister ? m_parts.settings.maxWords
                      : type.isBit()     ? CoilsPerWrite
                                         : m_parts.settings.maxWords / type.unitsPerValue();
-    return std::min(most, m_current->layout->spec().values - m_current->handed);
+    return std::min(most, m_current->layout->definition().values - m_current->handed);
 }
 
 /** False when the link keeps its writes to itself, which ends the last piece's write. */
@@ -119,13 +119,13 @@ bool WriteQueue::handPiece()
     bytes.resize(std::max(bytes.size(), static_cast<std::size_t>(2 * values))); // the driver copies two bytes a bit
     QString regType = layout.regType();
     m_current->handed += values;
-    m_parts.driver.setData(layout.spec().station, &regType, layout.addressOf(first),
+    m_parts.driver.setData(layout.definition().station, &regType, layout.addressOf(first),
                            values * layout.type().unitsPerValue(), bytes.data(), static_cast<int>(Source::Write));
     m_parts.tags.refresh(layout.area(first, values));
     m_inDriver = !m_parts.settings.localWritesOnly;
     if (m_inDriver)
         return true;
-    if (m_current->handed == layout.spec().values)
+    if (m_current->handed == layout.definition().values)
         endCurrent(resultOf(WriteEnd::KeptLocal, QString(), m_parts.line.now()));
     return false;
 }
@@ -136,12 +136,12 @@ void WriteQueue::requestDone(const RequestEnd &done)
         return;
     m_inDriver = false;
     m_parts.tags.refresh(done.area);
-    const int values = m_current->layout->spec().values;
+    const int values = m_current->layout->definition().values;
     if (done.good())
         m_current->acknowledged = m_current->handed;
     if (done.good() && m_current->handed < values)
         return; // the next piece follows
-    if (done.good() && m_current->readBack && m_current->layout->spec().station != 0)
+    if (done.good() && m_current->readBack && m_current->layout->definition().station != 0)
         m_current->reading = true;
     else
         finish(done);
@@ -153,7 +153,7 @@ void WriteQueue::finish(const RequestEnd &done)
     result.acknowledged = m_current->acknowledged;
     result.time = done.time;
     if (done.good()) {
-        const bool broadcast = m_current->layout->spec().station == 0;
+        const bool broadcast = m_current->layout->definition().station == 0;
         result.end = broadcast ? WriteEnd::Broadcast : WriteEnd::Acknowledged;
         result.acknowledged = broadcast ? 0 : result.acknowledged;
     } else {
@@ -210,8 +210,8 @@ void WriteQueue::endWaiting(Condition condition, WriteEnd how, const QString &te
 
 void WriteQueue::stationSilent(int station)
 {
-    endWaiting([station](const WriteJob &job) { return job.layout->spec().station == station; }, WriteEnd::NotSent,
-               QLatin1String("the station does not answer"));
+    endWaiting([station](const WriteJob &job) { return job.layout->definition().station == station; },
+               WriteEnd::NotSent, QLatin1String("the station does not answer"));
 }
 
 void WriteQueue::portAway(TimePoint now)

@@ -6,7 +6,7 @@
  *   rtu::LinkSettings settings;
  *   settings.port = "/dev/ttyUSB0";
  *   rtu::Link link(settings);
- *   rtu::Tag level = link.addTag(rtu::TagSpec(1, "4x100"));
+ *   rtu::Tag level = link.addTag(rtu::TagDefinition(1, "4x100"));
  *   link.onChange([](const rtu::TagChange &change) { ... });
  *   link.start();
  *   link.write(level, 12.5);
@@ -74,7 +74,7 @@ public:
     // --- tags ----------------------------------------------------------------------
 
     /** Watches a tag from the next round on; however often tags come and go, each round is made whole. @throws Error */
-    Tag addTag(const TagSpec &spec);
+    Tag addTag(const TagDefinition &definition);
     /** Watches it no more, from the next round on. */
     void removeTag(const Tag &tag);
     std::vector<Tag> tags() const;
@@ -121,10 +121,11 @@ public:
     /** A text, for tags of TagFormat::Text. */
     Write write(const Tag &tag, const QString &text, const WriteOptions &options = WriteOptions());
     /** Values that no tag watches; station 0 writes to all slaves. */
-    Write write(const TagSpec &where, const std::vector<double> &numbers, const WriteOptions &options = WriteOptions());
+    Write write(const TagDefinition &where, const std::vector<double> &numbers,
+                const WriteOptions &options = WriteOptions());
 
     /** Reads once. @param done called with the end as WriteOptions::done. @throws Error */
-    OneOffRead read(const TagSpec &where, std::function<void(const ReadResult &)> done = nullptr);
+    OneOffRead read(const TagDefinition &where, std::function<void(const ReadResult &)> done = nullptr);
 
     /** Writes the rows to the slaves. A row that fails does not keep those after it from being tried. @throws Error */
     Transfer load(const std::vector<RecipeRow> &rows, std::function<void(const TransferResult &)> done = nullptr);

@@ -5,7 +5,7 @@
 #ifndef MODBUS_RTU_HOST_RECIPE_ROW_H
 #define MODBUS_RTU_HOST_RECIPE_ROW_H
 
-#include <modbus_rtu_host/tag_spec.h>
+#include <modbus_rtu_host/tag_definition.h>
 
 #include <vector>
 
@@ -14,7 +14,7 @@ namespace rtu {
 /** Values of one station that belong to a recipe. "4x" and "4x_double"; only to be saved, "3x" and "3x_double" too. */
 struct RecipeRow
 {
-    TagSpec where;
+    TagDefinition where;
     /** The numbers to load or to compare with, where.values of them; not looked at when saving. */
     std::vector<double> numbers;
 };

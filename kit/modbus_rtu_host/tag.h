@@ -6,7 +6,7 @@
 #define MODBUS_RTU_HOST_TAG_H
 
 #include <modbus_rtu_host/export.h>
-#include <modbus_rtu_host/tag_spec.h>
+#include <modbus_rtu_host/tag_definition.h>
 #include <modbus_rtu_host/tag_value.h>
 
 #include <memory>
@@ -30,7 +30,7 @@ public:
     ~Tag();
 
     bool isNull() const { return !m_record; }
-    TagSpec spec() const;
+    TagDefinition definition() const;
     TagValue value() const;
 
     bool operator==(const Tag &other) const { return m_record == other.m_record; }

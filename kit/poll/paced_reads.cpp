@@ -10,7 +10,7 @@ namespace {
 
 bool belongsHere(const TagRecord &record)
 {
-    return record.alone || record.layout->spec().pace > Duration(0);
+    return record.alone || record.layout->definition().pace > Duration(0);
 }
 
 bool sameArea(const Area &left, const Area &right)
@@ -68,7 +68,7 @@ bool PacedReads::feed()
 
 void PacedReads::schedule(TagRecord &record, TimePoint now) const
 {
-    const Duration pace = std::max(record.layout->spec().pace, m_parts.settings.roundInterval);
+    const Duration pace = std::max(record.layout->definition().pace, m_parts.settings.roundInterval);
     record.due = std::max(record.due + pace, now + (record.alone ? pace : Duration(0)));
     if (record.due <= now && pace > Duration(0))
         record.due = now + pace;
@@ -79,7 +79,7 @@ bool PacedReads::due(const TagRecord &record, TimePoint now)
 {
     if (!belongsHere(record) || record.due > now || (record.alone && now < m_nextAlone))
         return false;
-    const int station = record.layout->spec().station;
+    const int station = record.layout->definition().station;
     return !m_health.dead(station) || m_health.mayAsk(station, now);
 }
 
@@ -121,7 +121,7 @@ TimePoint PacedReads::nextDue()
         if (!belongsHere(*record))
             continue;
         TimePoint when = record->alone ? std::max(record->due, m_nextAlone) : record->due;
-        if (m_health.dead(record->layout->spec().station))
+        if (m_health.dead(record->layout->definition().station))
             when = std::max(when, m_health.nextQuestion(m_parts.line.now()));
         next = std::min(next, when);
     }

@@ -4,7 +4,12 @@
 
 namespace rtu {
 
-TagSpec::TagSpec(int slave, const QString &where, TagFormat how) : station(slave), address(where), format(how) {}
+TagDefinition::TagDefinition(int slave, const QString &where, TagFormat how)
+    : station(slave)
+    , address(where)
+    , format(how)
+{
+}
 
 TagValue::TagValue() = default;
 TagValue::TagValue(std::shared_ptr<const TagLayout> layout, std::vector<std::uint32_t> raw)
@@ -44,9 +49,9 @@ Tag::Tag(const Tag &other) = default;
 Tag &Tag::operator=(const Tag &other) = default;
 Tag::~Tag() = default;
 
-TagSpec Tag::spec() const
+TagDefinition Tag::definition() const
 {
-    return m_record ? m_record->layout->spec() : TagSpec();
+    return m_record ? m_record->layout->definition() : TagDefinition();
 }
 
 TagValue Tag::value() const

@@ -9,7 +9,7 @@
 #include "kit/driver/register_catalog.h"
 #include "kit/tags/area.h"
 
-#include <modbus_rtu_host/tag_spec.h>
+#include <modbus_rtu_host/tag_definition.h>
 
 #include <cstdint>
 #include <memory>
@@ -24,15 +24,15 @@ class TagLayout
 {
 public:
     /** @throws Error that says what is wrong and what would be right */
-    TagLayout(DriverLibrary &driver, const RegisterCatalog &catalog, const TagSpec &spec, TagUse use);
+    TagLayout(DriverLibrary &driver, const RegisterCatalog &catalog, const TagDefinition &definition, TagUse use);
 
-    const TagSpec &spec() const { return m_spec; }
+    const TagDefinition &definition() const { return m_definition; }
     const RegisterType &type() const { return m_type; }
     QString regType() const { return m_regType; }
     /** Zero-based, in the units of the register type. */
     int addressOf(int value) const { return m_address + value * m_type.unitsPerValue(); }
     Area area(int firstValue, int values) const;
-    Area area() const { return area(0, m_spec.values); }
+    Area area() const { return area(0, m_definition.values); }
     /** "station 1 4x100", for messages. */
     QString label() const;
     bool sameTarget(const TagLayout &other) const;
@@ -62,7 +62,7 @@ private:
     QString valueText(std::uint32_t raw) const;
     bool isNumber() const;
 
-    TagSpec m_spec;
+    TagDefinition m_definition;
     RegisterType m_type;
     QString m_regType;
     int m_address = 0;

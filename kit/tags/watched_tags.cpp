@@ -51,7 +51,7 @@ WatchedTags::WatchedTags(DriverLibrary &driver, int maxWords, ChangeListener lis
 void WatchedTags::cut(TagRecord &record) const
 {
     const int most = valuesPerRequest(record.layout->type(), m_maxWords);
-    const int values = record.layout->spec().values;
+    const int values = record.layout->definition().values;
     for (int first = 0; first < values; first += most) {
         TagPiece piece;
         piece.firstValue = first;
@@ -101,11 +101,11 @@ QList<KEY_ADDRESS> WatchedTags::planKeys() const
     QList<KEY_ADDRESS> keys;
     for (const TagRecordPtr &record : m_records) {
         const TagLayout &layout = *record->layout;
-        if (record->alone || layout.spec().pace > Duration(0))
+        if (record->alone || layout.definition().pace > Duration(0))
             continue;
         for (const TagPiece &piece : record->pieces) {
             KEY_ADDRESS key = KEY_ADDRESS();
-            key.station = layout.spec().station;
+            key.station = layout.definition().station;
             key.regType = layout.regType();
             key.startAddr = layout.addressOf(piece.firstValue);
             key.count = piece.values * layout.type().unitsPerValue();
@@ -186,7 +186,7 @@ void WatchedTags::readSilent(const Area &area)
 void WatchedTags::stationSilent(int station)
 {
     for (const TagRecordPtr &record : m_records) {
-        if (record->layout->spec().station != station)
+        if (record->layout->definition().station != station)
             continue;
         for (TagPiece &piece : record->pieces)
             fail(piece, Quality::StationSilent, 0);

@@ -37,7 +37,7 @@ void ReadQueue::handPiece()
 {
     const TagLayout &layout = *m_current->layout;
     const int most = valuesPerRequest(layout.type(), m_parts.settings.maxWords);
-    const int values = std::min(most, layout.spec().values - m_current->handed);
+    const int values = std::min(most, layout.definition().values - m_current->handed);
     askForArea(m_parts.driver, layout.area(m_current->handed, values), Source::OneOff);
     m_current->handed += values;
     m_inDriver = true;
@@ -48,7 +48,7 @@ void ReadQueue::requestDone(const RequestEnd &done)
     if (!m_current || !m_inDriver)
         return;
     m_inDriver = false;
-    if (done.good() && m_current->handed < m_current->layout->spec().values)
+    if (done.good() && m_current->handed < m_current->layout->definition().values)
         return; // the next piece follows
     endCurrent(done);
 }
@@ -96,7 +96,8 @@ void ReadQueue::endWaiting(Condition condition, ReadEnd how)
 
 void ReadQueue::stationSilent(int station)
 {
-    endWaiting([station](const ReadJob &job) { return job.layout->spec().station == station; }, ReadEnd::NotTried);
+    endWaiting([station](const ReadJob &job) { return job.layout->definition().station == station; },
+               ReadEnd::NotTried);
 }
 
 void ReadQueue::portAway()

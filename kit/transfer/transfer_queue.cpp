@@ -60,11 +60,11 @@ void TransferQueue::cut()
     for (std::size_t row = 0; row < m_current->layouts.size(); ++row) {
         const TagLayout &layout = *m_current->layouts[row];
         const int most = valuesPerRequest(layout.type(), m_parts.settings.maxWords);
-        for (int first = 0; first < layout.spec().values; first += most) {
+        for (int first = 0; first < layout.definition().values; first += most) {
             Piece piece;
             piece.row = row;
             piece.firstValue = first;
-            piece.values = std::min(most, layout.spec().values - first);
+            piece.values = std::min(most, layout.definition().values - first);
             piece.area = layout.area(first, piece.values);
             m_pieces.push_back(piece);
         }
@@ -132,7 +132,7 @@ void TransferQueue::appendRows(const Piece &piece, int offset, QVector<_RCP_VAR_
     for (int words = 0; words < piece.area.count; words += step) {
         _RCP_VAR_PRO row = _RCP_VAR_PRO();
         row.userData = m_linkId;
-        row.station = where.spec().station;
+        row.station = where.definition().station;
         row.regType = where.regType();
         row.startAddr = piece.area.first + words;
         row.count = step;
@@ -202,7 +202,7 @@ void TransferQueue::takeValues(const Piece &piece, int offset, TimePoint when)
     std::vector<std::uint32_t> &values = m_values[piece.row];
     const std::vector<std::uint32_t> read = where.decode(m_memory.wordBytes() + 2 * offset, piece.values);
     values.insert(values.end(), read.begin(), read.end());
-    if (static_cast<int>(values.size()) < where.spec().values)
+    if (static_cast<int>(values.size()) < where.definition().values)
         return;
     RowResult &row = result(piece);
     row.value = TagValue(m_current->layouts[piece.row], values);

@@ -120,7 +120,7 @@ TEST_F(LineEvents, AnUnpluggedPortIsUsedAgainWhenItIsBack)
     settings.replyTimeout = std::chrono::seconds(60);
     settings.reopenInterval = std::chrono::microseconds(1);
     rtu::Link host(settings);
-    const rtu::Tag tag = host.addTag(rtu::TagSpec(1, QLatin1String("4x1")));
+    const rtu::Tag tag = host.addTag(rtu::TagDefinition(1, QLatin1String("4x1")));
     std::vector<bool> port;
     host.onPort([&port](bool open) { port.push_back(open); });
 

@@ -266,7 +266,7 @@ protected:
 
     void readOnce(const std::string &address)
     {
-        const rtu::OneOffRead read = link().read(rtu::TagSpec(1, QString::fromStdString(address)));
+        const rtu::OneOffRead read = link().read(rtu::TagDefinition(1, QString::fromStdString(address)));
         while (!read.ended())
             step();
     }

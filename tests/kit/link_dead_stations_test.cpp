@@ -23,7 +23,7 @@ protected:
         for (int station = 1; station <= count; ++station) {
             plant.define(station, Table::HoldingRegisters, 0, 10);
             plant.setTurnaround(station, milliseconds(2));
-            tags.push_back(link().addTag(TagSpec(station, "4x1")));
+            tags.push_back(link().addTag(TagDefinition(station, "4x1")));
         }
         m_watched = count;
     }
@@ -173,7 +173,7 @@ TEST_F(LinkDeadStations, AWriteFindsThemBack)
     kill(1);
     run(std::chrono::seconds(20));
     plant.setStationOn(2, true);
-    link().write(TagSpec(2, "4x2"), {1});
+    link().write(TagDefinition(2, "4x2"), {1});
     run(milliseconds(200));
     EXPECT_EQ(Quality::Good, tags[1].value().quality);
 }
@@ -184,7 +184,7 @@ TEST_F(LinkDeadStations, ComeBackAsSoonHoweverOftenTheyWereWrittenTo)
     run(std::chrono::seconds(5));
     kill(1);
     for (int i = 0; i < 300; ++i) {
-        link().write(TagSpec(5, "4x2"), {1});
+        link().write(TagDefinition(5, "4x2"), {1});
         run(std::chrono::seconds(1));
     }
     plant.setStationOn(5, true);
@@ -221,11 +221,11 @@ TEST_F(LinkDeadStations, AreSilentUntilTheyTakeAWrite)
 {
     plant.define(9, Table::HoldingRegisters, 0, 10);
     plant.setStationOn(9, false);
-    link().write(TagSpec(9, "4x1"), {1});
+    link().write(TagDefinition(9, "4x1"), {1});
     run(std::chrono::seconds(10));
     EXPECT_TRUE(link().statistics().stations.at(9).silent);
     plant.setStationOn(9, true);
-    link().write(TagSpec(9, "4x1"), {1});
+    link().write(TagDefinition(9, "4x1"), {1});
     run(std::chrono::seconds(1));
     EXPECT_FALSE(link().statistics().stations.at(9).silent) << "no tag of it is read";
 }

@@ -21,7 +21,7 @@ protected:
     /** Registers hold their own zero-based address, so that an answer to another request shows. */
     rtu::Tag watch(const char *address, int station = 1)
     {
-        const rtu::Tag tag = link().addTag(TagSpec(station, address));
+        const rtu::Tag tag = link().addTag(TagDefinition(station, address));
         line->slave = [this](VirtualLine &, const Bytes &request) { answerByAddress(request); };
         return tag;
     }
@@ -197,7 +197,7 @@ TEST_F(LinkExchange, TheAnswerOfAStationThatIsBackMayBeToAnEarlierAttempt)
 
 TEST_F(LinkExchange, ALateReplyThatIsComingInIsWaitedForBeforeTheNextAttempt)
 {
-    TagSpec ten(1, "4x1");
+    TagDefinition ten(1, "4x1");
     ten.values = 10;
     watch("4x1");
     link().addTag(ten);
@@ -222,7 +222,7 @@ TEST_F(LinkExchange, ALineThatIsNeverSilentIsGivenUpOn)
 TEST_F(LinkExchange, ABroadcastGetsItsDelayAndNoReply)
 {
     watch("4x1");
-    link().write(TagSpec(0, "4x5"), {7});
+    link().write(TagDefinition(0, "4x5"), {7});
     steps(1);
     EXPECT_EQ(frame("00 06 00 04 00 07"), line->sent.at(0).bytes);
     EXPECT_EQ(ReplyEnd::NoneExpected, transactions.at(0).end);
@@ -325,7 +325,7 @@ TEST_F(LinkExchange, DoesNotWarnOfGoodReplies)
     settings.checkReplies = false;
     for (const char *address : {"4x1", "0x1", "1x9", "3x4", "4x_double20"})
         watch(address);
-    link().write(TagSpec(1, "4x_bit3.5"), {1});
+    link().write(TagDefinition(1, "4x_bit3.5"), {1});
     steps(7);
     EXPECT_EQ(frame("01 10 00 02 00 01 02 00 22"), line->sent.at(1).bytes); // 2 with bit 5 set
     for (const rtu::Transaction &t : transactions)

@@ -9,13 +9,13 @@ namespace {
 
 using namespace test_kit;
 
-TagSpec values(TagSpec spec, int count)
+TagDefinition values(TagDefinition definition, int count)
 {
-    spec.values = count;
-    return spec;
+    definition.values = count;
+    return definition;
 }
 
-rtu::RecipeRow row(const TagSpec &where)
+rtu::RecipeRow row(const TagDefinition &where)
 {
     rtu::RecipeRow row;
     row.where = where;
@@ -32,40 +32,45 @@ struct Try
 };
 
 const Try Tries[] = {
-    {"plan with a key of station 0", [](rtu::Link &link) { link.addTag(TagSpec(0, "4x1")); }, "read from 1 to 247"},
-    {"`intf_setData` to `4x_bit` of station 0", [](rtu::Link &link) { link.write(TagSpec(0, "4x_bit1.0"), {1}); },
+    {"plan with a key of station 0", [](rtu::Link &link) { link.addTag(TagDefinition(0, "4x1")); },
+     "read from 1 to 247"},
+    {"`intf_setData` to `4x_bit` of station 0", [](rtu::Link &link) { link.write(TagDefinition(0, "4x_bit1.0"), {1}); },
      "write the whole register"},
     {"`intf_setData` to `4x`, `4x_double` with a `count` between -*words* and 0",
-     [](rtu::Link &link) { link.write(values(TagSpec(1, "4x1"), -5), {1}); }, "number of values must be from 1"},
+     [](rtu::Link &link) { link.write(values(TagDefinition(1, "4x1"), -5), {1}); }, "number of values must be from 1"},
     {"`intf_setData` to `4x`, `4x_double` with a `count` between -*words* and 0",
-     [](rtu::Link &link) { link.write(values(TagSpec(1, "4x_double1"), -1), {1}); }, "number of values must be from 1"},
-    {"one-off read of station 0", [](rtu::Link &link) { link.read(TagSpec(0, "4x1")); }, "station 0 is all slaves"},
-    {"load with a `3x` row, save with a row of station 0", [](rtu::Link &link) { link.load({row(TagSpec(1, "3x1"))}); },
-     "read-only"},
-    {"load with a `3x` row, save with a row of station 0", [](rtu::Link &link) { link.save({row(TagSpec(0, "4x1"))}); },
+     [](rtu::Link &link) { link.write(values(TagDefinition(1, "4x_double1"), -1), {1}); },
+     "number of values must be from 1"},
+    {"one-off read of station 0", [](rtu::Link &link) { link.read(TagDefinition(0, "4x1")); },
      "station 0 is all slaves"},
+    {"load with a `3x` row, save with a row of station 0",
+     [](rtu::Link &link) { link.load({row(TagDefinition(1, "3x1"))}); }, "read-only"},
+    {"load with a `3x` row, save with a row of station 0",
+     [](rtu::Link &link) { link.save({row(TagDefinition(0, "4x1"))}); }, "station 0 is all slaves"},
     {"a request byte without registered blocks", [](rtu::Link &link) { link.load({}); }, "at least one row"},
     {"a request byte without registered blocks", [](rtu::Link &link) { link.save({}); }, "at least one row"},
     {"a negative `count` of coils, or no coils",
-     [](rtu::Link &link) { link.write(values(TagSpec(1, "0x1"), -1), {1}); }, "number of values must be from 1"},
-    {"a negative `count` of coils, or no coils", [](rtu::Link &link) { link.write(values(TagSpec(1, "0x1"), 0), {}); },
+     [](rtu::Link &link) { link.write(values(TagDefinition(1, "0x1"), -1), {1}); }, "number of values must be from 1"},
+    {"a negative `count` of coils, or no coils",
+     [](rtu::Link &link) { link.write(values(TagDefinition(1, "0x1"), 0), {}); }, "number of values must be from 1"},
+    {"`4x_bit` with a negative `count` above -*words*, or of a bit address below 0",
+     [](rtu::Link &link) { link.write(values(TagDefinition(1, "4x_bit1.0"), -3), {1}); },
      "number of values must be from 1"},
     {"`4x_bit` with a negative `count` above -*words*, or of a bit address below 0",
-     [](rtu::Link &link) { link.write(values(TagSpec(1, "4x_bit1.0"), -3), {1}); }, "number of values must be from 1"},
-    {"`4x_bit` with a negative `count` above -*words*, or of a bit address below 0",
-     [](rtu::Link &link) { link.write(TagSpec(1, "4x_bit0.5"), {1}); }, "out of range"},
+     [](rtu::Link &link) { link.write(TagDefinition(1, "4x_bit0.5"), {1}); }, "out of range"},
     {"`4x`, `4x_bit`, `4x_double` with `count` 0, or -*words* or below",
-     [](rtu::Link &link) { link.write(values(TagSpec(1, "4x1"), 0), {}); }, "number of values must be from 1"},
+     [](rtu::Link &link) { link.write(values(TagDefinition(1, "4x1"), 0), {}); }, "number of values must be from 1"},
     {"`4x`, `4x_bit`, `4x_double` with `count` 0, or -*words* or below",
-     [](rtu::Link &link) { link.write(values(TagSpec(1, "4x_bit1.0"), -200), {}); }, "number of values must be from 1"},
+     [](rtu::Link &link) { link.write(values(TagDefinition(1, "4x_bit1.0"), -200), {}); },
+     "number of values must be from 1"},
     // What to keep to when writing.
-    {"one coil", [](rtu::Link &link) { link.write(TagSpec(1, "0x1"), {2}); }, "0 to 1"},
+    {"one coil", [](rtu::Link &link) { link.write(TagDefinition(1, "0x1"), {2}); }, "0 to 1"},
     {"one of several coils",
      [](rtu::Link &link) {
-         link.write(values(TagSpec(1, "0x1"), 2), {0, 2});
+         link.write(values(TagDefinition(1, "0x1"), 2), {0, 2});
      },
      "0 to 1"},
-    {"a bit of a register", [](rtu::Link &link) { link.write(TagSpec(1, "4x_bit1.0"), {2}); }, "0 to 1"},
+    {"a bit of a register", [](rtu::Link &link) { link.write(TagDefinition(1, "4x_bit1.0"), {2}); }, "0 to 1"},
 };
 
 /** The first cells of the rows of all tables under a heading of the guide. */
@@ -121,9 +126,9 @@ TEST_F(LinkGuide, WritesThatARequestDoesNotTakeAreCut)
     settings.maxWords = 4;
     plant.define(1, Table::Coils, 0, 1100);
     plant.define(1, Table::HoldingRegisters, 0, 10);
-    link().write(values(TagSpec(1, "0x1"), 1100), std::vector<double>(1100, 1));
-    link().write(values(TagSpec(1, "4x_bit1.3"), 9), std::vector<double>(9, 1));
-    link().write(values(TagSpec(1, "4x_double5"), 3), {1, 2, 3});
+    link().write(values(TagDefinition(1, "0x1"), 1100), std::vector<double>(1100, 1));
+    link().write(values(TagDefinition(1, "4x_bit1.3"), 9), std::vector<double>(9, 1));
+    link().write(values(TagDefinition(1, "4x_double5"), 3), {1, 2, 3});
     steps(100);
     for (int coil = 0; coil < 1100; ++coil)
         EXPECT_EQ(1, plant.peek(1, Table::Coils, coil)) << coil;

@@ -89,7 +89,7 @@ TEST_F(LinkPartsTest, ATransferUnderWayIsNeitherHandedTwiceNorEndedByAPortThatIs
     job->lock = std::make_shared<rtu::LinkLock>();
     job->kind = rtu::TransferKind::Save;
     job->layouts.push_back(std::make_shared<rtu::TagLayout>(
-        driver, catalog, rtu::TagSpec(1, QString::fromLatin1("4x1")), rtu::TagUse::Read));
+        driver, catalog, rtu::TagDefinition(1, QString::fromLatin1("4x1")), rtu::TagUse::Read));
     job->raw.resize(1);
     rtu::TransferQueue transfers(parts, memory, 1);
     transfers.accept(job);

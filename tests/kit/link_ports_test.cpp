@@ -16,7 +16,7 @@ namespace {
 
 using namespace test_line;
 using rtu::LinkStep;
-using rtu::TagSpec;
+using rtu::TagDefinition;
 
 /** What the call says as the kit's one exception; anything else that it throws fails the test. */
 template <typename Call>
@@ -92,7 +92,7 @@ rtu::Transaction oneRead(const rtu::LinkSettings &settings)
     rtu::Link link(settings);
     rtu::Transaction last;
     link.onTransaction([&last](const rtu::Transaction &t) { last = t; });
-    link.addTag(TagSpec(1, "4x10"));
+    link.addTag(TagDefinition(1, "4x10"));
     link.open();
     EXPECT_EQ(LinkStep::Done, link.step());
     EXPECT_EQ(rtu::ReplyKind::Good, last.kind);

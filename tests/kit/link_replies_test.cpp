@@ -44,7 +44,7 @@ TEST_F(LinkReplies, OfOthersBringNoValue)
         {"another byte count", "01 03 04 00 09"},
         {"the exception of another station", "02 83 02"},
     };
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     for (const ForeignCase &c : cases) {
         transactions.clear();
         reply(c.reply);
@@ -63,7 +63,7 @@ TEST_F(LinkReplies, AcknowledgementsOfOtherWritesEndNothing)
     rtu::WriteOptions options;
     options.done = [&ends](const rtu::WriteResult &) { ++ends; };
     reply("01 06 00 0A 00 07");
-    link().write(TagSpec(1, "4x10"), {7}, options);
+    link().write(TagDefinition(1, "4x10"), {7}, options);
     steps(1);
     EXPECT_EQ(0, ends);
     steps(1);
@@ -74,7 +74,7 @@ TEST_F(LinkReplies, AcknowledgementsOfOtherWritesEndNothing)
 TEST_F(LinkReplies, AreTakenByLengthAndCheckSumAloneOnRequest)
 {
     settings.checkReplies = false;
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     reply("02 03 02 00 09");
     steps(1);
     EXPECT_EQ(9.0, tag.value().number());
@@ -82,8 +82,8 @@ TEST_F(LinkReplies, AreTakenByLengthAndCheckSumAloneOnRequest)
 
 TEST_F(LinkReplies, LateOnesAreNotTakenForTheNext)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
-    link().addTag(TagSpec(1, "4x_bit90.0"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x_bit90.0"));
     steps(2);
     script.push_back(
         [this](const Bytes &) { line->receive(settings.replyTimeout + milliseconds(50), frame("01 03 02 00 09")); });
@@ -96,7 +96,7 @@ TEST_F(LinkReplies, ThePauseThatEndsAReplyCanBeSet)
 {
     settings.replyGap = milliseconds(5);
     settings.attempts = 1;
-    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x10"));
     script.push_back([this](const Bytes &) { line->receive(milliseconds(10), hex("01 03 02")); });
     steps(1);
     ASSERT_EQ(1u, transactions.size());
@@ -109,7 +109,7 @@ TEST_F(LinkReplies, EchoesAreFoundAndDropped)
     plant::Fault echo;
     echo.kind = plant::FaultKind::Echo;
     plant.addFault(echo);
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(4);
     EXPECT_EQ(5.0, tag.value().number());
     EXPECT_EQ((std::vector<ReplyKind>{ReplyKind::Foreign, ReplyKind::Good, ReplyKind::Good, ReplyKind::Good}), kinds());
@@ -130,14 +130,14 @@ TEST_F(LinkReplies, AnEchoWithoutAnAnswerConfirmsNoWrite)
     std::vector<rtu::WriteEnd> ends;
     rtu::WriteOptions options;
     options.done = [&ends](const rtu::WriteResult &result) { ends.push_back(result.end); };
-    link().write(TagSpec(1, "4x10"), {7}, options);
+    link().write(TagDefinition(1, "4x10"), {7}, options);
     steps(3);
     EXPECT_EQ((std::vector<rtu::WriteEnd>{rtu::WriteEnd::Unconfirmed}), ends);
 }
 
 TEST_F(LinkReplies, ObserversSeeBytesTimesAndVerdict)
 {
-    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x10"));
     loseRequests(1);
     steps(2);
     ASSERT_EQ(2u, transactions.size());
@@ -154,8 +154,8 @@ TEST_F(LinkReplies, ObserversSeeBytesTimesAndVerdict)
 
 TEST_F(LinkReplies, StatisticsCountByStationAndKind)
 {
-    link().addTag(TagSpec(1, "4x10"));
-    link().addTag(TagSpec(2, "4x200"));
+    link().addTag(TagDefinition(1, "4x10"));
+    link().addTag(TagDefinition(2, "4x200"));
     loseRequests(1);
     script.push_back([this](const Bytes &) { line->receive(milliseconds(10), hex("01 03 02 00 05 00 00")); });
     steps(6);
@@ -177,10 +177,10 @@ TEST_F(LinkReplies, StatisticsCountByStationAndKind)
 TEST_F(LinkReplies, HolesAreFoundAndTheTagsAroundThemReadAlone)
 {
     plant.makeHole(1, Table::HoldingRegisters, 20, 5);
-    const rtu::Tag before = link().addTag(TagSpec(1, "4x20"));
-    const rtu::Tag behind = link().addTag(TagSpec(1, "4x30"));
-    const rtu::Tag inside = link().addTag(TagSpec(1, "4x22"));
-    const rtu::Tag other = link().addTag(TagSpec(2, "4x1"));
+    const rtu::Tag before = link().addTag(TagDefinition(1, "4x20"));
+    const rtu::Tag behind = link().addTag(TagDefinition(1, "4x30"));
+    const rtu::Tag inside = link().addTag(TagDefinition(1, "4x22"));
+    const rtu::Tag other = link().addTag(TagDefinition(2, "4x1"));
     run(std::chrono::seconds(5));
     EXPECT_EQ(Quality::Good, before.value().quality);
     EXPECT_EQ(Quality::Good, behind.value().quality);
@@ -195,8 +195,8 @@ TEST_F(LinkReplies, HolesAreFoundAndTheTagsAroundThemReadAlone)
 
 TEST_F(LinkReplies, BlocksThatAreRefusedWholeAreLeftInThePlan)
 {
-    link().addTag(TagSpec(1, "4x201"));
-    link().addTag(TagSpec(1, "4x202"));
+    link().addTag(TagDefinition(1, "4x201"));
+    link().addTag(TagDefinition(1, "4x202"));
     run(std::chrono::seconds(2));
     EXPECT_TRUE(notices.empty());
     EXPECT_EQ("01 03 00 C8 00 02", lastRequest());
@@ -206,8 +206,8 @@ TEST_F(LinkReplies, HolesAreLeftAloneOnRequest)
 {
     settings.findHoles = false;
     plant.makeHole(1, Table::HoldingRegisters, 20, 5);
-    link().addTag(TagSpec(1, "4x20"));
-    link().addTag(TagSpec(1, "4x30"));
+    link().addTag(TagDefinition(1, "4x20"));
+    link().addTag(TagDefinition(1, "4x30"));
     run(std::chrono::seconds(2));
     for (const Bytes &request : requests)
         EXPECT_EQ("01 03 00 13 00 0B", text(request));
@@ -216,7 +216,7 @@ TEST_F(LinkReplies, HolesAreLeftAloneOnRequest)
 TEST_F(LinkReplies, LateOnesThatComeInLumpsAreLeftToEnd)
 {
     settings.lateReplyGuard = rtu::Duration(0);
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     script.push_back([this](const Bytes &request) {
         const rtu::Duration whole = plant::characterTime(plantLine) * static_cast<int>(request.size());
         line->receive(whole + settings.replyTimeout + microseconds(500), hex("01 03 02"));
@@ -231,7 +231,7 @@ TEST_F(LinkReplies, LateOnesThatComeInLumpsAreLeftToEnd)
 
 TEST_F(LinkReplies, TheShareOfAShortRunIsNotMoreThanTheWholeLine)
 {
-    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     EXPECT_DOUBLE_EQ(1.0, link().statistics().total.share);
     EXPECT_EQ(link().statistics().elapsed, link().statistics().total.busy);

@@ -14,7 +14,7 @@ protected:
 
     rtu::Duration pauseBeforeSecond()
     {
-        link().addTag(TagSpec(1, "4x1"));
+        link().addTag(TagDefinition(1, "4x1"));
         steps(2);
         return transactions.at(1).sent - transactions.at(0).finished;
     }
@@ -35,7 +35,7 @@ TEST_F(LinkSettingsOf, AStationHaveItsSilence)
 TEST_F(LinkSettingsOf, AStationHaveItsTimeOut)
 {
     settings.stations[1].replyTimeout = milliseconds(70);
-    link().addTag(TagSpec(1, "4x1"));
+    link().addTag(TagDefinition(1, "4x1"));
     loseRequests(1);
     steps(1);
     EXPECT_EQ(milliseconds(70), transactions.at(0).finished - transactions.at(0).requestEnd);
@@ -43,12 +43,12 @@ TEST_F(LinkSettingsOf, AStationHaveItsTimeOut)
 
 TEST_F(LinkSettingsOf, FloatsAndTextsAreWritten)
 {
-    TagSpec text(1, "4x5", TagFormat::Text);
+    TagDefinition text(1, "4x5", TagFormat::Text);
     text.values = 2;
-    TagSpec swapped(1, "4x_double8", TagFormat::Float);
+    TagDefinition swapped(1, "4x_double8", TagFormat::Float);
     swapped.wordOrder = rtu::WordOrder::LowFirst;
     link().write(link().addTag(text), QString("Abc"));
-    link().write(TagSpec(1, "4x_double1", TagFormat::Float), {1.5});
+    link().write(TagDefinition(1, "4x_double1", TagFormat::Float), {1.5});
     link().write(swapped, {1.5});
     steps(8);
     EXPECT_EQ(0x4162, plant.peek(1, Table::HoldingRegisters, 4));
@@ -71,7 +71,7 @@ TEST_F(LinkSettingsOf, HandlesOfNothingHaveEnded)
 TEST_F(LinkSettingsOf, ATransferThatWaitsCanBeCancelled)
 {
     rtu::RecipeRow row;
-    row.where = TagSpec(1, "4x1");
+    row.where = TagDefinition(1, "4x1");
     rtu::Transfer transfer = link().save({row});
     EXPECT_TRUE(transfer.cancel());
     steps(3);

@@ -29,7 +29,7 @@ TEST(LinkSeveral, SixteenKeepTheirPlansAndValuesApart)
     for (int i = 0; i < 16; ++i) {
         links.emplace_back(new OwnLink);
         links.back()->plant.define(1, Table::HoldingRegisters, i, 1, static_cast<std::uint16_t>(100 + i));
-        tags.push_back(links.back()->link().addTag(TagSpec(1, QString::fromLatin1("4x%1").arg(i + 1))));
+        tags.push_back(links.back()->link().addTag(TagDefinition(1, QString::fromLatin1("4x%1").arg(i + 1))));
     }
     for (int round = 0; round < 3; ++round) {
         for (const auto &one : links)
@@ -63,8 +63,8 @@ protected:
     {
         link.plant.define(1, Table::HoldingRegisters, 0, 10);
         link.plant.define(2, Table::HoldingRegisters, 0, 10);
-        link.link().addTag(TagSpec(1, "4x1"));
-        link.link().addTag(TagSpec(2, "4x1"));
+        link.link().addTag(TagDefinition(1, "4x1"));
+        link.link().addTag(TagDefinition(2, "4x1"));
     }
 
     /** All that a link counts and measures, but for the clock of each: they run as far past a second as they please. */

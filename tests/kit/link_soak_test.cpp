@@ -18,7 +18,7 @@ using namespace test_kit;
 using namespace test_line;
 using rtu::LinkStep;
 using rtu::Quality;
-using rtu::TagSpec;
+using rtu::TagDefinition;
 using rtu::WriteEnd;
 
 /** A write of registers, and what has been heard of it. */
@@ -31,11 +31,11 @@ struct Asked
     int ends = 0;
 };
 
-TagSpec registers(int station, const char *type, int first, int count)
+TagDefinition registers(int station, const char *type, int first, int count)
 {
-    TagSpec spec(station, QString::fromLatin1("%1%2").arg(QLatin1String(type)).arg(first + 1));
-    spec.values = count;
-    return spec;
+    TagDefinition definition(station, QString::fromLatin1("%1%2").arg(QLatin1String(type)).arg(first + 1));
+    definition.values = count;
+    return definition;
 }
 
 class LinkSoak : public testing::TestWithParam<rtu::Echo>
@@ -67,7 +67,7 @@ protected:
         for (int station = 1; station <= FaultySlaves::Stations; ++station) {
             tags.push_back(link->addTag(registers(station, "4x", 0, 4 + station)));
             tags.push_back(link->addTag(registers(station, "3x", 2, 10 + station)));
-            TagSpec slow = registers(station, "4x", 12, 2);
+            TagDefinition slow = registers(station, "4x", 12, 2);
             slow.pace = std::chrono::seconds(1);
             tags.push_back(link->addTag(slow));
         }
@@ -76,15 +76,15 @@ protected:
     void look(const rtu::TagChange &change)
     {
         const rtu::TagValue &now = change.after;
-        const TagSpec spec = change.tag.spec();
-        const int first = spec.address.mid(2).toInt() - 1;
+        const TagDefinition definition = change.tag.definition();
+        const int first = definition.address.mid(2).toInt() - 1;
         if (now.quality == Quality::NeverRead || now.time == rtu::TimePoint())
             return;
         for (int i = 0; i < now.count(); ++i) {
             ++valuesSeen;
-            if (!FaultySlaves::belongsTo(now.raw()[static_cast<std::size_t>(i)], spec.station, first + i))
-                ADD_FAILURE() << "station " << spec.station << " " << spec.address.toStdString() << " value " << i
-                              << " is " << std::hex << now.raw()[static_cast<std::size_t>(i)];
+            if (!FaultySlaves::belongsTo(now.raw()[static_cast<std::size_t>(i)], definition.station, first + i))
+                ADD_FAILURE() << "station " << definition.station << " " << definition.address.toStdString()
+                              << " value " << i << " is " << std::hex << now.raw()[static_cast<std::size_t>(i)];
         }
     }
 
@@ -226,7 +226,7 @@ TEST_P(LinkSoak, BringsNoForeignValueAndTellsEachWriteItsEndOnce)
     for (const rtu::Tag &tag : tags) {
         const rtu::TagValue value = tag.value();
         EXPECT_EQ(Quality::Good, value.quality)
-            << "station " << tag.spec().station << " " << tag.spec().address.toStdString();
+            << "station " << tag.definition().station << " " << tag.definition().address.toStdString();
     }
     EXPECT_GT(slaves.faults, frames / 20);
     EXPECT_GT(valuesSeen, frames / 10);

@@ -21,7 +21,7 @@ protected:
 
 TEST_F(LinkTags, NeverReadAtFirst)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     EXPECT_EQ(Quality::NeverRead, tag.value().quality);
     EXPECT_EQ(1, tag.value().count());
     EXPECT_EQ(0.0, tag.value().number());
@@ -30,7 +30,7 @@ TEST_F(LinkTags, NeverReadAtFirst)
 TEST_F(LinkTags, AReadBringsValueTimeAndQuality)
 {
     plant.poke(1, Table::HoldingRegisters, 9, 1234);
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     ASSERT_EQ(1u, transactions.size());
     EXPECT_EQ("01 03 00 09 00 01", lastRequest());
@@ -41,7 +41,7 @@ TEST_F(LinkTags, AReadBringsValueTimeAndQuality)
 
 TEST_F(LinkTags, AFirstValueOfZeroIsAChangeOfQuality)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     ASSERT_EQ(1u, changes.size());
     EXPECT_EQ(tag, changes[0].tag);
@@ -51,7 +51,7 @@ TEST_F(LinkTags, AFirstValueOfZeroIsAChangeOfQuality)
 
 TEST_F(LinkTags, AChangeComesWithOldAndNewValueAndOnlyOnce)
 {
-    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     changes.clear();
     plant.poke(1, Table::HoldingRegisters, 9, 7);
@@ -63,7 +63,7 @@ TEST_F(LinkTags, AChangeComesWithOldAndNewValueAndOnlyOnce)
 
 TEST_F(LinkTags, TheTimeMovesOnWithoutAChange)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     const rtu::TimePoint first = tag.value().time;
     steps(1);
@@ -89,12 +89,12 @@ class LinkFormats : public LinkTags, public testing::WithParamInterface<FormatCa
 TEST_P(LinkFormats, ShowTheStoredBits)
 {
     const FormatCase &c = GetParam();
-    TagSpec spec(1, c.address, c.format);
-    spec.wordOrder = c.order;
-    spec.scale = c.scale;
+    TagDefinition definition(1, c.address, c.format);
+    definition.wordOrder = c.order;
+    definition.scale = c.scale;
     plant.pokeDouble(1, Table::HoldingRegisters, 20, c.stored);
     plant.poke(1, Table::HoldingRegisters, 10, static_cast<std::uint16_t>(c.stored));
-    const rtu::Tag tag = link().addTag(spec);
+    const rtu::Tag tag = link().addTag(definition);
     steps(1);
     EXPECT_EQ(Quality::Good, tag.value().quality);
     EXPECT_DOUBLE_EQ(c.number, tag.value().number());
@@ -124,9 +124,9 @@ TEST_F(LinkTags, TextsEndAtAZero)
     plant.poke(1, Table::HoldingRegisters, 0, 0x4142);
     plant.poke(1, Table::HoldingRegisters, 1, 0x4300);
     plant.poke(1, Table::HoldingRegisters, 2, 0x4445);
-    TagSpec spec(1, "4x1", TagFormat::Text);
-    spec.values = 3;
-    const rtu::Tag tag = link().addTag(spec);
+    TagDefinition definition(1, "4x1", TagFormat::Text);
+    definition.values = 3;
+    const rtu::Tag tag = link().addTag(definition);
     steps(1);
     EXPECT_EQ("ABC", tag.value().text().toStdString());
 }
@@ -134,9 +134,9 @@ TEST_F(LinkTags, TextsEndAtAZero)
 TEST_F(LinkTags, AnArrayLongerThanARequestIsOneTag)
 {
     plant.define(2, Table::HoldingRegisters, 0, 400, 5);
-    TagSpec spec(2, "4x1");
-    spec.values = 300;
-    const rtu::Tag tag = link().addTag(spec);
+    TagDefinition definition(2, "4x1");
+    definition.values = 300;
+    const rtu::Tag tag = link().addTag(definition);
     steps(2);
     EXPECT_EQ(Quality::NeverRead, tag.value().quality) << "a third of it is missing";
     steps(1);
@@ -148,7 +148,7 @@ TEST_F(LinkTags, AnArrayLongerThanARequestIsOneTag)
 
 TEST_F(LinkTags, AnExceptionIsAnAnswerAndShownWithItsCode)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x101"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x101"));
     steps(1);
     EXPECT_EQ(Quality::Refused, tag.value().quality);
     EXPECT_EQ(2, tag.value().exceptionCode);
@@ -160,7 +160,7 @@ TEST_F(LinkTags, AnExceptionIsAnAnswerAndShownWithItsCode)
 TEST_F(LinkTags, ASilentStationKeepsItsValue)
 {
     plant.poke(1, Table::HoldingRegisters, 9, 7);
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     plant.setStationOn(1, false);
     steps(3);
@@ -174,7 +174,7 @@ TEST_F(LinkTags, ASilentStationKeepsItsValue)
 
 TEST_F(LinkTags, ALostPortMakesAllTagsSilent)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     line->plugged = false;
     EXPECT_EQ(LinkStep::NoPort, link().step());
@@ -187,9 +187,9 @@ TEST_F(LinkTags, ALostPortMakesAllTagsSilent)
 
 TEST_F(LinkTags, TagsComeAndGoWhileTheLinkRuns)
 {
-    const rtu::Tag first = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag first = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
-    const rtu::Tag second = link().addTag(TagSpec(1, "4x12"));
+    const rtu::Tag second = link().addTag(TagDefinition(1, "4x12"));
     steps(1);
     EXPECT_EQ("01 03 00 09 00 03", lastRequest());
     EXPECT_EQ(2u, link().tags().size());
@@ -203,11 +203,11 @@ TEST_F(LinkTags, TagsComeAndGoWhileTheLinkRuns)
 TEST_F(LinkTags, ThatComeAllTheTimeDoNotStarveTheTailOfThePlan)
 {
     plant.define(1, Table::HoldingRegisters, 0, 2000, 5);
-    link().addTag(TagSpec(1, "4x1"));
-    link().addTag(TagSpec(1, "4x500"));
-    const rtu::Tag last = link().addTag(TagSpec(1, "4x1000"));
+    link().addTag(TagDefinition(1, "4x1"));
+    link().addTag(TagDefinition(1, "4x500"));
+    const rtu::Tag last = link().addTag(TagDefinition(1, "4x1000"));
     for (int i = 0; i < 20; ++i) {
-        link().removeTag(link().addTag(TagSpec(1, QString::fromLatin1("4x%1").arg(1200 + i))));
+        link().removeTag(link().addTag(TagDefinition(1, QString::fromLatin1("4x%1").arg(1200 + i))));
         steps(1);
     }
     EXPECT_EQ(5.0, last.value().number());
@@ -217,7 +217,7 @@ TEST_F(LinkTags, ThatComeAllTheTimeDoNotStarveTheTailOfThePlan)
 TEST_F(LinkTags, OutliveTheirLink)
 {
     plant.poke(1, Table::HoldingRegisters, 9, 7);
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     destroyLink();
     EXPECT_EQ(7.0, tag.value().number());
@@ -225,9 +225,9 @@ TEST_F(LinkTags, OutliveTheirLink)
 
 TEST_F(LinkTags, WithATagOfItsOwnPaceAreReadThatOften)
 {
-    TagSpec slow(1, "4x50");
+    TagDefinition slow(1, "4x50");
     slow.pace = std::chrono::seconds(2);
-    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x10"));
     const rtu::Tag tag = link().addTag(slow);
     run(std::chrono::seconds(9));
     int reads = 0;
@@ -242,8 +242,8 @@ TEST_F(LinkTags, TheEndOfARoundIsTold)
     settings.attempts = 1;
     plant.define(2, Table::HoldingRegisters, 0, 100);
     plant.setStationOn(2, false);
-    link().addTag(TagSpec(1, "4x10"));
-    link().addTag(TagSpec(2, "4x10"));
+    link().addTag(TagDefinition(1, "4x10"));
+    link().addTag(TagDefinition(2, "4x10"));
     std::vector<std::size_t> framesAtEnd;
     link().onRound([&] { framesAtEnd.push_back(requests.size()); });
     run(milliseconds(450));
@@ -256,14 +256,14 @@ TEST_F(LinkTags, TheEndOfARoundIsTold)
 TEST_F(LinkTags, RoundsKeepTheirInterval)
 {
     settings.roundInterval = milliseconds(500);
-    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x10"));
     run(std::chrono::seconds(5));
     EXPECT_NEAR(10, static_cast<double>(requests.size()), 1);
 }
 
 TEST_F(LinkTags, NeighboursThatAreDueTogetherAreReadTogether)
 {
-    TagSpec slow;
+    TagDefinition slow;
     slow.station = 1;
     slow.pace = std::chrono::seconds(5);
     for (const char *address : {"4x50", "4x60", "4x40", "0x1", "0x30", "3x55"}) {
@@ -276,13 +276,13 @@ TEST_F(LinkTags, NeighboursThatAreDueTogetherAreReadTogether)
     EXPECT_EQ("01 01 00 00 00 1E", text(requests[1]));
     EXPECT_EQ("01 04 00 36 00 01", text(requests[2]));
     for (const rtu::Tag &tag : link().tags())
-        EXPECT_EQ(Quality::Good, tag.value().quality) << tag.spec().address.toStdString();
+        EXPECT_EQ(Quality::Good, tag.value().quality) << tag.definition().address.toStdString();
 }
 
 TEST_F(LinkTags, NeighboursThatNoRequestCoversAreReadByThemselves)
 {
     plant.define(2, Table::HoldingRegisters, 0, 300);
-    TagSpec slow(2, "4x1");
+    TagDefinition slow(2, "4x1");
     slow.pace = std::chrono::seconds(5);
     link().addTag(slow);
     slow.address = QString::fromLatin1("4x121"); // one more than a request holds
@@ -295,7 +295,7 @@ TEST_F(LinkTags, NeighboursThatNoRequestCoversAreReadByThemselves)
 
 TEST_F(LinkTags, ThatAreNoneAreNotRemoved)
 {
-    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x10"));
     link().removeTag(rtu::Tag());
     EXPECT_EQ(1u, link().tags().size());
 }

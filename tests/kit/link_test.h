@@ -23,7 +23,7 @@ using namespace test_line;
 using plant::Table;
 using rtu::LinkStep;
 using rtu::Quality;
-using rtu::TagSpec;
+using rtu::TagDefinition;
 
 class LinkTest : public testing::Test
 {

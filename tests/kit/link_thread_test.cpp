@@ -79,7 +79,7 @@ protected:
             if (++frames == 5)
                 fifth.set_value();
         });
-        link->addTag(TagSpec(1, "4x10"));
+        link->addTag(TagDefinition(1, "4x10"));
     }
 
     void untilFive() { fifth.get_future().wait(); }
@@ -175,7 +175,7 @@ TEST_F(LinkThread, WhatCallbacksThrowEndsThere)
 TEST_F(LinkThread, AWriteCanBeWaitedForFromAnotherThread)
 {
     link->start();
-    const rtu::Write write = link->write(TagSpec(1, "4x10"), {7});
+    const rtu::Write write = link->write(TagDefinition(1, "4x10"), {7});
     EXPECT_TRUE(write.wait(std::chrono::hours(1)));
     EXPECT_EQ(rtu::WriteEnd::Acknowledged, write.result().end);
 }
@@ -210,7 +210,7 @@ TEST_F(LinkThread, TagsAndWritesComeFromManyThreads)
     std::atomic<int> ended{0};
     for (int i = 0; i < 4; ++i)
         threads.emplace_back([this, i, &ended] {
-            const rtu::Tag tag = link->addTag(TagSpec(1, QString::fromLatin1("4x%1").arg(20 + i)));
+            const rtu::Tag tag = link->addTag(TagDefinition(1, QString::fromLatin1("4x%1").arg(20 + i)));
             for (int n = 0; n < 50; ++n) {
                 const rtu::Write write = link->write(tag, n);
                 write.wait(std::chrono::hours(1));
@@ -246,7 +246,7 @@ TEST_F(LinkThread, RestsUntilItIsAskedForSomething)
         link->removeTag(tag);
     link->start();
     for (int i = 0; i < 20; ++i) {
-        const rtu::Write write = link->write(TagSpec(1, "4x10"), {static_cast<double>(i)});
+        const rtu::Write write = link->write(TagDefinition(1, "4x10"), {static_cast<double>(i)});
         EXPECT_TRUE(write.wait(std::chrono::hours(1)));
     }
     EXPECT_EQ(20, line->sent);

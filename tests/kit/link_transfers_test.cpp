@@ -25,15 +25,15 @@ protected:
     static RecipeRow row(int station, const char *address, std::vector<double> numbers)
     {
         RecipeRow result;
-        result.where = TagSpec(station, address);
+        result.where = TagDefinition(station, address);
         result.where.values = static_cast<int>(numbers.size());
         result.numbers = numbers;
         return result;
     }
 
-    void read(const TagSpec &spec)
+    void read(const TagDefinition &definition)
     {
-        link().read(spec, [this](const ReadResult &result) { reads.push_back(result); });
+        link().read(definition, [this](const ReadResult &result) { reads.push_back(result); });
     }
 
     std::function<void(const TransferResult &)> noted()
@@ -62,7 +62,7 @@ protected:
 TEST_F(LinkTransfers, AOneOffReadBringsItsValue)
 {
     plant.poke(1, Table::HoldingRegisters, 9, 7);
-    read(TagSpec(1, "4x10"));
+    read(TagDefinition(1, "4x10"));
     steps(1);
     ASSERT_EQ(1u, reads.size());
     EXPECT_EQ(ReadEnd::Good, reads[0].end);
@@ -72,7 +72,7 @@ TEST_F(LinkTransfers, AOneOffReadBringsItsValue)
 
 TEST_F(LinkTransfers, ALongReadEndsOnce)
 {
-    TagSpec coils(1, "0x1");
+    TagDefinition coils(1, "0x1");
     coils.values = 2000;
     read(coils);
     steps(5);
@@ -84,7 +84,7 @@ TEST_F(LinkTransfers, ALongReadEndsOnce)
 TEST_F(LinkTransfers, BitsThatReachIntoTheNextRegisterAreAllRead)
 {
     plant.poke(1, Table::HoldingRegisters, 4, 1);
-    TagSpec bits(1, "4x_bit4.5");
+    TagDefinition bits(1, "4x_bit4.5");
     bits.values = 12;
     read(bits);
     steps(1);
@@ -95,8 +95,8 @@ TEST_F(LinkTransfers, BitsThatReachIntoTheNextRegisterAreAllRead)
 
 TEST_F(LinkTransfers, AFailedReadTakesNoOtherWithIt)
 {
-    read(TagSpec(1, "4x301"));
-    read(TagSpec(1, "4x10"));
+    read(TagDefinition(1, "4x301"));
+    read(TagDefinition(1, "4x10"));
     steps(2);
     ASSERT_EQ(2u, reads.size());
     EXPECT_EQ(ReadEnd::Refused, reads[0].end);
@@ -106,9 +106,9 @@ TEST_F(LinkTransfers, AFailedReadTakesNoOtherWithIt)
 
 TEST_F(LinkTransfers, WhatElseWaitsForASilentStationEndsAtOnce)
 {
-    read(TagSpec(3, "4x10"));
-    read(TagSpec(3, "4x11"));
-    read(TagSpec(1, "4x10"));
+    read(TagDefinition(3, "4x10"));
+    read(TagDefinition(3, "4x11"));
+    read(TagDefinition(1, "4x10"));
     steps(4);
     ASSERT_EQ(3u, reads.size());
     EXPECT_EQ(ReadEnd::NotTried, reads[0].end);
@@ -120,7 +120,7 @@ TEST_F(LinkTransfers, WhatElseWaitsForASilentStationEndsAtOnce)
 TEST_F(LinkTransfers, AReadCanBeCancelled)
 {
     rtu::OneOffRead first =
-        link().read(TagSpec(1, "4x10"), [this](const ReadResult &result) { reads.push_back(result); });
+        link().read(TagDefinition(1, "4x10"), [this](const ReadResult &result) { reads.push_back(result); });
     EXPECT_TRUE(first.cancel());
     steps(1);
     ASSERT_EQ(1u, reads.size());
@@ -133,7 +133,7 @@ TEST_F(LinkTransfers, WithoutAPortReadsAreNotTried)
 {
     link();
     line->plugged = false;
-    read(TagSpec(1, "4x10"));
+    read(TagDefinition(1, "4x10"));
     steps(1);
     ASSERT_EQ(1u, reads.size());
     EXPECT_EQ(ReadEnd::NotTried, reads[0].end);
@@ -158,10 +158,10 @@ TEST_F(LinkTransfers, SavesWhatTheSlavesHold)
     plant.pokeDouble(1, Table::HoldingRegisters, 20, 0x40200000);
     plant.pokeDouble(1, Table::HoldingRegisters, 22, 0x40400000);
     RecipeRow floats;
-    floats.where = TagSpec(1, "4x_double21", rtu::TagFormat::Float);
+    floats.where = TagDefinition(1, "4x_double21", rtu::TagFormat::Float);
     floats.where.values = 2;
     RecipeRow inputs;
-    inputs.where = TagSpec(1, "3x5");
+    inputs.where = TagDefinition(1, "3x5");
     link().save({floats, inputs}, noted());
     steps(2);
     EXPECT_EQ((std::vector<RowEnd>{RowEnd::Done, RowEnd::Done}), rowEnds());
@@ -253,7 +253,7 @@ TEST_F(LinkTransfers, ALostPortEndsATransfer)
 
 TEST_F(LinkTransfers, PollingGoesOnAfterATransferThatFailed)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     link().load({row(3, "4x1", {1})}, noted());
     steps(4);
     EXPECT_EQ((std::vector<RowEnd>{RowEnd::Unconfirmed}), rowEnds());
@@ -262,7 +262,7 @@ TEST_F(LinkTransfers, PollingGoesOnAfterATransferThatFailed)
 
 TEST_F(LinkTransfers, APortLostBetweenTwoPiecesEndsAReadWithoutAValue)
 {
-    TagSpec many(1, "4x1");
+    TagDefinition many(1, "4x1");
     many.values = 250;
     read(many);
     steps(1);
@@ -274,11 +274,11 @@ TEST_F(LinkTransfers, APortLostBetweenTwoPiecesEndsAReadWithoutAValue)
 
 TEST_F(LinkTransfers, ACancelledReadEndsWhileAnotherIsUnderWay)
 {
-    TagSpec many(1, "4x1");
+    TagDefinition many(1, "4x1");
     many.values = 250;
     read(many);
     rtu::OneOffRead second =
-        link().read(TagSpec(1, "4x10"), [this](const ReadResult &result) { reads.push_back(result); });
+        link().read(TagDefinition(1, "4x10"), [this](const ReadResult &result) { reads.push_back(result); });
     steps(1);
     EXPECT_TRUE(second.cancel());
     steps(3);
@@ -292,7 +292,7 @@ TEST_F(LinkTransfers, SavesARowLongerThanARequest)
 {
     plant.poke(1, Table::HoldingRegisters, 249, 7);
     RecipeRow many;
-    many.where = TagSpec(1, "4x1");
+    many.where = TagDefinition(1, "4x1");
     many.where.values = 250;
     link().save({many}, noted());
     steps(3);

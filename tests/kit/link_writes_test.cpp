@@ -40,7 +40,7 @@ protected:
 
 TEST_F(LinkWrites, AreAcknowledged)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     const rtu::Write write = link().write(tag, 7, noted(1));
     EXPECT_FALSE(write.ended());
     steps(1);
@@ -56,7 +56,7 @@ TEST_F(LinkWrites, AreAcknowledged)
 
 TEST_F(LinkWrites, AreShownAtOnceAndNotConfirmed)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     changes.clear();
     loseRequests(1);
@@ -74,7 +74,7 @@ TEST_F(LinkWrites, AreShownAtOnceAndNotConfirmed)
 
 TEST_F(LinkWrites, RefusedByTheSlave)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     plant.addFault([] {
         plant::Fault fault;
@@ -94,7 +94,7 @@ TEST_F(LinkWrites, RefusedByTheSlave)
 
 TEST_F(LinkWrites, RefusedAfterAnAttemptWithoutAnAnswerAreUnconfirmed)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     loseReplies(1);
     script.push_back([this](const Bytes &) { line->receive(milliseconds(10), frame("01 86 04")); });
@@ -107,7 +107,7 @@ TEST_F(LinkWrites, RefusedAfterAnAttemptWithoutAnAnswerAreUnconfirmed)
 
 TEST_F(LinkWrites, UnconfirmedWhenSentWithoutAnAnswer)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     loseReplies(3);
     link().write(tag, 7, noted(1));
@@ -124,7 +124,7 @@ TEST_F(LinkWrites, UnconfirmedWhenSentWithoutAnAnswer)
 TEST_F(LinkWrites, NotSentWhenTheReadHalfOfABitWriteIsGivenUp)
 {
     loseRequests(3);
-    link().write(TagSpec(1, "4x_bit3.5"), {1}, noted(1));
+    link().write(TagDefinition(1, "4x_bit3.5"), {1}, noted(1));
     steps(3);
     EXPECT_EQ("01 03 00 02 00 01", lastRequest());
     EXPECT_EQ(WriteEnd::NotSent, theEnd().end);
@@ -134,7 +134,7 @@ TEST_F(LinkWrites, NotSentWhenTheReadHalfOfABitWriteIsGivenUp)
 TEST_F(LinkWrites, OfBitsKeepTheOtherBits)
 {
     plant.poke(1, Table::HoldingRegisters, 2, 0x8001);
-    link().write(TagSpec(1, "4x_bit3.5"), {1}, noted(1));
+    link().write(TagDefinition(1, "4x_bit3.5"), {1}, noted(1));
     steps(2);
     EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
     EXPECT_EQ(0x8021, held(2));
@@ -142,7 +142,7 @@ TEST_F(LinkWrites, OfBitsKeepTheOtherBits)
 
 TEST_F(LinkWrites, RefusedReadHalfOfABitWriteIsARefusal)
 {
-    link().write(TagSpec(1, "4x_bit500.5"), {1}, noted(1));
+    link().write(TagDefinition(1, "4x_bit500.5"), {1}, noted(1));
     steps(2);
     EXPECT_EQ(WriteEnd::Refused, theEnd().end);
     EXPECT_EQ(2, theEnd().exceptionCode);
@@ -150,9 +150,9 @@ TEST_F(LinkWrites, RefusedReadHalfOfABitWriteIsARefusal)
 
 TEST_F(LinkWrites, LongOnesEndOnceForAllTheirPieces)
 {
-    TagSpec spec(1, "4x1");
-    spec.values = 250;
-    link().write(spec, std::vector<double>(250, 9), noted(1));
+    TagDefinition definition(1, "4x1");
+    definition.values = 250;
+    link().write(definition, std::vector<double>(250, 9), noted(1));
     steps(3);
     EXPECT_EQ(3u, requests.size());
     EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
@@ -162,10 +162,10 @@ TEST_F(LinkWrites, LongOnesEndOnceForAllTheirPieces)
 
 TEST_F(LinkWrites, ALongOneThatFailsInTheMiddleSaysHowFarItCame)
 {
-    TagSpec spec(1, "4x301");
-    spec.values = 250; // the slave has 100 of them
+    TagDefinition definition(1, "4x301");
+    definition.values = 250; // the slave has 100 of them
     plant.define(1, Table::HoldingRegisters, 400, 20);
-    link().write(spec, std::vector<double>(250, 9), noted(1));
+    link().write(definition, std::vector<double>(250, 9), noted(1));
     steps(3);
     EXPECT_EQ(2u, requests.size()) << "what follows a refused piece is not sent";
     EXPECT_EQ(WriteEnd::Refused, theEnd().end);
@@ -174,9 +174,9 @@ TEST_F(LinkWrites, ALongOneThatFailsInTheMiddleSaysHowFarItCame)
 
 TEST_F(LinkWrites, ManyCoilsGoOutInRequestsThatTheProtocolAllows)
 {
-    TagSpec spec(1, "0x1");
-    spec.values = 1100;
-    link().write(spec, std::vector<double>(1100, 1), noted(1));
+    TagDefinition definition(1, "0x1");
+    definition.values = 1100;
+    link().write(definition, std::vector<double>(1100, 1), noted(1));
     steps(2);
     EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
     EXPECT_EQ(1, plant.peek(1, Table::Coils, 1099));
@@ -185,7 +185,7 @@ TEST_F(LinkWrites, ManyCoilsGoOutInRequestsThatTheProtocolAllows)
 
 TEST_F(LinkWrites, DifferWhenReadBack)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     WriteOptions options = noted(1);
     options.readBack = true;
@@ -204,7 +204,7 @@ TEST_F(LinkWrites, AcknowledgedWhenReadBackTheSame)
 {
     WriteOptions options = noted(1);
     options.readBack = true;
-    link().write(TagSpec(1, "4x10"), {7}, options);
+    link().write(TagDefinition(1, "4x10"), {7}, options);
     steps(1);
     EXPECT_TRUE(ends.empty());
     steps(1);
@@ -218,7 +218,7 @@ TEST_F(LinkWrites, AnEchoTakenForAnAcknowledgementIsUnmaskedByTheReadBack)
     script.push_back([this](const Bytes &request) { line->receive(microseconds(100), request); });
     WriteOptions options = noted(1);
     options.readBack = true;
-    link().write(TagSpec(1, "4x10"), {7}, options);
+    link().write(TagDefinition(1, "4x10"), {7}, options);
     steps(2);
     EXPECT_EQ(WriteEnd::Differs, theEnd().end);
 }
@@ -229,7 +229,7 @@ TEST_F(LinkWrites, UnconfirmedWhenTheReadBackFails)
     options.readBack = true;
     script.push_back([this](const Bytes &request) { slaves(request); });
     loseRequests(3);
-    link().write(TagSpec(1, "4x10"), {7}, options);
+    link().write(TagDefinition(1, "4x10"), {7}, options);
     steps(4);
     EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
     EXPECT_EQ(1, theEnd().acknowledged);
@@ -237,8 +237,8 @@ TEST_F(LinkWrites, UnconfirmedWhenTheReadBackFails)
 
 TEST_F(LinkWrites, ReplacedByANewerOne)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
-    link().write(TagSpec(1, "4x20"), {1}, noted(0));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
+    link().write(TagDefinition(1, "4x20"), {1}, noted(0));
     link().write(tag, 7, noted(1));
     link().write(tag, 8, noted(2));
     steps(2);
@@ -258,20 +258,20 @@ TEST_F(LinkWrites, ReplacedOnesDoNotOvertakeWhatSharesTheirPlace)
     struct Case
     {
         const char *what;
-        TagSpec between;
+        TagDefinition between;
         std::vector<double> numbers;
         std::uint16_t before; ///< in the slave when the last write is sent
     };
-    TagSpec pair(1, "4x9");
+    TagDefinition pair(1, "4x9");
     pair.values = 2;
     const Case cases[] = {{"a longer write", pair, {3, 8}, 8},
-                          {"a bit of the register", TagSpec(1, "4x_bit10.3"), {1}, 8},
-                          {"a write to all stations", TagSpec(0, "4x10"), {8}, 8}};
+                          {"a bit of the register", TagDefinition(1, "4x_bit10.3"), {1}, 8},
+                          {"a write to all stations", TagDefinition(0, "4x10"), {8}, 8}};
     for (const Case &c : cases) {
         plant.poke(1, Table::HoldingRegisters, 9, 0);
-        link().write(TagSpec(1, "4x10"), {5});
+        link().write(TagDefinition(1, "4x10"), {5});
         link().write(c.between, c.numbers);
-        link().write(TagSpec(1, "4x10"), {7});
+        link().write(TagDefinition(1, "4x10"), {7});
         std::uint16_t lastSeen = 0;
         while (held(9) != 7 && link().step() == LinkStep::Done)
             lastSeen = held(9) == 7 ? lastSeen : held(9);
@@ -283,7 +283,7 @@ TEST_F(LinkWrites, ReplacedOnesDoNotOvertakeWhatSharesTheirPlace)
 
 TEST_F(LinkWrites, PulsesAreNotReplaced)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "0x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "0x10"));
     WriteOptions on = noted(1);
     on.keep = true;
     link().write(tag, 1, on);
@@ -299,7 +299,7 @@ TEST_F(LinkWrites, PulsesAreNotReplaced)
 
 TEST_F(LinkWrites, CancelledBeforeTheyAreSent)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     rtu::Write write = link().write(tag, 7, noted(1));
     EXPECT_TRUE(write.cancel());
     EXPECT_TRUE(ends.empty()) << "told on the link's thread only";
@@ -313,7 +313,7 @@ TEST_F(LinkWrites, CancelledBeforeTheyAreSent)
 TEST_F(LinkWrites, CannotBeCancelledOnceSent)
 {
     loseRequests(1);
-    rtu::Write write = link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    rtu::Write write = link().write(TagDefinition(1, "4x10"), {7}, noted(1));
     steps(1);
     EXPECT_FALSE(write.cancel());
     steps(1);
@@ -325,7 +325,7 @@ TEST_F(LinkWrites, BroadcastToAllSlaves)
     plant.define(2, Table::HoldingRegisters, 0, 100);
     WriteOptions options = noted(1);
     options.readBack = true; // there is nobody to read it back from
-    link().write(TagSpec(0, "4x10"), {7}, options);
+    link().write(TagDefinition(0, "4x10"), {7}, options);
     steps(1);
     EXPECT_EQ(WriteEnd::Broadcast, theEnd().end);
     EXPECT_EQ(7, held(9));
@@ -335,16 +335,16 @@ TEST_F(LinkWrites, BroadcastToAllSlaves)
 TEST_F(LinkWrites, KeptLocal)
 {
     settings.localWritesOnly = true;
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     link().write(tag, 7, noted(1));
     steps(1);
     EXPECT_EQ(WriteEnd::KeptLocal, theEnd().end);
     EXPECT_EQ("01 03 00 09 00 01", lastRequest());
     EXPECT_EQ(7.0, tag.value().number());
     EXPECT_EQ(0, held(9));
-    TagSpec spec(1, "4x1");
-    spec.values = 250;
-    link().write(spec, std::vector<double>(250, 9), noted(2));
+    TagDefinition definition(1, "4x1");
+    definition.values = 250;
+    link().write(definition, std::vector<double>(250, 9), noted(2));
     steps(1);
     ASSERT_EQ(2u, ends.size());
     EXPECT_EQ(WriteEnd::KeptLocal, ends[1].second.end);
@@ -352,7 +352,7 @@ TEST_F(LinkWrites, KeptLocal)
 
 TEST_F(LinkWrites, WaitingOnesAreNotSentWhenThePortIsLost)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     line->plugged = false;
     link().write(tag, 7, noted(1));
@@ -366,17 +366,17 @@ TEST_F(LinkWrites, WaitingOnesAreNotSentWhenThePortIsLost)
 TEST_F(LinkWrites, WaitingOnesAreKeptForAStatedTime)
 {
     settings.keepWrites = std::chrono::seconds(5);
-    link().addTag(TagSpec(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     line->plugged = false;
-    link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
     run(std::chrono::seconds(3));
     EXPECT_TRUE(ends.empty());
     line->plugged = true;
     run(std::chrono::seconds(1));
     EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
     line->plugged = false;
-    link().write(TagSpec(1, "4x10"), {8}, noted(2));
+    link().write(TagDefinition(1, "4x10"), {8}, noted(2));
     run(std::chrono::seconds(6));
     ASSERT_EQ(2u, ends.size());
     EXPECT_EQ(WriteEnd::NotSent, ends[1].second.end);
@@ -384,9 +384,9 @@ TEST_F(LinkWrites, WaitingOnesAreKeptForAStatedTime)
 
 TEST_F(LinkWrites, HandedToTheDriverAreNotSentAfterThePortWasLost)
 {
-    link().addTag(TagSpec(1, "4x100"));
+    link().addTag(TagDefinition(1, "4x100"));
     for (int i = 1; i <= 11; ++i)
-        link().write(TagSpec(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
+        link().write(TagDefinition(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
     steps(11); // ten writes, then a read has its turn before the eleventh
     EXPECT_EQ(10u, ends.size());
     line->plugged = false;
@@ -401,7 +401,7 @@ TEST_F(LinkWrites, HandedToTheDriverAreNotSentAfterThePortWasLost)
 TEST_F(LinkWrites, WaitingForAnotherAttemptAreNotSentAgainAfterThePortWasLost)
 {
     loseRequests(1);
-    link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
     steps(1);
     line->plugged = false;
     link().step();
@@ -414,19 +414,19 @@ TEST_F(LinkWrites, WaitingForAnotherAttemptAreNotSentAgainAfterThePortWasLost)
 TEST_F(LinkWrites, OnTheLineWhenThePortIsLostAreUnconfirmed)
 {
     script.push_back([this](const Bytes &) { line->unplugAfter(milliseconds(2)); });
-    link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
     steps(1);
     EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
 }
 
 TEST_F(LinkWrites, ToADeadStationGetOneAttemptAndTheOthersEndAtOnce)
 {
-    link().addTag(TagSpec(2, "4x10"));
+    link().addTag(TagDefinition(2, "4x10"));
     steps(3);
     requests.clear();
-    link().write(TagSpec(2, "4x10"), {1}, noted(1));
-    link().write(TagSpec(2, "4x11"), {2}, noted(2));
-    link().write(TagSpec(1, "4x12"), {3}, noted(3));
+    link().write(TagDefinition(2, "4x10"), {1}, noted(1));
+    link().write(TagDefinition(2, "4x11"), {2}, noted(2));
+    link().write(TagDefinition(1, "4x12"), {3}, noted(3));
     steps(2);
     ASSERT_EQ(3u, ends.size());
     EXPECT_EQ(2, ends[0].first);
@@ -440,7 +440,7 @@ TEST_F(LinkWrites, AGatewaysWordForSilenceIsNoRefusal)
 {
     for (int i = 0; i < 3; ++i)
         script.push_back([this](const Bytes &) { line->receive(milliseconds(8), frame("01 86 0B")); });
-    link().write(TagSpec(1, "4x10"), {7}, noted(1));
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
     steps(3);
     EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
     EXPECT_EQ(3u, requests.size());
@@ -449,8 +449,8 @@ TEST_F(LinkWrites, AGatewaysWordForSilenceIsNoRefusal)
 TEST_F(LinkWrites, EndWithTheirLink)
 {
     loseRequests(1);
-    link().write(TagSpec(1, "4x10"), {7}, noted(1));
-    link().write(TagSpec(1, "4x11"), {7}, noted(2));
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
+    link().write(TagDefinition(1, "4x11"), {7}, noted(2));
     steps(1);
     destroyLink();
     ASSERT_EQ(2u, ends.size());
@@ -460,8 +460,8 @@ TEST_F(LinkWrites, EndWithTheirLink)
 
 TEST_F(LinkWrites, OtherTagsOfTheSameRegistersShowThem)
 {
-    const rtu::Tag bit = link().addTag(TagSpec(1, "4x_bit10.0"));
-    const rtu::Tag word = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag bit = link().addTag(TagDefinition(1, "4x_bit10.0"));
+    const rtu::Tag word = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     link().write(word, 1, noted(1));
     steps(1);
@@ -470,9 +470,9 @@ TEST_F(LinkWrites, OtherTagsOfTheSameRegistersShowThem)
 
 TEST_F(LinkWrites, ReadsOfThePlanGoOnBetweenTen)
 {
-    link().addTag(TagSpec(1, "4x100"));
+    link().addTag(TagDefinition(1, "4x100"));
     for (int i = 0; i < 25; ++i)
-        link().write(TagSpec(1, QString::fromLatin1("4x%1").arg(i + 1)), {1}, noted(i));
+        link().write(TagDefinition(1, QString::fromLatin1("4x%1").arg(i + 1)), {1}, noted(i));
     steps(28);
     EXPECT_EQ(25u, ends.size());
     EXPECT_EQ(3, requests[10][1]);
@@ -481,7 +481,7 @@ TEST_F(LinkWrites, ReadsOfThePlanGoOnBetweenTen)
 
 TEST_F(LinkWrites, OfSeveralPiecesAreUnconfirmedWhenThePortIsLostBetweenThem)
 {
-    TagSpec many(1, "4x1");
+    TagDefinition many(1, "4x1");
     many.values = 150;
     plant.define(1, Table::HoldingRegisters, 0, 200);
     std::vector<rtu::WriteEnd> told;
@@ -500,7 +500,7 @@ TEST_F(LinkWrites, AreUnconfirmedOnceWhenThePortIsLostBeforeTheyAreReadBack)
     rtu::WriteOptions options;
     options.readBack = true;
     options.done = [&told](const rtu::WriteResult &result) { told.push_back(result.end); };
-    link().write(TagSpec(1, "4x10"), {7}, options);
+    link().write(TagDefinition(1, "4x10"), {7}, options);
     steps(1);
     line->plugged = false;
     steps(2);
@@ -509,10 +509,10 @@ TEST_F(LinkWrites, AreUnconfirmedOnceWhenThePortIsLostBeforeTheyAreReadBack)
 
 TEST_F(LinkWrites, AreNotSentWhenThePortGoesInTheSilenceBeforeThem)
 {
-    const rtu::Tag tag = link().addTag(TagSpec(1, "4x10"));
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
     steps(1);
     requests.clear();
-    const rtu::Write write = link().write(TagSpec(1, "4x10"), {7});
+    const rtu::Write write = link().write(TagDefinition(1, "4x10"), {7});
     line->unplugAfter(microseconds(1));
     EXPECT_EQ(LinkStep::NoPort, link().step());
     EXPECT_EQ(rtu::WriteEnd::NotSent, write.result().end);
@@ -528,9 +528,9 @@ TEST_F(LinkWrites, CannotBeAskedForByWhoIsToldOfTheEndOfTheLink)
     rtu::WriteOptions options;
     options.done = [&words, ending](const rtu::WriteResult &result) {
         EXPECT_EQ(rtu::WriteEnd::NotSent, result.end);
-        words.push_back(refusalOf([&] { ending->write(TagSpec(1, "4x10"), {8}); }));
+        words.push_back(refusalOf([&] { ending->write(TagDefinition(1, "4x10"), {8}); }));
     };
-    link().write(TagSpec(1, "4x10"), {7}, options);
+    link().write(TagDefinition(1, "4x10"), {7}, options);
     destroyLink();
     ASSERT_EQ(1u, words.size());
     EXPECT_TRUE(contains(words[0], "is being destroyed")) << words[0];

@@ -131,9 +131,9 @@ TEST(ReplayLine, RunsThroughDriverAndTags)
         new rtu::ReplayLine(entries({Request, First, Request, frame("01 83 02"), Request, Second})));
     rtu::ReplayLine &line = *made;
     rtu::Link link(settings, std::move(made));
-    rtu::TagSpec spec(1, "4x1");
-    spec.values = 2;
-    const rtu::Tag tag = link.addTag(spec);
+    rtu::TagDefinition definition(1, "4x1");
+    definition.values = 2;
+    const rtu::Tag tag = link.addTag(definition);
     std::vector<std::string> values;
     std::vector<rtu::Quality> qualities;
     link.onChange([&](const rtu::TagChange &change) {

@@ -2,8 +2,8 @@
  * @file
  * What the caller says about a tag.
  */
-#ifndef MODBUS_RTU_HOST_TAG_SPEC_H
-#define MODBUS_RTU_HOST_TAG_SPEC_H
+#ifndef MODBUS_RTU_HOST_TAG_DEFINITION_H
+#define MODBUS_RTU_HOST_TAG_DEFINITION_H
 
 #include <modbus_rtu_host/export.h>
 #include <modbus_rtu_host/line.h>
@@ -14,11 +14,11 @@
 namespace rtu {
 
 /** One value of a station, or several in a row, with a name and a format. */
-struct MODBUS_RTU_HOST_EXPORT TagSpec
+struct MODBUS_RTU_HOST_EXPORT TagDefinition
 {
-    TagSpec() = default;
+    TagDefinition() = default;
     /** @param where a register type and an address as an author types them, such as "4x100" */
-    TagSpec(int slave, const QString &where, TagFormat how = TagFormat::Usual);
+    TagDefinition(int slave, const QString &where, TagFormat how = TagFormat::Usual);
 
     QString name;    ///< the caller's; may be empty
     int station = 1; ///< 1 to 247; 0 (all slaves) for writes of "0x", "4x" and "4x_double"
