@@ -31,6 +31,16 @@ CLI::Validator wholeNumberFrom(double lowest, double highest)
 const double LongestMilliseconds = 24 * 3600 * 1000.0;
 const double LargestInt = std::numeric_limits<int>::max();
 
+template <typename Value>
+void addMilliseconds(CLI::App &app, const char *group, const char *name, Value &value, const char *purpose,
+                     double shortest = 0)
+{
+    app.add_option(name, value, purpose)
+        ->type_name("MS")
+        ->check(numberFrom(shortest, LongestMilliseconds))
+        ->group(group);
+}
+
 void addWhat(CLI::App &app, Options &options, RawOptions &raw)
 {
     const char *const group = "What to read and write";
@@ -90,34 +100,20 @@ void addLine(CLI::App &app, Options &options, RawOptions &raw)
         ->type_name("PARITY")
         ->check(CLI::IsMember({"none", "even", "odd"}, CLI::ignore_case))
         ->group(group);
-    app.add_option("--silence", raw.silenceMilliseconds,
-                   "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)")
-        ->type_name("MS")
-        ->check(numberFrom(0, LongestMilliseconds))
-        ->group(group);
-    app.add_option("--gap", raw.gapMilliseconds, "Pause in ms that ends a reply of other than the expected length (50)")
-        ->type_name("MS")
-        ->check(numberFrom(0.001, LongestMilliseconds))
-        ->group(group);
-    app.add_option("--late-guard", raw.lateGuardMilliseconds,
-                   "How long in ms a late reply is listened for before the next request (as -o)")
-        ->type_name("MS")
-        ->check(numberFrom(0, LongestMilliseconds))
-        ->group(group);
-    app.add_option("--broadcast-delay", raw.broadcastMilliseconds, "Pause in ms after a broadcast (100)")
-        ->type_name("MS")
-        ->check(numberFrom(0, LongestMilliseconds))
-        ->group(group);
+    addMilliseconds(app, group, "--silence", raw.silenceMilliseconds,
+                    "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)");
+    addMilliseconds(app, group, "--gap", raw.gapMilliseconds,
+                    "Pause in ms that ends a reply of other than the expected length (50)", 0.001);
+    addMilliseconds(app, group, "--late-guard", raw.lateGuardMilliseconds,
+                    "How long in ms a late reply is listened for before the next request (as -o)");
+    addMilliseconds(app, group, "--broadcast-delay", raw.broadcastMilliseconds, "Pause in ms after a broadcast (100)");
     app.add_flag("--remove-echo", options.removeEcho, "The RS-485 adapter hears itself: drop the echo")->group(group);
 }
 
 void addHow(CLI::App &app, Options &options, RawOptions &raw)
 {
     const char *const group = "How long and how often";
-    app.add_option("-l", raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)")
-        ->type_name("MS")
-        ->check(numberFrom(0, LongestMilliseconds))
-        ->group(group);
+    addMilliseconds(app, group, "-l", raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)");
     app.add_option("-o", options.replyTimeout, "Reply time-out in seconds (1)")
         ->type_name("SECONDS")
         ->check(numberFrom(0.001, 3600.0))
