@@ -37,6 +37,13 @@ def is_transaction(scenario):
     return not scenario.startswith(("plan", "look_up", "nothing"))
 
 
+def processor():
+    """The kind of processor that programs see. Valgrind plays one of a few, the best that
+    this machine can play, and the C library chooses its copying by it."""
+    with open("/proc/cpuinfo", encoding="ascii") as file:
+        return "AVX2" if " avx2 " in file.read() else "without AVX2"
+
+
 def number_after(words, summary):
     return int(re.search(words + r"\s*([\d,]+)", summary).group(1).replace(",", ""))
 

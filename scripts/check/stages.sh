@@ -3,7 +3,7 @@
 
 # What a change needs, and the whole matrix, the quick ones with the most to say first.
 quick_stages=(release thread abi)
-all_stages=(style "${quick_stages[@]}" sanitize fuzz package demo clang qt6 quick tools)
+all_stages=(style "${quick_stages[@]}" sanitize fuzz counts package demo clang qt6 quick tools)
 extra_stages=(checked machine-armhf machine-s390x machine-arm64 machine-armel machine-i386 coverage)
 
 # Hosts, and tests of them, that are to run under the contract checker: see the stage checked.
@@ -19,6 +19,7 @@ declare -A stage_purpose=(
     [sanitize]="Qt 5, g++, address and undefined-behaviour sanitizers: all tests"
     [thread]="Qt 5, g++, thread sanitizer: the tests labelled 'threads'"
     [fuzz]="the fuzz targets: corpora, and a bounded number of further inputs each"
+    [counts]="what a poll step costs, in instructions and lines of a cold cache, against the kept table"
     [demo]="the demo: the driver against simulated slaves"
     [clang]="clang++: all tests with Qt 5, the library with Qt 6"
     [qt6]="Qt 6, g++: all tests"
@@ -158,6 +159,21 @@ stage_fuzz()
         step "fuzz $target" fuzz/replay "$target"
         grep executions "$log_folder/fuzz-fuzz-$target.log" | sed 's/^/        /' || true
     done
+}
+
+stage_counts()
+{
+    local status=0 log="$log_folder/counts-compare.log"
+    install_for build host test bench valgrind || return 1
+    announce "compare"
+    bench/compare >"$log" 2>&1 || status=$?
+    case $status in
+        0) outcome ok; count 1 0 0 ;;
+        77) outcome skipped; skip "$(tail -n 1 "$log")" ;;
+        *) outcome "FAIL (log: $log)"; tail -n 40 "$log"; count 0 1 0 ;;
+    esac
+    # What has become cheaper is told as well: the table is then too generous.
+    [ "$status" -ne 0 ] || grep 'costs less' "$log" | sed 's/^/        /' || true
 }
 
 stage_demo()
