@@ -9,6 +9,7 @@
 
 #include <modbus_rtu_host/line.h>
 
+#include <algorithm>
 #include <functional>
 #include <memory>
 
@@ -57,8 +58,10 @@ struct Job
 
     bool wait(Duration time) const
     {
+        const Duration bounded =
+            std::min<Duration>(time, std::chrono::hours(24 * 365)); // Duration::max() is beyond the clock
         Locked held(lock->mutex);
-        return lock->changed.wait_for(held, time, [this] { return state == JobState::Ended; });
+        return lock->changed.wait_for(held, bounded, [this] { return state == JobState::Ended; });
     }
 
     /** From here on it cannot be cancelled. False: it has been. */

@@ -25,8 +25,23 @@ QByteArray propertyOf(const LinkSettings &settings)
         .toLatin1();
 }
 
+/** Far more than anybody waits, and far from the end of the clock. */
+const Duration LongestTime = std::chrono::hours(24 * 365);
+
+void checkTimes(const LinkSettings &settings)
+{
+    Duration longest = std::max({settings.replyTimeout, settings.silence, settings.replyGap, settings.lateReplyGuard,
+                                 settings.broadcastDelay, settings.reopenInterval, settings.roundInterval,
+                                 settings.questionInterval, settings.keepWrites});
+    for (const auto &station : settings.stations)
+        longest = std::max({longest, station.second.silence, station.second.replyTimeout});
+    if (longest > LongestTime)
+        throw Error(QLatin1String("no time may be longer than a year"));
+}
+
 const LinkSettings &checked(const LinkSettings &settings)
 {
+    checkTimes(settings);
     if (settings.attempts < 1)
         throw Error(QLatin1String("attempts must be 1 or more"));
     if (settings.maxWords < 2 || settings.maxWords > 120 || settings.maxWords % 2 != 0)

@@ -21,6 +21,7 @@ enum class Echo {
     Never,
 };
 
+/** No time may be longer than a year. */
 struct LinkSettings
 {
     QString port;              ///< "/dev/ttyUSB0", a pseudo-terminal, or "tcp:HOST:PORT"

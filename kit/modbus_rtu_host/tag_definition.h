@@ -32,7 +32,7 @@ struct MODBUS_RTU_HOST_EXPORT TagDefinition
     WordOrder wordOrder = WordOrder::HighFirst; ///< of 32-bit values
     double scale = 1.0;                         ///< number = scale x stored value; not 0
     QString unit;                               ///< the caller's
-    /** Read once in this time; 0: in every round. */
+    /** Read once in this time, at most a year; 0: in every round. */
     Duration pace{0};
 };
 

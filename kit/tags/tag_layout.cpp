@@ -13,6 +13,7 @@ namespace {
 
 const int HighestStation = 247;
 const int MostValues = 65536;
+const Duration LongestPace = std::chrono::hours(24 * 365);
 
 int bitsOf(const RegisterType &type)
 {
@@ -40,6 +41,8 @@ TagLayout::TagLayout(DriverLibrary &driver, const RegisterCatalog &catalog, cons
         throw Error(label() + QLatin1String(" is read-only; 0x, 4x, 4x_bit and 4x_double can be written"));
     if (m_definition.values < 1 || m_definition.values > MostValues)
         throw Error(label() + QLatin1String(": the number of values must be from 1 to 65536"));
+    if (m_definition.pace < Duration(0) || m_definition.pace > LongestPace)
+        throw Error(label() + QLatin1String(": the pace must be from 0 to a year"));
     checkFormat();
     checkAddress(driver, m_definition.address.mid(m_regType.size()));
 }

@@ -156,6 +156,26 @@ TEST_F(RefusedRequests, SettingsThatCannotWork)
     EXPECT_TRUE(contains(refusalOf([&] { rtu::Link(settings, nullptr); }), "the line is missing"));
 }
 
+TEST_F(RefusedRequests, TimesBeyondTheClock)
+{
+    const auto forEver = [](std::function<void(rtu::LinkSettings &)> change) {
+        rtu::LinkSettings changed;
+        changed.driver = TEST_DRIVER;
+        change(changed);
+        return refusalOf([&] { rtu::Link(changed, std::unique_ptr<rtu::Line>(new VirtualLine)); });
+    };
+    const rtu::Duration longest = rtu::Duration::max();
+    EXPECT_TRUE(contains(forEver([&](rtu::LinkSettings &s) { s.keepWrites = longest; }), "longer than a year"));
+    EXPECT_TRUE(contains(forEver([&](rtu::LinkSettings &s) { s.roundInterval = longest; }), "longer than a year"));
+    EXPECT_TRUE(
+        contains(forEver([&](rtu::LinkSettings &s) { s.stations[3].silence = longest; }), "longer than a year"));
+    TagDefinition tag(1, "4x1");
+    tag.pace = longest;
+    EXPECT_TRUE(contains(refusalOf([&] { link().addTag(tag); }), "from 0 to a year"));
+    tag.pace = milliseconds(-1);
+    EXPECT_TRUE(contains(refusalOf([&] { link().addTag(tag); }), "from 0 to a year"));
+}
+
 TEST_F(RefusedRequests, APortThatIsNotThereIsToldByOpen)
 {
     link();

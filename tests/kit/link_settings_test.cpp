@@ -2,6 +2,8 @@
 
 #include "kit/link_test.h"
 
+#include <future>
+
 namespace {
 
 using namespace test_kit;
@@ -78,6 +80,15 @@ TEST_F(LinkSettingsOf, ATransferThatWaitsCanBeCancelled)
     EXPECT_TRUE(transfer.ended() && transfer.result().cancelled);
     EXPECT_EQ(rtu::RowEnd::NotTried, transfer.result().rows.at(0).end);
     EXPECT_TRUE(requests.empty());
+}
+
+TEST_F(LinkSettingsOf, AnEndIsWaitedForAsLongAsItTakes)
+{
+    const rtu::Write write = link().write(TagDefinition(1, "4x1"), {7});
+    std::future<bool> ended = std::async(std::launch::async, [&] { return write.wait(rtu::Duration::max()); });
+    EXPECT_EQ(std::future_status::timeout, ended.wait_for(milliseconds(50))); // it has begun to wait
+    steps(2);
+    EXPECT_TRUE(ended.get());
 }
 
 TEST_F(LinkSettingsOf, ALinkAreKeptAsGiven)
