@@ -22,7 +22,7 @@ declare -A stage_purpose=(
     [counts]="what a poll step costs, in instructions and lines of a cold cache, against the kept table"
     [demo]="the demo: the driver against simulated slaves"
     [clang]="clang++: all tests with Qt 5, the library with Qt 6"
-    [qt6]="Qt 6, g++: all tests"
+    [qt6]="Qt 6, g++: all tests, and the interface of the kit against its baseline"
     [quick]="the Qt Quick module and the example panel with Qt 5 and 6, without a display, and with the thread sanitizer"
     [checked]="our hosts, and the tests of them, under the contract checker"
     [abi]="exported names and layouts against their baseline"
@@ -132,8 +132,9 @@ stage_clang()
 
 stage_qt6()
 {
-    install_for build host demo test qt6 || return 1
-    whole_preset qt6
+    install_for build host demo test qt6 abi || return 1
+    whole_preset qt6 || return 1
+    step "interface of the kit is that of the baseline" scripts/abi-check build/qt6/lib/libmodbus_rtu_host.so.1
 }
 
 # What is built and run is the module, the panel and the kit below; the rest has stages of its own.
