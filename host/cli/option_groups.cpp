@@ -163,12 +163,19 @@ void addOutput(CLI::App &app, Options &options, RawOptions &raw)
     const char *const group = "Output";
     app.add_flag("-v,--verbose", options.trace, "Print each frame, decoded")->group(group);
     app.add_flag("-q,--quiet", options.quiet, "Values and errors only")->group(group);
-    CLI::Option *const json = app.add_flag("--json", raw.json, "One JSON object a line")->group(group);
-    app.add_flag("--csv", raw.csv, "CSV with time stamps")->excludes(json)->group(group);
+    CLI::Option *const json =
+        app.add_flag("--json", raw.json, "One JSON object a line; --json=FILE: into a new FILE, beside the rest")
+            ->group(group);
+    app.add_flag("--csv", raw.csv, "CSV with time stamps; --csv=FILE: as --json=FILE")->excludes(json)->group(group);
+    app.add_option("--log", options.logFile,
+                   "Add a row for each value, write and event to FILE.csv or FILE.jsonl, also beside the live view")
+        ->type_name("FILE")
+        ->group(group);
     app.add_flag("--stats", options.printStatistics, "Statistics at the end")->group(group);
     CLI::Option *const live = app.add_flag("--live", options.live, "Live view also with -1 or --count")->group(group);
     app.add_flag("--plain", options.plain, "Lines also on a terminal")->excludes(live)->group(group);
-    app.add_flag("--force", options.force, "Overwrite files that exist (recipes, pictures, captures)")->group(group);
+    app.add_flag("--force", options.force, "Overwrite files that exist (recipes, pictures, captures, --json=FILE)")
+        ->group(group);
 }
 
 void addEditor(CLI::App &app, Options &options, RawOptions &raw)

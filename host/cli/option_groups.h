@@ -20,8 +20,8 @@ struct RawOptions
     std::string stations = "1";
     std::string parity = "even";
     int once = 0;
-    bool json = false;
-    bool csv = false;
+    std::string json; ///< the file, or what CLI11 takes for none
+    std::string csv;
     bool highWordFirst = false;
     std::string rawProperty;
     std::string swapStations;

@@ -18,6 +18,15 @@ namespace {
 
 const std::string Excludes = " excludes "; ///< as CLI11 says it
 
+/** Whether a file's name has this ending, in whatever case. */
+bool endsWith(const std::string &name, const std::string &ending)
+{
+    if (name.size() <= ending.size())
+        return false;
+    return std::equal(ending.begin(), ending.end(), name.end() - static_cast<std::ptrdiff_t>(ending.size()),
+                      [](char wanted, char c) { return wanted == std::tolower(static_cast<unsigned char>(c)); });
+}
+
 class Parser
 {
 public:
@@ -33,6 +42,7 @@ private:
     void settle();
     void settleMode();
     void settleProperty();
+    void settleRecords();
     void settlePlan();
     void settleArguments();
     void check() const;
@@ -40,9 +50,11 @@ private:
     void checkLimit() const;
     bool usesLine() const;
     void checkMode() const;
+    void checkRecords() const;
     void checkSimulation() const;
     void checkListening() const;
     bool needsPort() const;
+    bool polledReplay() const;
 
     CLI::App m_app;
     Options m_options;
@@ -128,8 +140,8 @@ void Parser::settle()
     m_options.broadcastDelay = m_raw.broadcastMilliseconds / 1000;
     if (m_raw.once > 0)
         m_options.rounds = 1;
-    m_options.form = m_raw.json ? OutputForm::Json : m_raw.csv ? OutputForm::Csv : OutputForm::Lines;
     settleMode();
+    settleRecords();
     settlePlan();
     settleProperty();
     settleArguments();
@@ -171,18 +183,28 @@ void Parser::settleMode()
     }
 }
 
+/** --json and --csv are for standard output, unless a file is named behind an equals sign. */
+void Parser::settleRecords()
+{
+    const std::string flagAlone = "true"; // as CLI11 has it
+    const std::string &file = given("--json") ? m_raw.json : m_raw.csv;
+    const OutputForm form = given("--json") ? OutputForm::Json : OutputForm::Csv;
+    if ((given("--json") || given("--csv")) && file == flagAlone) {
+        m_options.form = form;
+    } else if (!file.empty()) {
+        m_options.recordFile = file;
+        m_options.recordForm = form;
+    }
+    if (endsWith(m_options.logFile, ".json") || endsWith(m_options.logFile, ".jsonl"))
+        m_options.logForm = OutputForm::Json;
+}
+
 /** What follows --plan is a picture's name, or already the first address. */
 void Parser::settlePlan()
 {
     if (m_raw.plan.empty())
         return;
-    const std::string ending = ".svg";
-    std::string lowered = m_raw.plan;
-    for (char &c : lowered)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    const bool picture =
-        lowered.size() > ending.size() && lowered.compare(lowered.size() - ending.size(), ending.size(), ending) == 0;
-    if (picture)
+    if (endsWith(m_raw.plan, ".svg"))
         m_options.planPicture = m_raw.plan;
     else
         m_raw.arguments.insert(m_raw.arguments.begin(), m_raw.plan);
@@ -235,6 +257,7 @@ void Parser::check() const
     checkProperty();
     checkLimit();
     checkMode();
+    checkRecords();
     checkSimulation();
     checkListening();
 }
@@ -279,6 +302,26 @@ void Parser::checkMode() const
         throw Misuse("\"" + surplus
                      + "\" is too much: --list-types takes nothing, --describe, --check and --multi-copy "
                        "one type or address");
+}
+
+void Parser::checkRecords() const
+{
+    const bool values = m_options.mode == Mode::Poll || m_options.mode == Mode::ConditionRead || polledReplay();
+    for (const char *option : {"--log", "--json", "--csv"}) {
+        const bool toFile =
+            option == std::string("--log") ? given(option) : given(option) && !m_options.recordFile.empty();
+        if (toFile && !values)
+            throw Misuse(option + std::string(" with a file records what is polled; here nothing is"));
+    }
+    const std::string &log = m_options.logFile;
+    if (given("--log") && !endsWith(log, ".csv") && !endsWith(log, ".json") && !endsWith(log, ".jsonl"))
+        throw Misuse("--log " + log + ": the name ends in .csv, .json or .jsonl and so says what the rows look like");
+}
+
+bool Parser::polledReplay() const
+{
+    return m_options.mode == Mode::Replay
+           && (!m_options.arguments.empty() || !m_options.tagFile.empty() || m_options.typeOrReferenceGiven);
 }
 
 void Parser::checkSimulation() const

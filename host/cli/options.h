@@ -69,7 +69,11 @@ struct Options
     int rounds = 0; ///< 0: for ever
     bool removeEcho = false;
 
-    OutputForm form = OutputForm::Lines;
+    OutputForm form = OutputForm::Lines; ///< of standard output
+    std::string recordFile;              ///< of --json=FILE and --csv=FILE; written anew
+    OutputForm recordForm = OutputForm::Json;
+    std::string logFile; ///< appended to
+    OutputForm logForm = OutputForm::Csv;
     bool trace = false;
     bool quiet = false;
     bool printStatistics = false;

@@ -43,15 +43,19 @@ std::string rowText(const RowResult &row)
 
 } // namespace
 
-PollProgram::PollProgram(Link &link, Line &line, const Options &options, std::ostream &out, std::ostream &err)
+PollProgram::PollProgram(Link &link, Line &line, LineRecorder &recorder, const Options &options, std::ostream &out,
+                         std::ostream &err)
     : m_link(link)
     , m_line(line)
     , m_options(options)
     , m_out(out)
     , m_err(err)
-    , m_printer(out, options.form)
-    , m_writeReport(out, options.form, options.verify)
+    , m_recorder(recorder)
+    , m_records(out, options.form, options.verify)
 {
+    m_records.setTimed(options.rounds != 1 && !options.quiet);
+    m_records.setQuiet(options.quiet);
+    recorder.addRecords(m_records);
     link.onTransaction([this](const Transaction &transaction) { noteTransaction(transaction); });
     link.onPort([this](bool open) { notePort(open); });
     link.onNotice([this](const QString &text) { say(text.toStdString()); });
@@ -163,7 +167,7 @@ TagState PollProgram::valueBefore(const TagWrite &write)
 void PollProgram::tellWrite(const TagWrite &write, const TagState &old, const WriteResult &result, bool errorTold)
 {
     if (echoesWrites())
-        m_writeReport.print(write, old, result, m_line.now());
+        m_recorder.printWrite(write, old, result, result.time == TimePoint() ? m_line.now() : result.time);
     if (wentWell(result.end) || errorTold)
         return;
     ++m_errors;
@@ -172,7 +176,7 @@ void PollProgram::tellWrite(const TagWrite &write, const TagState &old, const Wr
 
 int PollProgram::poll(const TagSelection &selection, std::size_t requestsARound)
 {
-    m_printer.printHeader();
+    m_records.printHeader();
     if (write(selection.writes) && !selection.reads.empty())
         poll(selection.reads, requestsARound);
     return finish();
@@ -181,6 +185,7 @@ int PollProgram::poll(const TagSelection &selection, std::size_t requestsARound)
 void PollProgram::poll(const std::vector<TagRange> &tags, std::size_t requestsARound)
 {
     m_board.reset(new TagBoard(m_link, m_line, tags));
+    m_recorder.watch(*m_board);
     say(quantity(tags.size(), "tag") + " in " + quantity(requestsARound, "request") + " a round");
     while (step()) {
     }
@@ -190,25 +195,14 @@ void PollProgram::finishRound()
 {
     if (!m_board || m_stopped)
         return;
-    printRound();
     ++m_rounds;
     if (!m_out.good() || (m_options.rounds > 0 && m_rounds >= m_options.rounds))
         stop();
 }
 
-void PollProgram::printRound()
-{
-    const TimePoint now = m_line.now();
-    if (m_options.rounds != 1)
-        say(timeOfDay(now));
-    for (std::size_t i = 0; i < m_board->tags().size(); ++i)
-        m_printer.print(m_board->tags()[i], m_board->state(i), now);
-    m_out.flush();
-}
-
 int PollProgram::readOnce(const std::vector<TagRange> &tags)
 {
-    m_printer.printHeader();
+    m_records.printHeader();
     for (const TagRange &tag : tags) {
         m_lastError.clear();
         const OneOffRead asked = m_link.read(definitionOf(tag));
@@ -228,7 +222,7 @@ void PollProgram::printRead(const TagRange &tag, const ReadResult &result, const
     state.failed = !good;
     state.error = good ? std::string() : error.empty() ? "no answer" : error;
     state.raw = good ? result.value.raw() : std::vector<std::uint32_t>(static_cast<std::size_t>(tag.values));
-    m_printer.print(tag, state, m_line.now());
+    m_recorder.printValues(tag, ValueSpan{0, tag.values}, state, good ? result.value.time : m_line.now());
 }
 
 int PollProgram::transferRecipe(Recipe recipe, bool write)

@@ -8,8 +8,8 @@
 
 #include "host/cli/options.h"
 #include "host/tags/recipe.h"
+#include "host/report/line_recorder.h"
 #include "host/report/tag_board.h"
-#include "host/report/write_report.h"
 #include "host/cli/tag_selection.h"
 
 #include <modbus_rtu_host/link.h>
@@ -24,8 +24,12 @@ namespace rtu {
 class PollProgram
 {
 public:
-    /** @param line the link's */
-    PollProgram(Link &link, Line &line, const Options &options, std::ostream &out, std::ostream &err);
+    /**
+     * @param line the link's
+     * @param recorder the link's; gets @p out to record to as well
+     */
+    PollProgram(Link &link, Line &line, LineRecorder &recorder, const Options &options, std::ostream &out,
+                std::ostream &err);
 
     /** Writes, then reads in rounds of so many requests; result: exit status. */
     int poll(const TagSelection &selection, std::size_t requestsARound);
@@ -44,10 +48,10 @@ private:
     bool write(const std::vector<TagWrite> &writes);
     TagState valueBefore(const TagWrite &write);
     void tellWrite(const TagWrite &write, const TagState &old, const WriteResult &result, bool errorTold);
-    bool echoesWrites() const { return m_options.form != OutputForm::Lines || !m_options.quiet; }
+    bool echoesWrites() const { return m_options.form != OutputForm::Lines || !m_options.quiet || recordsToFile(); }
+    bool recordsToFile() const { return !m_options.logFile.empty() || !m_options.recordFile.empty(); }
     void poll(const std::vector<TagRange> &tags, std::size_t requestsARound);
     void finishRound();
-    void printRound();
     void printRead(const TagRange &tag, const ReadResult &result, const std::string &error);
     void tellRows(const Recipe &recipe, const TransferResult &result);
     void noteTransaction(const Transaction &transaction);
@@ -62,8 +66,8 @@ private:
     const Options &m_options;
     std::ostream &m_out;
     std::ostream &m_err;
-    ValuePrinter m_printer;
-    WriteReport m_writeReport;
+    LineRecorder &m_recorder;
+    Records m_records;
     std::unique_ptr<TagBoard> m_board;
     std::uint64_t m_errors = 0;
     std::string m_lastError; ///< the driver's text of the last request that was given up

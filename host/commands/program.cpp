@@ -9,6 +9,7 @@
 #include "host/cli/options.h"
 #include "host/plan/plan_view.h"
 #include "host/commands/poll_program.h"
+#include "host/commands/record_files.h"
 #include "host/tags/recipe.h"
 #include "host/report/statistics.h"
 #include "host/commands/stop_target.h"
@@ -213,21 +214,35 @@ private:
         if (settings.maxWords != m_options.property.maxWords && !m_options.quiet)
             m_err << "--max-words " << m_options.property.maxWords << " would tear 32-bit values: using "
                   << settings.maxWords << '\n';
-        const std::unique_ptr<Link> link = makeLink(settings, source.takeLine());
+        std::unique_ptr<Link> link = makeLink(settings, source.takeLine());
         const std::unique_ptr<CaptureOutput> capture = captureOf(*link);
+        RecordFiles files(m_options, [this](const std::string &text) { m_err << text << '\n'; });
+        LineRecorder recorder(*link, source.line());
+        files.addTo(recorder);
+        const int status = runLink(source, link, recorder, files, selection, recipe);
+        return statusAfterFiles(capture.get(), files, status);
+    }
+
+    /** Ends the link before what it calls back goes. */
+    int runLink(LineSource &source, std::unique_ptr<Link> &link, LineRecorder &recorder, RecordFiles &files,
+                const TagSelection &selection, const Recipe &recipe)
+    {
         if (wantsLiveView() && !selection.reads.empty()) {
             std::unique_ptr<LiveTerminal> terminal(new LiveTerminal);
-            if (terminal->usable()) {
-                const int status = showLive(source, *link, selection, std::move(terminal));
-                return capture ? statusAfterCapture(*capture, status) : status;
-            }
+            if (terminal->usable())
+                return showLive(source, link, recorder, files, selection, std::move(terminal));
         }
         // A capture in a pipe has standard output for itself.
         std::ostream &out = isCapturePipe(m_options.captureFile) ? m_err : m_out;
-        PollProgram polling(*link, source.line(), m_options, out, m_err);
-        const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.stop(); });
-        const int status = runPolling(polling, selection, recipe, source.line().parameters());
-        return capture ? statusAfterCapture(*capture, status) : status;
+        const LineParameters line = source.line().parameters();
+        PollProgram polling(*link, source.line(), recorder, m_options, out, m_err);
+        int status = ExitGood;
+        {
+            const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.stop(); });
+            status = runPolling(polling, selection, recipe, line);
+        }
+        link.reset();
+        return status;
     }
 
     /** Where every frame of a link goes as well; nothing when nobody asked for it. */
@@ -241,12 +256,16 @@ private:
         return capture;
     }
 
-    int statusAfterCapture(const CaptureOutput &capture, int status)
+    /** @param capture null for none */
+    int statusAfterFiles(const CaptureOutput *capture, const RecordFiles &files, int status)
     {
-        if (capture.problem().empty())
-            return status;
-        m_err << "error: " << capture.problem() << '\n';
-        return status == ExitGood ? ExitErrors : status;
+        const std::string problem = capture ? capture->problem() : std::string();
+        if (!problem.empty())
+            m_err << "error: " << problem << '\n';
+        if (files.incomplete())
+            m_err << "error: rows are missing in the records\n";
+        const bool whole = problem.empty() && !files.incomplete();
+        return status == ExitGood && !whole ? ExitErrors : status;
     }
 
     /** The tags are polled as on a line, and get what was answered then. */
@@ -258,12 +277,20 @@ private:
         line.baud = 0; // the capture's times are true without a pace
         std::unique_ptr<ReplayLine> made(new ReplayLine(readCaptureFile(m_options)));
         ReplayLine &past = *made;
-        const std::unique_ptr<Link> link =
+        std::unique_ptr<Link> link =
             makeLink(linkSettings(m_options, line, LineTiming(line), m_driver.path()), std::move(made));
-        PollProgram polling(*link, past, m_options, m_out, m_err);
+        RecordFiles files(m_options, [this](const std::string &text) { m_err << text << '\n'; });
+        LineRecorder recorder(*link, past);
+        files.addTo(recorder);
+        PollProgram polling(*link, past, recorder, m_options, m_out, m_err);
         past.onEnd([&polling] { polling.stop(); });
-        const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.stop(); });
-        return polling.poll(selection, planOf(selection.reads, line).blocks().size());
+        int status = ExitGood;
+        {
+            const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.stop(); });
+            status = polling.poll(selection, planOf(selection.reads, line).blocks().size());
+        }
+        link.reset();
+        return statusAfterFiles(nullptr, files, status);
     }
 
     int runPolling(PollProgram &polling, const TagSelection &selection, const Recipe &recipe,
@@ -281,19 +308,24 @@ private:
         }
     }
 
-    int showLive(LineSource &source, Link &link, const TagSelection &selection, std::unique_ptr<LiveTerminal> terminal)
+    int showLive(LineSource &source, std::unique_ptr<Link> &link, LineRecorder &recorder, RecordFiles &files,
+                 const TagSelection &selection, std::unique_ptr<LiveTerminal> terminal)
     {
         const std::string port =
             source.plant() ? "simulated slaves of " + fileName(m_options.simFile) : source.line().name();
         const std::string name = port + ", " + lineName(source.line().parameters());
-        LiveView view(link, source.line(), m_driver, m_options.rounds, source.plant(), name);
+        LiveView view(*link, source.line(), m_driver, m_options.rounds, source.plant(), name);
         view.setVerify(m_options.verify);
+        view.setRecorder(recorder);
+        files.setTeller([&view](const std::string &text) { view.tell(text); });
         {
             const StopTarget::Scope scope(m_stopTarget, [&view] { view.stop(); });
             view.run(*terminal, selection);
         }
         terminal.reset();
-        const LinkStatistics statistics = link.statistics();
+        files.setTeller([this](const std::string &text) { m_err << text << '\n'; });
+        const LinkStatistics statistics = link->statistics();
+        link.reset();
         if (m_options.printStatistics) {
             for (const std::string &line : statisticsLines(statistics))
                 m_out << line << '\n';
@@ -336,6 +368,7 @@ void refuseExistingFiles(const Options &options)
     if (options.force)
         return;
     refuseExisting(options.planPicture);
+    refuseExisting(options.recordFile);
     if (!isCapturePipe(options.captureFile))
         refuseExisting(options.captureFile);
     // A recipe file that names its registers itself is there to be filled.

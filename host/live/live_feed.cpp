@@ -40,10 +40,15 @@ void LiveFeed::noteEnd(const std::string &place, const WriteResult &result)
                       || result.end == WriteEnd::Unconfirmed || result.end == WriteEnd::Broadcast;
     if (told)
         return;
+    tell(place
+         + (result.end == WriteEnd::KeptLocal ? " is shown and not sent"
+                                              : " was not written: " + result.text.toStdString()));
+}
+
+void LiveFeed::tell(const std::string &news)
+{
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_news = place
-             + (result.end == WriteEnd::KeptLocal ? " is shown and not sent"
-                                                  : " was not written: " + result.text.toStdString());
+    m_news = news;
 }
 
 void LiveFeed::setPort(bool open)

@@ -36,6 +36,8 @@ public:
 
     /** The outcome of the last write, once; empty when there is no news. */
     std::string takeNews();
+    /** From any thread: what the user should know. */
+    void tell(const std::string &news);
     /** From any thread: how a write ended of which no frame told. @param place "1:4x5" */
     void noteEnd(const std::string &place, const WriteResult &result);
 

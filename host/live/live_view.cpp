@@ -28,8 +28,19 @@ void LiveView::prepare(const TagSelection &selection)
 {
     m_feed.reset(new LiveFeed(m_link, m_line, selection.reads));
     m_link.onRound([this] { finishRound(); });
+    m_feed->tell(m_told);
+    if (m_recorder)
+        m_recorder->watch(m_feed->board());
     for (const TagWrite &write : selection.writes)
-        m_link.write(definitionOf(write.tag), numbersOf(write.raw), tellingTheEndOf(write.tag));
+        m_link.write(definitionOf(write.tag), numbersOf(write.raw), tellingTheEndOf(write, TagState()));
+}
+
+void LiveView::tell(const std::string &text)
+{
+    if (m_feed)
+        m_feed->tell(text);
+    else
+        m_told = text;
 }
 
 void LiveView::finishRound()
@@ -40,13 +51,24 @@ void LiveView::finishRound()
     m_ended = true;
 }
 
-WriteOptions LiveView::tellingTheEndOf(const TagRange &tag)
+WriteOptions LiveView::tellingTheEndOf(const TagWrite &write, const TagState &old)
 {
-    const std::string place = std::to_string(tag.station) + ":" + tag.rangeLabel();
     WriteOptions options;
     options.readBack = m_verify;
-    options.done = [this, place](const WriteResult &result) { m_feed->noteEnd(place, result); };
+    options.done = [this, write, old](const WriteResult &result) {
+        m_feed->noteEnd(std::to_string(write.tag.station) + ":" + write.tag.rangeLabel(), result);
+        if (m_recorder)
+            m_recorder->printWrite(write, old, result, result.time == TimePoint() ? m_line.now() : result.time);
+    };
     return options;
+}
+
+/** Of the one value alone. */
+TagState LiveView::stateOf(const LiveRow &row) const
+{
+    TagState state = m_feed->board().state(row.tag);
+    state.raw.assign(1, state.raw[static_cast<std::size_t>(row.value)]);
+    return state;
 }
 
 void LiveView::run(LiveTerminal &terminal, const TagSelection &selection)
@@ -89,8 +111,7 @@ std::string LiveView::refusal(const LiveRow &row)
 
 std::string LiveView::currentValue(const LiveRow &row)
 {
-    const TagState state = m_feed->board().state(row.tag);
-    return valueText(state.raw[static_cast<std::size_t>(row.value)], m_feed->tags()[row.tag].format);
+    return valueText(stateOf(row).raw.front(), m_feed->tags()[row.tag].format);
 }
 
 bool LiveView::write(const LiveRow &row, const std::string &text, std::string *message)
@@ -112,9 +133,10 @@ void LiveView::send(const LiveRow &row, std::uint32_t raw)
 {
     const TagRange tag = tagOf(row);
     const std::vector<double> numbers = numbersOf({raw});
+    const WriteOptions options = tellingTheEndOf(TagWrite{tag, {raw}}, stateOf(row));
     const Write write = m_feed->tags()[row.tag].values == 1
-                            ? m_link.write(m_feed->board().handle(row.tag), numbers, tellingTheEndOf(tag))
-                            : m_link.write(definitionOf(tag), numbers, tellingTheEndOf(tag));
+                            ? m_link.write(m_feed->board().handle(row.tag), numbers, options)
+                            : m_link.write(definitionOf(tag), numbers, options);
     m_writes.push_back(
         SentWrite{std::to_string(tag.station) + ":" + tag.label() + " = " + valueText(raw, tag.format), write});
 }
@@ -127,10 +149,10 @@ std::string LiveView::toggle(const LiveRow &row)
     const std::string reason = refusal(row);
     if (!reason.empty())
         return reason;
-    const TagState state = m_feed->board().state(row.tag);
+    const TagState state = stateOf(row);
     if (!state.known)
         return tag.label() + " has not been read yet: Enter writes a value";
-    send(row, state.raw[static_cast<std::size_t>(row.value)] ? 0 : 1);
+    send(row, state.raw.front() ? 0 : 1);
     return "Writing " + m_writes.back().text;
 }
 

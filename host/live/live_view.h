@@ -10,6 +10,7 @@
 #include "host/live/live_painter.h"
 #include "host/live/live_state.h"
 #include "host/live/live_terminal.h"
+#include "host/report/line_recorder.h"
 #include "plant/plant.h"
 
 #include <modbus_rtu_host/link.h>
@@ -36,6 +37,11 @@ public:
     /** Runs until the user ends it, stop() is called or the rounds are over. */
     void run(LiveTerminal &terminal, const TagSelection &selection);
 
+    /** What happens is recorded as well. @param recorder the link's */
+    void setRecorder(LineRecorder &recorder) { m_recorder = &recorder; }
+    /** Before it runs, and from any thread once it does: what the user should know. */
+    void tell(const std::string &text);
+
     /** Every write is read back. */
     void setVerify(bool verify) { m_verify = verify; }
 
@@ -60,7 +66,8 @@ private:
     void show(LiveTerminal &terminal);
     void finishRound();
     void send(const LiveRow &row, std::uint32_t raw);
-    WriteOptions tellingTheEndOf(const TagRange &tag);
+    WriteOptions tellingTheEndOf(const TagWrite &write, const TagState &old);
+    TagState stateOf(const LiveRow &row) const;
     TagRange tagOf(const LiveRow &row) const;
 
     Link &m_link;
@@ -77,6 +84,8 @@ private:
 
     std::unique_ptr<LiveFeed> m_feed;
     std::vector<SentWrite> m_writes; ///< that had not ended when last looked at
+    LineRecorder *m_recorder = nullptr;
+    std::string m_told; ///< before it ran
     bool m_verify = false;
     std::atomic<bool> m_ended{false};
     int m_rounds = 0;

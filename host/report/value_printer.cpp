@@ -2,8 +2,10 @@
 
 #include "host/text/json.h"
 #include "host/text/csv.h"
-#include "host/tags/tag_table.h"
+#include "host/text/text_width.h"
 #include "host/text/wall_clock.h"
+
+#include <algorithm>
 
 namespace rtu {
 
@@ -23,11 +25,15 @@ std::string statusOf(const TagState &state)
     return state.known ? "ok" : "unknown";
 }
 
-std::string padded(std::string text, std::size_t width)
+std::string padded(const std::string &text, int width)
 {
-    if (text.size() < width)
-        text.append(width - text.size(), ' ');
-    return text;
+    return leftAligned(text, std::max(width, textWidth(text)));
+}
+
+/** A read that failed has brought no value, whatever was there before. */
+bool hasValue(const TagState &state)
+{
+    return state.known && !state.failed;
 }
 
 } // namespace
@@ -38,14 +44,14 @@ void ValuePrinter::printHeader()
         m_out << "time,station,type,address,name,value,raw,unit,status,error,old\n";
 }
 
-void ValuePrinter::print(const TagRange &tag, const TagState &state, TimePoint now)
+void ValuePrinter::print(const TagRange &tag, const ValueSpan &values, const TagState &state, TimePoint time)
 {
-    for (int value = 0; value < tag.values; ++value) {
+    for (int value = values.first; value < values.end(); ++value) {
         const std::uint32_t bits = state.raw[static_cast<std::size_t>(value)];
         if (m_form == OutputForm::Json)
-            printJson(tag, value, bits, state, now);
+            printJson(tag, value, bits, state, time);
         else if (m_form == OutputForm::Csv)
-            printCsv(tag, value, bits, state, now);
+            printCsv(tag, value, bits, state, time);
         else
             printLine(tag, value, bits, state);
     }
@@ -56,34 +62,34 @@ void ValuePrinter::printLine(const TagRange &tag, int value, std::uint32_t raw, 
     std::string text = padded(std::to_string(tag.station) + ":" + tag.label(value), 16) + " ";
     if (!tag.name.empty())
         text += padded(nameOf(tag, value), 16) + " ";
-    text += state.known ? valueText(raw, tag.format) + (tag.unit.empty() ? "" : " " + tag.unit) : "-";
+    text += hasValue(state) ? valueText(raw, tag.format) + (tag.unit.empty() ? "" : " " + tag.unit) : "-";
     if (state.failed)
         text += "   error " + state.error;
     m_out << text << '\n';
 }
 
-void ValuePrinter::printJson(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)
+void ValuePrinter::printJson(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint time)
 {
     const std::string shown = valueText(raw, tag.format);
     Json row;
-    row["time"] = timeStamp(now);
+    row["time"] = timeStamp(time);
     row["station"] = tag.station;
     row["type"] = tag.type.name;
     row["address"] = addressText(tag.type, tag.addressOf(value));
     row["name"] = nameOf(tag, value);
-    row["value"] = !state.known ? Json() : isJsonNumber(shown) ? Json::parse(shown) : Json(shown);
-    row["raw"] = state.known ? Json(rawText(raw, tag.format)) : Json();
+    row["value"] = !hasValue(state) ? Json() : isJsonNumber(shown) ? Json::parse(shown) : Json(shown);
+    row["raw"] = hasValue(state) ? Json(rawText(raw, tag.format)) : Json();
     row["unit"] = tag.unit;
     row["status"] = statusOf(state);
     row["error"] = state.error;
     m_out << jsonText(row) << '\n';
 }
 
-void ValuePrinter::printCsv(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint now)
+void ValuePrinter::printCsv(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint time)
 {
-    m_out << timeStamp(now) << ',' << tag.station << ',' << tag.type.name << ','
+    m_out << timeStamp(time) << ',' << tag.station << ',' << tag.type.name << ','
           << addressText(tag.type, tag.addressOf(value)) << ',' << csvField(nameOf(tag, value)) << ','
-          << (state.known ? valueText(raw, tag.format) + "," + rawText(raw, tag.format) : ",") << ','
+          << (hasValue(state) ? valueText(raw, tag.format) + "," + rawText(raw, tag.format) : ",") << ','
           << csvField(tag.unit) << ',' << statusOf(state) << ',' << csvField(state.error) << ",\n";
 }
 

@@ -68,7 +68,6 @@ void WriteReport::print(const TagWrite &write, const TagState &old, const WriteR
         else
             printLine(written);
     }
-    m_out.flush();
 }
 
 void WriteReport::printLine(const Written &written)

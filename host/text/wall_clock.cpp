@@ -4,6 +4,7 @@
 
 #include <fmt/format.h>
 
+#include <atomic>
 #include <cmath>
 #include <ctime>
 
@@ -17,10 +18,44 @@ struct DayTime
     int milliseconds;
 };
 
+using std::chrono::system_clock;
+using WallOffset = system_clock::duration; ///< since the line's clock began
+
+/** How far the clocks lie apart; read in between, where the program was not held up. */
+WallOffset measuredOffset()
+{
+    const int tries = 5;
+    WallOffset offset{0};
+    Duration narrowest = Duration::max();
+    for (int i = 0; i < tries; ++i) {
+        const TimePoint before = SteadyClock::now();
+        const auto wall = system_clock::now();
+        const Duration took = SteadyClock::now() - before;
+        if (took >= narrowest)
+            continue;
+        narrowest = took;
+        offset =
+            wall.time_since_epoch() - std::chrono::duration_cast<WallOffset>((before + took / 2).time_since_epoch());
+    }
+    return offset;
+}
+
+/** The same for every time, so that a time is always printed alike, until somebody sets the clock. */
+WallOffset wallOffset()
+{
+    const WallOffset nothing = std::chrono::milliseconds(2);
+    static std::atomic<WallOffset::rep> kept{measuredOffset().count()};
+    const WallOffset measured = measuredOffset();
+    const WallOffset moved = measured - WallOffset(kept);
+    if (moved > nothing || moved < -nothing)
+        kept = measured.count();
+    return WallOffset(kept);
+}
+
 DayTime dayTime(TimePoint time)
 {
     using namespace std::chrono;
-    const auto wall = system_clock::now() + duration_cast<system_clock::duration>(time - SteadyClock::now());
+    const system_clock::time_point wall(wallOffset() + duration_cast<WallOffset>(time.time_since_epoch()));
     const auto milliseconds = duration_cast<std::chrono::milliseconds>(wall.time_since_epoch()).count();
     const std::time_t seconds = static_cast<std::time_t>(milliseconds / 1000);
     DayTime result;
@@ -51,8 +86,9 @@ std::string timeOfDay(TimePoint time)
 std::string timeStamp(TimePoint time)
 {
     const DayTime day = dayTime(time);
-    return print("%Y-%m-%dT%H:%M:%S.", day.calendar) + fmt::format("{:03}", day.milliseconds)
-           + print("%z", day.calendar);
+    const std::string zone = print("%z", day.calendar); // +0200, without the colon that RFC 3339 wants
+    return print("%Y-%m-%dT%H:%M:%S.", day.calendar) + fmt::format("{:03}", day.milliseconds) + zone.substr(0, 3) + ":"
+           + zone.substr(3);
 }
 
 std::string durationText(Duration duration)

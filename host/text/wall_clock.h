@@ -14,7 +14,7 @@ namespace rtu {
 /** "14:03:07.125" in local time. */
 std::string timeOfDay(TimePoint time);
 
-/** "2024-05-17T14:03:07.125+0200", ISO 8601 in local time. */
+/** "2024-05-17T14:03:07.125+02:00", RFC 3339 in local time. */
 std::string timeStamp(TimePoint time);
 
 /** A duration as people read it: "850 us", "12.3 ms", "4.2 s". */

@@ -75,8 +75,8 @@ class Reading(RtuHostTest):
         tags = self.file("tags.csv", "name,station,type,address,count,format,scale,unit\n"
                                      "level,1,4x,1,1,int16,0.1,m\nlamp,1,0x,2,,,,\n")
         result = self.simulate("-1", "-q", "--tags", tags)
-        self.assertEqual("1:4x1 level 1 m".split(), result.lines[0].split())
-        self.assertEqual("1:0x2 lamp 1".split(), result.lines[1].split())
+        self.assertEqual(["1:0x2 lamp 1".split(), "1:4x1 level 1 m".split()],
+                         sorted(line.split() for line in result.lines))
 
     def test_more_values_than_one_request_carries(self):
         sim = self.file("big.sim", "station 1\n4x 1..500 = 1 2 3 4 5\n")
@@ -120,12 +120,59 @@ class Output(RtuHostTest):
         result = self.simulate("-1", "--csv", "--stats", "4x1..2")
         rows = list(csv.DictReader(io.StringIO(result.out)))
         self.assertEqual(["10", "20"], [row["value"] for row in rows])
-        self.assertRegex(rows[0]["time"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d{4}$")
+        self.assertRegex(rows[0]["time"], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]\d\d:\d\d$")
         self.assertIn("line: 1 frames, 1 good", result.err)
         failed = self.simulate("-1", "--csv", "4x60", status=1)
         row = next(csv.DictReader(io.StringIO(failed.out)))
         self.assertEqual(("", "", "error", "R,1#4x60(1),error code:3"),
                          (row["value"], row["raw"], row["status"], row["error"]))
+
+    def test_a_dead_station_holds_nothing_up(self):
+        host = self.start("--sim", self.sim, "-o", "3600", "--csv", "4x1@3", "4x1")
+        self.assertRegex(self.read_until(host, ",10,"), r",1,4x,1,,10,0x000A,,ok,,$")
+
+    def test_a_silent_station_is_a_row(self):
+        result = self.simulate("-1", "--csv", "-o", "0.05", "--retries", "1", "4x1@3", status=1)
+        rows = [(row["station"], row["address"], row["status"]) for row in csv.DictReader(io.StringIO(result.out))]
+        self.assertEqual([("3", "", "station silent"), ("3", "1", "error")], rows)
+
+    def test_log_is_appended_to_beside_the_output(self):
+        log = self.file("rows.csv")
+        for _ in range(2):
+            self.assertIn("1:4x1            7", self.simulate("-1", "--log", log, "4x1=7", "4x1").out)
+        with open(log, newline="") as file:
+            rows = list(csv.DictReader(file))
+        self.assertEqual(["acknowledged", "ok"] * 2, [row["status"] for row in rows])
+        self.assertEqual(["10", "", "10", ""], [row["old"] for row in rows])
+
+    def test_log_of_json_lines(self):
+        log = self.file("rows.jsonl")
+        self.simulate("-1", "-q", "--log", log, "4x1=7", "4x1")
+        rows = [json.loads(line) for line in self.read(log).splitlines()]
+        self.assertEqual([("acknowledged", 7), ("ok", 7)], [(row["status"], row["value"]) for row in rows])
+
+    def test_a_full_disk_does_not_end_the_polling(self):
+        log = self.file("full.csv")
+        os.symlink("/dev/full", log)
+        result = self.simulate("--count", "3", "-l", "1", "-q", "--log", log, "4x1", status=1)
+        self.assertEqual(3, len(result.lines))
+        self.assertEqual(1, result.err.count("is not written: No space left on device"))
+        self.assertIn("rows are missing", result.err)
+
+    def test_records_in_a_file_of_their_own(self):
+        for option, ending in (("--json=", "json"), ("--csv=", "csv")):
+            path = self.file("rows." + ending)
+            self.assertIn("1:4x1            10", self.simulate("-1", option + path, "4x1").out)
+            self.assertIn('"value":10' if ending == "json" else ",10,0x000A,", self.read(path))
+            self.assertIn("exists already", self.simulate("-1", option + path, "4x1", status=2).err)
+
+    def test_what_records_nothing_has_no_log(self):
+        for arguments, reason in ((["-1", "--log", "rows", "4x1"], "ends in .csv, .json or .jsonl"),
+                                  (["--plan", "--log", "rows.csv", "4x1"], "records what is polled"),
+                                  (["--plan", "--json=rows", "4x1"], "records what is polled")):
+            self.assertIn(reason, self.simulate(*arguments, status=2).err)
+        self.assertIn("cannot write /nowhere/a.csv",
+                      self.simulate("-1", "--log", "/nowhere/a.csv", "4x1", status=1).err)
 
     def test_trace_is_decoded(self):
         result = self.simulate("-1", "-v", "4x1..2", "4x60@2", status=1)

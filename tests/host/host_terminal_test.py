@@ -153,6 +153,42 @@ class OnTheScreen(LiveViewTest):
         self.assertEqual(24, len(screen.lines()) - 1)
 
 
+class Logging(LiveViewTest):
+    def open_with(self, log):
+        screen = Screen(self, "%s --sim %s --tags %s -l 50 -o 0.1 --log %s" % (RTUHOST, self.sim, self.tags, log))
+        screen.line_with("1:4x1 ", "10")
+        return screen
+
+    def test_rows_beside_the_live_view(self):
+        log = self.file("rows.csv")
+        screen = self.open_with(log)
+        wait_for(lambda: ",1,4x,1,level[0],10,0x000A,,ok,," in self.read(log), "a value in the log")
+        screen.press("Enter")
+        screen.type("77")
+        screen.press("Enter")
+        wait_for(lambda: ",1,4x,1,level,77,0x004D,,acknowledged,,10" in self.read(log), "the write in the log")
+        screen.press("End", "o")
+        wait_for(lambda: ",2,,,,,,,station silent," in self.read(log), "the silence in the log")
+        screen.press("o")
+        wait_for(lambda: ",2,,,,,,,station back," in self.read(log), "the return in the log")
+        screen.press("u")
+        wait_for(lambda: ",,,,,,,,port lost," in self.read(log), "the loss of the port in the log")
+        screen.press("u")
+        wait_for(lambda: ",,,,,,,,port back," in self.read(log), "the return of the port in the log")
+        screen.press("q")
+        screen.line("ended with")
+
+    def test_a_full_disk_is_told_and_the_view_goes_on(self):
+        log = self.file("full.csv")
+        os.symlink("/dev/full", log)
+        screen = self.open_with(log)
+        screen.line("is not written: No space left")
+        screen.line_with("2:4x10 ", "new")
+        screen.press("q")
+        screen.line("rows are missing")
+        screen.line("ended with 1")
+
+
 class Editing(LiveViewTest):
     def test_a_value_is_written_in_place(self):
         screen = self.open()

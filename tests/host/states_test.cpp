@@ -6,6 +6,7 @@
 #include "host/report/trace.h"
 #include "host/report/value_printer.h"
 #include "host/report/write_report.h"
+#include "host/text/text_width.h"
 #include "host/text/wall_clock.h"
 
 #include <sstream>
@@ -267,7 +268,7 @@ protected:
         std::ostringstream out;
         rtu::ValuePrinter printer(out, form);
         state.raw = raw;
-        printer.print(tag, state, Start);
+        printer.print(tag, rtu::ValueSpan{0, tag.values}, state, Start);
         return out.str();
     }
 };
@@ -290,6 +291,19 @@ TEST_F(ValuePrinter, PrintsLinesJsonAndCsv)
     EXPECT_TRUE(contains(csv, ",1,4x,7,\"flow, \"\"main\"\"[0]\",1.5,0x000F,l/h,ok,,\n")) << csv;
 }
 
+TEST_F(ValuePrinter, AlignsNamesOfAnyLetters)
+{
+    rtu::TagState state;
+    state.known = true;
+    rtu::TagRange plain = tag("4x7");
+    plain.name = "Druck";
+    rtu::TagRange letters = tag("4x7");
+    letters.name = "K\xC3\xBChlung"; // an u with two dots: two bytes, one column
+    const std::string first = print(rtu::OutputForm::Lines, plain, {5}, state);
+    const std::string second = print(rtu::OutputForm::Lines, letters, {5}, state);
+    EXPECT_EQ(rtu::textWidth(first), rtu::textWidth(second)) << first << second;
+}
+
 TEST_F(ValuePrinter, MarksErrorsAndUnknownValues)
 {
     rtu::TagState state;
@@ -298,8 +312,8 @@ TEST_F(ValuePrinter, MarksErrorsAndUnknownValues)
     state.known = true;
     state.failed = true;
     state.error = "R,1#4x7(1)";
-    EXPECT_TRUE(contains(print(rtu::OutputForm::Lines, tag("4x7"), {5}, state), "error R,1#4x7(1)"));
-    EXPECT_TRUE(contains(print(rtu::OutputForm::Csv, tag("4x7"), {5}, state), ",error,\"R,1#4x7(1)\",\n"));
+    EXPECT_TRUE(contains(print(rtu::OutputForm::Lines, tag("4x7"), {5}, state), "-   error R,1#4x7(1)"));
+    EXPECT_TRUE(contains(print(rtu::OutputForm::Csv, tag("4x7"), {5}, state), ",4x,7,,,,,error,\"R,1#4x7(1)\",\n"));
 }
 
 TEST_F(ValuePrinter, TellsWhichValuesOfALongWriteTheSlaveTook)
@@ -319,6 +333,23 @@ TEST_F(ValuePrinter, TellsWhichValuesOfALongWriteTheSlaveTook)
               "-- 1:4x8: 8 -> 2, acknowledged\n"
               "-- 1:4x9: 9 -> 3, refused\n",
               out.str());
+}
+
+TEST(WallClock, StampsWithAnOffsetThatHasAColon)
+{
+    const std::string stamp = rtu::timeStamp(Start);
+    EXPECT_EQ(std::string("2026-11-22T04:53:03.252+00:00").size(), stamp.size()) << stamp;
+    EXPECT_EQ(':', stamp[stamp.size() - 3]) << stamp;
+    EXPECT_TRUE(stamp[stamp.size() - 6] == '+' || stamp[stamp.size() - 6] == '-') << stamp;
+}
+
+TEST_F(TagBoard, ReplyTimesOfAPortWithoutPaceAreThoseFromTheSending)
+{
+    settings.parameters.baud = 1200; // eight characters take 73 ms, the slave answers after 20
+    watch({"4x1"});
+    poll(5);
+    EXPECT_GE(link().statistics().total.replyMedian, milliseconds(20));
+    EXPECT_LE(link().statistics().total.replyMedian, milliseconds(80));
 }
 
 TEST(WallClock, WritesDurationsForPeople)
