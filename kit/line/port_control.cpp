@@ -42,15 +42,27 @@ bool writeSettings(int descriptor, const termios &settings)
     return ::tcsetattr(descriptor, TCSANOW, &settings) == 0;
 }
 
-bool switchDirection(int descriptor)
+bool switchDirection(int descriptor, bool inverted)
 {
+    const decltype(serial_rs485::flags) whenSending = SER_RS485_RTS_ON_SEND;
+    const decltype(serial_rs485::flags) afterSending = SER_RS485_RTS_AFTER_SEND;
     serial_rs485 settings;
     std::memset(&settings, 0, sizeof(settings));
     // Delays that the system's description of the board has set are kept.
     (void)::ioctl(descriptor, TIOCGRS485, &settings);
-    settings.flags |= SER_RS485_ENABLED | SER_RS485_RTS_ON_SEND;
-    settings.flags &= ~static_cast<decltype(settings.flags)>(SER_RS485_RTS_AFTER_SEND);
+    settings.flags &= ~(whenSending | afterSending);
+    settings.flags |= SER_RS485_ENABLED | (inverted ? afterSending : whenSending);
     return ::ioctl(descriptor, TIOCSRS485, &settings) == 0;
+}
+
+bool countErrors(int descriptor, int *framing, int *parity)
+{
+    serial_icounter_struct counts;
+    std::memset(&counts, 0, sizeof(counts));
+    const bool known = ::ioctl(descriptor, TIOCGICOUNT, &counts) == 0;
+    *framing = counts.frame;
+    *parity = counts.parity;
+    return known;
 }
 
 void askForLowLatency(int descriptor)

@@ -27,8 +27,15 @@ bool writeSettings(int descriptor, const termios &settings);
 /** Any rate, not just those that have a name. Result: what the port makes of it; below 0: refused. */
 int setBaudRate(int descriptor, int baud);
 
-/** The kernel switches the transmitter of a two-wire line on for as long as it sends. */
-bool switchDirection(int descriptor);
+/**
+ * The kernel switches the transmitter of a two-wire line on for as long as it sends.
+ *
+ * @param inverted RTS is on while receiving and off while sending
+ */
+bool switchDirection(int descriptor, bool inverted);
+
+/** Characters received without a stop bit, and with the wrong parity, since the port is there. */
+bool countErrors(int descriptor, int *framing, int *parity);
 
 /** USB adapters otherwise hold received bytes back for up to 16 ms. Not every port knows the flag. */
 void askForLowLatency(int descriptor);

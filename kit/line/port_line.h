@@ -18,6 +18,14 @@
 
 namespace rtu {
 
+/** What the receiver of a port has found wrong with characters since the system started. */
+struct LineErrors
+{
+    bool known = false; ///< pseudo-terminals, connections and some adapters count none
+    int framing = 0;    ///< no stop bit where one must be
+    int parity = 0;
+};
+
 class PortLine : public Line
 {
 public:
@@ -36,6 +44,7 @@ public:
     const LineParameters &parameters() const { return m_parameters; }
     /** How long characters and silences last there. */
     virtual LineTiming timing() const { return LineTiming(m_parameters); }
+    virtual LineErrors errors() const { return LineErrors(); }
     /** As the caller named the port. */
     const std::string &name() const { return m_name; }
 

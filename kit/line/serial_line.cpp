@@ -1,5 +1,7 @@
 #include "kit/line/serial_line.h"
 
+#include "kit/line/port_control.h"
+
 #include <unistd.h>
 
 #include <stdexcept>
@@ -35,6 +37,13 @@ bool SerialLine::ensureOpen()
         return false;
     }
     return true;
+}
+
+LineErrors SerialLine::errors() const
+{
+    LineErrors errors;
+    errors.known = port_control::countErrors(m_port.descriptor(), &errors.framing, &errors.parity);
+    return errors;
 }
 
 ssize_t SerialLine::put(const unsigned char *bytes, std::size_t size)

@@ -19,6 +19,7 @@ public:
     void open() override;
     void close() override;
     bool ensureOpen() override;
+    LineErrors errors() const override;
 
 private:
     int descriptor() const override { return m_port.descriptor(); }

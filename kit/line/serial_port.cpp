@@ -48,9 +48,10 @@ void SerialPort::open(const std::string &device, const LineParameters &parameter
     m_notice.clear();
     // O_NONBLOCK: without it a port with modem lines waits for a carrier.
     m_descriptor.reset(::open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    if (!isOpen() && errno == EBUSY)
+        throw PortInUse(device);
     if (!isOpen())
-        throw std::runtime_error(errno == EBUSY ? device + " is in use by another program"
-                                                : "cannot open " + device + ": " + std::strerror(errno));
+        throw std::runtime_error("cannot open " + device + ": " + std::strerror(errno));
     try {
         m_pseudoTerminal = port_control::isPseudoTerminal(descriptor());
         claim();
@@ -88,7 +89,7 @@ void SerialPort::refuse(const std::string &what) const
 void SerialPort::claim()
 {
     if (!port_control::lock(descriptor()) && errno == EWOULDBLOCK)
-        throw std::runtime_error(m_device + " is in use by another program");
+        throw PortInUse(m_device);
     if (!m_pseudoTerminal)
         (void)port_control::setExclusive(descriptor(), true);
 }
@@ -102,7 +103,7 @@ void SerialPort::configure()
         return;
     if (m_parameters.baud > 0)
         setBaudRate();
-    if (m_parameters.rs485 && !port_control::switchDirection(descriptor()))
+    if (m_parameters.rs485 && !port_control::switchDirection(descriptor(), m_parameters.rtsInverted))
         refuse("the direction control of RS-485");
     port_control::askForLowLatency(descriptor());
 }

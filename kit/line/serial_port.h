@@ -10,9 +10,17 @@
 
 #include <modbus_rtu_host/line_parameters.h>
 
+#include <stdexcept>
 #include <string>
 
 namespace rtu {
+
+/** The port is there, and another program has it. */
+class PortInUse : public std::runtime_error
+{
+public:
+    explicit PortInUse(const std::string &device) : std::runtime_error(device + " is in use by another program") {}
+};
 
 class SerialPort
 {
@@ -27,7 +35,7 @@ public:
      * bytes, no flow control. A pseudo-terminal has neither parity nor baud rate: it
      * gets 8N2, and notice() says so.
      *
-     * @throws std::runtime_error that says what failed
+     * @throws PortInUse, or another std::runtime_error that says what failed
      */
     void open(const std::string &device, const LineParameters &parameters);
     /** Does not wait for bytes that a stuck port has not sent. */

@@ -77,7 +77,13 @@ TEST_F(PortControl, SetsAnyRate)
 
 TEST_F(PortControl, IsToldWhatOnlyRealPortsHave)
 {
-    EXPECT_FALSE(port_control::switchDirection(terminal()));
+    int framing = 1;
+    int parity = 1;
+    for (bool inverted : {false, true})
+        EXPECT_FALSE(port_control::switchDirection(terminal(), inverted));
+    EXPECT_FALSE(port_control::countErrors(terminal(), &framing, &parity));
+    EXPECT_EQ(0, framing);
+    EXPECT_EQ(0, parity);
     port_control::askForLowLatency(terminal());
 }
 

@@ -69,10 +69,18 @@ int setBaudRate(int, int baud)
     return scriptedPort.baudRate == 0 ? baud : scriptedPort.baudRate;
 }
 
-bool switchDirection(int)
+bool switchDirection(int, bool inverted)
 {
     scriptedPort.sendsDirection = scriptedPort.hasDirectionControl;
+    scriptedPort.invertsDirection = inverted;
     return scriptedPort.hasDirectionControl || fail(ENOTTY);
+}
+
+bool countErrors(int, int *framing, int *parity)
+{
+    *framing = scriptedPort.framingErrors;
+    *parity = scriptedPort.parityErrors;
+    return scriptedPort.countsErrors;
 }
 
 void askForLowLatency(int)

@@ -19,10 +19,14 @@ struct ScriptedPort
     bool readsOnce = false; ///< its settings can be read once, then it is gone
     int baudRate = 0;       ///< what it makes of any rate; 0: what was asked for
     bool hasDirectionControl = true;
+    bool countsErrors = true;
+    int framingErrors = 0;
+    int parityErrors = 0;
 
     // What it was asked to do.
     bool exclusive = false;
     bool sendsDirection = false;
+    bool invertsDirection = false;
     bool lowLatency = false;
     int askedBaud = 0;
     termios settings = termios();

@@ -189,6 +189,13 @@ TEST_F(SerialLine, TellsWhatAPseudoTerminalHasNot)
     EXPECT_EQ(pair->path(), other.name());
 }
 
+TEST_F(SerialLine, CountsNoErrorsOnAPseudoTerminal)
+{
+    line.open();
+    EXPECT_FALSE(line.errors().known);
+    EXPECT_EQ(0, line.errors().framing);
+}
+
 TEST(SerialLineOnAFile, IsRefused)
 {
     rtu::SerialLine line("/dev/null", plainBytes());

@@ -90,6 +90,10 @@ TEST_F(SerialPort, SwitchesTheDirectionOnRequest)
     twoWire.rs485 = true;
     port.open(pair.path(), twoWire);
     EXPECT_TRUE(scriptedPort.sendsDirection);
+    EXPECT_FALSE(scriptedPort.invertsDirection);
+    twoWire.rtsInverted = true;
+    port.open(pair.path(), twoWire);
+    EXPECT_TRUE(scriptedPort.invertsDirection);
 }
 
 struct Refusal
