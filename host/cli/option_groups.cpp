@@ -1,5 +1,6 @@
 #include "host/cli/option_groups.h"
 
+#include "host/tags/tag.h"
 #include "host/text/numbers.h"
 
 #include <cmath>
@@ -15,8 +16,10 @@ CLI::Validator numberFrom(double lowest, double highest, bool whole = false)
     const auto judge = [=](std::string &text) {
         double number = 0;
         if (readNumber(text, &number) && number >= lowest && number <= highest
-            && (!whole || number == std::floor(number)))
+            && (!whole || number == std::floor(number))) {
+            text = general(number, 15); // CLI11 reads 010 as 8
             return std::string();
+        }
         return "\"" + text + "\" is not a " + (whole ? "whole " : "") + "number from " + general(lowest, 15) + " to "
                + general(highest, 15);
     };
@@ -31,13 +34,24 @@ CLI::Validator wholeNumberFrom(double lowest, double highest)
 const double LongestMilliseconds = 24 * 3600 * 1000.0;
 const double LargestInt = std::numeric_limits<int>::max();
 
+/** Lines that were written for other masters. */
+std::string judgeProtocol(const std::string &text)
+{
+    if (text == "rtu")
+        return std::string();
+    if (text == "tcp")
+        return "tcp is another protocol, which this program does not speak; RTU frames through a device server are "
+               "polled at the port tcp:HOST:PORT";
+    return "\"" + text + "\" is not a protocol: this program speaks rtu";
+}
+
 template <typename Value>
 void addMilliseconds(CLI::App &app, const char *group, const char *name, Value &value, const char *purpose,
                      double shortest = 0)
 {
     app.add_option(name, value, purpose)
         ->type_name("MS")
-        ->check(numberFrom(shortest, LongestMilliseconds))
+        ->transform(numberFrom(shortest, LongestMilliseconds))
         ->group(group);
 }
 
@@ -58,7 +72,7 @@ void addWhat(CLI::App &app, Options &options, RawOptions &raw)
     app.add_flag("-0", options.zeroBased, "-r counts from 0")->group(group);
     app.add_option("-c", options.values, "Number of values from each address (1)")
         ->type_name("N")
-        ->check(wholeNumberFrom(1, 65536))
+        ->transform(wholeNumberFrom(1, 65536))
         ->group(group);
     CLI::Option *const highFirst = app.add_flag("-B,--high-word-first", raw.highWordFirst,
                                                 "32-bit values have the high word in the first register (usual)")
@@ -86,19 +100,25 @@ void addLine(CLI::App &app, Options &options, RawOptions &raw)
     const char *const group = "Line";
     app.add_option("-b", options.line.baud, "Baud rate; 0: no pace and no silences (19200)")
         ->type_name("BAUD")
-        ->check(wholeNumberFrom(0, 4000000))
+        ->transform(wholeNumberFrom(0, 4000000))
         ->group(group);
     app.add_option("-d", options.line.dataBits, "Data bits, 7 or 8 (8)")
         ->type_name("BITS")
-        ->check(wholeNumberFrom(7, 8))
+        ->transform(wholeNumberFrom(7, 8))
         ->group(group);
     app.add_option("-s", options.line.stopBits, "Stop bits, 1 or 2 (1)")
         ->type_name("BITS")
-        ->check(wholeNumberFrom(1, 2))
+        ->transform(wholeNumberFrom(1, 2))
         ->group(group);
     app.add_option("-P,-p", raw.parity, "Parity: none, even or odd (even)")
         ->type_name("PARITY")
         ->check(CLI::IsMember({"none", "even", "odd"}, CLI::ignore_case))
+        ->group(group);
+    app.add_option("-m", raw.protocol, "The protocol: rtu")->type_name("rtu")->check(judgeProtocol)->group(group);
+    CLI::Option *const rtsWhenSending =
+        app.add_flag("-F", options.line.rs485, "RS-485: the kernel switches RTS on while sending")->group(group);
+    app.add_flag("-R", options.line.rtsInverted, "The same, RTS being off while sending, on afterwards")
+        ->excludes(rtsWhenSending)
         ->group(group);
     addMilliseconds(app, group, "--silence", raw.silenceMilliseconds,
                     "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)");
@@ -116,12 +136,12 @@ void addHow(CLI::App &app, Options &options, RawOptions &raw)
     addMilliseconds(app, group, "-l", raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)");
     app.add_option("-o", options.replyTimeout, "Reply time-out in seconds (1)")
         ->type_name("SECONDS")
-        ->check(numberFrom(0.001, 3600.0))
+        ->transform(numberFrom(0.001, 3600.0))
         ->group(group);
     CLI::Option *const once = app.add_flag("-1", raw.once, "One round, then end")->group(group);
     app.add_option("--count", options.rounds, "So many rounds, then end")
         ->type_name("N")
-        ->check(wholeNumberFrom(1, 1000000000))
+        ->transform(wholeNumberFrom(1, 1000000000))
         ->excludes(once)
         ->group(group);
 }
@@ -137,19 +157,15 @@ void addDriver(CLI::App &app, Options &options, RawOptions &raw)
                    "Property string for the driver as it is: link#local#spare#attempts#words[#swap_stations]")
         ->type_name("TEXT")
         ->group(group);
-    app.add_option("--link-id", options.property.linkId, "Link id that changes are reported with (1)")
-        ->type_name("N")
-        ->check(wholeNumberFrom(-LargestInt, LargestInt))
-        ->group(group);
     app.add_flag("--local-only", options.property.localWriteOnly, "Writes change the cache, nothing is sent")
         ->group(group);
     app.add_option("--retries", options.property.attempts, "Attempts before a request is given up (3)")
         ->type_name("N")
-        ->check(wholeNumberFrom(0, 1000))
+        ->transform(wholeNumberFrom(0, 1000))
         ->group(group);
     app.add_option("--max-words", options.property.maxWords, "Longest block in registers, coils: bits (120)")
         ->type_name("N")
-        ->check(wholeNumberFrom(2, 500))
+        ->transform(wholeNumberFrom(2, 500))
         ->group(group);
     app.add_flag("--swap", options.property.swapAll, "Recipes: low word of 32-bit values first, all stations")
         ->group(group);
@@ -195,11 +211,11 @@ void addEditor(CLI::App &app, Options &options, RawOptions &raw)
     app.add_option("--multi-copy", raw.multiCopy, "Step an address for copies")->type_name("ADDRESS")->group(group);
     app.add_option("--copies", options.copies, "Number of copies (10)")
         ->type_name("N")
-        ->check(wholeNumberFrom(0, 65536))
+        ->transform(wholeNumberFrom(0, 65536))
         ->group(group);
     app.add_option("--step", options.step, "Step from copy to copy (1)")
         ->type_name("N")
-        ->check(wholeNumberFrom(-LargestInt, LargestInt))
+        ->transform(wholeNumberFrom(-LargestInt, LargestInt))
         ->group(group);
 }
 
@@ -225,6 +241,12 @@ void addListening(CLI::App &app, Options &options, RawOptions &raw)
 {
     app.add_option("--find", raw.find, "Who answers on a port, and with which line parameters; only reads are sent")
         ->type_name("PORT")
+        ->group("Line");
+    app.add_option("--probe", options.probeStation,
+                   "What a station takes: blocks, holes, times, silence; only reads are sent. ADDRESS..LAST is the "
+                   "range (4x1..120)")
+        ->type_name("STATION")
+        ->transform(wholeNumberFrom(1, HighestStation))
         ->group("Line");
     const char *const group = "Traffic of others, and captures";
     app.add_option("--listen", raw.listen, "Listen to another master and its slaves; never sends")

@@ -19,6 +19,7 @@ struct RawOptions
 {
     std::string stations = "1";
     std::string parity = "even";
+    std::string protocol = "rtu";
     int once = 0;
     std::string json; ///< the file, or what CLI11 takes for none
     std::string csv;

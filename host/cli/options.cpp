@@ -4,9 +4,12 @@
 #include "host/cli/negative_values.h"
 #include "host/cli/option_groups.h"
 #include "host/tags/tag.h"
+#include "kit/line/tcp_line.h"
 #include "version.h"
 
 #include <CLI/CLI.hpp>
+
+#include <sys/stat.h>
 
 #include <algorithm>
 #include <cctype>
@@ -25,6 +28,13 @@ bool endsWith(const std::string &name, const std::string &ending)
         return false;
     return std::equal(ending.begin(), ending.end(), name.end() - static_cast<std::ptrdiff_t>(ending.size()),
                       [](char wanted, char c) { return wanted == std::tolower(static_cast<unsigned char>(c)); });
+}
+
+bool isDevice(const std::string &text)
+{
+    struct stat info;
+    const bool named = text.compare(0, 5, "/dev/") == 0 || isTcpPort(text);
+    return named || (::stat(text.c_str(), &info) == 0 && S_ISCHR(info.st_mode));
 }
 
 class Parser
@@ -131,6 +141,8 @@ void Parser::settle()
     m_options.stopBitsGiven = given("-s");
     m_options.stationsGiven = given("-a");
     m_options.timeoutGiven = given("-o");
+    m_options.wordOrderGiven = given("-B") || given("--low-word-first");
+    m_options.line.rs485 = given("-F") || given("-R");
     m_options.line.parity = static_cast<char>(std::toupper(m_raw.parity[0]));
     m_options.typeOrReferenceGiven = given("-t") || given("-r");
     m_options.pollInterval = m_raw.pollMilliseconds / 1000;
@@ -168,6 +180,7 @@ void Parser::settleMode()
         {given("--multi-copy"), Mode::MultiCopy, &m_raw.multiCopy, &m_options.subject},
         {given("--serve"), Mode::Serve, nullptr, nullptr},
         {given("--listen"), Mode::Listen, &m_raw.listen, &m_options.port},
+        {given("--probe"), Mode::Probe, nullptr, nullptr},
         {given("--find"), Mode::Find, &m_raw.find, &m_options.port},
         {given("--replay"), Mode::Replay, nullptr, nullptr},
     };
@@ -175,8 +188,9 @@ void Parser::settleMode()
         if (!choice.chosen)
             continue;
         if (m_options.mode != Mode::Poll)
-            throw Misuse("two things at once: choose one of --condition-read, --recipe-read, --recipe-write, --plan, "
-                         "--list-types, --describe, --check, --multi-copy, --serve, --listen, --replay, --find");
+            throw Misuse(
+                "two things at once: choose one of --condition-read, --recipe-read, --recipe-write, --plan, "
+                "--list-types, --describe, --check, --multi-copy, --serve, --listen, --replay, --find, --probe");
         m_options.mode = choice.mode;
         if (choice.target)
             *choice.target = *choice.subject;
@@ -225,6 +239,7 @@ bool Parser::usesLine() const
     case Mode::ConditionRead:
     case Mode::RecipeRead:
     case Mode::RecipeWrite:
+    case Mode::Probe:
         return true;
     default:
         return false;
@@ -248,8 +263,12 @@ void Parser::settleArguments()
         return;
     if (m_options.arguments.empty())
         throw Misuse(std::string("no port given: ") + HelpUsage + ", or --sim FILE for simulated slaves");
-    m_options.port = m_options.arguments.front();
-    m_options.arguments.erase(m_options.arguments.begin());
+    // A device cannot be mistaken for an address or a value, so it may stand anywhere.
+    auto port = std::find_if(m_options.arguments.begin(), m_options.arguments.end(), isDevice);
+    if (port == m_options.arguments.end())
+        port = m_options.arguments.begin();
+    m_options.port = *port;
+    m_options.arguments.erase(port);
 }
 
 void Parser::check() const
@@ -268,7 +287,7 @@ void Parser::checkProperty() const
         return;
     if (m_raw.rawProperty.empty())
         throw Misuse("--property is empty; a property string is written as 1#0#0#3#120#0");
-    for (const char *field : {"--link-id", "--local-only", "--retries", "--max-words", "--swap", "--swap-stations"}) {
+    for (const char *field : {"--local-only", "--retries", "--max-words", "--swap", "--swap-stations"}) {
         if (given(field))
             throw Misuse("--property is the whole string: change it there and leave out " + std::string(field));
     }

@@ -29,6 +29,7 @@ enum class Mode {
     Serve,
     Listen,
     Find,
+    Probe,
     Replay, ///< a capture instead of a line
     Nothing ///< help or version were asked for and given
 };
@@ -47,6 +48,7 @@ struct Options
     bool stationsGiven = false;
     bool timeoutGiven = false;
     LineParameters line;
+    int probeStation = 0;
 
     std::vector<int> stations = std::vector<int>(1, 1);
     bool typeOrReferenceGiven = false;
@@ -55,6 +57,7 @@ struct Options
     bool zeroBased = false;
     int values = 1;
     bool lowWordFirst = false;
+    bool wordOrderGiven = false;
     std::string tagFile;
     std::vector<std::string> arguments; ///< addresses and values after the port
 

@@ -1,6 +1,7 @@
 #include "host/cli/tag_selection.h"
 
 #include "host/text/csv.h"
+#include "host/text/numbers.h"
 #include "host/tags/tag_table.h"
 
 #include <algorithm>
@@ -48,6 +49,13 @@ bool looksLikeAddress(const std::string &text)
     return text.size() > 2 && text[0] >= '1' && text[0] <= '9' && (text[1] == 'x' || text[1] == 'X');
 }
 
+/** Such as 0x10, which is a number, and alone also a coil. */
+bool isPrefixed(const std::string &text)
+{
+    std::uint64_t number = 0;
+    return readPrefixed(text, &number);
+}
+
 bool isNumber(const std::string &text)
 {
     return !text.empty() && text.find_first_not_of("0123456789+-.eE") == std::string::npos;
@@ -58,7 +66,7 @@ bool looksLikeValue(const std::string &text)
 {
     static const char *const words[] = {"on", "off", "true", "false"};
     const bool isWord = std::any_of(std::begin(words), std::end(words), [&](const char *word) { return text == word; });
-    return isWord || isNumber(text) || text.compare(0, 2, "0x") == 0 || text.compare(0, 2, "0b") == 0;
+    return isWord || isNumber(text) || isPrefixed(text);
 }
 
 bool isWhole(const std::string &text)
@@ -110,8 +118,7 @@ public:
 private:
     bool isAddress(const std::string &argument) const
     {
-        // "0x10" behind -r is a number; anywhere else it is coil 10.
-        const bool value = m_options.typeOrReferenceGiven && argument.compare(0, 2, "0x") == 0;
+        const bool value = m_options.typeOrReferenceGiven && isPrefixed(argument);
         return !value && !isNumber(argument) && m_catalog.prefixOf(argument);
     }
 
@@ -146,6 +153,22 @@ private:
         return tags;
     }
 
+    /** Behind an address that takes numbers, 0x10 could be one, or a coil. */
+    void refuseDoubtful(const std::string &argument) const
+    {
+        std::uint64_t number = 0;
+        if (m_options.mode != Mode::Poll || m_target.empty() || !readPrefixed(argument, &number))
+            return;
+        const TagRange &target = m_target.front();
+        if (target.type.isBit() || !target.type.writable)
+            return;
+        const std::string address = target.rangeLabel();
+        throw std::invalid_argument(argument + " behind " + address + " could be the number " + std::to_string(number)
+                                    + " or a coil: write " + address + "=" + argument + " for the number, and put "
+                                    + argument + " in front of " + address + ", or write " + argument
+                                    + "@STATION, for the coil");
+    }
+
     void addArgument(const std::string &argument)
     {
         if (!isAddress(argument)) {
@@ -153,6 +176,7 @@ private:
             m_values.push_back(argument);
             return;
         }
+        refuseDoubtful(argument);
         finishTarget();
         const std::size_t equals = argument.find('=');
         m_targetIsRange = argument.substr(0, equals).find("..") != std::string::npos;

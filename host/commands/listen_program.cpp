@@ -7,6 +7,7 @@
 #include "host/live/listen_view.h"
 #include "host/live/live_terminal.h"
 #include "host/commands/signal_watcher.h"
+#include "host/search/port_trouble.h"
 #include "host/tags/tag_table.h"
 
 #include <unistd.h>
@@ -127,7 +128,7 @@ public:
         , m_watcher([this](int signal) { end(signal); })
         , m_line(makeLine(options.port, options.line))
     {
-        m_line->open();
+        openPort(*m_line);
         if (!m_line->notice().empty() && !options.quiet)
             err << m_line->notice() << '\n';
         if (!options.captureFile.empty())

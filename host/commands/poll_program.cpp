@@ -43,10 +43,11 @@ std::string rowText(const RowResult &row)
 
 } // namespace
 
-PollProgram::PollProgram(Link &link, Line &line, LineRecorder &recorder, const Options &options, std::ostream &out,
-                         std::ostream &err)
+PollProgram::PollProgram(Link &link, Line &line, LineRecorder &recorder, CauseReport &causes, const Options &options,
+                         std::ostream &out, std::ostream &err)
     : m_link(link)
     , m_line(line)
+    , m_causes(causes)
     , m_options(options)
     , m_out(out)
     , m_err(err)
@@ -66,6 +67,12 @@ void PollProgram::stop()
 {
     m_stopped = true;
     m_link.stop();
+}
+
+void PollProgram::interrupt()
+{
+    m_interrupted = true;
+    stop();
 }
 
 /** False when it is over. */
@@ -94,8 +101,15 @@ void PollProgram::noteTransaction(const Transaction &transaction)
 {
     if (m_options.trace)
         printTrace(transaction);
-    if (transaction.verdict != VerdictGivenUp || m_readingOld)
+    if (m_readingOld)
         return;
+    if (transaction.verdict == VerdictGivenUp)
+        noteError(transaction);
+    m_causes.take(transaction);
+}
+
+void PollProgram::noteError(const Transaction &transaction)
+{
     ++m_errors;
     m_lastError = transaction.information.toStdString();
     m_err << "error: station " << transaction.station << ", " << requestMeaning(transaction.request) << ": "
@@ -257,6 +271,8 @@ void PollProgram::tellRows(const Recipe &recipe, const TransferResult &result)
 
 int PollProgram::finish()
 {
+    if (m_interrupted && !m_options.printStatistics)
+        say(trafficText(m_link.statistics()));
     if (m_options.printStatistics) {
         const LinkStatistics statistics = m_link.statistics();
         if (m_options.form == OutputForm::Json) {

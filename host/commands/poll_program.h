@@ -7,6 +7,7 @@
 #define RTU_HOST_POLL_PROGRAM_H
 
 #include "host/cli/options.h"
+#include "host/commands/cause_report.h"
 #include "host/tags/recipe.h"
 #include "host/report/line_recorder.h"
 #include "host/report/tag_board.h"
@@ -27,9 +28,10 @@ public:
     /**
      * @param line the link's
      * @param recorder the link's; gets @p out to record to as well
+     * @param causes told of what was asked
      */
-    PollProgram(Link &link, Line &line, LineRecorder &recorder, const Options &options, std::ostream &out,
-                std::ostream &err);
+    PollProgram(Link &link, Line &line, LineRecorder &recorder, CauseReport &causes, const Options &options,
+                std::ostream &out, std::ostream &err);
 
     /** Writes, then reads in rounds of so many requests; result: exit status. */
     int poll(const TagSelection &selection, std::size_t requestsARound);
@@ -38,8 +40,10 @@ public:
     /** Moves a recipe. @param write from the file to the slaves */
     int transferRecipe(Recipe recipe, bool write);
 
-    /** From any thread. */
+    // From any thread:
     void stop();
+    /** The user ends it, and is told what has been. */
+    void interrupt();
 
 private:
     bool step();
@@ -55,6 +59,7 @@ private:
     void printRead(const TagRange &tag, const ReadResult &result, const std::string &error);
     void tellRows(const Recipe &recipe, const TransferResult &result);
     void noteTransaction(const Transaction &transaction);
+    void noteError(const Transaction &transaction);
     void printTrace(const Transaction &transaction);
     void say(const std::string &text);
     bool waitsForPort() const { return m_options.rounds != 1; }
@@ -63,6 +68,7 @@ private:
 
     Link &m_link;
     Line &m_line;
+    CauseReport &m_causes;
     const Options &m_options;
     std::ostream &m_out;
     std::ostream &m_err;
@@ -75,6 +81,7 @@ private:
     bool m_portLost = false;
     bool m_readingOld = false; ///< a failure of that is no error: the write itself tells
     std::atomic<bool> m_stopped{false};
+    std::atomic<bool> m_interrupted{false};
 };
 
 } // namespace rtu

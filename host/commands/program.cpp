@@ -9,12 +9,14 @@
 #include "host/cli/options.h"
 #include "host/plan/plan_view.h"
 #include "host/commands/poll_program.h"
+#include "host/commands/probe_program.h"
 #include "host/commands/record_files.h"
 #include "host/tags/recipe.h"
 #include "host/report/statistics.h"
 #include "host/commands/stop_target.h"
 #include "kit/line/make_line.h"
 #include "host/commands/search_program.h"
+#include "host/search/port_trouble.h"
 #include "host/commands/signal_watcher.h"
 #include "host/commands/simulation.h"
 
@@ -22,6 +24,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <fstream>
 #include <memory>
 #include <stdexcept>
@@ -49,7 +52,7 @@ public:
         }
         m_owned = makeLine(device, parameters);
         m_line = m_owned.get();
-        m_line->open();
+        openPort(*m_line);
         if (!m_line->notice().empty() && !options.quiet)
             err << m_line->notice() << '\n';
     }
@@ -74,6 +77,8 @@ std::string optionOf(Mode mode)
         return "--recipe-read";
     case Mode::Replay:
         return "--replay";
+    case Mode::Probe:
+        return "--probe";
     default:
         return "--plan";
     }
@@ -127,6 +132,8 @@ public:
             return showPlan();
         case Mode::Replay:
             return replay();
+        case Mode::Probe:
+            return probe();
         default:
             return runOnLine();
         }
@@ -200,9 +207,23 @@ private:
         return m_options.mode == Mode::Poll && screen && (m_options.live || !lines);
     }
 
+    /** Where -t is typed from habit: other masters begin with the low word. */
+    void tellWordOrder(const TagSelection &selection)
+    {
+        const bool habit = m_options.typeText.find(':') != std::string::npos && !m_options.wordOrderGiven;
+        const auto isLong = [](const TagRange &tag) { return tag.format.width == 2; };
+        const bool any = std::any_of(selection.reads.begin(), selection.reads.end(), isLong)
+                         || std::any_of(selection.writes.begin(), selection.writes.end(),
+                                        [&](const TagWrite &write) { return isLong(write.tag); });
+        if (habit && any && !m_options.quiet)
+            m_err << "32-bit values have the high word first here (-B says so); mbpoll without -B has the low word "
+                     "first: --low-word-first\n";
+    }
+
     int runOnLine()
     {
         const TagSelection selection = selectNamedTags();
+        tellWordOrder(selection);
         Recipe recipe;
         if (m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite)
             recipe = chosenRecipe(selection.reads);
@@ -234,12 +255,15 @@ private:
         }
         // A capture in a pipe has standard output for itself.
         std::ostream &out = isCapturePipe(m_options.captureFile) ? m_err : m_out;
-        const LineParameters line = source.line().parameters();
-        PollProgram polling(*link, source.line(), recorder, m_options, out, m_err);
+        PortLine &line = source.line();
+        const LineParameters parameters = line.parameters();
+        CauseReport causes(
+            m_options, [&line] { return line.errors(); }, out, m_err);
+        PollProgram polling(*link, line, recorder, causes, m_options, out, m_err);
         int status = ExitGood;
         {
-            const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.stop(); });
-            status = runPolling(polling, selection, recipe, line);
+            const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.interrupt(); });
+            status = runPolling(polling, selection, recipe, parameters);
         }
         link.reset();
         return status;
@@ -282,7 +306,9 @@ private:
         RecordFiles files(m_options, [this](const std::string &text) { m_err << text << '\n'; });
         LineRecorder recorder(*link, past);
         files.addTo(recorder);
-        PollProgram polling(*link, past, recorder, m_options, m_out, m_err);
+        CauseReport causes(
+            m_options, [] { return LineErrors(); }, m_out, m_err);
+        PollProgram polling(*link, past, recorder, causes, m_options, m_out, m_err);
         past.onEnd([&polling] { polling.stop(); });
         int status = ExitGood;
         {
@@ -291,6 +317,28 @@ private:
         }
         link.reset();
         return statusAfterFiles(nullptr, files, status);
+    }
+
+    int probe()
+    {
+        const TagRange range = probeRange();
+        const SignalWatcher watcher([this](int signal) { end(signal); });
+        LineSource source(m_options, m_err);
+        return probeStation(m_options, source.line(), range, m_stopTarget, m_out, m_err);
+    }
+
+    TagRange probeRange()
+    {
+        if (m_options.arguments.empty() && !m_options.typeOrReferenceGiven)
+            return parseTags(m_driver, m_catalog, "4x1..120", m_options.stations, 1).front();
+        const TagSelection selection = selectNamedTags();
+        if (selection.reads.size() != 1)
+            throw std::invalid_argument("--probe looks through one range, such as 4x1..500");
+        const TagRange range = selection.reads.front();
+        if (range.type.name.size() != 2)
+            throw std::invalid_argument("--probe looks through registers, coils or discrete inputs: write the range as "
+                                        + range.type.name.substr(0, 2) + "1..120");
+        return range;
     }
 
     int runPolling(PollProgram &polling, const TagSelection &selection, const Recipe &recipe,
@@ -318,6 +366,13 @@ private:
         view.setVerify(m_options.verify);
         view.setRecorder(recorder);
         files.setTeller([&view](const std::string &text) { view.tell(text); });
+        PortLine &opened = source.line();
+        LineDiagnosis diagnosis([&opened] { return opened.errors(); }, m_options.removeEcho);
+        link->onTransaction([&](const Transaction &transaction) {
+            const Diagnosis why = diagnosis.take(transaction);
+            if (why.cause != Cause::None)
+                view.tell(diagnosisText(why));
+        });
         {
             const StopTarget::Scope scope(m_stopTarget, [&view] { view.stop(); });
             view.run(*terminal, selection);
@@ -329,6 +384,8 @@ private:
         if (m_options.printStatistics) {
             for (const std::string &line : statisticsLines(statistics))
                 m_out << line << '\n';
+        } else if (!m_options.quiet) {
+            m_out << "-- " << trafficText(statistics) << '\n';
         }
         return statistics.total.giveUps == 0 ? ExitGood : ExitErrors;
     }
@@ -392,6 +449,18 @@ int runMode(const Options &options, std::ostream &out, std::ostream &err)
     return Program(options, out, err).run();
 }
 
+/** What reads objects learns from one why there are no others. */
+int runTold(const Options &options, std::ostream &out, std::ostream &err)
+{
+    try {
+        return runMode(options, out, err);
+    } catch (const PortTrouble &trouble) {
+        if (options.form == OutputForm::Json)
+            out << diagnosisJson(trouble.diagnosis()) << '\n' << std::flush;
+        throw;
+    }
+}
+
 /** Whoever reads standard output has seen enough: no reason to complain. */
 bool readerIsGone()
 {
@@ -415,7 +484,7 @@ int statusAfterOutput(int status, std::ostream &out, std::ostream &err)
 int runProgram(int argc, const char *const *argv, std::ostream &out, std::ostream &err)
 {
     try {
-        return statusAfterOutput(runMode(parseOptions(argc, argv), out, err), out, err);
+        return statusAfterOutput(runTold(parseOptions(argc, argv), out, err), out, err);
     } catch (const Misuse &error) {
         err << "rtuhost: " << error.what() << '\n';
         return ExitMisuse;

@@ -1,12 +1,13 @@
 #include "host/commands/search_program.h"
 
+#include "host/cli/line_text.h"
 #include "host/commands/signal_watcher.h"
 #include "host/commands/stop_target.h"
+#include "host/search/port_trouble.h"
 #include "host/search/station_search.h"
+#include "host/text/json.h"
 #include "host/text/wall_clock.h"
 #include "kit/line/make_line.h"
-
-#include <nlohmann/json.hpp>
 
 #include <unistd.h>
 
@@ -21,11 +22,6 @@ namespace {
 const int HighestSlave = 247;
 /** Slaves begin to answer within some ten milliseconds; hundreds of times a longer wait would cost minutes. */
 const Duration UsualPatience = std::chrono::milliseconds(200);
-
-const char *parityName(char parity)
-{
-    return parity == 'N' ? "none" : parity == 'E' ? "even" : "odd";
-}
 
 /** Those that the options leave open. */
 std::vector<LineParameters> parametersToTry(const Options &options)
@@ -58,7 +54,7 @@ bool hasParameters(const std::string &port)
     LineParameters wanted;
     wanted.parity = 'O';
     const std::unique_ptr<PortLine> line = makeLine(port, wanted);
-    line->open();
+    openPort(*line);
     return line->parameters().parity == wanted.parity;
 }
 
@@ -81,14 +77,12 @@ SearchSettings searchSettings(const Options &options)
 
 std::string foundJson(const FoundStation &found)
 {
-    nlohmann::ordered_json json;
-    json["station"] = found.station;
-    json["baud"] = found.parameters.baud;
-    json["parity"] = parityName(found.parameters.parity);
-    json["stop_bits"] = found.parameters.stopBits;
-    json["answer"] = found.answer;
-    json["reply_ms"] = std::chrono::duration<double, std::milli>(found.replyTime).count();
-    return json.dump();
+    return jsonText({{"station", found.station},
+                     {"baud", found.parameters.baud},
+                     {"parity", parityName(found.parameters.parity)},
+                     {"stop_bits", found.parameters.stopBits},
+                     {"answer", found.answer},
+                     {"reply_ms", jsonNumber(1e3 * toSeconds(found.replyTime), 3)}});
 }
 
 std::string foundText(const FoundStation &found)
@@ -106,9 +100,16 @@ std::string progressText(const SearchProgress &progress)
 
 std::string commandText(const Options &options, const FoundStation &found)
 {
-    return "rtuhost -b " + std::to_string(found.parameters.baud) + " -P " + parityName(found.parameters.parity) + " -s "
-           + std::to_string(found.parameters.stopBits) + " -a " + std::to_string(found.station) + " " + options.port
+    return "rtuhost " + parameterOptions(found.parameters) + " -a " + std::to_string(found.station) + " " + options.port
            + " 4x1";
+}
+
+Diagnosis whyNobody(const StationSearch &search, bool ended)
+{
+    Diagnosis diagnosis;
+    diagnosis.cause = ended ? Cause::Ended : search.cause();
+    diagnosis.text = causeText(diagnosis.cause);
+    return diagnosis;
 }
 
 } // namespace
@@ -140,11 +141,16 @@ int findStations(const Options &options, std::ostream &out, std::ostream &err)
     });
     search.run();
     err << wipe << std::flush;
-    if (all.empty())
-        err << "nobody answers: " << (target.asked() ? "ended before all were asked" : search.cause()) << '\n';
-    else if (lines && !options.quiet)
+    if (all.empty()) {
+        const Diagnosis why = whyNobody(search, target.asked());
+        err << "nobody answers: " << diagnosisText(why) << '\n';
+        if (!lines)
+            out << diagnosisJson(why) << '\n';
+        return 1;
+    }
+    if (lines && !options.quiet)
         out << "go on with: " << commandText(options, all.front()) << '\n';
-    return all.empty() ? 1 : 0;
+    return 0;
 }
 
 } // namespace rtu

@@ -54,6 +54,15 @@ double meanRate(const LinkStatistics &statistics)
 
 } // namespace
 
+std::string trafficText(const LinkStatistics &statistics)
+{
+    const StationStatistics &c = statistics.total;
+    const std::uint64_t errors = c.timeouts + c.exceptions + c.damaged + c.foreign;
+    return std::to_string(c.frames) + (c.frames == 1 ? " frame sent, " : " frames sent, ")
+           + std::to_string(c.good + c.exceptions) + " answered, " + std::to_string(errors)
+           + (errors == 1 ? " error" : " errors");
+}
+
 std::vector<std::string> statisticsLines(const LinkStatistics &statistics)
 {
     std::vector<std::string> lines;

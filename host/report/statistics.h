@@ -13,6 +13,9 @@
 
 namespace rtu {
 
+/** "12 frames sent, 11 answered, 1 error" */
+std::string trafficText(const LinkStatistics &statistics);
+
 /** The summary for people, one line each. */
 std::vector<std::string> statisticsLines(const LinkStatistics &statistics);
 

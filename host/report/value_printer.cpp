@@ -25,6 +25,13 @@ std::string statusOf(const TagState &state)
     return state.known ? "ok" : "unknown";
 }
 
+/** "65535 (-1)" */
+std::string bothReadings(std::uint32_t raw, const ValueFormat &format)
+{
+    const std::string other = signedReading(raw, format);
+    return valueText(raw, format) + (other.empty() ? "" : " (" + other + ")");
+}
+
 std::string padded(const std::string &text, int width)
 {
     return leftAligned(text, std::max(width, textWidth(text)));
@@ -62,7 +69,7 @@ void ValuePrinter::printLine(const TagRange &tag, int value, std::uint32_t raw, 
     std::string text = padded(std::to_string(tag.station) + ":" + tag.label(value), 16) + " ";
     if (!tag.name.empty())
         text += padded(nameOf(tag, value), 16) + " ";
-    text += hasValue(state) ? valueText(raw, tag.format) + (tag.unit.empty() ? "" : " " + tag.unit) : "-";
+    text += hasValue(state) ? bothReadings(raw, tag.format) + (tag.unit.empty() ? "" : " " + tag.unit) : "-";
     if (state.failed)
         text += "   error " + state.error;
     m_out << text << '\n';

@@ -1,8 +1,6 @@
 #include "host/search/station_search.h"
 
-#include "kit/line/frame_check.h"
 #include "kit/line/line_timing.h"
-#include "kit/line/reply_collector.h"
 
 #include <algorithm>
 
@@ -10,24 +8,8 @@ namespace rtu {
 
 namespace {
 
-const int ReadHoldingRegisters = 3;
-const int RequestBytes = 8;
-const int ReplyBytes = 7;
-const char AsciiBegin = ':';
 /** Where the first group of stations ends, and the next. Most devices keep the address they came with. */
 const std::size_t GroupEnds[] = {1, 10, 247};
-
-QByteArray requestTo(int station)
-{
-    QByteArray request;
-    for (int byte : {station, ReadHoldingRegisters, 0, 0, 0, 1})
-        request += static_cast<char>(byte);
-    const unsigned int crc =
-        crc16(reinterpret_cast<const unsigned char *>(request.constData()), static_cast<std::size_t>(request.size()));
-    request += static_cast<char>(crc & 0xFF);
-    request += static_cast<char>(crc >> 8);
-    return request;
-}
 
 std::string answerOf(const Transaction &t)
 {
@@ -73,7 +55,7 @@ StationSearch::StationSearch(const SearchSettings &settings, OpenLine open)
 Duration StationSearch::timeOf(const LineParameters &parameters) const
 {
     const LineTiming timing(parameters);
-    return timing.characters(RequestBytes) + m_settings.replyTimeout + timing.silence();
+    return timing.characters(ReadRequest::Bytes) + m_settings.replyTimeout + timing.silence();
 }
 
 std::vector<StationSearch::Group> StationSearch::groups() const
@@ -112,12 +94,15 @@ bool StationSearch::askGroup(const LineParameters &parameters, const Group &grou
     if (over() || group.first == group.end)
         return false;
     const std::unique_ptr<Line> line = m_open(parameters);
-    if (line)
+    std::unique_ptr<LineAsker> asker;
+    if (line) {
+        asker.reset(new LineAsker(*line, LineTiming(parameters), m_settings.replyTimeout));
         ++m_opened;
+    }
     bool answered = false;
     for (std::size_t i = group.first; i < group.end && !over(); ++i) {
         report(parameters, m_settings.stations[i]);
-        if (line && ask(*line, parameters, m_settings.stations[i]))
+        if (asker && ask(*asker, parameters, m_settings.stations[i]))
             answered = true;
     }
     return answered;
@@ -133,37 +118,13 @@ void StationSearch::report(const LineParameters &parameters, int station)
     m_progress.left = std::max(Duration(0), m_progress.left - timeOf(parameters));
 }
 
-bool StationSearch::ask(Line &line, const LineParameters &parameters, int station)
+bool StationSearch::ask(LineAsker &asker, const LineParameters &parameters, int station)
 {
-    const LineTiming timing(parameters);
-    line.sleepUntil(line.now() + timing.silence());
-    if (line.discardInput() > 0)
-        ++m_signs.strays;
-    Transaction t;
-    t.station = station;
-    t.isRead = true;
-    t.request = requestTo(station);
-    t.expectedReply = ReplyBytes;
-    t.sent = line.now();
-    t.requestEnd = t.sent + timing.characters(RequestBytes);
-    if (!line.write(reinterpret_cast<const unsigned char *>(t.request.constData()), RequestBytes)) {
-        m_lost = true;
-        return false;
-    }
-    ReplyCollector collector(line, timing, m_settings.replyTimeout, true);
-    collector.collect(t);
+    ReadRequest request;
+    request.station = station;
+    const Transaction t = asker.ask(request);
     m_lost = t.end == ReplyEnd::PortLost || t.end == ReplyEnd::Interrupted;
-    judgeReply(t, true);
-    return judge(t, parameters);
-}
-
-bool StationSearch::judge(const Transaction &t, const LineParameters &parameters)
-{
-    m_signs.echoes += t.echoRemoved ? 1 : 0;
-    if (t.kind == ReplyKind::Damaged)
-        ++(t.reply.at(0) == AsciiBegin ? m_signs.ascii : m_signs.garbage);
-    if (t.kind == ReplyKind::Foreign)
-        ++m_signs.foreign;
+    m_signs.note(t);
     if (t.kind != ReplyKind::Good && t.kind != ReplyKind::Exception)
         return false;
     FoundStation found;
@@ -177,26 +138,13 @@ bool StationSearch::judge(const Transaction &t, const LineParameters &parameters
     return true;
 }
 
-std::string StationSearch::cause() const
+Cause StationSearch::cause() const
 {
     if (m_found > 0)
-        return std::string();
+        return Cause::None;
     if (m_lost)
-        return "the port is gone";
-    if (m_opened == 0)
-        return "the port takes none of these line parameters";
-    if (m_signs.ascii > 0)
-        return "replies begin with \":\": a device speaks Modbus ASCII, not RTU; set it to RTU";
-    if (m_signs.strays > 0 || m_signs.foreign > 0)
-        return "bytes came that nobody asked for: another master is on the line; --listen tells what it asks";
-    if (m_signs.garbage > 0)
-        return "something answers, but not so that it can be read: a baud rate or parity that was not tried, or a line "
-               "without termination";
-    if (m_signs.echoes > 0)
-        return "nobody answers; the adapter hears itself, so it sends: look at the wires behind it (A and B swapped?), "
-               "and at the devices' power and addresses";
-    return "not one byte came back: look at the wires (A and B swapped?), the devices' power and addresses, and "
-           "whether the adapter switches to sending";
+        return Cause::PortLost;
+    return m_opened == 0 ? Cause::NoParameters : m_signs.cause();
 }
 
 } // namespace rtu

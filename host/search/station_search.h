@@ -5,9 +5,10 @@
 #ifndef RTU_HOST_SEARCH_STATION_SEARCH_H
 #define RTU_HOST_SEARCH_STATION_SEARCH_H
 
-#include <modbus_rtu_host/line.h>
+#include "host/search/line_asker.h"
+#include "host/search/line_cause.h"
+
 #include <modbus_rtu_host/line_parameters.h>
-#include <modbus_rtu_host/transaction.h>
 
 #include <atomic>
 #include <functional>
@@ -44,16 +45,6 @@ struct SearchProgress
     int station = 0;           ///< now
 };
 
-/** What came back, beside good answers. */
-struct SearchSigns
-{
-    int garbage = 0; ///< replies with a wrong check sum
-    int echoes = 0;  ///< requests that came back
-    int ascii = 0;   ///< replies that begin as those of Modbus ASCII do
-    int foreign = 0; ///< frames of stations that were not asked
-    int strays = 0;  ///< times when bytes came unasked
-};
-
 class StationSearch
 {
 public:
@@ -76,9 +67,9 @@ public:
     /** Ends the search before the next request. From any thread. */
     void stop() { m_stopping = true; }
 
-    const SearchSigns &signs() const { return m_signs; }
+    const LineSigns &signs() const { return m_signs; }
     /** Why nobody answered, as far as it can be told. */
-    std::string cause() const;
+    Cause cause() const;
 
 private:
     struct Group
@@ -89,8 +80,7 @@ private:
 
     std::vector<Group> groups() const;
     bool askGroup(const LineParameters &parameters, const Group &group);
-    bool ask(Line &line, const LineParameters &parameters, int station);
-    bool judge(const Transaction &transaction, const LineParameters &parameters);
+    bool ask(LineAsker &asker, const LineParameters &parameters, int station);
     void report(const LineParameters &parameters, int station);
     Duration timeOf(const LineParameters &parameters) const;
     bool over() const { return m_stopping || m_lost; }
@@ -101,7 +91,7 @@ private:
     std::function<void(const SearchProgress &)> m_onProgress;
     std::atomic<bool> m_stopping{false};
     bool m_lost = false;
-    SearchSigns m_signs;
+    LineSigns m_signs;
     SearchProgress m_progress;
     int m_found = 0;
     int m_opened = 0;

@@ -50,6 +50,13 @@ void setRange(DriverLibrary &driver, TagRange &tag, const std::string &first, co
     setAddress(driver, tag, first, Access::Read);
 }
 
+/** The driver knows no other notation of numbers. */
+std::string inDecimals(const std::string &text)
+{
+    std::uint64_t number = 0;
+    return readPrefixed(text, &number) ? std::to_string(number) : text;
+}
+
 } // namespace
 
 AddressCheck checkAddress(DriverLibrary &driver, const RegisterType &type, const std::string &text, int count,
@@ -95,8 +102,9 @@ std::string addressCheckText(int result, const std::string &typeName, const Regi
     }
 }
 
-void setAddress(DriverLibrary &driver, TagRange &tag, const std::string &text, Access access)
+void setAddress(DriverLibrary &driver, TagRange &tag, const std::string &typed, Access access)
 {
+    const std::string text = inDecimals(typed);
     const AddressCheck check = checkAddress(driver, tag.type, text, tag.count(), tag.format.format, access);
     if (check.result != 0)
         throw std::invalid_argument(tag.type.name + text

@@ -120,17 +120,6 @@ std::uint32_t parseBit(const std::string &typed)
     refuse(typed, "a bit is 0 or 1 (also on, off, true, false)");
 }
 
-/** Reads 0x... and 0b... whole; false for anything else. */
-bool parsePrefixed(const std::string &text, std::uint64_t *value)
-{
-    if (text.size() < 3 || text[0] != '0')
-        return false;
-    const int base = (text[1] == 'x' || text[1] == 'X') ? 16 : (text[1] == 'b' || text[1] == 'B') ? 2 : 0;
-    if (base == 0)
-        return false;
-    return readDigits(text.substr(2), base, value);
-}
-
 double parseNumber(const std::string &text)
 {
     double value = 0;
@@ -230,6 +219,13 @@ std::string valueText(std::uint32_t raw, const ValueFormat &format)
     }
 }
 
+std::string signedReading(std::uint32_t raw, const ValueFormat &format)
+{
+    const bool may = format.format == Format::Unsigned && format.width == 1 && isUnscaled(format);
+    const std::int64_t value = signedValue(raw, format);
+    return may && value < 0 ? std::to_string(value) : std::string();
+}
+
 std::string rawText(std::uint32_t raw, const ValueFormat &format)
 {
     if (format.width == 0)
@@ -249,7 +245,7 @@ std::uint32_t parseValue(const std::string &text, const ValueFormat &format)
     if (format.format == Format::Bit)
         return parseBit(text);
     std::uint64_t prefixed = 0;
-    if (parsePrefixed(text, &prefixed)) {
+    if (readPrefixed(text, &prefixed)) {
         if (prefixed > mask(format))
             refuse(text, "it has more than " + std::to_string(bits(format)) + " bits");
         return static_cast<std::uint32_t>(prefixed); // a bit pattern: taken as it is

@@ -43,6 +43,9 @@ int driverFormatCode(Format format, int width);
 /** The value as people read it, scaled. */
 std::string valueText(std::uint32_t raw, const ValueFormat &format);
 
+/** "-1" for a register that holds 65535 and may be meant so; empty where there is no doubt. */
+std::string signedReading(std::uint32_t raw, const ValueFormat &format);
+
 /** The value as it is stored, in hexadecimal (a bit as 0 or 1). */
 std::string rawText(std::uint32_t raw, const ValueFormat &format);
 

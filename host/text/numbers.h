@@ -11,12 +11,13 @@
 namespace rtu {
 
 // Each takes the whole text, with or without a sign, and leaves the value alone where it returns false.
+// A text is the same number wherever it stands: 16 and 0x10 and 0b10000.
 
 bool readNumber(const std::string &text, int *value);
 /** Also "inf" and "nan". */
 bool readNumber(const std::string &text, double *value);
-/** Digits alone. @param base 2 or 16 */
-bool readDigits(const std::string &text, int base, std::uint64_t *value);
+/** 0x10 and 0b10 alone, without a sign: bit patterns. */
+bool readPrefixed(const std::string &text, std::uint64_t *value);
 
 /** So many digits behind the point. */
 std::string fixed(double number, int digits);

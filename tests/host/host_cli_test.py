@@ -67,6 +67,23 @@ class Reading(RtuHostTest):
         self.assertEqual(["7", "65533"], self.values("-t", "3", "-c", "2"))
         self.assertEqual(["10", "5"], self.values("-a", "1,2", "-r", "1"))
 
+    def test_a_line_of_mbpoll(self):
+        port = self.file("port")
+        self.serve(port)
+        result = self.run_host("-m", "rtu", "-1", "-b", "9600", "-P", "none", "-a", "1", "-t3", "-r", "1", "-c", "2",
+                               "-F", port)
+        self.assertEqual(["1:3x1", "7"], result.lines[-2].split())
+        self.assertEqual(["1:3x2", "65533", "(-3)"], result.lines[-1].split())
+        last = self.run_host("-1", "-q", "4x1", port)
+        self.assertEqual(["1:4x1", "10"], last.lines[0].split())
+
+    def test_the_other_word_order_is_told_once(self):
+        told = "mbpoll without -B has the low word first: --low-word-first"
+        self.assertEqual(1, self.simulate("--count", "2", "-l", "0", "-t", "4:float", "-r", "103").err.count(told))
+        for arguments in (["-B", "-t", "4:float"], ["--low-word-first", "-t", "4:int"], ["-t", "4:hex"],
+                          ["4x_double103:float"]):
+            self.assertEqual("", self.simulate("-1", *arguments).err, arguments)
+
     def test_word_order(self):
         self.assertEqual(["0x56781234"], self.values("--low-word-first", "4x_double101:hex"))
         self.assertEqual(["0x12345678"], self.values("-B", "4x_double101:hex"))
@@ -110,7 +127,8 @@ class Output(RtuHostTest):
 
     def test_json_of_what_could_not_be_read(self):
         result = self.simulate("-1", "--json", "4x60", status=1)
-        value = json.loads(result.lines[0])
+        value, why = (json.loads(line) for line in result.lines)
+        self.assertEqual("exception", why["cause"])
         self.assertIsNone(value["value"])
         self.assertIsNone(value["raw"])
         self.assertEqual("error", value["status"])
@@ -261,7 +279,8 @@ class Writing(RtuHostTest):
         row = json.loads(self.simulate("-1", "--json", "4x5", "-12").lines[0])
         self.assertEqual(("5", 50, -12, "0xFFF4", "acknowledged", ""),
                          (row["address"], row["old"], row["value"], row["raw"], row["status"], row["error"]))
-        refused = json.loads(self.simulate("-1", "--json", "4x60=1", status=1).lines[0])
+        why, refused = map(json.loads, self.simulate("-1", "--json", "4x60=1", status=1).lines)
+        self.assertEqual("exception", why["cause"])
         self.assertEqual((None, 1, "refused"), (refused["old"], refused["value"], refused["status"]))
         self.assertIn("exception 2", refused["error"])
         rows = list(csv.DictReader(io.StringIO(self.simulate("-1", "--csv", "4x5=7,8", "4x5").out)))
@@ -479,7 +498,7 @@ class Faults(RtuHostTest):
         self.assertIn("station 1: 1 frames, 1 good", result.out)
 
     def test_echo_is_removed(self):
-        result = self.simulate("-1", "-v", "--remove-echo", "--fault", "echo", "4x5=9", "4x5", "0x1")
+        result = self.simulate("-1", "-v", "--remove-echo", "--fault", "echo", "4x5=9", "0x1", "4x5")
         self.assertNotIn("bad", result.out)
         self.assertIn("1:4x5            9", result.out)
 
@@ -600,6 +619,14 @@ class Ports(RtuHostTest):
             status, rest = self.end(host, number)
             self.assertEqual(0, status)
             self.assertIn("given up", rest)
+
+    def test_ctrl_c_sums_up(self):
+        host = self.start("--sim", self.sim, "-l", "50", "-o", "0.05", "4x1", "4x1@3")
+        self.read_until(host, "why: station 3")
+        self.read_until(host, "1:4x1            10")
+        status, rest = self.end(host)
+        self.assertEqual(1, status)
+        self.assertRegex(rest, r"(?m)^-- \d+ frames sent, \d+ answered, [1-9]\d* errors$")
 
 
 class Misuse(RtuHostTest):

@@ -2,6 +2,7 @@
 import json
 import os
 import pty
+import re
 import tty
 import unittest
 
@@ -35,8 +36,34 @@ class Finding(RtuHostTest):
         result = self.run_host("--find", os.ttyname(far), "-a", "1-2", "-o", "0.01", status=1)
         self.assertEqual("", result.out)
         self.assertIn("not one byte came back", result.err)
+        told = self.run_host("--find", os.ttyname(far), "-a", "1-2", "-o", "0.01", "--json", status=1)
+        self.assertEqual(1, len(told.lines))
+        self.assertEqual("silent", json.loads(told.out)["cause"])
+        self.assertIn("not one byte came back", json.loads(told.out)["text"])
+
+    def test_what_a_station_takes(self):
+        sim = self.file("one.sim", "baud 19200\nstation 7\n4x 1..40 = 1\n4x 51..60 = 2\n3x 1..5 = 3\n")
+        port = self.file("one")
+        slaves = self.start("--serve", sim, "pty:" + port)
+        self.read_until(slaves, "serving 1 station")
+        result = self.run_host("--probe", "7", port, "-o", "0.3")
+        found = dict(re.split(r":\s+", line, maxsplit=1) for line in result.lines[:2])
+        self.assertEqual({"readable": "4x1..40 4x51..60", "holes": "4x41..50 4x61..120"}, found)
+        self.assertIn("largest block:  40; the range has no more in a row", result.out)
+        self.assertRegex(result.out, r"use: +rtuhost -b 19200 -P none -s 2 -a 7 --max-words 40 -o 0\.\d+ .*%s 4x1\.\.40\n"
+                         % re.escape(port))
+        self.assertEqual("property:       1#0#0#3#40#0", result.lines[-1])
+        told = json.loads(self.run_host("--probe", "7", "--json", port, "3x1..8").out)
+        self.assertEqual((7, ["3x1..5"], ["3x6..8"], 5, "1#0#0#3#4#0"),
+                         (told["station"], told["readable"], told["holes"], told["largest_block"], told["property"]))
+        silent = self.run_host("--probe", "8", "--json", "-o", "0.05", port, status=1)
+        self.assertEqual((8, "silent"), (json.loads(silent.out)["station"], json.loads(silent.out)["cause"]))
+        self.assertIn("why: station 8: after 3 attempts", silent.err)
 
     def test_misuse(self):
+        for arguments, reason in ((["4x1", "4x5"], "one range"), (["4x_double1"], "write the range as 4x1..120"),
+                                  (["4x1=5"], "values to write do not go with --probe")):
+            self.assertIn(reason, self.run_host("--probe", "7", "/dev/null", *arguments, status=2).err)
         self.assertIn("is too much", self.run_host("--find", "/dev/null", "4x1", status=2).err)
         self.run_host("--find", self.file("none"), status=1)
 

@@ -26,6 +26,17 @@ std::string misuse(const std::vector<const char *> &arguments)
     return "nothing thrown";
 }
 
+rtu::LinkSettings settingsOf(const Options &options)
+{
+    return rtu::linkSettings(options, options.line, rtu::LineTiming(options.line), "driver.so");
+}
+
+struct NegativeCase
+{
+    std::vector<const char *> arguments;
+    std::vector<std::string> expected;
+};
+
 TEST(Options, HaveTheFieldsUsualDefaults)
 {
     const Options o = parse({"/dev/ttyUSB0"});
@@ -63,18 +74,60 @@ TEST(Options, TakeTheHabitOfTheField)
     EXPECT_TRUE(o.quiet);
 }
 
-TEST(Options, ReachThePropertyOfTheDriver)
+TEST(Options, TakeTheLinesOfMbpoll)
 {
-    EXPECT_EQ("7#1#0#5#32#1",
-              parse({"--link-id", "7", "--local-only", "--retries", "5", "--max-words", "32", "--swap", "p"})
-                  .property.text());
-    EXPECT_EQ("1#0#0#3#120#0_2,5", parse({"--swap-stations", "2,5", "p"}).property.text());
-    EXPECT_EQ("9#0#1#2#3", parse({"--property", "9#0#1#2#3", "p"}).property.text());
+    const Options o = parse({"-m",  "rtu", "-b", "9600", "-P", "none", "-a", "1:3", "-t4:float", "-r",
+                             "100", "-c",  "2",  "-B",   "-o", "0.5",  "-l", "500", "-F",        "/dev/ttyUSB0"});
+    EXPECT_EQ(Mode::Poll, o.mode);
+    EXPECT_EQ((std::vector<int>{1, 2, 3}), o.stations);
+    EXPECT_EQ("4:float", o.typeText);
+    EXPECT_EQ("/dev/ttyUSB0", o.port);
+    EXPECT_TRUE(o.wordOrderGiven);
 }
 
-rtu::LinkSettings settingsOf(const Options &options)
+TEST(Options, SwitchTheDirectionOfRs485)
 {
-    return rtu::linkSettings(options, options.line, rtu::LineTiming(options.line), "driver.so");
+    EXPECT_FALSE(parse({"p"}).line.rs485);
+    EXPECT_TRUE(parse({"-F", "p"}).line.rs485);
+    EXPECT_FALSE(parse({"-F", "p"}).line.rtsInverted);
+    EXPECT_TRUE(parse({"-R", "p"}).line.rs485);
+    EXPECT_TRUE(parse({"-R", "p"}).line.rtsInverted);
+    EXPECT_TRUE(settingsOf(parse({"-R", "p"})).parameters.rtsInverted);
+}
+
+TEST(Options, FindThePortAmongTheArguments)
+{
+    const NegativeCase cases[] = {
+        {{"/dev/ttyUSB0", "4x5", "7"}, {"4x5", "7"}},
+        {{"4x5", "7", "/dev/ttyUSB0"}, {"4x5", "7"}},
+        {{"4x5", "/dev/ttyUSB0", "-12"}, {"4x5", "-12"}},
+        {{"-r", "5", "7", "-1", "8", "/dev/ttyUSB0"}, {"7", "8"}},
+    };
+    for (const NegativeCase &order : cases) {
+        const Options options = parse(order.arguments);
+        EXPECT_EQ("/dev/ttyUSB0", options.port);
+        EXPECT_EQ(order.expected, options.arguments);
+    }
+    EXPECT_EQ("tcp:host:502", parse({"4x5", "tcp:host:502"}).port);
+    EXPECT_EQ("first", parse({"first", "4x5"}).port);
+}
+
+TEST(Options, ReadANumberTheSameWherever)
+{
+    const Options o = parse({"-a", "0x10,0b11", "-c", "010", "-b", "0x2580", "-l", "0x64", "--retries", "0x2", "p"});
+    EXPECT_EQ((std::vector<int>{16, 3}), o.stations);
+    EXPECT_EQ(10, o.values);
+    EXPECT_EQ(9600, o.line.baud);
+    EXPECT_DOUBLE_EQ(0.1, o.pollInterval);
+    EXPECT_EQ(2, o.property.attempts);
+}
+
+TEST(Options, ReachThePropertyOfTheDriver)
+{
+    EXPECT_EQ("1#1#0#5#32#1",
+              parse({"--local-only", "--retries", "5", "--max-words", "32", "--swap", "p"}).property.text());
+    EXPECT_EQ("1#0#0#3#120#0_2,5", parse({"--swap-stations", "2,5", "p"}).property.text());
+    EXPECT_EQ("9#0#1#2#3", parse({"--property", "9#0#1#2#3", "p"}).property.text());
 }
 
 TEST(Options, ReachTheLink)
@@ -110,12 +163,6 @@ TEST(Options, TheGuardIsAsLongAsTheTimeOutByItself)
     const Options o = parse({"-o", "0.5", "p"});
     EXPECT_EQ(std::chrono::milliseconds(500), settingsOf(o).lateReplyGuard);
 }
-
-struct NegativeCase
-{
-    std::vector<const char *> arguments;
-    std::vector<std::string> expected;
-};
 
 TEST(Options, NegativeNumbersAreValues)
 {
@@ -178,6 +225,7 @@ TEST(Options, ChooseWhatToDo)
         {{"--check", "4x1"}, Mode::Check},
         {{"--multi-copy", "4x1"}, Mode::MultiCopy},
         {{"--serve", "f", "p"}, Mode::Serve},
+        {{"--probe", "3", "p"}, Mode::Probe},
     };
     for (const ModeCase &choice : cases)
         EXPECT_EQ(choice.mode, parse(choice.arguments).mode) << choice.arguments[0];
@@ -227,7 +275,12 @@ TEST(Options, MisuseIsExplained)
         {{"-l", "-1", "p"}, "-l: \"-1\" is not a number from 0 to 86400000"},
         {{"-l", "1e300", "p"}, "-l: \"1e300\" is not a number from 0 to 86400000"},
         {{"--gap", "0", "p"}, "--gap: \"0\" is not a number from 0.001 to"},
-        {{"--link-id", "x", "p"}, "--link-id: \"x\" is not a whole number"},
+        {{"--link-id", "7", "p"}, "--link-id"},
+        {{"-m", "tcp", "p"}, "-m: tcp is another protocol, which this program does not speak"},
+        {{"-m", "udp", "p"}, "-m: \"udp\" is not a protocol"},
+        {{"-R", "-F", "p"}, "-F and -R exclude each other"},
+        {{"--probe", "0", "p"}, "--probe: \"0\" is not a whole number from 1 to 247"},
+        {{"--probe", "3", "--find", "p"}, "two things at once"},
         {{"-1", "--count", "2", "p"}, "-1 and --count exclude each other"},
         {{"--property", "1#0#0#3#120", "--retries", "2", "p"}, "leave out --retries"},
         {{"--property", "", "p"}, "--property is empty"},
@@ -344,12 +397,30 @@ TEST_F(Selection, WritesNegativeNumbersBehindDashes)
 
 TEST_F(Selection, WritesTheNumbersBehindAnAddress)
 {
-    const rtu::TagSelection selection = select({"port", "4x7", "5", "6", "0x3", "1", "4x100"});
+    const rtu::TagSelection selection = select({"port", "4x7", "5", "6", "0x3@1", "1", "4x100"});
     ASSERT_EQ(2u, selection.writes.size());
     EXPECT_EQ((std::vector<std::uint32_t>{5, 6}), selection.writes[0].raw);
     EXPECT_EQ("0x3", selection.writes[1].tag.label());
     ASSERT_EQ(1u, selection.reads.size());
     EXPECT_EQ("4x100", selection.reads[0].label());
+}
+
+TEST_F(Selection, ReadsANumberTheSameWherever)
+{
+    EXPECT_EQ("4x16", select({"-r", "0x10", "port"}).reads[0].label());
+    EXPECT_EQ("4x16", select({"port", "4x0x10"}).reads[0].label());
+    EXPECT_EQ(std::vector<std::uint32_t>(1, 16), select({"-r", "5", "port", "0x10"}).writes[0].raw);
+    EXPECT_EQ((std::vector<std::uint32_t>{16, 17}), select({"port", "4x5=0x10,0x11"}).writes[0].raw);
+    EXPECT_EQ((std::vector<std::uint32_t>{0xFFF0}), select({"port", "4x5", "-0x10"}).writes[0].raw);
+}
+
+TEST_F(Selection, OfACoilBehindAnotherAddress)
+{
+    EXPECT_EQ(3u, select({"port", "0x5", "0x6", "0x7"}).reads.size());
+    EXPECT_EQ(2u, select({"port", "3x1", "0x5"}).reads.size());
+    EXPECT_EQ(2u, select({"port", "4x1", "0x5@1"}).reads.size());
+    EXPECT_EQ(2u, select({"--condition-read", "port", "4x1", "0x5"}).reads.size());
+    EXPECT_EQ(2u, select({"port", "4x1=7", "0x5"}).reads.size() + 1);
 }
 
 TEST_F(Selection, WritesBehindAnEqualsSign)
@@ -392,6 +463,8 @@ TEST_F(Selection, IsRefusedWithTheReason)
         {{"port", "4X1"}, "\"4X1\" is neither an address nor a value"},
         {{"--plan", "4x1", "plan.png"}, "not a value here"},
         {{"--plan", "plan.png"}, "the name of a picture ends in .svg"},
+        {{"port", "4x5", "0x10"}, "0x10 behind 4x5 could be the number 16 or a coil: write 4x5=0x10 for the number"},
+        {{"port", "4x5", "7", "0x10"}, "0x10 behind 4x5 could be"},
         {{"port", "4x1..2=5"}, "4x1..2: 1 given for 2 values"},
         {{"port", "4x1..2", "5", "6", "7"}, "4x1..2: 3 given for 2 values"},
         {{"port", "4x_bit1.15..2.0=1"}, "4x_bit1.15..2.0: 1 given for 2 values"},

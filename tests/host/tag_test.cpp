@@ -124,6 +124,16 @@ TEST_F(Tags, OfATableAreReadInTheUsualOrder)
     EXPECT_EQ(1, tags[1].values);
 }
 
+TEST_F(Tags, OfATableReadANumberAsTheCommandLineDoes)
+{
+    const std::vector<TagRange> tags = table("a,0x10,4x,0x11,0b10,,0x2\n");
+    ASSERT_EQ(1u, tags.size());
+    EXPECT_EQ(16, tags[0].station);
+    EXPECT_EQ("4x17", tags[0].label());
+    EXPECT_EQ(2, tags[0].values);
+    EXPECT_DOUBLE_EQ(2.0, tags[0].format.scale);
+}
+
 TEST_F(Tags, OfATableMayNameTheColumns)
 {
     const std::vector<TagRange> tags = table("Address,Type,Unit,Name\n7,4x_double,kWh,\"energy, \"\"total\"\"\"\n");

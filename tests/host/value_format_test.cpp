@@ -96,6 +96,22 @@ INSTANTIATE_TEST_SUITE_P(
         Refused{Format::Float, 2, "1,5", "behind a point, as in 1.5"},
         Refused{Format::Float, 2, "1e40", "beyond 3.4e38"}, Refused{Format::Float, 2, "-1e40", "beyond 3.4e38"}));
 
+TEST(SignedReading, IsOfRegistersThatMayBeNegative)
+{
+    rtu::ValueFormat format;
+    EXPECT_EQ("-1", rtu::signedReading(0xFFFF, format));
+    EXPECT_EQ("-32768", rtu::signedReading(0x8000, format));
+    EXPECT_EQ("", rtu::signedReading(0x7FFF, format));
+    rtu::ValueFormat scaled = format;
+    scaled.scale = 0.1;
+    rtu::ValueFormat hex = format;
+    hex.format = rtu::Format::Hex;
+    rtu::ValueFormat wide = format;
+    wide.width = 2;
+    for (const rtu::ValueFormat &other : {scaled, hex, wide})
+        EXPECT_EQ("", rtu::signedReading(0xFFFF, other));
+}
+
 TEST(JsonNumber, IsToldFromOtherTexts)
 {
     for (const char *number : {"0", "-5", "12.5", "1e+06", "0.25"})
