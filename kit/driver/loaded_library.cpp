@@ -7,11 +7,22 @@
 
 #include <cerrno>
 #include <cstring>
+#include <mutex>
 #include <stdexcept>
 
 namespace rtu {
 
 namespace {
+
+/**
+ * Where a copy went on one thread, the next may come on another. The system's loader keeps
+ * these apart by itself, unseen by sanitizers, which would call its variables shared.
+ */
+std::mutex &loader()
+{
+    static std::mutex mutex;
+    return mutex;
+}
 
 /** A second Qt in the process would have objects of its own where the driver and its user share them. */
 void refuseForeignQt(const std::string &path, const std::string &content)
@@ -73,6 +84,7 @@ LoadedLibrary::LoadedLibrary(const std::string &path, LibraryUse use, const Copy
 
 LoadedLibrary::~LoadedLibrary()
 {
+    const std::lock_guard<std::mutex> alone(loader());
     ::dlclose(m_handle);
     if (!m_file.isOpen())
         return;
@@ -112,6 +124,7 @@ bool LoadedLibrary::loadFrom(int descriptor, const std::string &content)
 
 bool LoadedLibrary::load(const std::string &path)
 {
+    const std::lock_guard<std::mutex> alone(loader());
     m_handle = ::dlopen(path.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (m_handle)
         return true;
