@@ -9,9 +9,10 @@ int byteAt(const QByteArray &bytes, int position)
     return static_cast<unsigned char>(bytes.at(position));
 }
 
+/** The driver's functions are 1 to 6, 15 and 16. */
 bool isRead(int function)
 {
-    return function >= 1 && function <= 4;
+    return function <= 4;
 }
 
 /** Number of data bytes that the request asked for. */

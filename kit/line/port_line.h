@@ -58,7 +58,7 @@ public:
     void clearInterrupt() override { m_wakeUp.clear(); }
 
 protected:
-    PortLine(const std::string &name, const LineParameters &parameters) : m_name(name), m_parameters(parameters) {}
+    explicit PortLine(const std::string &name) : m_name(name) {}
 
     /** Below 0 while the port is not open. It never blocks. */
     virtual int descriptor() const = 0;

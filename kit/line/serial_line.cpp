@@ -9,9 +9,10 @@
 namespace rtu {
 
 SerialLine::SerialLine(const std::string &device, const LineParameters &parameters)
-    : PortLine(device, parameters)
+    : PortLine(device)
     , m_wanted(parameters)
 {
+    setParameters(parameters);
 }
 
 void SerialLine::open()

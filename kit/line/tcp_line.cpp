@@ -21,14 +21,6 @@ const char *const Prefix = "tcp:";
 /** A lost packet is sent again after a fifth of a second at the earliest. */
 const Duration NetworkGap = std::chrono::milliseconds(500);
 
-LineParameters withoutPace()
-{
-    LineParameters parameters;
-    parameters.baud = 0;
-    parameters.parity = 'N';
-    return parameters;
-}
-
 void setOption(int descriptor, int level, int option, int value)
 {
     // A system that does not know the option serves as well.
@@ -90,10 +82,14 @@ TcpPort parseTcpPort(const std::string &name)
 }
 
 TcpLine::TcpLine(const std::string &name, const TcpSettings &settings)
-    : PortLine(name, withoutPace())
+    : PortLine(name)
     , m_port(parseTcpPort(name))
     , m_settings(settings)
 {
+    LineParameters withoutPace;
+    withoutPace.baud = 0;
+    withoutPace.parity = 'N';
+    setParameters(withoutPace);
 }
 
 TcpLine::~TcpLine() = default;

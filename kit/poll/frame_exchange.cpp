@@ -17,9 +17,10 @@ const int EchoBytes = 5;
 /** So many good replies in a row without their echo: the adapter does not hear itself. */
 const int EchoGone = 3;
 
+/** The driver's functions are 1 to 6, 15 and 16. */
 bool isReadFunction(const FRAME_PRO &frame)
 {
-    return frame.frame[1] >= 1 && frame.frame[1] <= 4;
+    return frame.frame[1] <= 4;
 }
 
 } // namespace

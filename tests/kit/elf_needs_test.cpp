@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <link.h>
+
 #include <algorithm>
+#include <cstddef>
 #include <random>
 
 namespace {
@@ -55,6 +58,12 @@ TEST(ElfNeeds, HaveNoneInWhatIsNoLibrary)
     std::string otherClass = rtu::fileContent(TEST_DRIVER);
     otherClass[4] = static_cast<char>(3 - otherClass[4]);
     EXPECT_EQ(Names(), rtu::neededLibraries(otherClass));
+    std::string otherOrder = rtu::fileContent(TEST_DRIVER);
+    otherOrder[5] = static_cast<char>(3 - otherOrder[5]);
+    EXPECT_EQ(Names(), rtu::neededLibraries(otherOrder));
+    std::string otherSegments = rtu::fileContent(TEST_DRIVER);
+    otherSegments[offsetof(ElfW(Ehdr), e_phentsize)] ^= 1;
+    EXPECT_EQ(Names(), rtu::neededLibraries(otherSegments));
 }
 
 // Of a small library, here and below: each cut, and each damage, is made to a copy, of which sanitizers watch the end.

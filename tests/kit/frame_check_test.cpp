@@ -66,4 +66,43 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"01 10 00 03 00 02 04 00 01 00 02", "01 10 00 03 00 02", ""},
                     Case{"01 10 00 03 00 02 04 00 01 00 02", "01 10 00 03 00 01", "another write"}));
 
+struct Judged
+{
+    const char *reply; ///< to a read of one register of station 1
+    rtu::ReplyKind compared;
+    rtu::ReplyKind byLengthAlone;
+};
+
+class Judgement : public testing::TestWithParam<Judged>
+{
+protected:
+    static rtu::Transaction judged(bool compare)
+    {
+        rtu::Transaction transaction;
+        transaction.end = rtu::ReplyEnd::Complete;
+        transaction.request = array(frame("01 03 00 00 00 01"));
+        transaction.expectedReply = 7;
+        transaction.reply = array(frame(GetParam().reply));
+        rtu::judgeReply(transaction, compare);
+        return transaction;
+    }
+};
+
+TEST_P(Judgement, DependsOnWhatIsCompared)
+{
+    EXPECT_EQ(GetParam().compared, judged(true).kind);
+    EXPECT_EQ(GetParam().byLengthAlone, judged(false).kind);
+    EXPECT_EQ(GetParam().byLengthAlone == rtu::ReplyKind::Exception ? 2 : 0, judged(false).exceptionCode);
+}
+
+INSTANTIATE_TEST_SUITE_P(Replies, Judgement,
+                         testing::Values(Judged{"01 03 02 00 05", rtu::ReplyKind::Good, rtu::ReplyKind::Good},
+                                         Judged{"02 03 02 00 05", rtu::ReplyKind::Foreign, rtu::ReplyKind::Good},
+                                         Judged{"01 83 02", rtu::ReplyKind::Exception, rtu::ReplyKind::Exception},
+                                         Judged{"02 83 02", rtu::ReplyKind::Foreign, rtu::ReplyKind::Exception},
+                                         Judged{"01 84 02", rtu::ReplyKind::Foreign, rtu::ReplyKind::Damaged},
+                                         Judged{"01 03 02", rtu::ReplyKind::Damaged, rtu::ReplyKind::Damaged},
+                                         Judged{"01 03 04 00 05 00 06", rtu::ReplyKind::Foreign,
+                                                rtu::ReplyKind::Damaged}));
+
 } // namespace

@@ -158,4 +158,54 @@ TEST(LineRecord, HasNoPercentilesOfNothing)
     EXPECT_EQ(rtu::Duration(0), record.statistics(start + milliseconds(300)).total.age95);
 }
 
+TEST(LineRecord, HasNoShareOfNoTime)
+{
+    const rtu::TimePoint start{std::chrono::seconds(1000)};
+    EXPECT_DOUBLE_EQ(0.0, rtu::LineRecord(start).statistics(start).total.share);
+}
+
+// --- areas -----------------------------------------------------------------------------
+
+struct TwoAreas
+{
+    const char *name;
+    int station;
+    const char *regType;
+    int first;
+    int count;
+    bool covered; ///< by ten registers of station 1 from 10 on
+    bool overlapped;
+};
+
+std::ostream &operator<<(std::ostream &out, const TwoAreas &areas)
+{
+    return out << areas.name;
+}
+
+class AreaPairs : public testing::TestWithParam<TwoAreas>
+{
+};
+
+TEST_P(AreaPairs, KnowWhatTheyShare)
+{
+    const rtu::Area ten = rtu::areaOf(1, QString::fromLatin1("4x"), 10, 10);
+    const TwoAreas &other = GetParam();
+    const rtu::Area area = rtu::areaOf(other.station, QString::fromLatin1(other.regType), other.first, other.count);
+    EXPECT_EQ(other.covered, ten.covers(area));
+    EXPECT_EQ(other.overlapped, ten.overlaps(area));
+    EXPECT_EQ(other.overlapped, area.overlaps(ten));
+}
+
+INSTANTIATE_TEST_SUITE_P(All, AreaPairs,
+                         testing::Values(TwoAreas{"same", 1, "4x", 10, 10, true, true},
+                                         TwoAreas{"inside", 1, "4x_double", 12, 2, true, true},
+                                         TwoAreas{"before", 1, "4x", 0, 10, false, false},
+                                         TwoAreas{"behind", 1, "4x", 20, 1, false, false},
+                                         TwoAreas{"overTheFront", 1, "4x", 9, 2, false, true},
+                                         TwoAreas{"overTheEnd", 1, "4x", 19, 2, false, true},
+                                         TwoAreas{"otherStation", 2, "4x", 10, 1, false, false},
+                                         TwoAreas{"otherTable", 1, "3x", 10, 1, false, false},
+                                         TwoAreas{"bitsInside", 1, "4x_bit", 175, 145, true, true},
+                                         TwoAreas{"bitsOverTheEnd", 1, "4x_bit", 319, 2, false, true}));
+
 } // namespace

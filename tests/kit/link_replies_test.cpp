@@ -202,6 +202,36 @@ TEST_F(LinkReplies, BlocksThatAreRefusedWholeAreLeftInThePlan)
     EXPECT_EQ("01 03 00 C8 00 02", lastRequest());
 }
 
+TEST_F(LinkReplies, EachOfSeveralBlocksThatAreRefusedWholeIsTriedOnce)
+{
+    for (const char *address : {"4x201", "4x202", "4x401", "4x402"})
+        link().addTag(TagDefinition(1, address));
+    run(std::chrono::seconds(2));
+    const std::size_t before = requests.size();
+    run(std::chrono::seconds(1));
+    EXPECT_TRUE(notices.empty());
+    ASSERT_LT(before, requests.size());
+    for (std::size_t i = before; i < requests.size(); ++i)
+        EXPECT_EQ(2, requests[i][5]) << text(requests[i]) << ": nothing is read alone any more";
+}
+
+TEST_F(LinkReplies, ReadsOfATagsOwnPaceThatAreRefusedLookForHolesOnlyWhereAddressesAreMissing)
+{
+    for (const char *address : {"4x20", "4x21"}) {
+        TagDefinition slow(1, address);
+        slow.pace = std::chrono::seconds(1);
+        link().addTag(slow);
+    }
+    plant::Fault fault;
+    fault.kind = plant::FaultKind::Exception;
+    fault.value = 4;
+    plant.addFault(fault);
+    run(milliseconds(3500));
+    EXPECT_EQ(4u, requests.size());
+    for (const Bytes &request : requests)
+        EXPECT_EQ("01 03 00 13 00 02", text(request));
+}
+
 TEST_F(LinkReplies, HolesAreLeftAloneOnRequest)
 {
     settings.findHoles = false;

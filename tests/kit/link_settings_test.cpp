@@ -67,7 +67,34 @@ TEST_F(LinkSettingsOf, HandlesOfNothingHaveEnded)
     EXPECT_EQ(rtu::WriteEnd::NotSent, rtu::Write().result().end);
     EXPECT_EQ(rtu::ReadEnd::NotTried, rtu::OneOffRead().result().end);
     EXPECT_TRUE(rtu::Transfer().result().rows.empty());
+    EXPECT_TRUE(rtu::Transfer().wait(rtu::Duration(0)));
+    EXPECT_EQ(0, rtu::Transfer().rowsEnded());
     EXPECT_FALSE(rtu::Tag().value().good());
+    EXPECT_EQ("", rtu::Tag().value().text().toStdString());
+    EXPECT_EQ(0.0, rtu::Tag().value().number());
+    EXPECT_EQ("", rtu::Tag().definition().address.toStdString());
+}
+
+/** A copy and an assigned one are the same request as the first. */
+template <typename Handle>
+void expectOneRequest(Handle first)
+{
+    Handle copy(first);
+    Handle assigned;
+    assigned = first;
+    EXPECT_TRUE(copy.cancel());
+    EXPECT_FALSE(first.cancel() || assigned.cancel());
+}
+
+TEST_F(LinkSettingsOf, CopiesOfHandlesAreOfTheSameRequest)
+{
+    rtu::RecipeRow row;
+    row.where = TagDefinition(1, "4x1");
+    expectOneRequest(link().write(TagDefinition(1, "4x1"), {7}));
+    expectOneRequest(link().read(TagDefinition(1, "4x1")));
+    expectOneRequest(link().save({row}));
+    steps(1);
+    EXPECT_TRUE(requests.empty());
 }
 
 TEST_F(LinkSettingsOf, ATransferThatWaitsCanBeCancelled)

@@ -251,6 +251,25 @@ TEST_F(LinkTransfers, ALostPortEndsATransfer)
     EXPECT_EQ((std::vector<RowEnd>{RowEnd::Unconfirmed, RowEnd::NotTried}), rowEnds());
 }
 
+TEST_F(LinkTransfers, ARowWhosePortGoesInTheSilenceBeforeItIsNotTried)
+{
+    link().addTag(TagDefinition(1, "4x10"));
+    steps(1);
+    link().load({row(1, "4x1", {7})}, noted());
+    line->unplugAfter(microseconds(1));
+    steps(2);
+    EXPECT_EQ((std::vector<RowEnd>{RowEnd::NotTried}), rowEnds());
+    EXPECT_EQ(0, plant.peek(1, Table::HoldingRegisters, 0));
+}
+
+TEST_F(LinkTransfers, ARowOnTheLineWhenThePortIsLostIsUnconfirmed)
+{
+    script.push_back([this](const Bytes &) { line->unplugAfter(milliseconds(2)); });
+    link().load({row(1, "4x1", {7})}, noted());
+    steps(2);
+    EXPECT_EQ((std::vector<RowEnd>{RowEnd::Unconfirmed}), rowEnds());
+}
+
 TEST_F(LinkTransfers, PollingGoesOnAfterATransferThatFailed)
 {
     const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));

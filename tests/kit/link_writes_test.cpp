@@ -438,11 +438,21 @@ TEST_F(LinkWrites, ToADeadStationGetOneAttemptAndTheOthersEndAtOnce)
 
 TEST_F(LinkWrites, AGatewaysWordForSilenceIsNoRefusal)
 {
-    for (int i = 0; i < 3; ++i)
-        script.push_back([this](const Bytes &) { line->receive(milliseconds(8), frame("01 86 0B")); });
+    for (const char *silence : {"01 86 0B", "01 86 0A", "01 86 0B"})
+        script.push_back([this, silence](const Bytes &) { line->receive(milliseconds(8), frame(silence)); });
     link().write(TagDefinition(1, "4x10"), {7}, noted(1));
     steps(3);
     EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
+    EXPECT_EQ(3u, requests.size());
+}
+
+TEST_F(LinkWrites, ASlaveThatAsksForPatienceIsAskedAgain)
+{
+    for (const char *patience : {"01 86 05", "01 86 06"})
+        script.push_back([this, patience](const Bytes &) { line->receive(milliseconds(8), frame(patience)); });
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
+    steps(3);
+    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
     EXPECT_EQ(3u, requests.size());
 }
 
@@ -456,6 +466,42 @@ TEST_F(LinkWrites, EndWithTheirLink)
     ASSERT_EQ(2u, ends.size());
     EXPECT_EQ(WriteEnd::Unconfirmed, ends[0].second.end) << "it was on the line";
     EXPECT_EQ(WriteEnd::NotSent, ends[1].second.end);
+}
+
+TEST_F(LinkWrites, OfSeveralPiecesEndWithTheirLinkAsFarAsTheyCame)
+{
+    TagDefinition many(1, "4x1");
+    many.values = 250;
+    link().write(many, std::vector<double>(250, 3), noted(1));
+    steps(1);
+    destroyLink();
+    EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
+    EXPECT_EQ(120, theEnd().acknowledged);
+}
+
+TEST_F(LinkWrites, HandedToTheDriverAndNotSentEndWithTheirLinkAsNotSent)
+{
+    link().addTag(TagDefinition(1, "4x100"));
+    for (int i = 1; i <= 11; ++i)
+        link().write(TagDefinition(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
+    steps(11); // ten writes, then a read has its turn before the eleventh
+    ASSERT_EQ(10u, ends.size());
+    destroyLink();
+    ASSERT_EQ(11u, ends.size());
+    EXPECT_EQ(WriteEnd::NotSent, ends[10].second.end);
+    EXPECT_EQ(0, held(10));
+}
+
+TEST_F(LinkWrites, TakenBackBeforeANewerOneAreCancelledNotReplaced)
+{
+    rtu::Write older = link().write(TagDefinition(1, "4x10"), {7}, noted(1));
+    EXPECT_TRUE(older.cancel());
+    link().write(TagDefinition(1, "4x10"), {8}, noted(2));
+    steps(1);
+    ASSERT_EQ(2u, ends.size());
+    EXPECT_EQ(WriteEnd::Cancelled, older.result().end);
+    EXPECT_EQ(8, held(9));
+    EXPECT_EQ(1u, requests.size());
 }
 
 TEST_F(LinkWrites, OtherTagsOfTheSameRegistersShowThem)

@@ -37,6 +37,8 @@ TEST_F(PortControl, KnowsPseudoTerminals)
 {
     EXPECT_TRUE(port_control::isPseudoTerminal(terminal()));
     EXPECT_FALSE(port_control::isPseudoTerminal(file()));
+    const Descriptor folder(::open("/", O_RDONLY | O_CLOEXEC));
+    EXPECT_FALSE(port_control::isPseudoTerminal(folder.number()));
     EXPECT_FALSE(port_control::isPseudoTerminal(-1));
 }
 

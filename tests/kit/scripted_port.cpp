@@ -35,7 +35,7 @@ bool isPseudoTerminal(int)
 
 bool lock(int)
 {
-    return !scriptedPort.locked || fail(EWOULDBLOCK);
+    return scriptedPort.lockError == 0 || fail(scriptedPort.lockError);
 }
 
 bool setExclusive(int, bool exclusive)

@@ -13,7 +13,7 @@ namespace test_line {
 struct ScriptedPort
 {
     bool pseudoTerminal = false;
-    bool locked = false;       ///< by another program
+    int lockError = 0;         ///< EWOULDBLOCK: another program has it; 0: none has
     tcflag_t missingFlags = 0; ///< of c_cflag: accepted and not kept
     bool refusesSettings = false;
     bool readsOnce = false; ///< its settings can be read once, then it is gone

@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <functional>
 
 namespace {
@@ -118,7 +119,7 @@ TEST_P(SerialPortRefusal, IsNamed)
 INSTANTIATE_TEST_SUITE_P(
     All, SerialPortRefusal,
     testing::Values(
-        Refusal{[](ScriptedPort &port) { port.locked = true; }, " is in use by another program"},
+        Refusal{[](ScriptedPort &port) { port.lockError = EWOULDBLOCK; }, " is in use by another program"},
         Refusal{[](ScriptedPort &port) { port.refusesSettings = true; }, " does not take 8E1: Input/output error"},
         Refusal{[](ScriptedPort &port) { port.missingFlags = PARENB; }, " does not take 8E1: Invalid argument"},
         Refusal{[](ScriptedPort &port) { port.readsOnce = true; }, " does not take 8E1: Invalid argument"},
@@ -134,6 +135,20 @@ TEST_F(SerialPort, TakesARateThatIsNearlyTheOneAskedFor)
     EXPECT_TRUE(port.isOpen());
 }
 
+TEST_F(SerialPort, IsOpenedWhereTheSystemHasNoLocks)
+{
+    scriptedPort.lockError = ENOLCK;
+    EXPECT_EQ("nothing thrown", refusal(LineParameters()));
+}
+
+TEST_F(SerialPort, OfAPseudoTerminalHasPlainBytesWhateverIsWanted)
+{
+    scriptedPort.pseudoTerminal = true;
+    EXPECT_EQ("nothing thrown", refusal(parameters(19200, 7, 'N', 1)));
+    EXPECT_EQ(pair.path() + " is a pseudo-terminal and has no 7N1: using 8N2", port.notice());
+    EXPECT_EQ(8, port.parameters().dataBits);
+}
+
 TEST_F(SerialPort, ThatIsMissingIsNamed)
 {
     EXPECT_EQ("cannot open /nowhere/port: No such file or directory",
@@ -142,9 +157,9 @@ TEST_F(SerialPort, ThatIsMissingIsNamed)
 
 TEST_F(SerialPort, OpensAgainAfterARefusal)
 {
-    scriptedPort.locked = true;
+    scriptedPort.lockError = EWOULDBLOCK;
     EXPECT_NE("nothing thrown", refusal(LineParameters()));
-    scriptedPort.locked = false;
+    scriptedPort.lockError = 0;
     EXPECT_EQ("nothing thrown", refusal(LineParameters()));
 }
 
