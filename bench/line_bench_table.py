@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Runs line_bench and line_bench_libmodbus on the paced simulator and prints a table.
 
-usage: bench/line_bench_table.py BUILD_FOLDER [--seconds T] [--repeat N] [--lump MS]
+usage: bench/line_bench_table.py BUILD_FOLDER [--seconds T] [--repeat N] [--lump MS] [--silences]
 
 The share compares the time taken with what request characters, reply characters
 and two silences take at least: the master's before the request and the slave's
@@ -20,6 +20,7 @@ import tempfile
 CHARACTER_BITS = 11
 CASES = [  # baud, registers a block, required share in percent
     (19200, 125, 99.5), (115200, 125, 99.0), (19200, 10, 98.0), (115200, 10, 96.5)]
+PROGRAMS = ("line_bench", "line_bench_libmodbus")
 
 
 def silence(baud):
@@ -61,40 +62,76 @@ class Plant:
         self.process.wait()
 
 
-def measure(build, program, port, baud, plan, seconds):
-    output = subprocess.run([os.path.join(build, "bin", program), "--port", port, "--baud", str(baud), "--plan", plan,
-                             "--seconds", str(seconds)], check=True, stdout=subprocess.PIPE, text=True).stdout
+def measure(arguments, program, port, baud, plan, *options):
+    output = subprocess.run([os.path.join(arguments.build, "bin", program), "--port", port, "--baud", str(baud), "--plan",
+                             plan, "--seconds", str(arguments.seconds), *options],
+                            check=True, stdout=subprocess.PIPE, text=True).stdout
     return json.loads(output)
 
 
+def repeated(arguments, *options):
+    return [measure(arguments, *options) for _ in range(arguments.repeat)]
+
+
+def blocks(folder, registers):
+    """The plan of a poll loop: eight blocks of registers."""
+    return write(os.path.join(folder, "plan"), "".join("1 4x %d %d\n" % (i * registers, registers) for i in range(8)))
+
+
+def share_table(arguments, folder):
+    """False: a target was missed."""
+    good = True
+    print("| Baud | Registers | Program | Share of the line | Wanted | CPU a transaction | Transactions | Checksum |")
+    print("|---|---|---|---|---|---|---|---|")
+    for baud, registers, wanted in CASES:
+        plan = blocks(folder, registers)
+        plant = Plant(arguments.build, folder, baud, arguments.lump)
+        for program in PROGRAMS:
+            runs = repeated(arguments, program, plant.port, baud, plan)
+            shares = [100 * ideal_seconds(baud, registers) * run["transactions"] / run["wall_s"] for run in runs]
+            cpu = [1e6 * (run["user_s"] + run["sys_s"]) / run["transactions"] for run in runs]
+            print("| %d | %d | %s | %.2f %% (%.2f to %.2f) | %.1f %% | %.0f us (%.0f to %.0f) | %d | %s |" %
+                  (baud, registers, program, max(shares), min(shares), max(shares), wanted, min(cpu), min(cpu),
+                   max(cpu), sum(run["transactions"] for run in runs), runs[0]["checksum"]), flush=True)
+            good = good and not any(run["errors"] for run in runs)
+            if program == "line_bench":
+                good = good and max(shares) >= wanted and (baud != 115200 or min(cpu) <= 100)
+        plant.end()
+    return good
+
+
+def silence_table(arguments, folder):
+    """False: a transaction failed."""
+    good = True
+    baud, registers = 115200, 10
+    print("| Silence | Program | Transactions a second |")
+    print("|---|---|---|")
+    plan = blocks(folder, registers)
+    plant = Plant(arguments.build, folder, baud, arguments.lump)
+    for milliseconds in (1.75, 0):
+        for program in PROGRAMS:
+            runs = repeated(arguments, program, plant.port, baud, plan, "--silence", str(milliseconds))
+            rates = [run["transactions"] / run["wall_s"] for run in runs]
+            print("| %g ms | %s | %.0f (%.0f to %.0f) |" % (milliseconds, program, max(rates), min(rates), max(rates)),
+                  flush=True)
+            good = good and not any(run["errors"] for run in runs)
+    plant.end()
+    return good
+
+
 def main():
-    parser = argparse.ArgumentParser(description=__doc__)
+    parser = argparse.ArgumentParser(description=__doc__, formatter_class=argparse.RawDescriptionHelpFormatter)
     parser.add_argument("build")
     parser.add_argument("--seconds", type=float, default=5)
     parser.add_argument("--repeat", type=int, default=3)
     parser.add_argument("--lump", type=float, default=1)
+    parser.add_argument("--silences", action="store_true", help="with and without a silence before each request, "
+                        "10 registers at 115200 baud, instead of the shares")
     arguments = parser.parse_args()
-    missed = False
-    print("| Baud | Registers | Program | Share of the line | Wanted | CPU a transaction | Transactions | Checksum |")
-    print("|---|---|---|---|---|---|---|---|")
+    table = silence_table if arguments.silences else share_table
     with tempfile.TemporaryDirectory() as folder:
-        for baud, registers, wanted in CASES:
-            plan = write(os.path.join(folder, "plan"), "".join("1 4x %d %d\n" % (i * registers, registers)
-                                                               for i in range(8)))
-            plant = Plant(arguments.build, folder, baud, arguments.lump)
-            for program in ("line_bench", "line_bench_libmodbus"):
-                runs = [measure(arguments.build, program, plant.port, baud, plan, arguments.seconds)
-                        for _ in range(arguments.repeat)]
-                shares = [100 * ideal_seconds(baud, registers) * run["transactions"] / run["wall_s"] for run in runs]
-                cpu = [1e6 * (run["user_s"] + run["sys_s"]) / run["transactions"] for run in runs]
-                print("| %d | %d | %s | %.2f %% (%.2f to %.2f) | %.1f %% | %.0f us (%.0f to %.0f) | %d | %s |" %
-                      (baud, registers, program, max(shares), min(shares), max(shares), wanted, min(cpu), min(cpu),
-                       max(cpu), sum(run["transactions"] for run in runs), runs[0]["checksum"]), flush=True)
-                missed = missed or any(run["errors"] for run in runs)
-                if program == "line_bench":
-                    missed = missed or max(shares) < wanted or (baud == 115200 and min(cpu) > 100)
-            plant.end()
-    sys.exit("a target was missed" if missed else 0)
+        good = table(arguments, folder)
+    sys.exit(0 if good else "a target was missed, or a transaction failed")
 
 
 if __name__ == "__main__":
