@@ -26,6 +26,16 @@ protected:
         return options;
     }
 
+    /** Of eleven writes ten are sent, then a read has its turn before the eleventh. */
+    void leaveOneWithTheDriver()
+    {
+        link().addTag(TagDefinition(1, "4x100"));
+        for (int i = 1; i <= 11; ++i)
+            link().write(TagDefinition(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
+        steps(11);
+        ASSERT_EQ(10u, ends.size());
+    }
+
     /** The one end of the only write. */
     WriteResult theEnd()
     {
@@ -384,11 +394,7 @@ TEST_F(LinkWrites, WaitingOnesAreKeptForAStatedTime)
 
 TEST_F(LinkWrites, HandedToTheDriverAreNotSentAfterThePortWasLost)
 {
-    link().addTag(TagDefinition(1, "4x100"));
-    for (int i = 1; i <= 11; ++i)
-        link().write(TagDefinition(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
-    steps(11); // ten writes, then a read has its turn before the eleventh
-    EXPECT_EQ(10u, ends.size());
+    leaveOneWithTheDriver();
     line->plugged = false;
     link().step();
     ASSERT_EQ(11u, ends.size());
@@ -481,11 +487,7 @@ TEST_F(LinkWrites, OfSeveralPiecesEndWithTheirLinkAsFarAsTheyCame)
 
 TEST_F(LinkWrites, HandedToTheDriverAndNotSentEndWithTheirLinkAsNotSent)
 {
-    link().addTag(TagDefinition(1, "4x100"));
-    for (int i = 1; i <= 11; ++i)
-        link().write(TagDefinition(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
-    steps(11); // ten writes, then a read has its turn before the eleventh
-    ASSERT_EQ(10u, ends.size());
+    leaveOneWithTheDriver();
     destroyLink();
     ASSERT_EQ(11u, ends.size());
     EXPECT_EQ(WriteEnd::NotSent, ends[10].second.end);
