@@ -5,30 +5,23 @@ Item {
     property var alarms: []
     readonly property var shown: alarms.filter(function(alarm) { return alarm.active || !alarm.seen })
 
-    Card {
+    ListCard {
         anchors { fill: parent; bottomMargin: 58 }
         caption: page.shown.length === 0 ? "No alarms" : "Alarms"
-        ListView {
-            anchors { fill: parent; margins: Theme.gap; topMargin: 34 }
-            clip: true
-            spacing: 6
-            model: page.shown
-            delegate: Strip {
-                objectName: "alarm " + modelData.text
-                color: modelData.active ? "#5a2226" : Theme.raised
-                Rectangle { width: 6; height: parent.height; radius: 3; color: modelData.active ? Theme.alarm : Theme.dim }
-                Label {
-                    anchors { left: parent.left; leftMargin: 20; verticalCenter: parent.verticalCenter }
-                    text: modelData.text
-                    color: modelData.active ? Theme.text : Theme.dim
-                }
-                Label {
-                    anchors { right: parent.right; rightMargin: 14; verticalCenter: parent.verticalCenter }
-                    text: (modelData.active ? "since " : "gone ") + Qt.formatTime(modelData.since, "hh:mm:ss")
-                          + (modelData.seen ? "" : "  ●")
-                    note: true
-                    color: modelData.seen ? Theme.dim : Theme.warning
-                }
+        model: page.shown
+        delegate: Strip {
+            objectName: "alarm " + modelData.text
+            color: modelData.active ? Theme.alarmBack : Theme.raised
+            ink: modelData.active ? Theme.text : Theme.dim
+            widths: [560]
+            texts: [modelData.text]
+            Rectangle { width: 6; height: parent.height; radius: 3; color: modelData.active ? Theme.alarm : Theme.dim }
+            Label {
+                anchors { right: parent.right; rightMargin: 14; verticalCenter: parent.verticalCenter }
+                text: (modelData.active ? "since " : "gone ") + Qt.formatTime(modelData.since, "hh:mm:ss")
+                      + (modelData.seen ? "" : "  ●")
+                note: true
+                color: modelData.seen ? Theme.dim : Theme.warning
             }
         }
     }

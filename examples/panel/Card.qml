@@ -1,14 +1,15 @@
 import QtQuick 2.15
+import ModbusRtu 1.0
 
-// A rounded area with a caption; amber where what it shows is stale.
+// A rounded area with a caption, of a tag as a rule; amber where what it shows is stale.
 Rectangle {
-    property string caption
-    property bool stale: false
+    property Tag tag: null
+    property string caption: tag ? tag.name : ""
+    readonly property bool stale: tag !== null && tag.stale
 
     color: Theme.card
     radius: Theme.radius
-    border.width: stale ? 2 : 1
-    border.color: stale ? Theme.warning : Theme.edge
+    border { width: stale ? 2 : 1; color: stale ? Theme.warning : Theme.edge }
 
     Label {
         anchors { left: parent.left; top: parent.top; margins: Theme.gap }

@@ -6,6 +6,7 @@ Rectangle {
     property var question: ({ caption: "", least: 0, most: 0, accept: null })
     property string entry
     readonly property bool fits: /^-?\d+(\.\d+)?$/.test(entry) && Number(entry) >= question.least && Number(entry) <= question.most
+    readonly property bool wrong: entry !== "" && !fits
 
     function ask(caption, least, most, accept) {
         question = { caption: caption, least: least, most: most, accept: accept }
@@ -40,44 +41,45 @@ Rectangle {
 
     Card {
         anchors.centerIn: parent
-        width: 4 * 74 + 3 * 8 + 40
+        width: keys.width + 40
         height: 420
         caption: keypad.question.caption
-        Rectangle {
-            id: display
-            anchors { left: parent.left; right: parent.right; top: parent.top; margins: 20; topMargin: 38 }
-            height: 54
-            radius: Theme.radius
-            color: Theme.back
-            border.color: keypad.entry === "" || keypad.fits ? Theme.edge : Theme.alarm
-            Label {
-                anchors { right: parent.right; verticalCenter: parent.verticalCenter; margins: 14 }
-                text: keypad.entry
-                color: keypad.fits ? Theme.text : Theme.alarm
-                font { pixelSize: Theme.large; bold: true }
+        Column {
+            anchors { fill: parent; margins: 20; topMargin: 38 }
+            spacing: 6
+            Rectangle {
+                width: keys.width; height: 54
+                radius: Theme.radius
+                color: Theme.back
+                border.color: keypad.wrong ? Theme.alarm : Theme.edge
+                Label {
+                    anchors { right: parent.right; verticalCenter: parent.verticalCenter; margins: 14 }
+                    text: keypad.entry
+                    color: keypad.wrong ? Theme.alarm : Theme.text
+                    font { pixelSize: Theme.large; bold: true }
+                }
             }
-        }
-        Label {
-            id: limits
-            anchors { top: display.bottom; right: display.right; topMargin: 6 }
-            text: keypad.question.least + " … " + keypad.question.most
-            note: true
-            color: keypad.entry === "" || keypad.fits ? Theme.dim : Theme.alarm
-        }
-        Grid {
-            anchors { top: limits.bottom; left: display.left; topMargin: 8 }
-            columns: 4
-            spacing: 8
-            Repeater {
-                model: ["7", "8", "9", "⌫", "4", "5", "6", "C", "1", "2", "3", "-", "0", ".", "", "OK"]
-                PanelButton {
-                    objectName: "key" + modelData
-                    width: 74; height: 60
-                    text: modelData
-                    opacity: modelData === "" ? 0 : enabled ? 1 : 0.4
-                    enabled: modelData !== "" && (modelData !== "OK" || keypad.fits)
-                    tone: modelData === "OK" ? Theme.accent : Theme.raised
-                    onClicked: keypad.press(modelData)
+            Label {
+                anchors.right: parent.right
+                text: keypad.question.least + " … " + keypad.question.most
+                note: true
+                color: keypad.wrong ? Theme.alarm : Theme.dim
+            }
+            Grid {
+                id: keys
+                columns: 4
+                spacing: 8
+                Repeater {
+                    model: ["7", "8", "9", "⌫", "4", "5", "6", "C", "1", "2", "3", "-", "0", ".", "", "OK"]
+                    PanelButton {
+                        objectName: "key" + modelData
+                        width: 74; height: 60
+                        text: modelData
+                        opacity: modelData === "" ? 0 : enabled ? 1 : 0.4
+                        enabled: modelData !== "" && (modelData !== "OK" || keypad.fits)
+                        tone: modelData === "OK" ? Theme.accent : Theme.raised
+                        onClicked: keypad.press(modelData)
+                    }
                 }
             }
         }

@@ -13,9 +13,5 @@ Row {
         color: tag.stale ? "transparent" : tag.value ? parent.on : Theme.back
         border { width: 2; color: tag.stale ? Theme.warning : tag.value ? Qt.lighter(parent.on, 1.3) : Theme.edge }
     }
-    Label {
-        text: tag.name
-        color: tag.stale ? Theme.warning : Theme.text
-        opacity: tag.stale ? 0.6 : 1
-    }
+    Label { text: tag.name; color: tag.stale ? Theme.warning : Theme.text; opacity: tag.stale ? 0.6 : 1 }
 }

@@ -4,25 +4,25 @@ import ModbusRtu 1.0
 // A tank: its level, and a mark at the set point.
 Card {
     id: bar
-    property Tag tag
     property Tag mark
     property real most: 1200
 
-    caption: tag.name
-    stale: tag.stale
+    function part(of) {
+        return Math.max(0, Math.min(1, of.value / most))
+    }
+
     Rectangle {
-        id: tank
         anchors { fill: parent; margins: Theme.gap; topMargin: 36; bottomMargin: 44; rightMargin: 62 }
         color: Theme.back
         border.color: Theme.edge
         Rectangle {
             anchors { left: parent.left; right: parent.right; bottom: parent.bottom; margins: 1 }
-            height: Math.max(0, Math.min(1, bar.tag.value / bar.most)) * (parent.height - 2)
+            height: bar.part(bar.tag) * (parent.height - 2)
             color: Theme.accent
             opacity: bar.stale ? 0.25 : 1
         }
         Rectangle {
-            y: parent.height * (1 - Math.max(0, Math.min(1, bar.mark.value / bar.most))) - 1
+            y: parent.height * (1 - bar.part(bar.mark)) - 1
             width: parent.width + 6
             height: 3
             color: Theme.warning
@@ -34,10 +34,5 @@ Card {
             }
         }
     }
-    Label {
-        anchors { left: parent.left; bottom: parent.bottom; margins: Theme.gap }
-        text: bar.tag.text + " " + bar.tag.unit
-        opacity: bar.stale ? 0.35 : 1
-        font { pixelSize: Theme.large; bold: true }
-    }
+    ValueLabel { tag: bar.tag }
 }

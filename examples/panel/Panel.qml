@@ -16,6 +16,7 @@ Rectangle {
     readonly property var pages: [overview, control, alarms, recipe, network]
     readonly property var alarmList: [door, limit, high, low, mixer, conveyor]
     readonly property int alarmCount: alarmList.filter(function(alarm) { return alarm.active }).length
+    readonly property Item shown: pageLoader.item
 
     function silent(station) {
         return line.stations.some(function(s) { return s.station === station && s.silent })
@@ -23,8 +24,8 @@ Rectangle {
 
     /** For pictures: shows the recipe page with something to show. */
     function compareRecipe() {
-        pageLoader.item.recipe.rows[1].value = 25
-        pageLoader.item.recipe.compare()
+        shown.recipe.rows[1].value = 25
+        shown.recipe.compare()
     }
 
     width: 800
@@ -41,10 +42,10 @@ Rectangle {
         replyTimeout: 300
     }
 
-    AlarmBit { id: door; text: "Mixer: door open"; link: line; station: 1; address: "1x1" }
-    AlarmBit { id: limit; text: "Conveyor: limit switch"; link: line; station: 2; address: "1x4" }
-    AlarmBit { id: high; text: "Mixer: level high"; link: line; station: 1; address: "3x_bit5.3" }
-    AlarmBit { id: low; text: "Mixer: additive low"; link: line; station: 1; address: "3x_bit5.2" }
+    Alarm { id: door; text: "Mixer: door open"; tag: Tag { link: line; station: 1; address: "1x1" } }
+    Alarm { id: limit; text: "Conveyor: limit switch"; tag: Tag { link: line; station: 2; address: "1x4" } }
+    Alarm { id: high; text: "Mixer: level high"; tag: Tag { link: line; station: 1; address: "3x_bit5.3" } }
+    Alarm { id: low; text: "Mixer: additive low"; tag: Tag { link: line; station: 1; address: "3x_bit5.2" } }
     Alarm { id: mixer; text: "Mixer does not answer"; active: panel.silent(1) }
     Alarm { id: conveyor; text: "Conveyor does not answer"; active: panel.silent(2) }
 
@@ -54,18 +55,13 @@ Rectangle {
     Component { id: recipe; RecipePage { link: line; keypad: pad; file: panel.recipeFile } }
     Component { id: network; LinePage { link: line } }
 
-    Label {
-        x: 14; height: 44
-        verticalAlignment: Text.AlignVCenter
-        text: "Filling line · " + panel.titles[panel.page]
-        font { pixelSize: 18; bold: true }
-    }
+    Label { x: 14; y: 12; text: "Filling line · " + panel.titles[panel.page]; font { pixelSize: 18; bold: true } }
     Label {
         anchors { right: parent.right; rightMargin: 14 }
-        height: 44
-        verticalAlignment: Text.AlignVCenter
-        text: line.status !== Link.Open ? line.error || "connecting" : panel.alarmCount > 0 ? panel.alarmCount + (panel.alarmCount === 1 ? " alarm" : " alarms") : "all well"
-        color: line.status !== Link.Open ? Theme.warning : panel.alarmCount > 0 ? Theme.alarm : Theme.good
+        y: 12
+        text: line.status !== Link.Open ? line.error || "connecting"
+              : panel.alarmCount === 0 ? "all well" : panel.alarmCount + (panel.alarmCount === 1 ? " alarm" : " alarms")
+        color: line.status !== Link.Open ? Theme.warning : panel.alarmCount === 0 ? Theme.good : Theme.alarm
     }
     Loader {
         id: pageLoader
@@ -80,9 +76,8 @@ Rectangle {
             model: panel.titles
             PanelButton {
                 objectName: "page " + modelData
-                width: 148; height: 50
                 text: modelData
-                tone: panel.page === index ? Theme.accent : index === 2 && panel.alarmCount > 0 ? "#5a2226" : Theme.card
+                tone: panel.page === index ? Theme.accent : index === 2 && panel.alarmCount > 0 ? Theme.alarmBack : Theme.card
                 onClicked: panel.page = index
             }
         }

@@ -17,35 +17,28 @@ Item {
     }
     readonly property var outcomes: ["", "done", "refused", "not confirmed", "not tried", "differs"]
 
-    Card {
+    ListCard {
         anchors { fill: parent; bottomMargin: 58 }
         caption: "Recipe"
-        Column {
-            anchors { fill: parent; margins: Theme.gap; topMargin: 34 }
-            spacing: 4
-            Repeater {
-                model: page.recipe.rows
-                Strip {
-                    objectName: "recipe " + modelData.name
-                    Label { x: 16; anchors.verticalCenter: parent.verticalCenter; text: modelData.name }
-                    Label {
-                        anchors { right: parent.left; rightMargin: -360; verticalCenter: parent.verticalCenter }
-                        text: modelData.value + " " + modelData.unit
-                        font.bold: true
-                    }
-                    Label {
-                        x: 420
-                        anchors.verticalCenter: parent.verticalCenter
-                        text: page.outcomes[modelData.outcome]
-                              + (modelData.outcome === RecipeRow.Differs ? ": slave has " + modelData.slaveValue : "")
-                        color: modelData.outcome === RecipeRow.Done ? Theme.good : Theme.warning
-                    }
-                    MouseArea {
-                        anchors.fill: parent
-                        onClicked: page.keypad.ask(modelData.name + ", " + modelData.unit, 0, index === 5 ? 250000 : 3000,
-                                                   function(number) { modelData.value = number })
-                    }
-                }
+        spacing: 4
+        model: page.recipe.rows
+        delegate: Strip {
+            id: line
+            readonly property RecipeRow row: modelData
+            readonly property bool differs: row.outcome === RecipeRow.Differs
+            objectName: "recipe " + row.name
+            widths: [240, 160]
+            texts: [row.name, row.value + " " + row.unit]
+            Label {
+                x: 420
+                anchors.verticalCenter: parent.verticalCenter
+                text: page.outcomes[line.row.outcome] + (line.differs ? ": slave has " + line.row.slaveValue : "")
+                color: line.row.outcome === RecipeRow.Done ? Theme.good : Theme.warning
+            }
+            MouseArea {
+                anchors.fill: parent
+                onClicked: page.keypad.ask(line.row.name + ", " + line.row.unit, 0, index === 5 ? 250000 : 3000,
+                                           function(number) { line.row.value = number })
             }
         }
         Rectangle {
@@ -60,10 +53,10 @@ Item {
         anchors { left: parent.left; bottom: parent.bottom }
         spacing: Theme.gap
         enabled: !page.recipe.running
-        PanelButton { objectName: text; width: 148; text: "Open file"; onClicked: page.recipe.readFile(page.file) }
-        PanelButton { objectName: text; width: 148; text: "Save file"; onClicked: page.recipe.writeFile(page.file) }
-        PanelButton { objectName: text; width: 148; text: "Read slaves"; onClicked: page.recipe.save() }
-        PanelButton { objectName: text; width: 148; text: "Load slaves"; onClicked: page.recipe.load(); tone: "#1f6f45" }
-        PanelButton { objectName: text; width: 148; text: "Compare"; onClicked: page.recipe.compare() }
+        PanelButton { text: "Open file"; onClicked: page.recipe.readFile(page.file) }
+        PanelButton { text: "Save file"; onClicked: page.recipe.writeFile(page.file) }
+        PanelButton { text: "Read slaves"; onClicked: page.recipe.save() }
+        PanelButton { text: "Load slaves"; onClicked: page.recipe.load(); tone: "#1f6f45" }
+        PanelButton { text: "Compare"; onClicked: page.recipe.compare() }
     }
 }

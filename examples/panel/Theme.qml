@@ -13,6 +13,7 @@ QtObject {
     readonly property color good: "#37c871"
     readonly property color warning: "#f2a93b"
     readonly property color alarm: "#ff5a5f"
+    readonly property color alarmBack: "#5a2226"
     readonly property int gap: 10
     readonly property int radius: 8
     readonly property int small: 13

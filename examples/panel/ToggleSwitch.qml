@@ -1,13 +1,9 @@
 import QtQuick 2.15
-import ModbusRtu 1.0
 
 // Shows what the slave has, and writes the opposite when tapped.
 Card {
     id: toggle
-    property Tag tag
 
-    caption: tag.name
-    stale: tag.stale
     Rectangle {
         anchors { left: parent.left; bottom: parent.bottom; margins: Theme.gap }
         width: 64; height: 32; radius: 16
@@ -21,8 +17,5 @@ Card {
             Behavior on x { NumberAnimation { duration: 80 } }
         }
     }
-    MouseArea {
-        anchors.fill: parent
-        onClicked: toggle.tag.value = !toggle.tag.value
-    }
+    MouseArea { anchors.fill: parent; onClicked: toggle.tag.value = !toggle.tag.value }
 }

@@ -1,16 +1,13 @@
 import QtQuick 2.15
-import ModbusRtu 1.0
 
 // The last half minute of a value, with gaps where it was stale.
 Card {
     id: trend
-    property Tag tag
     property real least: 0
     property real most: 100
     property var samples: []
 
     caption: tag.name + ", " + tag.unit
-    stale: tag.stale
     Timer {
         interval: 250; running: true; repeat: true; triggeredOnStart: true
         onTriggered: {

@@ -1,39 +1,19 @@
 import QtQuick 2.15
-import ModbusRtu 1.0
 
-// A number with its unit; with limits, it can be tapped and entered.
+// A number with its unit; where it has a limit, it can be tapped and entered.
 Card {
     id: tile
-    property Tag tag
-    property bool editable: false
-    property real least: 0
-    property real most: 65535
+    property real most: 0
+    readonly property bool failed: tag.error !== ""
     signal tapped()
 
-    caption: tag.name
-    stale: tag.stale
-    Label {
-        anchors { left: parent.left; bottom: parent.bottom; margins: Theme.gap }
-        text: tile.tag.quality === Tag.NeverRead ? "–" : tile.tag.text
-        color: tile.tag.writing ? Theme.accent : Theme.text
-        opacity: tile.stale ? 0.35 : 1
-        font { pixelSize: Theme.large; bold: true }
-        Label {
-            anchors { left: parent.right; leftMargin: 5; baseline: parent.baseline }
-            text: tile.tag.unit
-            color: Theme.dim
-        }
-    }
+    ValueLabel { tag: tile.tag }
     Label {
         anchors { right: parent.right; bottom: parent.bottom; margins: Theme.gap }
-        visible: tile.editable
-        text: tile.tag.error !== "" ? "not written" : tile.least + " … " + tile.most
-        color: tile.tag.error !== "" ? Theme.alarm : Theme.dim
-        font.pixelSize: Theme.small
+        visible: tile.most > 0
+        text: tile.failed ? "not written" : "0 … " + tile.most
+        note: true
+        color: tile.failed ? Theme.alarm : Theme.dim
     }
-    MouseArea {
-        anchors.fill: parent
-        enabled: tile.editable
-        onClicked: tile.tapped()
-    }
+    MouseArea { anchors.fill: parent; enabled: tile.most > 0; onClicked: tile.tapped() }
 }

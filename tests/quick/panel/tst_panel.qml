@@ -97,7 +97,7 @@ Item {
         function test_5_aRecipeIsEditedLoadedComparedAndKept() {
             tap("page Recipe")
             tap("Read slaves")
-            const recipe = find("recipe Syrup").parent.parent.parent.recipe
+            const recipe = panel.shown.recipe
             tryCompare(recipe, "outcome", Recipe.Complete, 10000)
             compare(recipe.rows[1].value, 22)
             tap("Save file")
