@@ -88,7 +88,7 @@ void Link::scheduleRenewal()
     if (!m_complete || m_renewalScheduled)
         return;
     m_renewalScheduled = true;
-    QMetaObject::invokeMethod(this, &Link::renew, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, "renew", Qt::QueuedConnection);
 }
 
 void Link::renew()

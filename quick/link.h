@@ -117,7 +117,7 @@ Q_SIGNALS:
 
 private:
     void scheduleRenewal();
-    void renew();
+    Q_INVOKABLE void renew();
     void open();
     void close();
     rtu::LinkSettings lineSettings() const;

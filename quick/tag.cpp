@@ -70,7 +70,7 @@ void Tag::schedule()
     if (!m_complete || m_scheduled)
         return;
     m_scheduled = true;
-    QMetaObject::invokeMethod(this, &Tag::subscribe, Qt::QueuedConnection);
+    QMetaObject::invokeMethod(this, "subscribe", Qt::QueuedConnection);
 }
 
 rtu::TagDefinition Tag::definition() const

@@ -100,7 +100,7 @@ Q_SIGNALS:
 
 private:
     void schedule();
-    void subscribe();
+    Q_INVOKABLE void subscribe();
     void unsubscribe();
     void linkClosed();
     rtu::Write send(const QVariant &value);

@@ -28,7 +28,7 @@ const Picture Pictures[] = {{"overview", 0, 25000, 0}, {"control", 1, 1500, 0}, 
 void wait(int milliseconds)
 {
     QEventLoop loop;
-    QTimer::singleShot(milliseconds, &loop, &QEventLoop::quit);
+    QTimer::singleShot(milliseconds, &loop, SLOT(quit()));
     loop.exec();
 }
 

@@ -124,7 +124,7 @@ stage_thread()
 
 stage_clang()
 {
-    install_for build host demo test qt6 clang || return 1
+    install_for build host demo test quick qt6 clang || return 1
     local quick_tests=OFF # one compiler shows whether a source includes what it uses
     whole_preset clang || return 1
     build_preset qt6-clang --target modbus_rtu_master
@@ -187,7 +187,7 @@ stage_demo()
 
 stage_style()
 {
-    install_for build host demo test clang style || return 1
+    install_for build host demo test quick clang style || return 1
     step "clang-format" scripts/format --check
     local quick_tests=OFF
     build_preset clang --target modbus_version_header || return 1
@@ -197,7 +197,7 @@ stage_style()
 # Warnings are errors: xargs fails when one of its commands did.
 tidy_sources()
 {
-    git ls-files 'address/*.cpp' 'cache/*.cpp' 'driver/*.cpp' 'frames/*.cpp' 'planning/*.cpp' 'checker/*.cpp' 'kit/*.cpp' 'plant/*.cpp' 'host/*.cpp' \
+    git ls-files 'address/*.cpp' 'cache/*.cpp' 'driver/*.cpp' 'frames/*.cpp' 'planning/*.cpp' 'checker/*.cpp' 'kit/*.cpp' 'plant/*.cpp' 'host/*.cpp' 'quick/*.cpp' 'examples/*.cpp' \
         | xargs -P "$jobs" -n 4 clang-tidy -p build/clang --quiet
 }
 
