@@ -1,5 +1,5 @@
 # What `cmake --install` puts where. The components are the Debian packages:
-# library, kit, checker, dev (what host authors need), host (the bench host).
+# library, kit, checker, dev (what host authors need), host (the bench host), quick.
 
 include(CMakePackageConfigHelpers)
 

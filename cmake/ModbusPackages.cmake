@@ -80,6 +80,11 @@ if(TARGET rtuhost)
         DEPENDS ${MODBUS_DRIVER_DEPENDENCY}
         RUNTIME ${MODBUS_RUNTIME} "libmodbus5 (>= 3.1.6)" "libncursesw6 (>= 6)" "libtinfo6 (>= 6)")
 endif()
+if(TARGET modbus_rtu_quick)
+    modbus_package(quick ${MODBUS_QML_PACKAGE} libs "Qt Quick module for the Modbus RTU master driver"
+        "\n\nThis package makes values of slaves properties of QML: import ModbusRtu. The\nhost kit and simulated slaves are inside."
+        DEPENDS ${MODBUS_DRIVER_DEPENDENCY} RUNTIME ${MODBUS_RUNTIME} "libmodbus5 (>= 3.1.6)" "libqt5qml5 (>= 5.15.1)")
+endif()
 if(MODBUS_QT_MAJOR EQUAL 5)
     list(APPEND MODBUS_DEV_DEPENDENCIES qtbase5-dev)
 else()

@@ -11,3 +11,9 @@ set(MODBUS_QML_FOLDER ${CMAKE_BINARY_DIR}/qml)
 
 set(MODBUS_INSTALL_QMLDIR ${CMAKE_INSTALL_LIBDIR}/qt${MODBUS_QT_MAJOR}/qml
     CACHE STRING "Folder of QML modules, below the prefix")
+
+# Named as Debian names the modules of each Qt.
+set(MODBUS_QML_PACKAGE qml-module-modbusrtu)
+if(NOT MODBUS_QT_MAJOR EQUAL 5)
+    set(MODBUS_QML_PACKAGE qml${MODBUS_QT_MAJOR}-module-modbusrtu)
+endif()

@@ -107,13 +107,13 @@ dependency_names()
 }
 
 # The dependencies of foreign packages are written down, not looked up; they are
-# the same packages as on this machine.
+# the same packages as on this machine, which has one more: the QML module.
 same_dependencies()
 {
     local package name
-    for package in build/package/*.deb; do
+    for package in build/"$1"/*.deb; do
         name=$(dpkg-deb -f "$package" Package)
-        diff <(dependency_names "$package") <(dependency_names build/"$1"/"$name"_*.deb) || return 1
+        diff <(dependency_names build/package/"$name"_*.deb) <(dependency_names "$package") || return 1
     done
 }
 

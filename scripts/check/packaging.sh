@@ -88,6 +88,18 @@ poll_two_lines()
     hear_host "recipe: 21.5" "$work" env MODBUS_RTU_CHECK_ABORT=hint "$2" "$work/boiler" "$work/meters" "$library"
 }
 
+# The QML module, where it was installed, and the driver beside it.
+show_screen()
+{
+    local module screen=$consumer_folder/screen
+    module=$(find "$PWD/$consumer_folder/prefix" -name ModbusRtu)
+    mkdir -p "$screen"
+    cp scripts/check/screen.qml host/demo/plant.sim "$screen"
+    LD_LIBRARY_PATH=$(dirname "$(find "$PWD/$consumer_folder/prefix" -name 'libmodbus_rtu_master.so.1')") \
+        QT_QPA_PLATFORM=offscreen QT_QUICK_BACKEND=software \
+        timeout 60 /usr/lib/qt5/bin/qmlscene -I "$(dirname "$module")" "$screen/screen.qml"
+}
+
 # make_packages BUILD_FOLDER
 make_packages()
 {
@@ -109,7 +121,7 @@ try_packages_in_clean_system()
     [ "$(id -u)" = 0 ] && mode=root
     mmdebstrap --mode="$mode" --variant=minbase --format=null --aptopt='APT::Install-Recommends "false"' \
         --customize-hook='mkdir "$1/packages"' \
-        --customize-hook="copy-in $(echo build/package/*.deb) scripts/check/clean-system /packages" \
+        --customize-hook="copy-in $(echo build/package/*.deb) scripts/check/clean-system scripts/check/screen.qml /packages" \
         --customize-hook='chroot "$1" /packages/clean-system' \
         "$suite" - "deb [signed-by=/usr/share/keyrings/debian-archive-keyring.gpg] $uri $suite main"
 }
@@ -123,7 +135,7 @@ packages_are_hardened()
     for package in build/package/*.deb; do
         dpkg-deb -x "$package" "$root"
     done
-    find "$root" -type f \( -path '*/bin/*' -o -name '*.so.*' \) -print0 | xargs -0 hardening-check --nocfprotection --nofortify
+    find "$root" -type f \( -path '*/bin/*' -o -name '*.so*' \) -print0 | xargs -0 hardening-check --nocfprotection --nofortify
 }
 
 # The packages once more: in another folder, by another user where that can be,
@@ -170,6 +182,7 @@ stage_package()
     step "host by find_package polls" poll_simulated_slave "$consumer_folder/find_package/minimal_host"
     step "kit host by pkg-config polls" poll_two_lines libmodbus_rtu_master "$consumer_folder/pkg_config/kit_host"
     step "kit host by find_package, checked" poll_two_lines libmodbus_rtu_master_check "$consumer_folder/find_package/kit_host"
+    step "screen on the installed module" show_screen
     step "packages" make_packages build/package || return 1
     step "lintian" lint_packages build/package
     step "hardened" packages_are_hardened

@@ -179,7 +179,7 @@ stage_counts()
 
 stage_demo()
 {
-    install_for build host demo || return 1
+    install_for build host demo quick || return 1
     build_preset package --target rtu_demo rtuhost || return 1
     step "demo" env MODBUS_DEMO_BUILD=build/package ./demo
     tail -n 1 "$log_folder/demo-demo.log"
