@@ -175,7 +175,12 @@ private:
         costs.line = line;
         costs.replyTimeout = settings.replyTimeout;
         costs.attempts = m_options.property.attempts;
-        return PlanView(m_driver, m_catalog, m_options.property, tags, costs);
+        DriverProperty property = m_options.property;
+        if (settings.maxWords != property.maxWords) { // planned as it is used
+            property.raw.clear();
+            property.maxWords = settings.maxWords;
+        }
+        return PlanView(m_driver, m_catalog, property, tags, costs);
     }
 
     int showPlan()

@@ -452,6 +452,10 @@ class Plan(RtuHostTest):
         self.assertIn("4800 baud 8N2", self.run_host("--plan", "--sim", sim, "4x1").out)
         self.assertIn("9600 baud 8N2", self.run_host("--plan", "--sim", sim, "-b", "9600", "4x1").out)
 
+    def test_blocks_are_those_that_an_odd_limit_leaves(self):
+        for limit in (("--max-words", "9"), ("--property", "1#0#0#3#9#0")):
+            self.assertIn("4x1..8", self.run_host("--plan", *limit, "4x1..12").out)
+
     def test_as_json(self):
         plan = json.loads(self.run_host("--plan", "--json", "4x1..10", "4x15").out)
         self.assertEqual(4, plan["blocks"][0]["unused"])
