@@ -3,13 +3,23 @@
 
 # What a change needs, and the whole matrix, the quick ones with the most to say first.
 quick_stages=(release thread abi)
-all_stages=(style "${quick_stages[@]}" sanitize fuzz counts package demo clang qt6 quick tools)
-extra_stages=(checked machine-armhf machine-s390x machine-arm64 machine-armel machine-i386 coverage)
+all_stages=(style "${quick_stages[@]}" checked sanitize fuzz counts package demo clang qt6 quick tools)
+extra_stages=(machine-armhf machine-s390x machine-arm64 machine-armel machine-i386 coverage)
 
 # Hosts, and tests of them, that are to run under the contract checker: see the stage checked.
 checked_label=checked
-# They ask the kit for what the checker advises against.
-wanted_findings=(LinkReplies.AreTakenByLengthAndCheckSumAloneOnRequest LinkWrites.KeptLocal)
+# They ask a host for what the checker advises against, or hand the driver what a host should keep from it.
+wanted_findings=(
+    LinkReplies.AreTakenByLengthAndCheckSumAloneOnRequest
+    LinkExchange.WarnsOfRepliesThatAreTakenByLengthAloneAndLookWrong
+    LinkWrites.KeptLocal
+    PlanView.WarnsOfBlocks
+    PlanView.LeavesAFreshDriverBehind
+    'Faults\..*/(WrongStation|WrongFunction|Echo|TooLong|LateReply)On'
+    Reads.CarryTheLongestBlocks
+    Recipes.LoadBeforeTheySaveWhenBothAreWanted
+    Writes.ToReadOnlyTypesAreShownButNotSent
+)
 
 # Tests that show that a tool notices what it is there for: see the stage tools.
 tools_label=tools

@@ -94,8 +94,8 @@ TEST_F(LineEvents, AHoleIsAnExceptionAndTheRestIsPolled)
     panel->watch(1, "4x", 0, 2);
     panel->watch(1, "4x", 10, 5);
     panel->watch(2, "4x", 0, 1);
-    // With blocks of at most 5 registers the two ranges of station 1 stay apart.
-    panel->configure("7#0#0#3#5");
+    // With blocks of at most 6 registers the two ranges of station 1 stay apart.
+    panel->configure("7#0#0#3#6");
     ASSERT_EQ(panel->plan(), 3);
     panel->settle();
     EXPECT_EQ(verdictsOf(1), (std::vector<int>{1, 8, 8, 2}));

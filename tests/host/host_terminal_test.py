@@ -16,8 +16,9 @@ import unittest
 import pexpect
 import pexpect.fdpexpect
 
-from rtuhost_under_test import PATIENCE, RTUHOST, RtuHostTest, wait_for
+from rtuhost_under_test import COMMAND, PATIENCE, RtuHostTest, wait_for
 
+PROGRAM = " ".join(COMMAND)
 LEAVE_SCREEN = b"\x1b[?1049l"
 SHOW_CURSOR = b"\x1b[?25h"
 
@@ -110,7 +111,7 @@ class LiveViewTest(RtuHostTest):
         self.tags = self.file("tags.csv", TAGS)
 
     def open(self, interval=50, timeout=0.1):
-        screen = Screen(self, "%s --sim %s --tags %s -l %d -o %g" % (RTUHOST, self.sim, self.tags, interval, timeout))
+        screen = Screen(self, "%s --sim %s --tags %s -l %d -o %g" % (PROGRAM, self.sim, self.tags, interval, timeout))
         screen.line_with("1:4x1 ", "10")
         return screen
 
@@ -155,7 +156,7 @@ class OnTheScreen(LiveViewTest):
 
 class Logging(LiveViewTest):
     def open_with(self, log):
-        screen = Screen(self, "%s --sim %s --tags %s -l 50 -o 0.1 --log %s" % (RTUHOST, self.sim, self.tags, log))
+        screen = Screen(self, "%s --sim %s --tags %s -l 50 -o 0.1 --log %s" % (PROGRAM, self.sim, self.tags, log))
         screen.line_with("1:4x1 ", "10")
         return screen
 
@@ -385,7 +386,7 @@ class Sizes(LiveViewTest):
         screen.line_with("1:4x1 ", "10")
 
     def test_scrolls_long_tables(self):
-        command = "%s --sim %s -l 50 4x1..50" % (RTUHOST, self.sim)
+        command = "%s --sim %s -l 50 4x1..50" % (PROGRAM, self.sim)
         screen = Screen(self, command)
         screen.line_with("1:4x1 ", "10")
         screen.press("End")
@@ -402,7 +403,7 @@ class Endings(LiveViewTest):
         self.addCleanup(os.close, self.far)
         self.before = termios.tcgetattr(self.far)
         fcntl.ioctl(self.far, termios.TIOCSWINSZ, struct.pack("HHHH", 24, 80, 0, 0))
-        self.child = subprocess.Popen([RTUHOST, "--sim", self.sim, "--tags", self.tags, "-l", "50"], stdin=self.far,
+        self.child = subprocess.Popen([*COMMAND, "--sim", self.sim, "--tags", self.tags, "-l", "50"], stdin=self.far,
                                       stdout=self.far, stderr=subprocess.STDOUT, start_new_session=True,
                                       env=dict(os.environ, TERM="xterm", LC_ALL="C.UTF-8"))
         self.terminal = pexpect.fdpexpect.fdspawn(terminal, timeout=PATIENCE)
@@ -449,23 +450,23 @@ class Endings(LiveViewTest):
 
     def test_errors_give_exit_status_one(self):
         sim = self.file("dead.sim", "station 1\noff\n")
-        screen = Screen(self, "%s --sim %s -l 50 -o 0.05 4x1" % (RTUHOST, sim))
+        screen = Screen(self, "%s --sim %s -l 50 -o 0.05 4x1" % (PROGRAM, sim))
         screen.line_with("1:4x1 ", "error")
         screen.press("q")
         screen.line("ended with 1")
 
     def test_rounds_end_the_view(self):
-        screen = Screen(self, "%s --sim %s --live --count 3 --stats 4x1" % (RTUHOST, self.sim))
+        screen = Screen(self, "%s --sim %s --live --count 3 --stats 4x1" % (PROGRAM, self.sim))
         screen.line("ended with 0")
         screen.line("3 frames, 3 good")
 
     def test_lines_on_a_terminal_on_request(self):
-        screen = Screen(self, "%s --sim %s --plain --count 1 4x1" % (RTUHOST, self.sim))
+        screen = Screen(self, "%s --sim %s --plain --count 1 4x1" % (PROGRAM, self.sim))
         screen.line_with("1:4x1", "10")
         screen.line("ended with 0")
 
     def assert_lines_on(self, terminal):
-        screen = Screen(self, "TERM=%s %s --sim %s --live --count 1 4x1" % (terminal, RTUHOST, self.sim))
+        screen = Screen(self, "TERM=%s %s --sim %s --live --count 1 4x1" % (terminal, PROGRAM, self.sim))
         screen.line_with("1:4x1", "10")
         screen.line("ended with 0")
 

@@ -13,6 +13,7 @@ RTUHOST = os.environ["RTUHOST"]
 SOURCE = os.environ["RTUHOST_SOURCE"]
 # In the driver's place, such as the contract checker: see tests/support/driver_file.h.
 DRIVER = ["--driver", os.environ["MODBUS_TEST_DRIVER"]] if "MODBUS_TEST_DRIVER" in os.environ else []
+COMMAND = [RTUHOST] + DRIVER
 PATIENCE = 60  # seconds until something that must come counts as missing
 
 PLANT = """
@@ -30,6 +31,11 @@ station 3
 off
 4x 1 = 1
 """
+
+
+def command_of(arguments):
+    """With the driver in question, but for who names one, and who loads none."""
+    return [*([RTUHOST] if {"--driver", "--serve"}.intersection(arguments) else COMMAND), *arguments]
 
 
 def wait_for(condition, what):
@@ -69,7 +75,7 @@ class RtuHostTest(unittest.TestCase):
             return file.read()
 
     def run_host(self, *arguments, status=0):
-        completed = subprocess.run([RTUHOST, *DRIVER, *arguments], stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
+        completed = subprocess.run(command_of(arguments), stdin=subprocess.DEVNULL, stdout=subprocess.PIPE,
                                    stderr=subprocess.PIPE, text=True, timeout=PATIENCE)
         result = Result(completed)
         self.assertEqual(status, result.status, "%s\n%s%s" % (arguments, result.out, result.err))
@@ -81,7 +87,7 @@ class RtuHostTest(unittest.TestCase):
 
     def start(self, *arguments, stdin=subprocess.DEVNULL):
         """A run that goes on beside the test."""
-        process = subprocess.Popen([RTUHOST, *arguments], stdin=stdin, stdout=subprocess.PIPE,
+        process = subprocess.Popen(command_of(arguments), stdin=stdin, stdout=subprocess.PIPE,
                                    stderr=subprocess.STDOUT, text=True)
 
         def end():

@@ -1,6 +1,7 @@
 // The host that the documents show, run as a program of its own.
 
 #include "plant/plant.h"
+#include "support/driver_file.h"
 #include "support/run_program.h"
 
 #include <gtest/gtest.h>
@@ -33,7 +34,7 @@ protected:
 
 TEST_F(MinimalHost, PollsARegister)
 {
-    const Outcome outcome = run(minimalHost(DRIVER_LIBRARY_FILE, plant.devicePath()));
+    const Outcome outcome = run(minimalHost(support::driverFile(), plant.devicePath()));
     EXPECT_EQ(outcome.output, "station 1 4x1 = 1234\n");
     EXPECT_EQ(outcome.status, 0);
 }
@@ -41,7 +42,7 @@ TEST_F(MinimalHost, PollsARegister)
 TEST_F(MinimalHost, TellsThatASlaveIsSilent)
 {
     plant.setStationOn(1, false);
-    const Outcome outcome = run(minimalHost(DRIVER_LIBRARY_FILE, plant.devicePath()));
+    const Outcome outcome = run(minimalHost(support::driverFile(), plant.devicePath()));
     EXPECT_EQ(outcome.output.rfind("error R,", 0), 0u) << outcome.output;
     EXPECT_EQ(outcome.status, 0);
 }
