@@ -136,7 +136,7 @@ void printText(const ProbeResult &result, const TagRange &range, const Advice &a
     out << "largest block:  " << blockText(result) << '\n'
         << "replies begin:  after " << durationText(result.replyMedian) << " (median), "
         << durationText(result.replyLongest) << " (longest)\n"
-        << "largest block:  " << durationText(result.blockTime) << " with its request\n"
+        << "block takes:    " << durationText(result.blockTime) << " with its request\n"
         << "sent again:     " << result.lost << '\n'
         << "silence:        " << silenceText(result, timing) << '\n'
         << "use:            rtuhost " << advice.options() << ' ' << port << ' '
