@@ -374,6 +374,8 @@ private:
         PortLine &opened = source.line();
         LineDiagnosis diagnosis([&opened] { return opened.errors(); }, m_options.removeEcho);
         link->onTransaction([&](const Transaction &transaction) {
+            if (!transaction.isRead) // how writes end is told by the view
+                return;
             const Diagnosis why = diagnosis.take(transaction);
             if (why.cause != Cause::None)
                 view.tell(diagnosisText(why));

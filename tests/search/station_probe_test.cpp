@@ -205,11 +205,13 @@ TEST_F(StationProbe, AsksForTheTableThatItIsToldTo)
 TEST_F(StationProbe, AFrameThatIsLostIsNoHole)
 {
     int asked = 0;
-    otherAnswer = [&](const Bytes &request) { return ++asked % 7 == 3 ? Bytes() : goodReply(request); };
+    otherAnswer = [&](const Bytes &request) { return ++asked % 3 == 2 ? Bytes() : goodReply(request); };
     const rtu::ProbeResult result = probe();
     EXPECT_EQ("0+120 ", text(result.readable));
     EXPECT_EQ("", text(result.holes));
+    EXPECT_EQ(120, result.largestBlock);
     EXPECT_LT(0, result.lost);
+    EXPECT_FALSE(result.silenceFound);
 }
 
 TEST_F(StationProbe, AnEchoIsNoReply)
