@@ -148,7 +148,7 @@ class OnTheScreen(LiveViewTest):
         wait_for(lambda: "\x1b[30m\x1b[43m" in screen.colours(), "black on yellow")
 
     def test_a_cause_is_told(self):
-        screen = Screen(self, "%s --sim %s -l 50 -o 0.1 4x1 4x1@9" % (RTUHOST, self.sim))
+        screen = Screen(self, "%s --sim %s -l 50 -o 0.1 4x1 4x1@9" % (PROGRAM, self.sim))
         screen.line("station 9: after 3 attempts not one byte came back, while others answer")
         screen.press("q")
         self.assertRegex(screen.line("frames sent"), r"^-- \d+ frames sent, \d+ answered, \d+ errors$")
