@@ -1,18 +1,10 @@
 #include "bench/replies.h"
 
-namespace {
+#include "tests/support/bitwise_crc.h"
 
-/** The definition of the CRC, bit by bit, so that the driver's own is not measured against itself. */
-unsigned int bitwiseCrc(const QByteArray &bytes)
-{
-    unsigned int crc = 0xFFFFu;
-    for (int i = 0; i < bytes.size(); ++i) {
-        crc ^= static_cast<unsigned char>(bytes.at(i));
-        for (int bit = 0; bit < 8; ++bit)
-            crc = crc & 1u ? crc >> 1 ^ 0xA001u : crc >> 1;
-    }
-    return crc;
-}
+using support::withCrc;
+
+namespace {
 
 QByteArray header(int station, int function, int dataBytes)
 {
@@ -20,14 +12,6 @@ QByteArray header(int station, int function, int dataBytes)
     bytes.append(static_cast<char>(station));
     bytes.append(static_cast<char>(function));
     bytes.append(static_cast<char>(dataBytes));
-    return bytes;
-}
-
-QByteArray withCrc(QByteArray bytes)
-{
-    const unsigned int crc = bitwiseCrc(bytes);
-    bytes.append(static_cast<char>(crc & 0xFFu));
-    bytes.append(static_cast<char>(crc >> 8));
     return bytes;
 }
 

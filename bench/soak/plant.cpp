@@ -1,6 +1,10 @@
 #include "plant.h"
 
+#include "tests/support/bitwise_crc.h"
+
 namespace soak {
+
+using support::withCrc;
 
 namespace {
 
@@ -123,31 +127,11 @@ void moveOne(std::vector<int> &table, int limit, Random &random)
 
 } // namespace
 
-unsigned int crcOf(const QByteArray &bytes, int length)
-{
-    unsigned int crc = 0xFFFF;
-    for (int i = 0; i < length; ++i) {
-        crc ^= static_cast<unsigned int>(byteAt(bytes, i));
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc & 1u) != 0 ? (crc >> 1) ^ 0xA001u : crc >> 1;
-    }
-    return crc;
-}
-
 bool hasRightCrc(const QByteArray &bytes)
 {
     const int length = static_cast<int>(bytes.size());
     return length >= 4
-           && crcOf(bytes, length - 2)
-                  == static_cast<unsigned int>(byteAt(bytes, length - 2) | byteAt(bytes, length - 1) << 8);
-}
-
-QByteArray withCrc(QByteArray bytes)
-{
-    const unsigned int crc = crcOf(bytes, static_cast<int>(bytes.size()));
-    bytes.append(static_cast<char>(crc & 0xFF));
-    bytes.append(static_cast<char>(crc >> 8));
-    return bytes;
+           && support::crcBitwise(bytes, length - 2) == (byteAt(bytes, length - 2) | byteAt(bytes, length - 1) << 8);
 }
 
 Slave::Slave() : coils(Coils, 0), inputs(Inputs, 0), inputRegisters(InputRegisters, 0), holding(HoldingRegisters, 0) {}

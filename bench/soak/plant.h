@@ -76,10 +76,7 @@ private:
     Random random;
 };
 
-/** The CRC of Modbus, bit by bit. */
-unsigned int crcOf(const QByteArray &bytes, int length);
 bool hasRightCrc(const QByteArray &bytes);
-QByteArray withCrc(QByteArray bytes);
 
 inline int byteAt(const QByteArray &bytes, int position)
 {

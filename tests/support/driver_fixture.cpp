@@ -17,26 +17,6 @@ std::vector<unsigned char> payload(const char *hex)
     return std::vector<unsigned char>(content.constBegin(), content.constEnd());
 }
 
-unsigned short crcBitwise(const unsigned char *data, int length)
-{
-    unsigned int crc = 0xFFFF;
-    for (int i = 0; i < length; ++i) {
-        crc ^= data[i];
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc & 1u) != 0 ? (crc >> 1) ^ 0xA001u : crc >> 1;
-    }
-    return static_cast<unsigned short>(crc);
-}
-
-QByteArray withCrc(QByteArray content)
-{
-    const unsigned short crc =
-        crcBitwise(reinterpret_cast<const unsigned char *>(content.constData()), static_cast<int>(content.size()));
-    content.append(static_cast<char>(crc & 0xFF));
-    content.append(static_cast<char>(crc >> 8));
-    return content;
-}
-
 QByteArray adu(const char *hex)
 {
     return withCrc(bytes(hex));

@@ -35,6 +35,7 @@
 #define DRIVER_FIXTURE_H
 
 #include "driver/modbus_rtu_master.h"
+#include "support/bitwise_crc.h"
 
 #include <gtest/gtest.h>
 
@@ -51,12 +52,6 @@ QByteArray bytes(const char *hex);
 
 /** The same as std::vector, for payloads. */
 std::vector<unsigned char> payload(const char *hex);
-
-/** CRC-16 of Modbus, bit by bit from its definition. */
-unsigned short crcBitwise(const unsigned char *data, int length);
-
-/** @p content followed by its CRC, low byte first. */
-QByteArray withCrc(QByteArray content);
 
 /** Hex digits plus CRC: adu("01 03 00 00 00 0A") is 01 03 00 00 00 0A C5 CD. */
 QByteArray adu(const char *hex);
