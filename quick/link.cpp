@@ -271,12 +271,17 @@ void Link::beat()
         map.insert(QStringLiteral("station"), station.first);
         m_stations << map;
     }
+    const QPointer<Link> alive(this); // what listens may destroy anything
     Q_EMIT statisticsChanged();
+    if (!alive)
+        return;
     const std::map<rtu::Tag, Tag *> tags = m_tags;
     for (const auto &tag : tags) {
         const auto still = m_tags.find(tag.first);
         if (still != m_tags.end())
             still->second->showTime(tag.first.value().time);
+        if (!alive)
+            return;
     }
 }
 
