@@ -4,6 +4,7 @@
 // without leaving it.
 
 #include "fuzz_host.h"
+#include "reply_rules.h"
 
 #include "kit/driver/elf_needs.h"
 #include "kit/line/frame_check.h"
@@ -14,7 +15,6 @@
 
 namespace {
 
-using fuzz::require;
 using test_line::Bytes;
 using test_line::VirtualLine;
 
@@ -43,31 +43,6 @@ Bytes scheduleArrivals(FuzzedDataProvider &input, VirtualLine &line, const Bytes
     return all;
 }
 
-void checkReply(const rtu::Transaction &transaction, const Bytes &arrived, bool removeEcho)
-{
-    const QByteArray all = arrayOf(arrived);
-    const int skipped = transaction.echoRemoved ? transaction.request.size() : 0;
-    require(removeEcho || !transaction.echoRemoved, "an echo was removed unasked");
-    require(all.mid(skipped, transaction.reply.size()) == transaction.reply, "the reply is not what arrived");
-    const unsigned char *bytes = reinterpret_cast<const unsigned char *>(transaction.reply.constData());
-    switch (transaction.end) {
-    case rtu::ReplyEnd::Complete:
-        require(transaction.reply.size() >= transaction.expectedReply, "complete and too short");
-        break;
-    case rtu::ReplyEnd::Exception:
-        require(transaction.reply.size() >= 5 && rtu::endsWithCrc(bytes, 5), "no exception reply");
-        break;
-    case rtu::ReplyEnd::TimedOut:
-        require(transaction.reply.isEmpty(), "timed out with a reply");
-        break;
-    case rtu::ReplyEnd::Silence:
-        require(!transaction.reply.isEmpty(), "silence after nothing");
-        break;
-    default:
-        fuzz::fail("an end that cannot be");
-    }
-}
-
 void collect(FuzzedDataProvider &input)
 {
     rtu::LineParameters parameters;
@@ -82,7 +57,8 @@ void collect(FuzzedDataProvider &input)
     transaction.requestEnd = line.now();
     const Bytes arrived = scheduleArrivals(input, line, request);
     collector.collect(transaction);
-    checkReply(transaction, arrived, removeEcho);
+    fuzz::requireReplyRules(transaction, arrayOf(arrived), removeEcho);
+    fuzz::require(transaction.end != rtu::ReplyEnd::PortLost, "a line was lost that was not");
     rtu::describeMismatch(transaction.request, transaction.reply);
 }
 

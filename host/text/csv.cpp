@@ -45,7 +45,9 @@ std::vector<std::string> splitCsv(const std::string &line)
 
 std::string csvField(const std::string &text)
 {
-    if (text.find_first_of(",\"\n") == std::string::npos)
+    // Blanks at its ends and a "#" in front would be taken for the file's own.
+    const bool plain = trimmed(text) == text && text.compare(0, 1, "#") != 0;
+    if (plain && text.find_first_of(",\"\n") == std::string::npos)
         return text;
     std::string quoted = "\"";
     for (char c : text)

@@ -164,9 +164,9 @@ stage_quick()
 stage_fuzz()
 {
     local target
-    install_for build fuzz test || return 1
+    install_for build host fuzz test || return 1
     attempt "build fuzz targets" bash -c 'source fuzz/common.sh && build_fuzz_targets' || return 1
-    for target in addresses properties replies calls model simulations line captures; do
+    for target in $(bash -c 'source fuzz/common.sh && echo "${fuzz_targets[@]}"'); do
         step "fuzz $target" fuzz/replay "$target"
         grep executions "$log_folder/fuzz-fuzz-$target.log" | sed 's/^/        /' || true
     done

@@ -410,6 +410,14 @@ class Recipes(RtuHostTest):
         self.assertIn("not transferred whole", result.err)
         self.assertIn("60,4x,1,5", self.read(recipe))
 
+    def test_a_full_disk_leaves_the_old_recipe(self):
+        recipe = self.file("recipe.csv", "address,type,count,values\n1,4x,2,\n")
+        os.symlink("/dev/full", recipe + ".new")
+        result = self.simulate("--recipe-read", recipe, status=1)
+        self.assertIn("cannot write the recipe file " + recipe, result.err)
+        self.assertIn("1,4x,2,\n", self.read(recipe))
+        self.assertEqual([os.path.basename(recipe)], [name for name in os.listdir(self.folder.name) if "recipe" in name])
+
 
 class Editor(RtuHostTest):
     def test_types(self):
@@ -475,6 +483,12 @@ class Plan(RtuHostTest):
 
     def test_an_unwritable_picture_is_an_error(self):
         self.assertIn("cannot write", self.run_host("--plan", "/nowhere/plan.svg", "4x1", status=1).err)
+
+    def test_a_picture_on_a_full_disk_is_an_error(self):
+        picture = self.file("plan.svg")
+        os.symlink("/dev/full", picture)
+        result = self.run_host("--plan", picture, "--force", "4x1", status=1)
+        self.assertIn("cannot write " + picture, result.err)
 
 
 class Faults(RtuHostTest):

@@ -44,6 +44,18 @@ TEST_F(Recipe, IsWrittenAsItIsRead)
     EXPECT_EQ(RecipeText, out.str());
 }
 
+// What stands in quotes is a name as well where it looks like something of the file's own.
+TEST_F(Recipe, KeepsNamesInQuotes)
+{
+    const std::string header = "name,station,type,address,count,format,scale,unit,values\n";
+    for (const std::string name : {"#1", " #", " in front", "behind ", "\tboth\t", "a \"\"b\"\"", "a, b"}) {
+        const std::string text = header + '"' + name + "\",1,4x,10,1,uint16,1,\" m\",5\n";
+        std::ostringstream out;
+        rtu::writeRecipe(out, read(text));
+        EXPECT_EQ(text, out.str());
+    }
+}
+
 class WordOrder : public Recipe, public testing::WithParamInterface<bool>
 {
 };

@@ -156,8 +156,9 @@ TEST_F(Recorder, EventsAreJsonWithTheKeysOfValues)
     silent = {1};
     record({"4x1"}, rtu::OutputForm::Json);
     poll();
-    EXPECT_TRUE(contains(out.str(), "\"station\":1,\"type\":null,\"address\":null,\"name\":\"\",\"value\":null,"
-                                    "\"raw\":null,\"unit\":\"\",\"status\":\"station silent\",\"error\":\"R,1#4x1(1)\"}"))
+    EXPECT_TRUE(contains(out.str(),
+                         "\"station\":1,\"type\":null,\"address\":null,\"name\":\"\",\"value\":null,"
+                         "\"raw\":null,\"unit\":\"\",\"status\":\"station silent\",\"error\":\"R,1#4x1(1)\"}"))
         << out.str();
 }
 
