@@ -3,6 +3,10 @@
 
 #include "kit/link_test.h"
 
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include <atomic>
 #include <condition_variable>
 #include <future>
@@ -27,6 +31,7 @@ public:
     bool write(const unsigned char *bytes, std::size_t size) override
     {
         ++sent;
+        ::pthread_sigmask(SIG_BLOCK, nullptr, &m_held);
         if (answers)
             m_reply = goodReply(Bytes(bytes, bytes + size));
         return true;
@@ -46,6 +51,9 @@ public:
 
     std::size_t discardInput() override { return 0; }
 
+    /** On the thread that sent last. */
+    bool signalIsHeld(int number) const { return sigismember(&m_held, number) == 1; }
+
     void interrupt() override
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
@@ -63,6 +71,7 @@ private:
     std::mutex m_mutex;
     std::condition_variable m_changed;
     bool m_interrupted = false;
+    sigset_t m_held = sigset_t();
     Bytes m_reply;
 };
 
@@ -250,6 +259,32 @@ TEST_F(LinkThread, RestsUntilItIsAskedForSomething)
         EXPECT_TRUE(write.wait(std::chrono::hours(1)));
     }
     EXPECT_EQ(20, line->sent);
+}
+
+/** The signals that programs have handlers for, and the thread that sends does not take. */
+TEST_F(LinkThread, LeavesSignalsToItsHost)
+{
+    link->start();
+    untilFive();
+    link->stop();
+    for (const int number : {SIGINT, SIGTERM, SIGHUP, SIGALRM, SIGCHLD, SIGUSR1, SIGPIPE})
+        EXPECT_TRUE(line->signalIsHeld(number)) << number;
+}
+
+TEST_F(LinkThread, GoesOnWhereItsHostForks)
+{
+    link->start();
+    for (int i = 0; i < 20; ++i) {
+        const pid_t child = ::fork();
+        if (child == 0)
+            ::_exit(7); // as after an exec() that failed
+        int status = 0;
+        ASSERT_EQ(child, ::waitpid(child, &status, 0));
+        EXPECT_EQ(7, WEXITSTATUS(status));
+    }
+    const rtu::Write write = link->write(TagDefinition(1, "4x10"), {7});
+    EXPECT_TRUE(write.wait(std::chrono::hours(1)));
+    EXPECT_EQ(rtu::WriteEnd::Acknowledged, write.result().end);
 }
 
 } // namespace

@@ -65,11 +65,21 @@ std::string ElfFile::textIn(const Section &strings, std::size_t offset) const
 
 std::vector<std::string> ElfFile::definedDynamicSymbols() const
 {
+    return dynamicSymbols(true);
+}
+
+std::vector<std::string> ElfFile::undefinedDynamicSymbols() const
+{
+    return dynamicSymbols(false);
+}
+
+std::vector<std::string> ElfFile::dynamicSymbols(bool defined) const
+{
     const Section table = sectionOfType(SHT_DYNSYM);
     std::vector<std::string> names;
     for (const Symbol &symbol : recordsOf<Symbol>(table)) {
         // The binding is in the same bits for both word sizes.
-        if (symbol.st_shndx == SHN_UNDEF || ELF32_ST_BIND(symbol.st_info) == STB_LOCAL)
+        if ((symbol.st_shndx != SHN_UNDEF) != defined || ELF32_ST_BIND(symbol.st_info) == STB_LOCAL)
             continue;
         names.push_back(textIn(sections.at(table.sh_link), symbol.st_name));
     }

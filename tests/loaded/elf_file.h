@@ -23,6 +23,9 @@ public:
     /** Names that other files can link to or resolve, as `nm -D --defined-only` lists them. */
     std::vector<std::string> definedDynamicSymbols() const;
 
+    /** Names that it takes from other files. */
+    std::vector<std::string> undefinedDynamicSymbols() const;
+
     std::string soname() const;
 
     /** The libraries that the dynamic linker loads along. */
@@ -45,6 +48,7 @@ private:
     std::vector<Record> recordsOf(const Section &section) const;
     Section sectionOfType(unsigned int type) const;
     std::string textIn(const Section &strings, std::size_t offset) const;
+    std::vector<std::string> dynamicSymbols(bool defined) const;
     std::vector<std::string> dynamicTexts(ElfW(Sword) tag) const;
 
     std::string content;

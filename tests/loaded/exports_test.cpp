@@ -92,6 +92,22 @@ TEST_F(BuiltLibrary, TellsTheVersionItWasBuiltFrom)
     EXPECT_EQ(library.textAfter("@(#)modbus_rtu_master "), MODBUS_RTU_VERSION_TEXT);
 }
 
+#ifdef KIT_LIBRARY_FILE
+
+// Someone who sets the clock, or a time server, must not hold up a line or hurry it: all times
+// are those since the start of the machine.
+TEST(BuiltKit, KnowsNoClockThatJumps)
+{
+    const std::vector<std::string> used = ElfFile(KIT_LIBRARY_FILE).undefinedDynamicSymbols();
+    const auto uses = [&](const std::string &name) { return std::find(used.begin(), used.end(), name) != used.end(); };
+    EXPECT_TRUE(uses("_ZNSt6chrono3_V212steady_clock3nowEv")) << "or the names are not found";
+    for (const char *const name : {"_ZNSt6chrono3_V212system_clock3nowEv", "clock_gettime", "gettimeofday", "time",
+                                   "pthread_cond_timedwait", "nanosleep", "usleep", "poll", "select"})
+        EXPECT_FALSE(uses(name)) << name;
+}
+
+#endif
+
 TEST(ElfFileTest, RefusesWhatIsNoLibrary)
 {
     EXPECT_THROW(ElfFile("/dev/null"), std::runtime_error);
