@@ -401,6 +401,8 @@ void LinkCore::requestDone(const RequestEnd &end)
         break;
     case Source::Paced:
         m_paced.requestDone(end);
+        if (m_paced.takeRound())
+            roundDone();
         break;
     case Source::Transfer:
         m_transfers.requestDone(end);

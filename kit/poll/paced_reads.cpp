@@ -53,6 +53,7 @@ bool PacedReads::feed()
         if (!record)
             return false;
         schedule(*record, now);
+        record->hadTurn = true;
         if (record->pieces.size() == 1 && !record->alone) {
             m_areas.push_back(widened(record, now));
         } else {
@@ -199,6 +200,24 @@ void PacedReads::conclude()
     m_suspects.clear();
     m_readable.clear();
     m_probe = 0;
+}
+
+bool PacedReads::takeRound()
+{
+    if (m_planned || !m_areas.empty())
+        return false;
+    std::vector<TagRecordPtr> members;
+    for (const TagRecordPtr &record : m_parts.tags.records()) {
+        const TagDefinition &tag = record->layout->definition();
+        if (!record->alone || tag.pace > Duration(0))
+            continue;
+        if (!record->hadTurn && !m_health.dead(tag.station))
+            return false;
+        members.push_back(record);
+    }
+    for (const TagRecordPtr &record : members)
+        record->hadTurn = false;
+    return !members.empty();
 }
 
 QString PacedReads::takeFinding()

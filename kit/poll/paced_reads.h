@@ -31,6 +31,9 @@ public:
     /** The text of what was found out; empty: nothing new. Found tags no longer belong into the plan. */
     QString takeFinding();
 
+    /** With no plan whose end would be that of a round: every tag that is read alone has had its turn. Starts anew. */
+    bool takeRound();
+
     /** The tags have changed. @param planned the cyclic plan has something to read */
     void reset(bool planned);
     void portLost();

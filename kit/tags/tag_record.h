@@ -38,6 +38,7 @@ struct TagRecord : std::enable_shared_from_this<TagRecord>
     int writes = 0;                     ///< under way
     bool alone = false;                 ///< left out of the plan: its block is refused, it alone is not
     TimePoint due;                      ///< of a tag that is not in the plan
+    bool hadTurn = false;               ///< of a tag alone: in this round
 };
 
 } // namespace rtu

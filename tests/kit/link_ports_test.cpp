@@ -132,6 +132,8 @@ TEST_F(LinkPorts, OfThisMachineHaveThePaceThatIsSet)
         for (std::size_t size = 0; size < sizeof(request);)
             size += static_cast<std::size_t>(::read(pair.far(), request + size, sizeof(request) - size));
         const Bytes reply = goodReply(Bytes(request, request + sizeof(request)));
+        std::this_thread::sleep_for(
+            milliseconds(20)); // a reply before the request's end would show a port without pace
         EXPECT_EQ(static_cast<ssize_t>(reply.size()), ::write(pair.far(), reply.data(), reply.size()));
     });
     const rtu::Transaction read = oneRead(settings);

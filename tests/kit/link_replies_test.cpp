@@ -193,6 +193,22 @@ TEST_F(LinkReplies, HolesAreFoundAndTheTagsAroundThemReadAlone)
     EXPECT_EQ(77.0, behind.value().number()) << "read in turn from then on";
 }
 
+TEST_F(LinkReplies, ARoundOfTagsReadAloneEndsWhenEachHadItsTurn)
+{
+    settings.roundInterval = milliseconds(100);
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    for (const char *address : {"4x20", "4x30", "4x31"})
+        link().addTag(TagDefinition(1, address));
+    run(std::chrono::seconds(5));
+    ASSERT_EQ(1u, notices.size());
+    std::vector<std::size_t> requestsAtEnd;
+    link().onRound([&] { requestsAtEnd.push_back(requests.size()); });
+    run(std::chrono::seconds(2));
+    ASSERT_GE(requestsAtEnd.size(), 15u);
+    for (std::size_t i = 2; i < requestsAtEnd.size(); ++i)
+        EXPECT_EQ(3u, requestsAtEnd[i] - requestsAtEnd[i - 1]);
+}
+
 TEST_F(LinkReplies, BlocksThatAreRefusedWholeAreLeftInThePlan)
 {
     link().addTag(TagDefinition(1, "4x201"));
