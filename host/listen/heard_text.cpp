@@ -2,6 +2,7 @@
 
 #include "host/listen/request_fields.h"
 #include "host/report/trace.h"
+#include "host/text/text_width.h"
 #include "host/text/wall_clock.h"
 
 #include <nlohmann/json.hpp>
@@ -74,14 +75,33 @@ std::string answeredText(const Transaction &t)
     return text;
 }
 
-std::string padded(const std::string &text, std::size_t width)
-{
-    return text.size() < width ? text + std::string(width - text.size(), ' ') : text.substr(0, width);
-}
+const int PlaceWidth = 14;
+const int NumberWidth = 8;
+const int LongestName = 24;
+const int ShortestName = 6;
 
-std::string leftPadded(const std::string &text, std::size_t width)
+/** Columns of the table of registers; 0 leaves one out. */
+struct TableShape
 {
-    return text.size() < width ? std::string(width - text.size(), ' ') + text : text;
+    int name = 0;
+    int asked = NumberWidth + 1;
+    int every = NumberWidth + 2;
+
+    int width() const { return PlaceWidth + name + 2 * NumberWidth + 1 + asked + every; }
+};
+
+/** Register, value and age stay; where there are names, they are worth more than how often each is asked for. */
+TableShape tableShape(int columns, bool named)
+{
+    TableShape shape;
+    const int least = named ? ShortestName : 0;
+    if (shape.width() + least > columns)
+        shape.every = 0;
+    if (shape.width() + least > columns)
+        shape.asked = 0;
+    if (named)
+        shape.name = std::max(0, std::min(LongestName, columns - shape.width()));
+    return shape;
 }
 
 } // namespace
@@ -160,20 +180,16 @@ std::string garbageJson(const HeardBytes &garbage)
 std::vector<std::string> registerTable(const HeardRegisters &registers, const RegisterNames &names, TimePoint now,
                                        int columns)
 {
-    const std::size_t placeWidth = 14;
-    const std::size_t numberWidth = 8;
-    const std::size_t fixed = placeWidth + 3 * numberWidth + 3 + 9;
-    const std::size_t width = static_cast<std::size_t>(std::max(columns, 1));
-    const std::size_t nameWidth = width > fixed + 4 ? std::min<std::size_t>(width - fixed, 24) : 0;
+    const TableShape shape = tableShape(columns, !names.empty());
     const auto row = [&](const std::string &place, const std::string &name, const std::string &value,
                          const std::string &age, const std::string &asked, const std::string &every) {
-        const std::string text = padded(place, placeWidth) + padded(name, nameWidth) + leftPadded(value, numberWidth)
-                                 + " " + leftPadded(age, numberWidth) + " " + leftPadded(asked, numberWidth) + " "
-                                 + leftPadded(every, 9);
-        return text.substr(0, width);
+        return clippedText(leftAligned(place, PlaceWidth) + leftAligned(name, shape.name)
+                               + rightAligned(value, NumberWidth) + " " + rightAligned(age, NumberWidth)
+                               + rightAligned(asked, shape.asked) + rightAligned(every, shape.every),
+                           std::max(columns, 1));
     };
     std::vector<std::string> lines;
-    lines.push_back(row("register", nameWidth ? "name" : "", "value", "age", "asked", "every"));
+    lines.push_back(row("register", "name", "value", "age", "asked", "every"));
     for (const auto &entry : registers.all()) {
         const HeardRegister &heard = entry.second;
         const auto name = names.find(entry.first);

@@ -12,7 +12,7 @@ const int HeaderRows = 3; ///< port, summary, names of the columns
 
 ScreenLine screenLine(const std::string &text, Look look, int columns)
 {
-    return {{text.substr(0, static_cast<std::size_t>(std::max(columns, 0))), look}};
+    return {{clippedText(text, std::max(columns, 0)), look}};
 }
 
 } // namespace
@@ -24,7 +24,10 @@ Screen ListenView::screen(const ListenOutput &heard, TimePoint now, int rows, in
     m_page = std::max(1, rows - HeaderRows);
     m_top = std::max(0, std::min(m_top, registers - m_page));
     Screen screen;
-    screen.lines.push_back(screenLine("listening to " + m_port + "   q ends", Look::Title, columns));
+    const std::string keys = "  q ends";
+    const int room = columns - textWidth(keys);
+    screen.lines.push_back(
+        screenLine(leftAligned(shortenedText("listening to " + m_port, room), room) + keys, Look::Title, columns));
     screen.lines.push_back(screenLine(heard.summary(), Look::Plain, columns));
     screen.lines.push_back(screenLine(table.front(), Look::Header, columns));
     for (int i = m_top; i < std::min(registers, m_top + m_page); ++i)

@@ -1,12 +1,17 @@
 #include "host/live/live_feed.h"
 
+#include "host/report/line_recorder.h"
 #include "kit/poll/request_end.h"
 
 #include <algorithm>
 
 namespace rtu {
 
-LiveFeed::LiveFeed(Link &link, Line &line, const std::vector<TagRange> &tags) : m_link(link), m_board(link, line, tags)
+LiveFeed::LiveFeed(Link &link, Line &line, const std::vector<TagRange> &tags)
+    : m_link(link)
+    , m_board(link, line, tags)
+    , m_shown(tags)
+    , m_history(tags)
 {
     link.onTransaction([this](const Transaction &transaction) { add(transaction); });
     link.onPort([this](bool open) { setPort(open); });
@@ -23,6 +28,27 @@ void LiveFeed::add(const Transaction &transaction)
         m_alive[transaction.station] = !transaction.reply.isEmpty();
     if (transaction.tag == static_cast<int>(Source::Write))
         noteWrite(transaction);
+    else if (transaction.good() && transaction.isRead)
+        noteReadings(transaction);
+}
+
+void LiveFeed::noteReadings(const Transaction &transaction)
+{
+    const Area area = areaOf(transaction.station, transaction.regType, transaction.startAddr, transaction.count);
+    for (std::size_t tag = 0; tag < m_board.tags().size(); ++tag) {
+        const ValueSpan span = valuesIn(m_board.tags()[tag], area);
+        if (span.count == 0)
+            continue;
+        const std::vector<std::uint32_t> raw = m_board.handle(tag).value().raw();
+        for (int value = span.first; value < span.end(); ++value)
+            m_history.add(tag, value, Reading{transaction.finished, raw[static_cast<std::size_t>(value)]});
+    }
+}
+
+std::vector<Reading> LiveFeed::readings(std::size_t tag, int value) const
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_history.readings(tag, value);
 }
 
 void LiveFeed::noteWrite(const Transaction &transaction)

@@ -5,6 +5,7 @@
 #ifndef RTU_HOST_LIVE_FEED_H
 #define RTU_HOST_LIVE_FEED_H
 
+#include "host/live/value_history.h"
 #include "host/report/statistics.h"
 #include "host/report/tag_board.h"
 #include "host/report/trace.h"
@@ -24,7 +25,11 @@ public:
     LiveFeed(Link &link, Line &line, const std::vector<TagRange> &tags);
 
     const TagBoard &board() const { return m_board; }
-    const std::vector<TagRange> &tags() const { return m_board.tags(); }
+    /** As they are shown: with the formats that the user has chosen. Of the thread that draws alone. */
+    const std::vector<TagRange> &tags() const { return m_shown; }
+    void setFormat(std::size_t tag, Format format) { m_shown[tag].format.format = format; }
+    /** The latest, oldest first. */
+    std::vector<Reading> readings(std::size_t tag, int value) const;
     LinkStatistics statistics() const { return m_link.statistics(); }
     bool portOpen() const;
 
@@ -46,11 +51,14 @@ private:
 
     void add(const Transaction &transaction);
     void noteWrite(const Transaction &transaction);
+    void noteReadings(const Transaction &transaction);
     void setPort(bool open);
 
     Link &m_link;
     TagBoard m_board;
+    std::vector<TagRange> m_shown;
     mutable std::mutex m_mutex;
+    ValueHistory m_history; ///< guarded, as what follows
     std::deque<TraceLine> m_trace;
     std::map<int, bool> m_alive;
     std::string m_news;

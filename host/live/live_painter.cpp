@@ -1,9 +1,12 @@
 #include "host/live/live_painter.h"
 
+#include "host/live/live_layout.h"
+#include "host/live/trend.h"
 #include "host/text/numbers.h"
 #include "host/text/wall_clock.h"
 
 #include <algorithm>
+#include <iterator>
 
 namespace rtu {
 
@@ -12,28 +15,6 @@ namespace {
 const Duration HighlightTime = std::chrono::milliseconds(1500);
 const std::size_t TraceShown = 200; ///< more than any screen has lines
 const std::size_t TraceHeld = 1000; ///< to scroll back in
-
-/** Median and 95th percentile: "12.3/45.6 ms", "850 us/12.3 ms". */
-std::string pairText(Duration median, Duration percentile95)
-{
-    if (median <= Duration(0))
-        return "-";
-    const std::string low = durationText(median);
-    const std::string high = durationText(percentile95);
-    const std::size_t unit = low.find(' ');
-    const bool sameUnit = low.substr(unit) == high.substr(high.find(' '));
-    return (sameUnit ? low.substr(0, unit) : low) + "/" + high;
-}
-
-std::string replyText(const StationStatistics &counts)
-{
-    return pairText(counts.replyMedian, counts.reply95);
-}
-
-std::string agesText(const StationStatistics &counts)
-{
-    return pairText(counts.ageMedian, counts.age95);
-}
 
 std::string plural(std::uint64_t count, const char *what)
 {
@@ -61,25 +42,29 @@ ScreenLine fitted(const ScreenLine &line, int columns)
 
 // clang-format off
 const char *const HelpLines[] = {
-    "Up Down PgUp PgDn Home End   choose a value",
-    "Enter, e     type a new value; Enter writes it, Esc leaves it",
-    "Space        turn a bit over",
-    "x            take back the writes that wait",
-    "r            read the tag at once",
-    "t            more room for the trace, or less",
-    "p            hold the trace, let it go on",
-    "[ ]          scroll back in the trace, and forward",
-    "q, Ctrl-C    end",
+    "Up Down PgUp PgDn Home End: choose",
+    "Enter, e  type a new value; Enter writes, Esc leaves",
+    "Space     turn a bit over",
+    "x         take back the writes that wait",
+    "r         read the tag at once",
+    "/ n N     search names and addresses, next, back",
+    "s         sort: given, name, address, changed, trouble",
+    "d         show in another format (decimal, hex, ...)",
+    "g         trend of the value, or the trace again",
+    "t         more room for the trace, or less",
+    "p         hold the trace, let it go on",
+    "[ ]       scroll back in the trace, and forward",
+    "q, Ctrl-C end",
 };
 // clang-format on
 
 const char *const SimulationHelpLines[] = {
     "",
     "Simulated slaves:",
-    "f            add a fault, such as: wrong-crc rate 0.1   no-reply station 2",
-    "F            clear all faults",
-    "o            switch the station of the chosen value off, or on again",
-    "u            pull the plug of the port, or put it in again",
+    "f         add a fault: wrong-crc rate 0.1",
+    "F         clear all faults",
+    "o         switch the station off, or on again",
+    "u         pull the plug, or put it in again",
 };
 
 /** "waiting: 1:4x5 = 7 and 2 more (x takes back)"; empty when none does. */
@@ -115,16 +100,11 @@ Screen LivePainter::paint(LiveState &state, int rows, int columns, TimePoint now
         m_screen.lines.resize(static_cast<std::size_t>(std::max(1, rows)));
         return m_screen;
     }
-    paintLinePanel(now);
-    if (state.mode() == LiveState::Mode::Help) {
-        paintHelp(state);
-    } else {
-        paintStations(rows);
-        const int room = rows - static_cast<int>(m_screen.lines.size()) - 1;
-        const int trace = traceHeight(state, room);
-        paintTags(state, room - trace, now);
-        paintTrace(state, trace);
-    }
+    paintTitle(now);
+    if (state.mode() == LiveState::Mode::Help)
+        paintHelp(state, rows);
+    else
+        paintParts(state, rows, now);
     m_screen.lines.resize(static_cast<std::size_t>(rows - 1));
     if (state.typing() && !state.message().empty())
         m_screen.lines.back() = fitted({Span{" " + state.message(), Look::Error}}, m_columns);
@@ -132,68 +112,91 @@ Screen LivePainter::paint(LiveState &state, int rows, int columns, TimePoint now
     return m_screen;
 }
 
-void LivePainter::paintLinePanel(TimePoint now)
+void LivePainter::paintParts(LiveState &state, int rows, TimePoint now)
 {
-    const StationStatistics &total = m_statistics.total;
+    const LowerPart lower = state.trend()       ? LowerPart::Trend
+                            : state.tallTrace() ? LowerPart::TallTrace
+                                                : LowerPart::Trace;
+    const int most = 100000; // more than any screen has lines
+    const int values = static_cast<int>(std::min<std::size_t>(state.rows().size(), most));
+    const LiveLayout layout = liveLayout(rows, values, static_cast<int>(m_statistics.stations.size()), lower);
+    if (layout.rates > 0)
+        paintRates();
+    if (layout.counts > 0)
+        paintCounts();
+    paintStations(layout.stations);
+    paintTags(state, layout.values, now);
+    if (layout.lower == 0)
+        return;
+    if (lower == LowerPart::Trend)
+        paintTrend(state, layout.lower);
+    else
+        paintTrace(state, layout.lower);
+}
+
+void LivePainter::paintTitle(TimePoint now)
+{
     const bool open = m_feed.portOpen();
-    const std::string state = open ? "  open" : "  GONE, waiting for it";
-    const std::string time = timeOfDay(now).substr(0, 8);
+    std::size_t silent = 0;
+    for (const auto &station : m_statistics.stations)
+        silent += m_feed.alive(station.first) ? 0 : 1;
+    const std::string silence =
+        silent > 0 ? "  " + std::to_string(silent) + " of " + std::to_string(m_statistics.stations.size()) + " silent" : "";
+    const std::string state = open ? "  open" + silence : "  GONE, waiting for it";
+    const std::string time = m_columns < NarrowColumns ? "" : timeOfDay(now).substr(0, 8);
     const int room = m_columns - textWidth(time) - 1;
     const std::string title = " " + shortenedText(m_portName, room - textWidth(state) - 2) + state;
-    add(leftAligned(title, room) + time, open ? Look::Title : Look::Error);
+    add(leftAligned(title, room) + time, !open ? Look::Error : Look::Title);
+}
+
+void LivePainter::paintRates()
+{
+    const StationStatistics &total = m_statistics.total;
     const bool narrow = m_columns < NarrowColumns;
     add(" " + fixed(m_rates.framesPerSecond(), 1) + (narrow ? "/s  line " : " frames/s   line ")
-            + fixed(100 * m_rates.lineShare(), 0) + (narrow ? " %  reply " : " % in use   reply ") + replyText(total)
-            + (narrow ? "  age " : "   age ") + agesText(total),
+            + fixed(100 * m_rates.lineShare(), 0) + (narrow ? " %  reply " : " % in use   reply ")
+            + pairText(total.replyMedian, total.reply95) + (narrow ? "  age " : "   age ")
+            + pairText(total.ageMedian, total.age95),
         Look::Plain);
+}
+
+void LivePainter::paintCounts()
+{
+    const StationStatistics &total = m_statistics.total;
     add(" " + plural(total.frames, "frames  ") + plural(total.resends, "resent  ") + plural(total.giveUps, "given up  ")
             + plural(total.timeouts, "time-outs  ") + plural(total.damaged, "damaged  ")
             + plural(total.foreign, "foreign"),
         total.giveUps + total.foreign > 0 ? Look::Error : Look::Plain);
 }
 
-/** Where there is no room for all, those in trouble come first. */
-void LivePainter::paintStations(int rows)
+std::vector<StationRow> LivePainter::stationRows()
 {
-    add(" stn  state    frames resent given up t-outs exc.  reply med/95 %  age med/95 %", Look::Header);
-    std::vector<std::pair<int, StationStatistics>> stations(m_statistics.stations.begin(), m_statistics.stations.end());
-    const std::size_t most = static_cast<std::size_t>(std::max(2, rows / 4 - 1));
-    if (stations.size() <= most) {
-        for (const auto &station : stations)
-            add(stationLine(station.first, station.second));
-        return;
+    std::vector<StationRow> rows;
+    for (const auto &station : m_statistics.stations) {
+        RecentRates &rates = m_stationRates[station.first];
+        rates.add(m_statistics.elapsed, station.second);
+        rows.push_back(StationRow{station.first, m_feed.alive(station.first), rates.lineShare(), station.second});
     }
-    const auto alive =
-        std::stable_partition(stations.begin(), stations.end(),
-                              [this](const std::pair<int, StationStatistics> &s) { return !m_feed.alive(s.first); });
-    for (std::size_t i = 0; i + 1 < most; ++i)
-        add(stationLine(stations[i].first, stations[i].second));
-    add("  ... " + std::to_string(stations.size()) + " stations in all, " + std::to_string(alive - stations.begin())
-            + " silent",
-        Look::Dim);
+    return rows;
 }
 
-ScreenLine LivePainter::stationLine(int station, const StationStatistics &counts) const
+/** Where there is no room for all, those in trouble come first. */
+void LivePainter::paintStations(int height)
 {
-    const bool alive = m_feed.alive(station);
-    return {Span{rightAligned(std::to_string(station), 4), Look::Plain},
-            Span{leftAligned(alive ? "  answers" : "  silent", 9), alive ? Look::Good : Look::Error},
-            Span{rightAligned(std::to_string(counts.frames), 8) + rightAligned(std::to_string(counts.resends), 7)
-                     + rightAligned(std::to_string(counts.giveUps), 9)
-                     + rightAligned(std::to_string(counts.timeouts), 7)
-                     + rightAligned(std::to_string(counts.exceptions), 5) + "  " + leftAligned(replyText(counts), 14)
-                     + "  " + agesText(counts),
-                 Look::Plain}};
-}
-
-/** A third of the room, and what the tags leave over. */
-int LivePainter::traceHeight(const LiveState &state, int room) const
-{
-    if (state.tallTrace())
-        return room - 4;
-    const int header = 1;
-    const int left = room - header - static_cast<int>(std::min<std::size_t>(state.rows().size(), 1000));
-    return std::max({3, room / 3, left});
+    std::vector<StationRow> stations = stationRows();
+    if (height == 0)
+        return;
+    add(stationHeader(m_columns), Look::Header);
+    const std::size_t most = static_cast<std::size_t>(height - 1);
+    const bool all = stations.size() <= most;
+    const auto alive = std::stable_partition(stations.begin(), stations.end(),
+                                             [all](const StationRow &row) { return !all && !row.alive; });
+    for (std::size_t i = 0; i < (all ? stations.size() : most - 1); ++i)
+        add(stationLine(stations[i], m_columns));
+    if (!all)
+        add("  ... " + std::to_string(stations.size()) + " stations in all, " + std::to_string(alive - stations.begin())
+                + " silent",
+            Look::Dim);
 }
 
 void LivePainter::paintTags(LiveState &state, int height, TimePoint now)
@@ -205,7 +208,7 @@ void LivePainter::paintTags(LiveState &state, int height, TimePoint now)
         header += " " + leftAligned("unit", layout.unit);
     if (layout.raw > 0)
         header += " " + leftAligned("raw", layout.raw);
-    add(header + rightAligned("age", AgeWidth) + "  mark", Look::Header);
+    add(header + rightAligned("age", layout.age) + (layout.mark > 0 ? "  mark" : ""), Look::Header);
     const std::size_t page = static_cast<std::size_t>(std::max(1, height - 1));
     state.setPage(page);
     m_top = std::min(m_top, state.selected());
@@ -238,15 +241,16 @@ ScreenLine LivePainter::tagLine(const LiveRow &row, const TableLayout &layout, b
         rest += " " + leftAligned(shortenedText(tag.unit, layout.unit), layout.unit);
     if (layout.raw > 0)
         rest += " " + leftAligned(state.known ? rawText(raw, tag.format) : "-", layout.raw);
-    rest += rightAligned(ageText(state, now), AgeWidth) + "  ";
-    return {Span{" " + leftAligned(valueName(tag, row.value), layout.name) + " "
+    rest += rightAligned(ageText(state, now), layout.age) + (layout.mark > 0 ? "  " : "");
+    const std::string sign = layout.mark > 0 ? " " : state.failed ? "!" : fresh ? "*" : " ";
+    return {Span{sign + leftAligned(valueName(tag, row.value), layout.name) + " "
                      + leftAligned(std::to_string(tag.station) + ":" + tag.label(row.value), layout.address) + " ",
                  base},
             Span{rightAligned(shortenedText(value, layout.value), layout.value), selected       ? base
                                                                                  : fresh        ? Look::Changed
                                                                                  : state.failed ? Look::Error
                                                                                                 : base},
-            Span{rest, base}, Span{mark, state.failed ? Look::Error : base}};
+            Span{rest, base}, Span{layout.mark > 0 ? mark : std::string(), state.failed ? Look::Error : base}};
 }
 
 /** "value 3 of 200" */
@@ -301,13 +305,13 @@ std::string LivePainter::hint(const LiveState &state) const
         if (tag.failed)
             return " Error: " + tag.error;
     }
-    return std::string(" Enter edit  q quit  ? help  r read  t trace  p hold  [ ] scroll")
+    return std::string(" Enter edit  q quit  ? help  / search  s sort  d format  g trend  t trace")
            + (state.simulated() ? "  f fault  o off/on  u plug" : "");
 }
 
 void LivePainter::paintFooter(const LiveState &state)
 {
-    if (state.mode() == LiveState::Mode::Edit || state.mode() == LiveState::Mode::Fault)
+    if (state.typing())
         return paintInput(state);
     const std::string waiting = waitingText(state);
     const int room = m_columns - textWidth(waiting);
@@ -316,7 +320,7 @@ void LivePainter::paintFooter(const LiveState &state)
 
 void LivePainter::paintInput(const LiveState &state)
 {
-    std::string prompt = " Fault: ";
+    std::string prompt = state.mode() == LiveState::Mode::Search ? " Search: " : " Fault: ";
     if (state.mode() == LiveState::Mode::Edit) {
         const LiveRow &row = state.rows()[state.selected()];
         const TagRange &tag = m_feed.tags()[row.tag];
@@ -328,15 +332,40 @@ void LivePainter::paintInput(const LiveState &state)
     add(prompt + state.input(), Look::Input);
 }
 
-void LivePainter::paintHelp(const LiveState &state)
+/** A page of the keys; what has no room is on the next. */
+void LivePainter::paintHelp(LiveState &state, int rows)
 {
-    add(" Keys (any key closes this)", Look::Header);
-    for (const char *line : HelpLines)
-        add(std::string(" ") + line, Look::Plain);
-    if (!state.simulated())
+    std::vector<std::string> lines(std::begin(HelpLines), std::end(HelpLines));
+    if (state.simulated())
+        lines.insert(lines.end(), std::begin(SimulationHelpLines), std::end(SimulationHelpLines));
+    const int aroundLines = 3; // title, heading, footer
+    const std::size_t page = static_cast<std::size_t>(rows - aroundLines);
+    state.setHelpPage(page, lines.size());
+    const std::size_t end = std::min(lines.size(), state.helpTop() + page);
+    add(end < lines.size() ? " Keys (Down: more, others close)" : " Keys (any key closes this)", Look::Header);
+    for (std::size_t i = state.helpTop(); i < end; ++i)
+        add(" " + lines[i], Look::Plain);
+}
+
+/** The course of the chosen value in place of the trace. */
+void LivePainter::paintTrend(const LiveState &state, int height)
+{
+    if (state.rows().empty())
         return;
-    for (const char *line : SimulationHelpLines)
-        add(std::string(" ") + line, Look::Plain);
+    const LiveRow &row = state.rows()[state.selected()];
+    const TagRange &tag = m_feed.tags()[row.tag];
+    const std::vector<Reading> readings = m_feed.readings(row.tag, row.value);
+    std::vector<double> numbers;
+    for (const Reading &reading : readings)
+        numbers.push_back(valueNumber(reading.raw, tag.format));
+    const std::string time = readings.empty() ? "" : " in " + durationText(readings.back().time - readings.front().time);
+    const std::string title =
+        " trend of " + std::to_string(tag.station) + ":" + tag.label(row.value) + ", " + std::to_string(readings.size()) + time;
+    const std::string where = position(state);
+    const bool fits = textWidth(title) + textWidth(where) < m_columns;
+    add(leftAligned(title, m_columns - (fits ? textWidth(where) : 0)) + (fits ? where : std::string()), Look::Header);
+    for (const std::string &line : trendLines(numbers, height - 1, m_columns))
+        add(line, Look::Plain);
 }
 
 } // namespace rtu

@@ -9,7 +9,10 @@
 #include "host/live/live_screen.h"
 #include "host/live/live_state.h"
 #include "host/live/live_table.h"
+#include "host/live/station_table.h"
 #include "host/report/statistics.h"
+
+#include <map>
 
 namespace rtu {
 
@@ -21,12 +24,15 @@ public:
     Screen paint(LiveState &state, int rows, int columns, TimePoint now);
 
 private:
-    enum { SmallestRows = 12, SmallestColumns = 50, NarrowColumns = 80 };
+    enum { SmallestRows = 10, SmallestColumns = 40, NarrowColumns = 80 };
 
-    void paintLinePanel(TimePoint now);
-    void paintStations(int rows);
-    ScreenLine stationLine(int station, const StationStatistics &counts) const;
-    int traceHeight(const LiveState &state, int room) const;
+    void paintTitle(TimePoint now);
+    void paintRates();
+    void paintCounts();
+    void paintParts(LiveState &state, int rows, TimePoint now);
+    std::vector<StationRow> stationRows();
+    void paintStations(int height);
+    void paintTrend(const LiveState &state, int height);
     void paintTags(LiveState &state, int height, TimePoint now);
     ScreenLine tagLine(const LiveRow &row, const TableLayout &layout, bool selected, TimePoint now);
     void paintTrace(LiveState &state, int height);
@@ -35,7 +41,7 @@ private:
     void paintInput(const LiveState &state);
     std::string position(const LiveState &state) const;
     std::string hint(const LiveState &state) const;
-    void paintHelp(const LiveState &state);
+    void paintHelp(LiveState &state, int rows);
     void add(const std::string &text, Look look);
     void add(const ScreenLine &line);
 
@@ -43,6 +49,7 @@ private:
     std::string m_portName;
     LinkStatistics m_statistics; ///< as the screen shows them
     RecentRates m_rates;
+    std::map<int, RecentRates> m_stationRates;
     Screen m_screen;
     int m_columns = 80;
     std::size_t m_top = 0; ///< first row of the tag table on the screen

@@ -1,6 +1,7 @@
 #include "host/live/live_state.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace rtu {
 
@@ -8,6 +9,13 @@ namespace {
 
 const int ControlU = 'U' - '@';
 const std::size_t LongestInput = 60;
+
+std::string lowered(std::string text)
+{
+    for (char &c : text)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    return text;
+}
 
 } // namespace
 
@@ -28,7 +36,10 @@ void LiveState::press(int key)
         browse(key);
         break;
     case Mode::Help:
-        m_mode = Mode::Browse;
+        scrollHelp(key);
+        break;
+    case Mode::Search:
+        typeSearch(key);
         break;
     default:
         type(key);
@@ -71,13 +82,116 @@ void LiveState::browse(int key)
     case '?':
     case 'h':
         m_mode = Mode::Help;
+        m_helpTop = 0;
         return;
     case 'q':
         m_quit = true;
         return;
     default:
+        look(key);
+    }
+}
+
+/** What changes how the values are shown. */
+void LiveState::look(int key)
+{
+    switch (key) {
+    case '/':
+        return beginSearch();
+    case 'n':
+        return findNext(1);
+    case 'N':
+        return findNext(-1);
+    case 's':
+        return sort();
+    case 'g':
+        m_trend = !m_trend;
+        return;
+    case 'd':
+        if (!m_rows.empty())
+            m_message = m_actions.changeFormat(m_rows[m_selected]);
+        return;
+    default:
         act(key);
     }
+}
+
+/** Any key closes the keys, but for those that show the rest where not all fit. */
+void LiveState::scrollHelp(int key)
+{
+    const bool more = m_helpTop + m_helpPage < m_helpLines;
+    if (more && (key == KeyDown || key == KeyPageDown || key == ' '))
+        m_helpTop += m_helpPage;
+    else
+        m_mode = Mode::Browse;
+}
+
+void LiveState::setHelpPage(std::size_t lines, std::size_t all)
+{
+    m_helpPage = std::max<std::size_t>(1, lines);
+    m_helpLines = all;
+}
+
+/** The chosen value stays chosen, wherever it comes to stand. */
+void LiveState::sort()
+{
+    static const char *const told[] = {"In the order given", "Sorted by name", "Sorted by address",
+                                       "Those that changed last first", "Those in trouble first"};
+    const int orders = static_cast<int>(sizeof(told) / sizeof(told[0]));
+    if (m_rows.empty())
+        return;
+    const LiveRow chosen = m_rows[m_selected];
+    m_order = static_cast<RowOrder>((static_cast<int>(m_order) + 1) % orders);
+    m_rows = m_actions.ordered(m_order);
+    const auto same = [&](const LiveRow &row) { return row.tag == chosen.tag && row.value == chosen.value; };
+    select(static_cast<std::size_t>(std::find_if(m_rows.begin(), m_rows.end(), same) - m_rows.begin()));
+    m_message = told[static_cast<int>(m_order)];
+}
+
+void LiveState::beginSearch()
+{
+    m_searchFrom = m_selected;
+    beginInput(Mode::Search, "");
+}
+
+/** Chooses the first value from there on that has the text sought, upper and lower case alike. */
+bool LiveState::find(std::size_t from, std::ptrdiff_t step)
+{
+    const std::string sought = lowered(m_sought);
+    const std::ptrdiff_t count = static_cast<std::ptrdiff_t>(m_rows.size());
+    for (std::ptrdiff_t i = 0; i < count; ++i) {
+        const std::ptrdiff_t row = ((static_cast<std::ptrdiff_t>(from) + i * step) % count + count) % count;
+        if (lowered(m_actions.rowText(m_rows[static_cast<std::size_t>(row)])).find(sought) == std::string::npos)
+            continue;
+        select(static_cast<std::size_t>(row));
+        return true;
+    }
+    m_message = "No value has \"" + m_sought + "\"";
+    return false;
+}
+
+void LiveState::findNext(std::ptrdiff_t step)
+{
+    if (m_sought.empty() || m_rows.empty())
+        m_message = "Nothing sought yet: / begins";
+    else
+        find(static_cast<std::size_t>(static_cast<std::ptrdiff_t>(m_selected + m_rows.size()) + step), step);
+}
+
+/** Each letter goes to the first match; Enter stays there, Esc goes back. */
+void LiveState::typeSearch(int key)
+{
+    m_message.clear();
+    if (key == KeyEscape)
+        select(m_searchFrom);
+    if (key == KeyEscape || key == KeyEnter) {
+        m_mode = Mode::Browse;
+        return;
+    }
+    edit(key);
+    m_sought = m_input;
+    if (!find(m_searchFrom, 1))
+        select(m_searchFrom);
 }
 
 /** What goes to the slaves. */
@@ -159,13 +273,17 @@ void LiveState::type(int key)
         m_input.clear();
         m_cursor = 0;
     }
-    switch (key) {
-    case KeyEscape:
-        m_mode = Mode::Browse;
-        m_message = "Nothing was changed";
-        return;
-    case KeyEnter:
+    if (key == KeyEnter)
         return finishInput();
+    if (key != KeyEscape)
+        return edit(key);
+    m_mode = Mode::Browse;
+    m_message = "Nothing was changed";
+}
+
+void LiveState::edit(int key)
+{
+    switch (key) {
     case KeyLeft:
         m_cursor -= m_cursor > 0 ? 1 : 0;
         return;

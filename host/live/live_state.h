@@ -22,6 +22,9 @@ struct LiveRow
 
 std::vector<LiveRow> liveRows(const std::vector<TagRange> &tags);
 
+/** In which the values are listed. */
+enum class RowOrder { AsGiven, ByName, ByAddress, LastChanged, TroubleFirst };
+
 /** Keys that have no character. */
 enum LiveKey {
     KeyUp = 0x110000, ///< beyond every character
@@ -58,6 +61,11 @@ public:
     virtual std::string cancelWrites() = 0;
     /** Reads the tag at once. */
     virtual std::string readNow(const LiveRow &row) = 0;
+    /** Name and address, as a search finds them. */
+    virtual std::string rowText(const LiveRow &row) = 0;
+    virtual std::vector<LiveRow> ordered(RowOrder order) = 0;
+    /** Shows the tag in another format from now on. */
+    virtual std::string changeFormat(const LiveRow &row) = 0;
 
     /** False for a real port: the calls below do nothing then. */
     virtual bool simulated() const = 0;
@@ -70,7 +78,7 @@ public:
 class LiveState
 {
 public:
-    enum class Mode { Browse, Edit, Fault, Help };
+    enum class Mode { Browse, Edit, Fault, Search, Help };
 
     LiveState(std::vector<LiveRow> rows, LiveActions &actions) : m_rows(std::move(rows)), m_actions(actions) {}
 
@@ -79,7 +87,7 @@ public:
     const std::vector<LiveRow> &rows() const { return m_rows; }
     std::size_t selected() const { return m_selected; }
     Mode mode() const { return m_mode; }
-    bool typing() const { return m_mode == Mode::Edit || m_mode == Mode::Fault; }
+    bool typing() const { return m_mode != Mode::Browse && m_mode != Mode::Help; }
     bool simulated() const { return m_actions.simulated(); }
     std::vector<std::string> waitingWrites() const { return m_actions.waitingWrites(); }
     const std::string &input() const { return m_input; }
@@ -87,6 +95,12 @@ public:
     const std::string &message() const { return m_message; }
     void setMessage(const std::string &message) { m_message = message; }
     bool tallTrace() const { return m_tallTrace; }
+    /** The course of the chosen value is drawn. */
+    bool trend() const { return m_trend; }
+    /** First line of the keys on the screen. */
+    std::size_t helpTop() const { return m_helpTop; }
+    /** Lines of the keys that fit, and how many there are. */
+    void setHelpPage(std::size_t lines, std::size_t all);
     bool tracePaused() const { return m_tracePaused; }
     bool quit() const { return m_quit; }
 
@@ -100,6 +114,14 @@ public:
 
 private:
     void browse(int key);
+    void look(int key);
+    void scrollHelp(int key);
+    void sort();
+    void beginSearch();
+    bool find(std::size_t from, std::ptrdiff_t step);
+    void findNext(std::ptrdiff_t step);
+    void typeSearch(int key);
+    void edit(int key);
     void move(std::ptrdiff_t by);
     void select(std::size_t row);
     void beginEdit();
@@ -121,6 +143,13 @@ private:
     std::string m_message;
     std::size_t m_tracePage = 3;
     std::size_t m_traceBack = 0;
+    std::string m_sought;
+    std::size_t m_searchFrom = 0;
+    RowOrder m_order = RowOrder::AsGiven;
+    std::size_t m_helpTop = 0;
+    std::size_t m_helpPage = 1;
+    std::size_t m_helpLines = 0;
+    bool m_trend = false;
     bool m_tallTrace = false;
     bool m_tracePaused = false;
     bool m_quit = false;

@@ -57,7 +57,7 @@ int TableLayout::width() const
 {
     const int unitAndGap = unit > 0 ? unit + 1 : 0;
     const int rawAndGap = raw > 0 ? raw + 1 : 0;
-    return 1 + name + 1 + address + 1 + value + unitAndGap + rawAndGap + AgeWidth + MarkWidth;
+    return 1 + name + 1 + address + 1 + value + unitAndGap + rawAndGap + age + mark;
 }
 
 std::string valueName(const TagRange &tag, int value)
@@ -80,7 +80,9 @@ TableLayout tableLayout(const std::vector<TagRange> &tags, int columns)
     narrow(layout, layout.value, ShortValue, columns);
     leaveOut(layout, layout.raw, columns);
     narrow(layout, layout.name, ShortestName, columns);
+    leaveOut(layout, layout.mark, columns);
     leaveOut(layout, layout.unit, columns);
+    leaveOut(layout, layout.age, columns);
     narrow(layout, layout.value, ShortestValue, columns);
     // A column that was left out may have left more than was needed.
     layout.name += std::max(0, std::min(wholeName - layout.name, columns - layout.width()));

@@ -20,22 +20,22 @@ struct TableLayout
     int value = 8;
     int unit = 4;
     int raw = 6;
+    int age = 9;
+    int mark = 7; ///< 0: a sign in front of the name instead
 
-    /** Everything together, with age, mark and the gaps between. */
+    /** Everything together, with the gaps between. */
     int width() const;
 };
 
 /**
  * As wide as the tags need. Where the screen has less, long names are cut first
- * and 32 binary digits, then the raw value goes, then the unit; the value itself
- * stays longest.
+ * and 32 binary digits, then the raw value goes, the mark becomes a sign, then unit
+ * and age go; the value itself stays longest.
  */
 TableLayout tableLayout(const std::vector<TagRange> &tags, int columns);
 
 /** Name of one value of a tag, with its index where there are several. */
 std::string valueName(const TagRange &tag, int value);
-
-enum { AgeWidth = 9, MarkWidth = 7 };
 
 } // namespace rtu
 

@@ -2,6 +2,7 @@
 
 #include "host/live/live_state.h"
 
+#include <langinfo.h>
 #include <signal.h>
 #include <termios.h>
 #include <unistd.h>
@@ -174,6 +175,7 @@ int translated(int key)
 LiveTerminal::LiveTerminal()
 {
     std::setlocale(LC_CTYPE, "");
+    m_unicode = std::string(::nl_langinfo(CODESET)) == "UTF-8";
     if (::tcgetattr(STDIN_FILENO, &restoration.settings) != 0)
         return;
     if (terminalShowsScreens())
@@ -233,7 +235,7 @@ void LiveTerminal::draw(const Screen &screen)
             continue;
         for (const Span &span : screen.lines[static_cast<std::size_t>(row)]) {
             ::wattrset(stdscr, static_cast<int>(attributes(span.look)));
-            ::waddnstr(stdscr, span.text.c_str(), -1);
+            ::waddnstr(stdscr, m_unicode ? span.text.c_str() : asciiText(span.text).c_str(), -1);
         }
         ::wattrset(stdscr, A_NORMAL);
     }

@@ -32,6 +32,7 @@ public:
 
 private:
     void *m_screen = nullptr;
+    bool m_unicode = true; ///< the terminal shows letters beyond ASCII
 };
 
 } // namespace rtu

@@ -1,5 +1,7 @@
 #include "host/live/live_view.h"
 
+#include "host/live/live_table.h"
+#include "host/live/row_order.h"
 #include "host/tags/link_tags.h"
 
 #include <algorithm>
@@ -133,7 +135,9 @@ void LiveView::send(const LiveRow &row, std::uint32_t raw)
 {
     const TagRange tag = tagOf(row);
     const std::vector<double> numbers = numbersOf({raw});
-    const WriteOptions options = tellingTheEndOf(TagWrite{tag, {raw}}, stateOf(row));
+    // Recorded as the tag is defined, however it is shown just now.
+    const TagRange defined = singleValue(m_feed->board().tags()[row.tag], row.value);
+    const WriteOptions options = tellingTheEndOf(TagWrite{defined, {raw}}, stateOf(row));
     const Write write = m_feed->tags()[row.tag].values == 1
                             ? m_link.write(m_feed->board().handle(row.tag), numbers, options)
                             : m_link.write(definitionOf(tag), numbers, options);
@@ -179,6 +183,26 @@ std::string LiveView::readNow(const LiveRow &row)
     const TagRange &tag = m_feed->tags()[row.tag];
     m_link.read(definitionOf(tag));
     return "Reading " + std::to_string(tag.station) + ":" + tag.label();
+}
+
+std::string LiveView::rowText(const LiveRow &row)
+{
+    const TagRange &tag = m_feed->tags()[row.tag];
+    return valueName(tag, row.value) + " " + std::to_string(tag.station) + ":" + tag.label(row.value);
+}
+
+std::vector<LiveRow> LiveView::ordered(RowOrder order)
+{
+    return orderedRows(order, m_feed->board());
+}
+
+std::string LiveView::changeFormat(const LiveRow &row)
+{
+    const TagRange &tag = m_feed->tags()[row.tag];
+    if (tag.type.isBit())
+        return rowText(row) + " is a bit: 0 or 1";
+    m_feed->setFormat(row.tag, nextFormat(tag.format));
+    return rowText(row) + " as " + formatName(tag.format.format, tag.format.width);
 }
 
 bool LiveView::addFault(const std::string &text, std::string *message)

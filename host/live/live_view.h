@@ -56,6 +56,9 @@ private:
     std::vector<std::string> waitingWrites() override;
     std::string cancelWrites() override;
     std::string readNow(const LiveRow &row) override;
+    std::string rowText(const LiveRow &row) override;
+    std::vector<LiveRow> ordered(RowOrder order) override;
+    std::string changeFormat(const LiveRow &row) override;
     bool simulated() const override { return m_plant != nullptr; }
     bool addFault(const std::string &text, std::string *message) override;
     std::string clearFaults() override;

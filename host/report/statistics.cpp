@@ -89,10 +89,10 @@ std::string statisticsJson(const LinkStatistics &statistics)
     return jsonText({{"statistics", all}});
 }
 
-void RecentRates::add(const LinkStatistics &statistics)
+void RecentRates::add(Duration elapsed, const StationStatistics &counts)
 {
-    m_samples.push_back(Sample{statistics.elapsed, statistics.total.frames, statistics.total.busy});
-    while (m_samples.size() > 2 && m_samples[1].elapsed < statistics.elapsed - RecentTime)
+    m_samples.push_back(Sample{elapsed, counts.frames, counts.busy});
+    while (m_samples.size() > 2 && m_samples[1].elapsed < elapsed - RecentTime)
         m_samples.pop_front();
 }
 

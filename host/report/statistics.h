@@ -26,7 +26,9 @@ std::string statisticsJson(const LinkStatistics &statistics);
 class RecentRates
 {
 public:
-    void add(const LinkStatistics &statistics);
+    void add(const LinkStatistics &statistics) { add(statistics.elapsed, statistics.total); }
+    /** @param counts of the line, or of one station */
+    void add(Duration elapsed, const StationStatistics &counts);
 
     double framesPerSecond() const;
     /** Share of the line that was taken, 0 to 1. */

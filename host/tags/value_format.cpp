@@ -200,6 +200,29 @@ int driverFormatCode(Format format, int width)
     }
 }
 
+double valueNumber(std::uint32_t raw, const ValueFormat &format)
+{
+    return format.isNumber() ? numericValue(raw, format) * format.scale : static_cast<double>(raw);
+}
+
+Format nextFormat(const ValueFormat &format)
+{
+    switch (format.format) {
+    case Format::Unsigned:
+        return Format::Signed;
+    case Format::Signed:
+        return format.width == 2 ? Format::Float : Format::Hex;
+    case Format::Float:
+        return Format::Hex;
+    case Format::Hex:
+        return Format::Binary;
+    case Format::Binary:
+        return Format::Unsigned;
+    default:
+        return format.format;
+    }
+}
+
 std::string valueText(std::uint32_t raw, const ValueFormat &format)
 {
     switch (format.format) {

@@ -46,6 +46,12 @@ std::string valueText(std::uint32_t raw, const ValueFormat &format);
 /** "-1" for a register that holds 65535 and may be meant so; empty where there is no doubt. */
 std::string signedReading(std::uint32_t raw, const ValueFormat &format);
 
+/** The value as a number, scaled; bit patterns as they are. */
+double valueNumber(std::uint32_t raw, const ValueFormat &format);
+
+/** The format in which the value can be shown next: one after the other, and the first again. */
+Format nextFormat(const ValueFormat &format);
+
 /** The value as it is stored, in hexadecimal (a bit as 0 or 1). */
 std::string rawText(std::uint32_t raw, const ValueFormat &format);
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cwchar>
+#include <locale.h>
 
 namespace rtu {
 
@@ -24,11 +25,32 @@ unsigned int codePoint(const std::string &text, std::size_t position, std::size_
     return code;
 }
 
+/** As long as it is there, characters are as wide as Unicode says, whatever the locale of the program. */
+class UnicodeWidths
+{
+public:
+    UnicodeWidths() : m_before(::uselocale(unicodeLocale())) {}
+    ~UnicodeWidths() { ::uselocale(m_before); }
+    UnicodeWidths(const UnicodeWidths &) = delete;
+    UnicodeWidths &operator=(const UnicodeWidths &) = delete;
+
+private:
+    /** None where the system lacks it: nothing is changed then. */
+    static locale_t unicodeLocale()
+    {
+        static const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
+        return locale;
+    }
+
+    locale_t m_before;
+};
+
 int characterWidth(const std::string &text, std::size_t position, std::size_t size)
 {
     if (size == 1)
         return 1;
     const unsigned int code = codePoint(text, position, size);
+    const UnicodeWidths widths;
     const int width = ::wcwidth(static_cast<wchar_t>(code));
     return width < 0 ? 1 : width;
 }
@@ -96,6 +118,29 @@ bool isUtf8(const std::string &text)
         i += size;
     }
     return true;
+}
+
+std::string asciiText(const std::string &text)
+{
+    struct Alike
+    {
+        const char *character;
+        char ascii;
+    };
+    static const Alike alike[] = {{"\xC2\xB0", 'o'}, {"\xC2\xB2", '2'}, {"\xC2\xB3", '3'},
+                                  {"\xC2\xB5", 'u'}, {"\xCE\xBC", 'u'}, {"\xC2\xB7", '.'}};
+    std::string result;
+    for (std::size_t i = 0; i < text.size();) {
+        const std::size_t size = characterSize(text, i);
+        const std::string character = text.substr(i, size);
+        const auto found = std::find_if(std::begin(alike), std::end(alike),
+                                        [&](const Alike &each) { return character == each.character; });
+        const bool plain = size == 1 && static_cast<unsigned char>(character[0]) < 0x80;
+        const char shown = plain ? character[0] : found != std::end(alike) ? found->ascii : '?';
+        result.append(static_cast<std::size_t>(characterWidth(text, i, size)), shown);
+        i += size;
+    }
+    return result;
 }
 
 std::string leftAligned(const std::string &text, int width)

@@ -18,6 +18,9 @@ std::string clippedText(const std::string &text, int width);
 /** As that, with ".." at the end of what did not fit whole. */
 std::string shortenedText(const std::string &text, int width);
 
+/** For terminals that show no other letters: as wide as the text, with a likeness or "?" for what is not ASCII. */
+std::string asciiText(const std::string &text);
+
 /** False for text in another encoding. */
 bool isUtf8(const std::string &text);
 

@@ -378,7 +378,43 @@ class Keys(LiveViewTest):
         screen.line("unknown fault")
 
 
+    def test_search_sort_format_and_trend(self):
+        screen = self.open()
+        screen.press("/")
+        screen.line("Search:")
+        screen.type("TICKS")
+        screen.press("Enter", "d")
+        screen.line("ticks 2:4x10 as int16")
+        screen.press("d")
+        screen.line_with("2:4x10 ", " 0x0")
+        screen.press("g")
+        screen.line("trend of 2:4x10, ")
+        wait_for(lambda: sum(line.rstrip().endswith("*") or "* " in line for line in screen.lines()) > 1, "a curve")
+        screen.press("s")
+        screen.line("Sorted by name")
+        self.assertLess(screen.text().index("1:4x_bit1.1 "), screen.text().index("1:4x1 "))
+
+
 class Sizes(LiveViewTest):
+    def test_forty_by_ten_has_values_and_units_in_any_locale(self):
+        for locale, unit in (("C.UTF-8", "\u00b0C"), ("C", "oC")):
+            command = "env LC_ALL=%s %s --sim %s --tags %s -l 50" % (locale, RTUHOST, self.sim, self.tags)
+            screen = Screen(self, command, columns=40, rows=10)
+            screen.line_with("1:4x1 ", " 10 ")
+            text = screen.text()
+            self.assertEqual(6, sum(":4x" in line or ":3x" in line or ":0x" in line for line in text.split("\n")))
+            self.assertRegex(screen.line("1:3x1 "), r" 0\.7 " + unit)
+            screen.end()
+
+    def test_names_align_without_unicode(self):
+        tags = self.file("names.csv", "K\u00fchlung,1,4x,1,1,,,\u00b0C\nDruck,1,4x,2,1,,,bar\n")
+        for columns in (80, 200):
+            screen = Screen(self, "env LC_ALL=C %s --sim %s --tags %s -l 50" % (RTUHOST, self.sim, tags), columns, 24)
+            first, second = screen.line_with("1:4x1 ", " 10 "), screen.line("1:4x2 ")
+            self.assertEqual(first.index("0x000A"), second.index("0x0014"))
+            self.assertIn("K?hlung", first)
+            screen.end()
+
     def test_grows_and_shrinks(self):
         screen = self.open()
         screen.resize(132, 40)

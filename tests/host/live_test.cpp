@@ -1,6 +1,12 @@
 #include "link_test.h"
 
+#include "host/live/live_layout.h"
 #include "host/live/live_painter.h"
+#include "host/live/row_order.h"
+#include "host/live/trend.h"
+
+#include <clocale>
+#include <cmath>
 
 namespace {
 
@@ -32,6 +38,21 @@ struct Actions : rtu::LiveActions
     {
         calls.push_back("read " + std::to_string(row.tag));
         return "";
+    }
+    std::string rowText(const rtu::LiveRow &row) override
+    {
+        return "Level " + std::to_string(row.tag) + "." + std::to_string(row.value);
+    }
+    std::vector<rtu::LiveRow> ordered(rtu::RowOrder order) override
+    {
+        if (order == rtu::RowOrder::AsGiven)
+            return {{0, 0}, {0, 1}, {1, 0}};
+        return {{1, 0}, {0, 1}, {0, 0}};
+    }
+    std::string changeFormat(const rtu::LiveRow &row) override
+    {
+        calls.push_back("format " + std::to_string(row.tag));
+        return "as hex";
     }
     bool simulated() const override { return hasSlaves; }
     bool addFault(const std::string &text, std::string *message) override
@@ -184,6 +205,66 @@ TEST_F(LiveKeys, ScrollTheHeldTrace)
     EXPECT_EQ(0u, state.traceBack());
 }
 
+TEST_F(LiveKeys, SearchNamesAndAddresses)
+{
+    press("/1.");
+    EXPECT_EQ(2u, state.selected());
+    press("9");
+    EXPECT_EQ(0u, state.selected()) << "back where it began";
+    EXPECT_EQ("No value has \"1.9\"", state.message());
+    state.press(rtu::KeyBackspace);
+    state.press(rtu::KeyEnter);
+    EXPECT_EQ(2u, state.selected());
+    EXPECT_EQ(LiveState::Mode::Browse, state.mode());
+    press("/LEVEL 0");
+    state.press(rtu::KeyEnter);
+    EXPECT_EQ(0u, state.selected());
+    press("n");
+    EXPECT_EQ(1u, state.selected());
+    press("n");
+    EXPECT_EQ(0u, state.selected()) << "round the end";
+    press("N");
+    EXPECT_EQ(1u, state.selected());
+    press("/1.0");
+    state.press(rtu::KeyEscape);
+    EXPECT_EQ(1u, state.selected());
+}
+
+TEST_F(LiveKeys, SortAndKeepTheChosenValue)
+{
+    press("s");
+    EXPECT_EQ("Sorted by name", state.message());
+    EXPECT_EQ(2u, state.selected());
+    EXPECT_EQ(1u, state.rows().front().tag);
+    press("ssss");
+    EXPECT_EQ("In the order given", state.message());
+    EXPECT_EQ(0u, state.selected());
+}
+
+TEST_F(LiveKeys, ChangeTheFormatAndShowTheTrend)
+{
+    state.press(rtu::KeyEnd);
+    press("d");
+    EXPECT_EQ(std::vector<std::string>(1, "format 1"), actions.calls);
+    EXPECT_EQ("as hex", state.message());
+    EXPECT_FALSE(state.trend());
+    press("g");
+    EXPECT_TRUE(state.trend());
+}
+
+TEST_F(LiveKeys, TurnThePagesOfTheHelp)
+{
+    press("?");
+    state.setHelpPage(7, 13);
+    state.press(rtu::KeyDown);
+    EXPECT_EQ(7u, state.helpTop());
+    EXPECT_EQ(LiveState::Mode::Help, state.mode());
+    state.press(rtu::KeyDown);
+    EXPECT_EQ(LiveState::Mode::Browse, state.mode());
+    press("?");
+    EXPECT_EQ(0u, state.helpTop());
+}
+
 TEST_F(LiveKeys, DoNotQuitWhileEditing)
 {
     press("eq");
@@ -281,8 +362,8 @@ TEST_F(LiveScreen, FillsEveryLineExactly)
 {
     show({"4x1..30", "0x1", "4x_bit3.5"});
     poll();
-    for (int rows : {12, 24, 50}) {
-        for (int columns : {50, 80, 132}) {
+    for (int rows : {10, 12, 24, 60}) {
+        for (int columns : {40, 50, 80, 200}) {
             const rtu::Screen screen = paint(rows, columns);
             EXPECT_EQ(static_cast<std::size_t>(rows), screen.lines.size());
             for (std::size_t row = 0; row < screen.lines.size(); ++row) {
@@ -343,11 +424,11 @@ TEST_F(LiveScreen, ShowsATagHoweverManyStationsThereAre)
 {
     showStations(20);
     poll();
-    for (int rows : {12, 15, 24, 60}) {
+    for (int rows : {24, 60}) {
         const rtu::Screen screen = paint(rows, 80);
         EXPECT_FALSE(lineWith(screen, "1:4x1 ").empty()) << rows;
         EXPECT_FALSE(lineWith(screen, " trace ").empty()) << rows;
-        EXPECT_FALSE(lineWith(screen, "20 stations in all").empty()) << rows;
+        EXPECT_EQ(rows == 60, lineWith(screen, "20 stations in all").empty()) << rows;
     }
 }
 
@@ -356,9 +437,128 @@ TEST_F(LiveScreen, ShowsSilentStationsFirstWhereNotAllFit)
     silent = {17};
     showStations(20);
     poll();
-    const rtu::Screen screen = paint(12, 80);
+    const rtu::Screen screen = paint(24, 80);
     EXPECT_TRUE(contains(screen.text(4), "17  silent")) << screen.text(4);
-    EXPECT_TRUE(contains(screen.text(5), "20 stations in all, 1 silent")) << screen.text(5);
+    EXPECT_TRUE(contains(screen.text(8), "20 stations in all, 1 silent")) << screen.text(8);
+}
+
+TEST_F(LiveScreen, ValuesComeFirstOnSmallScreens)
+{
+    silent = {17};
+    showStations(20);
+    poll();
+    for (int rows : {10, 12, 16}) {
+        const rtu::Screen screen = paint(rows, 40);
+        int values = 0;
+        for (std::size_t row = 0; row < screen.lines.size(); ++row)
+            values += contains(screen.text(row), ":4x1 ") ? 1 : 0;
+        EXPECT_LE(6, values) << rows;
+        EXPECT_TRUE(contains(screen.text(0), "1 of 20 silent")) << screen.text(0);
+    }
+}
+
+TEST_F(LiveScreen, ShowsValueUnitAndTroubleInFortyColumns)
+{
+    silent = {2};
+    std::vector<rtu::TagRange> tags = {tag("4x100"), tag("4x100@2"), tag("4x_double101:float")};
+    tags[0].unit = "\xC2\xB0"
+                   "C";
+    feed.reset(new rtu::LiveFeed(link(), *line, tags));
+    state.reset(new LiveState(rtu::liveRows(tags), actions));
+    painter.reset(new rtu::LivePainter(*feed, "/dev/serial/by-id/usb-something-very-long, 19200 baud 8E1"));
+    poll();
+    const rtu::Screen screen = paint(10, 40);
+    EXPECT_TRUE(contains(lineWith(screen, "1:4x100 "), " 42 ")) << lineWith(screen, "1:4x100 ");
+    EXPECT_EQ('!', lineWith(screen, "2:4x100 ")[0]) << "no room for the word";
+    EXPECT_TRUE(contains(screen.text(0), "open  1 of 2 silent")) << screen.text(0);
+}
+
+TEST_F(LiveScreen, TellsWhatAStationCostsTheOthers)
+{
+    showStations(2);
+    silent = {2};
+    paint();
+    poll(2);
+    EXPECT_TRUE(contains(lineWith(paint(), " stn  state    line"), "frames"));
+    const std::string dead = lineWith(paint(), "2  silent");
+    EXPECT_TRUE(contains(dead, " % ")) << dead;
+    EXPECT_FALSE(contains(dead, "  0 % ")) << "it has just been found dead: " << dead;
+    line->advance(std::chrono::seconds(1));
+    for (int i = 0; i < 70; ++i) {
+        step();
+        paint();
+    }
+    EXPECT_TRUE(contains(lineWith(paint(24, 40), "1  answers"), " % ")) << "in forty columns as well";
+}
+
+TEST_F(LiveScreen, DrawsTheTrendOfTheChosenValue)
+{
+    show({"4x1"});
+    for (int value : {10, 20, 30}) {
+        registers[65536] = value;
+        poll();
+    }
+    state->press('g');
+    const rtu::Screen screen = paint(24, 40);
+    EXPECT_TRUE(contains(lineWith(screen, "trend of 1:4x1"), ", 3 in ")) << lineWith(screen, "trend of");
+    EXPECT_TRUE(contains(lineWith(screen, " 30 | "), "|   *")) << lineWith(screen, " 30 | ");
+    EXPECT_TRUE(contains(lineWith(screen, " 10 | "), "| *  ")) << lineWith(screen, " 10 | ");
+    EXPECT_FALSE(lineWith(paint(10, 40), "trend of 1:4x1").empty());
+}
+
+TEST_F(LiveScreen, ShowsAnotherFormatAndRecordsTheDefinedOne)
+{
+    show({"4x1"});
+    poll();
+    feed->setFormat(0, rtu::Format::Binary);
+    EXPECT_TRUE(contains(lineWith(paint(), "1:4x1 "), "0b0000000000101010")) << lineWith(paint(), "1:4x1 ");
+    EXPECT_EQ(rtu::Format::Unsigned, feed->board().tags()[0].format.format);
+}
+
+TEST_F(LiveScreen, SortsByWhatTheUserLooksFor)
+{
+    silent = {2};
+    show({"4x9", "4x1@2", "4x5"});
+    poll(2);
+    registers[65536 + 4] = 7;
+    poll();
+    const auto first = [&](rtu::RowOrder order) { return rtu::orderedRows(order, feed->board()).front().tag; };
+    EXPECT_EQ(0u, first(rtu::RowOrder::AsGiven));
+    EXPECT_EQ(0u, first(rtu::RowOrder::ByName));
+    EXPECT_EQ(2u, first(rtu::RowOrder::ByAddress));
+    EXPECT_EQ(2u, first(rtu::RowOrder::LastChanged));
+    EXPECT_EQ(1u, first(rtu::RowOrder::TroubleFirst));
+}
+
+TEST(LiveLayout, HandsOutEveryLineAndValuesFirst)
+{
+    for (int rows : {10, 16, 24, 60}) {
+        for (int values : {1, 5, 200}) {
+            for (int stations : {1, 3, 30}) {
+                for (rtu::LowerPart lower : {rtu::LowerPart::Trace, rtu::LowerPart::TallTrace, rtu::LowerPart::Trend}) {
+                    const rtu::LiveLayout l = rtu::liveLayout(rows, values, stations, lower);
+                    EXPECT_EQ(rows - 2, l.rates + l.counts + l.stations + l.values + l.lower);
+                    EXPECT_LE(std::min(values + 1, 4), l.values);
+                    if (lower == rtu::LowerPart::Trace) {
+                        EXPECT_LE(std::min(values + 1, 7), l.values);
+                    } else if (lower == rtu::LowerPart::Trend) {
+                        EXPECT_LE(3, l.lower);
+                    }
+                }
+            }
+        }
+    }
+}
+
+TEST(Trend, StandsInTheMiddleWithoutChangesAndLeavesOutWhatIsNoNumber)
+{
+    EXPECT_TRUE(rtu::trendLines({}, 5, 40).empty());
+    EXPECT_TRUE(rtu::trendLines({std::nan("")}, 5, 40).empty());
+    const std::vector<std::string> flat = rtu::trendLines({7, 7, std::nan(""), 7}, 3, 40);
+    ASSERT_EQ(3u, flat.size());
+    EXPECT_EQ("       7 | ***", flat[1]);
+    for (const std::string &line : rtu::trendLines(std::vector<double>(500, 1.0), 3, 40))
+        EXPECT_GE(40, rtu::textWidth(line));
 }
 
 TEST_F(LiveScreen, KeepsTheVerdictOfLongFrames)
@@ -509,6 +709,7 @@ TEST_F(LiveScreen, SaysThatTheWindowIsTooSmall)
 {
     show({"4x1"});
     EXPECT_TRUE(contains(paint(5, 30).text(0), "too small"));
+    EXPECT_FALSE(contains(paint(10, 40).text(0), "too small"));
     EXPECT_EQ(1u, paint(1, 1).lines.size());
 }
 
@@ -557,6 +758,23 @@ TEST(TextWidth, CutsAtWholeCharacters)
     EXPECT_EQ("", rtu::clippedText("abc", 0));
     EXPECT_EQ("ab..", rtu::shortenedText("abcde", 4));
     EXPECT_EQ("abcd", rtu::shortenedText("abcd", 4));
+}
+
+TEST(TextWidth, IsThatOfUnicodeInEveryLocale)
+{
+    const std::string wide = "\xE6\xB0\xB4"; // two columns
+    const std::string before = std::setlocale(LC_CTYPE, nullptr);
+    std::setlocale(LC_CTYPE, "C");
+    EXPECT_EQ(2, rtu::textWidth(wide));
+    std::setlocale(LC_CTYPE, before.c_str());
+}
+
+TEST(TextWidth, TerminalsWithoutLettersGetALikenessAsWide)
+{
+    EXPECT_EQ("oC, m3, uS", rtu::asciiText("\xC2\xB0"
+                                          "C, m\xC2\xB3, \xC2\xB5S"));
+    EXPECT_EQ("K?hlung", rtu::asciiText("K\xC3\xBChlung"));
+    EXPECT_EQ("??.", rtu::asciiText("\xE6\xB0\xB4."));
 }
 
 TEST(TextWidth, TellsUtf8FromOtherEncodings)

@@ -196,6 +196,18 @@ TEST(HeardRegisters, AreShownInATable)
     }
 }
 
+TEST(HeardRegisters, KeepNameValueAndAgeInFortyColumns)
+{
+    Listening listening(rtu::HeardForm::Nothing);
+    listening.hear({frame("01 03 00 6B 00 01"), frame("01 03 02 00 07")});
+    rtu::RegisterNames letters = names();
+    letters[{1, "4x", 0x6B}] = "K\xC3\xBChlung";
+    const std::vector<std::string> lines =
+        rtu::registerTable(listening.output.registers(), letters, Begin + milliseconds(102), 40);
+    EXPECT_EQ("register      name        value      age", lines[0]);
+    EXPECT_EQ("1:4x108       K\xC3\xBChlung         7   100 ms", lines[1]);
+}
+
 TEST(HeardRegisters, AreBounded)
 {
     rtu::HeardRegisters registers;
