@@ -93,6 +93,9 @@ void addWhat(CLI::App &app, Options &options, RawOptions &raw)
     app.add_option("--recipe-write", raw.recipeWrite, "Write the recipe in FILE to the slaves")
         ->type_name("FILE")
         ->group(group);
+    app.add_option("--recipe-compare", raw.recipeCompare, "Compare the recipe in FILE with the slaves, row by row")
+        ->type_name("FILE")
+        ->group(group);
 }
 
 void addLine(CLI::App &app, Options &options, RawOptions &raw)
@@ -205,8 +208,9 @@ void addEditor(CLI::App &app, Options &options, RawOptions &raw)
     app.add_option("--describe", raw.describe, "Notation and range of a register type")
         ->type_name("TYPE")
         ->group(group);
-    app.add_option("--check", raw.check, "What the driver says about an address (with -c values)")
-        ->type_name("ADDRESS")
+    app.add_option("--check", raw.check, "What the driver says about addresses, ranges, and the tags of --tags")
+        ->type_name("[ADDRESS...]")
+        ->expected(0, 1)
         ->group(group);
     app.add_option("--multi-copy", raw.multiCopy, "Step an address for copies")->type_name("ADDRESS")->group(group);
     app.add_option("--copies", options.copies, "Number of copies (10)")

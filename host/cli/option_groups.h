@@ -29,6 +29,7 @@ struct RawOptions
     std::string plan;
     std::string recipeRead;
     std::string recipeWrite;
+    std::string recipeCompare;
     bool conditionRead = false;
     bool listTypes = false;
     std::string describe;

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cctype>
+#include <fstream>
 #include <memory>
 
 namespace rtu {
@@ -35,6 +36,13 @@ bool isDevice(const std::string &text)
     struct stat info;
     const bool named = text.compare(0, 5, "/dev/") == 0 || isTcpPort(text);
     return named || (::stat(text.c_str(), &info) == 0 && S_ISCHR(info.st_mode));
+}
+
+/** "4x100", and no file of that name is there. */
+bool looksLikeAddress(const std::string &text)
+{
+    const bool table = text.size() > 2 && std::string("0134").find(text[0]) != std::string::npos && text[1] == 'x';
+    return table && (std::isdigit(static_cast<unsigned char>(text[2])) || text[2] == '_') && !std::ifstream(text);
 }
 
 class Parser
@@ -173,6 +181,7 @@ void Parser::settleMode()
         {m_raw.conditionRead, Mode::ConditionRead, nullptr, nullptr},
         {given("--recipe-read"), Mode::RecipeRead, &m_raw.recipeRead, &m_options.recipeFile},
         {given("--recipe-write"), Mode::RecipeWrite, &m_raw.recipeWrite, &m_options.recipeFile},
+        {given("--recipe-compare"), Mode::RecipeCompare, &m_raw.recipeCompare, &m_options.recipeFile},
         {given("--plan"), Mode::Plan, nullptr, nullptr},
         {m_raw.listTypes, Mode::ListTypes, nullptr, nullptr},
         {given("--describe"), Mode::Describe, &m_raw.describe, &m_options.subject},
@@ -188,9 +197,9 @@ void Parser::settleMode()
         if (!choice.chosen)
             continue;
         if (m_options.mode != Mode::Poll)
-            throw Misuse(
-                "two things at once: choose one of --condition-read, --recipe-read, --recipe-write, --plan, "
-                "--list-types, --describe, --check, --multi-copy, --serve, --listen, --replay, --find, --probe");
+            throw Misuse("two things at once: choose one of --condition-read, --recipe-read, --recipe-write, "
+                         "--recipe-compare, --plan, --list-types, --describe, --check, --multi-copy, --serve, "
+                         "--listen, --replay, --find, --probe");
         m_options.mode = choice.mode;
         if (choice.target)
             *choice.target = *choice.subject;
@@ -240,6 +249,7 @@ bool Parser::usesLine() const
     case Mode::RecipeRead:
     case Mode::RecipeWrite:
     case Mode::Probe:
+    case Mode::RecipeCompare:
         return true;
     default:
         return false;
@@ -269,6 +279,13 @@ void Parser::settleArguments()
         port = m_options.arguments.begin();
     m_options.port = *port;
     m_options.arguments.erase(port);
+    const bool recipe = m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite
+                        || m_options.mode == Mode::RecipeCompare;
+    if (recipe && (isDevice(m_options.recipeFile) || looksLikeAddress(m_options.recipeFile)))
+        throw Misuse("\"" + m_options.recipeFile + "\" stands where the recipe's file is named: "
+                     + "--recipe-read FILE PORT ADDRESS...");
+    if (looksLikeAddress(m_options.port))
+        throw Misuse("\"" + m_options.port + "\" is an address, and stands where the port is named");
 }
 
 void Parser::check() const
@@ -287,6 +304,10 @@ void Parser::checkProperty() const
         return;
     if (m_raw.rawProperty.empty())
         throw Misuse("--property is empty; a property string is written as 1#0#0#3#120#0");
+    if (!DriverProperty::wellFormed(m_raw.rawProperty))
+        throw Misuse("--property \"" + m_raw.rawProperty
+                     + "\": five or six fields with # between them, each a number, as in 1#0#0#3#120#0; behind the "
+                       "sixth may stand stations, as in 0_1,5");
     for (const char *field : {"--local-only", "--retries", "--max-words", "--swap", "--swap-stations"}) {
         if (given(field))
             throw Misuse("--property is the whole string: change it there and leave out " + std::string(field));
@@ -313,14 +334,17 @@ void Parser::checkMode() const
         if (mode != Mode::MultiCopy && given(option))
             throw Misuse(option + std::string(" goes with --multi-copy ADDRESS"));
     }
-    if (mode == Mode::RecipeWrite && (!surplus.empty() || !m_options.tagFile.empty() || m_options.typeOrReferenceGiven))
-        throw Misuse("--recipe-write takes the registers from its file; leave out addresses, -t, -r and --tags");
-    const bool oneSubject =
-        mode == Mode::Describe || mode == Mode::Check || mode == Mode::MultiCopy || mode == Mode::ListTypes;
+    const bool fromFile = mode == Mode::RecipeWrite || mode == Mode::RecipeCompare;
+    if (fromFile && (!surplus.empty() || !m_options.tagFile.empty() || m_options.typeOrReferenceGiven))
+        throw Misuse(std::string(mode == Mode::RecipeWrite ? "--recipe-write" : "--recipe-compare")
+                     + " takes the registers from its file; leave out addresses, -t, -r and --tags");
+    const bool oneSubject = mode == Mode::Describe || mode == Mode::MultiCopy || mode == Mode::ListTypes;
     if (oneSubject && !surplus.empty())
         throw Misuse("\"" + surplus
-                     + "\" is too much: --list-types takes nothing, --describe, --check and --multi-copy "
+                     + "\" is too much: --list-types takes nothing, --describe and --multi-copy "
                        "one type or address");
+    if (mode == Mode::Check && m_options.subject.empty() && surplus.empty() && m_options.tagFile.empty())
+        throw Misuse("--check wants addresses, or --tags FILE");
 }
 
 void Parser::checkRecords() const

@@ -21,6 +21,7 @@ enum class Mode {
     ConditionRead,
     RecipeRead,
     RecipeWrite,
+    RecipeCompare,
     Plan,
     ListTypes,
     Describe,

@@ -1,5 +1,6 @@
 #include "host/cli/tag_selection.h"
 
+#include "host/tags/address_hint.h"
 #include "host/text/csv.h"
 #include "host/text/numbers.h"
 #include "host/tags/tag_table.h"
@@ -192,13 +193,17 @@ private:
 
     void refuseUnlessValue(const std::string &argument) const
     {
+        const std::string numbered = fromNumberedTables(argument);
+        if (m_targetIsUsual && !numbered.empty())
+            throw std::invalid_argument(argument + " may be a value for 4x1 or an address; did you mean " + numbered
+                                        + "? Write 4x1=" + argument + " for the value");
         const bool meantAsValue = !m_targetIsUsual || looksLikeValue(argument);
         if (!m_target.empty() && !looksLikeAddress(argument) && meantAsValue)
             return;
         const bool plan = m_options.mode == Mode::Plan;
         throw std::invalid_argument(
             "\"" + argument + "\" is neither an address nor a value for one; addresses begin with one of "
-            + m_catalog.names() + ", such as 4x100" + (plan ? ", and the name of a picture ends in .svg" : ""));
+            + m_catalog.names() + ", such as 4x100" + (plan ? ", and the name of a picture ends in .svg" : "") + addressHint(m_catalog, argument));
     }
 
     /** Addresses with values behind them are written, those without are read. */

@@ -12,6 +12,7 @@ namespace rtu {
 namespace {
 
 const Duration LongestRest = std::chrono::milliseconds(500);
+const int StepsToEnd = 100; ///< for the block that is on the line, its attempts included
 
 /** "1:4x1..125" */
 std::string placeOf(const TagRange &tag)
@@ -36,6 +37,8 @@ std::string rowText(const RowResult &row)
         return "refused with exception " + std::to_string(row.exceptionCode);
     case RowEnd::Unconfirmed:
         return "no answer";
+    case RowEnd::Done:
+        return "taken by the slave";
     default:
         return "not tried";
     }
@@ -243,13 +246,14 @@ int PollProgram::transferRecipe(Recipe recipe, bool write)
 {
     const std::vector<RecipeRow> rows = recipeRows(recipe, m_options.property);
     const Transfer asked = write ? m_link.load(rows) : m_link.save(rows);
-    const bool ended = awaitEnd(asked);
+    if (!awaitEnd(asked))
+        endTransfer(asked);
     const TransferResult result = asked.result();
-    const bool done = ended && result.complete();
-    if (!done)
+    const bool done = result.complete();
+    if (!done) {
         m_err << "error: the recipe was not transferred whole\n";
-    if (ended && !done)
-        tellRows(recipe, result);
+        tellRows(recipe, result, write);
+    }
     if (done && !write) {
         takeValues(result, recipe);
         writeRecipeFile(m_options.recipeFile, recipe);
@@ -261,9 +265,47 @@ int PollProgram::transferRecipe(Recipe recipe, bool write)
     return done ? status : 1;
 }
 
-void PollProgram::tellRows(const Recipe &recipe, const TransferResult &result)
+/** What was stopped half way is told row by row as well. */
+void PollProgram::endTransfer(Transfer asked)
+{
+    asked.cancel();
+    for (int i = 0; i < StepsToEnd && !asked.ended(); ++i)
+        m_link.step();
+}
+
+int PollProgram::compareRecipe(const Recipe &recipe)
+{
+    const Transfer asked = m_link.compare(recipeRows(recipe, m_options.property));
+    if (!awaitEnd(asked))
+        endTransfer(asked);
+    const TransferResult result = asked.result();
+    for (std::size_t i = 0; i < result.rows.size(); ++i)
+        tellComparison(recipe, i, result.rows[i]);
+    const int status = finish();
+    return result.complete() ? status : 1;
+}
+
+void PollProgram::tellComparison(const Recipe &recipe, std::size_t row, const RowResult &result)
+{
+    const TagRange &tag = recipe.tags[row];
+    const bool compared = result.end == RowEnd::Done || result.end == RowEnd::Differs;
+    if (!compared)
+        m_err << "error: " << placeOf(tag) << ": " << rowText(result) << '\n';
+    if (!compared || (result.end == RowEnd::Done && m_options.quiet))
+        return;
+    m_out << placeOf(tag) << (tag.name.empty() ? "" : " " + tag.name) << ": ";
+    if (result.end == RowEnd::Done)
+        m_out << "same\n";
+    else
+        m_out << "differs: " << valuesText(tag, recipe.values[row]) << " in the file, "
+              << valuesText(tag, result.value.raw()) << " in the slave\n";
+}
+
+void PollProgram::tellRows(const Recipe &recipe, const TransferResult &result, bool write)
 {
     for (std::size_t i = 0; i < result.rows.size(); ++i) {
+        if (write && result.rows[i].end == RowEnd::Done)
+            m_err << placeOf(recipe.tags[i]) << ": " << rowText(result.rows[i]) << '\n';
         if (result.rows[i].end != RowEnd::Done)
             m_err << "error: " << placeOf(recipe.tags[i]) << ": " << rowText(result.rows[i]) << '\n';
     }

@@ -39,6 +39,8 @@ public:
     int readOnce(const std::vector<TagRange> &tags);
     /** Moves a recipe. @param write from the file to the slaves */
     int transferRecipe(Recipe recipe, bool write);
+    /** Tells of each row whether the slaves hold what the recipe has. */
+    int compareRecipe(const Recipe &recipe);
 
     // From any thread:
     void stop();
@@ -57,7 +59,9 @@ private:
     void poll(const std::vector<TagRange> &tags, std::size_t requestsARound);
     void finishRound();
     void printRead(const TagRange &tag, const ReadResult &result, const std::string &error);
-    void tellRows(const Recipe &recipe, const TransferResult &result);
+    void endTransfer(Transfer asked);
+    void tellRows(const Recipe &recipe, const TransferResult &result, bool write);
+    void tellComparison(const Recipe &recipe, std::size_t row, const RowResult &result);
     void noteTransaction(const Transaction &transaction);
     void noteError(const Transaction &transaction);
     void printTrace(const Transaction &transaction);

@@ -108,6 +108,14 @@ DriverLibrary loadDriver(const std::string &path)
     }
 }
 
+void refuseWithoutValues(const Recipe &recipe)
+{
+    for (std::size_t i = 0; i < recipe.tags.size(); ++i) {
+        if (recipe.values[i].empty())
+            throw std::invalid_argument(recipe.tags[i].label() + " has no values to compare with");
+    }
+}
+
 class Program
 {
 public:
@@ -140,9 +148,15 @@ public:
     }
 
 private:
+    bool movesRecipe() const
+    {
+        return m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite
+               || m_options.mode == Mode::RecipeCompare;
+    }
+
     TagSelection selectNamedTags()
     {
-        const bool recipe = m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite;
+        const bool recipe = movesRecipe();
         const bool nothingNamed =
             m_options.arguments.empty() && m_options.tagFile.empty() && !m_options.typeOrReferenceGiven;
         if (recipe && nothingNamed)
@@ -157,8 +171,13 @@ private:
     Recipe chosenRecipe(const std::vector<TagRange> &tags)
     {
         const bool write = m_options.mode == Mode::RecipeWrite;
-        if (write || tags.empty())
-            return readRecipeFile(m_driver, m_catalog, m_options.recipeFile, write ? Access::Write : Access::Read);
+        if (write || tags.empty()) {
+            const Recipe recipe =
+                readRecipeFile(m_driver, m_catalog, m_options.recipeFile, write ? Access::Write : Access::Read);
+            if (m_options.mode == Mode::RecipeCompare)
+                refuseWithoutValues(recipe);
+            return recipe;
+        }
         Recipe recipe;
         recipe.tags = tags;
         refuseUnfit(recipe, Access::Read);
@@ -230,7 +249,7 @@ private:
         const TagSelection selection = selectNamedTags();
         tellWordOrder(selection);
         Recipe recipe;
-        if (m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite)
+        if (movesRecipe())
             recipe = chosenRecipe(selection.reads);
         // Before the slaves' thread and the line: every thread must inherit the held-back signals.
         const SignalWatcher watcher([this](int signal) { end(signal); });
@@ -356,6 +375,8 @@ private:
             return polling.transferRecipe(recipe, false);
         case Mode::RecipeWrite:
             return polling.transferRecipe(recipe, true);
+        case Mode::RecipeCompare:
+            return polling.compareRecipe(recipe);
         default:
             return polling.poll(selection, planOf(selection.reads, line).blocks().size());
         }

@@ -10,6 +10,8 @@
 #include "host/text/wall_clock.h"
 
 #include <algorithm>
+#include <utility>
+#include <vector>
 
 namespace rtu {
 
@@ -25,6 +27,7 @@ const double StripStep = 46;
 const double LineStep = 18;
 const double WidestElement = 28;
 const double LetterWidth = 6.2;
+const double NarrowestBit = 1.5;
 const double SmallLetterWidth = 5;
 
 const char *const colours[] = {"#4e79a7", "#f28e2b", "#59a14f", "#b07aa1", "#edc948", "#76b7b2", "#e15759", "#9c755f"};
@@ -55,12 +58,39 @@ std::string textAt(double x, double y, const std::string &text, const std::strin
     return "<text x=\"" + number(x) + "\" y=\"" + number(y) + "\" " + style + ">" + escaped(text) + "</text>\n";
 }
 
-std::string boxAt(double x, double y, double width, const std::string &fill, const std::string &title)
+struct Box
 {
-    return "<rect x=\"" + number(x) + "\" y=\"" + number(y) + "\" width=\"" + number(width) + "\" height=\""
-           + number(StripHeight) + "\" fill=\"" + fill + "\" stroke=\"#ffffff\"><title>" + escaped(title)
-           + "</title></rect>\n";
+    double x;
+    double y;
+    double width;
+    double height;
+};
+
+std::string boxAt(const Box &box, const std::string &fill, const std::string &title)
+{
+    return "<rect x=\"" + number(box.x) + "\" y=\"" + number(box.y) + "\" width=\"" + number(box.width)
+           + "\" height=\"" + number(box.height) + "\" fill=\"" + fill + "\" stroke=\"#ffffff\"><title>"
+           + escaped(title) + "</title></rect>\n";
 }
+
+/** What is drawn already on a strip, so that no label is written over another. */
+class Labels
+{
+public:
+    /** False: something stands there. */
+    bool take(double from, double to)
+    {
+        for (const std::pair<double, double> &other : m_taken) {
+            if (from < other.second && other.first < to)
+                return false;
+        }
+        m_taken.emplace_back(from, to);
+        return true;
+    }
+
+private:
+    std::vector<std::pair<double, double>> m_taken;
+};
 
 class Picture
 {
@@ -94,7 +124,7 @@ private:
     void drawTitle()
     {
         m_body += textAt(Margin, m_y += LineStep,
-                         "Cyclic plan: " + std::to_string(m_plan.blocks().size()) + " requests a round, "
+                         "Cyclic plan: " + requestsText(m_plan) + " a round, "
                              + durationText(m_plan.roundTime()) + " of line time"
                              + (m_plan.costs().line.baud > 0 ? " at " + lineName(m_plan.costs().line) : ""),
                          "font-size=\"15\" font-weight=\"bold\"");
@@ -118,30 +148,57 @@ private:
         const double base = m_y + StripHeight * 0.7;
         m_body += textAt(Margin, base, std::to_string(number) + ".", "font-size=\"11\" fill=\"#444444\"");
         m_body += textAt(Margin + NumberWidth, base, block.rangeText(), "font-size=\"12\"");
-        m_body += boxAt(left, m_y, element * block.count, "url(#unused)", "unused elements");
-        for (const PlannedTag &planned : block.tags)
-            drawTag(block, planned, left, element);
+        m_body += boxAt({left, m_y, element * block.count, StripHeight}, "url(#unused)", "unused elements");
+        drawTags(block, left, element);
         const std::string note = std::to_string(block.requestBytes) + "+" + std::to_string(block.replyBytes)
-                                 + " bytes, " + durationText(m_plan.lineTime(block));
+                                 + " bytes, " + durationText(m_plan.lineTime(block))
+                                 + (block.unused > 0 ? ", " + std::to_string(block.unused) + " unused" : "");
         m_body += textAt(left + element * block.count + 8, base, note, "font-size=\"11\" fill=\"#444444\"");
         drawScale(block, left, element);
         drawNames(block, left + element * block.count + 8);
         m_y += StripStep;
     }
 
-    void drawTag(const PlanBlock &block, const PlannedTag &planned, double left, double element)
+    /** Bits stand in the lower half of their register, above whatever else is read of it. */
+    void drawTags(const PlanBlock &block, double left, double element)
     {
+        Labels whole;
+        Labels bits;
+        for (const PlannedTag &planned : block.tags) {
+            const TagRange &tag = m_plan.tags()[planned.tag];
+            if (!tag.type.bitInRegister)
+                drawTag(block, planned.tag,
+                        {left + element * planned.first, m_y, element * planned.count, StripHeight}, whole);
+        }
+        for (const PlannedTag &planned : block.tags) {
+            if (m_plan.tags()[planned.tag].type.bitInRegister)
+                drawTag(block, planned.tag, bitBox(block, planned, left, element), bits);
+        }
+    }
+
+    Box bitBox(const PlanBlock &block, const PlannedTag &planned, double left, double element) const
+    {
+        const int bitsOfRegister = 16;
         const TagRange &tag = m_plan.tags()[planned.tag];
+        const int first = std::max(tag.address, (block.start + planned.first) * bitsOfRegister);
+        const int end = std::min(tag.address + tag.values, (block.start + planned.first + planned.count) * bitsOfRegister);
+        const double bit = element / bitsOfRegister;
+        const double x = left + bit * (first - block.start * bitsOfRegister);
+        return {x, m_y + StripHeight / 2, std::max(NarrowestBit, bit * (end - first)), StripHeight / 2};
+    }
+
+    void drawTag(const PlanBlock &block, std::size_t index, const Box &box, Labels &labels)
+    {
+        const TagRange &tag = m_plan.tags()[index];
         const std::string name = tag.name.empty() ? tag.rangeLabel() : tag.name;
-        const double x = left + element * planned.first;
-        const double width = element * planned.count;
-        const std::size_t colour = planned.tag % (sizeof(colours) / sizeof(colours[0]));
-        m_body += boxAt(x, m_y, width, colours[colour],
-                        name + ", " + std::to_string(block.station) + ":" + tag.label() + ", "
+        const std::size_t colour = index % (sizeof(colours) / sizeof(colours[0]));
+        m_body += boxAt(box, colours[colour],
+                        name + ", " + std::to_string(block.station) + ":" + tag.rangeLabel() + ", "
                             + std::to_string(tag.values) + (tag.values == 1 ? " value" : " values"));
-        const std::size_t letters = static_cast<std::size_t>(std::max(0.0, (width - 4) / LetterWidth));
-        if (letters >= std::min<std::size_t>(3, name.size()))
-            m_body += textAt(x + 3, m_y + StripHeight * 0.7, clippedText(name, static_cast<int>(letters)),
+        const int letters = static_cast<int>((box.width - 4) / LetterWidth);
+        if (letters >= std::min(3, textWidth(name)) && labels.take(box.x, box.x + box.width))
+            m_body += textAt(box.x + 3, box.y + box.height - (box.height < StripHeight ? 2 : 7),
+                             clippedText(name, letters),
                              "font-size=\"10\" fill=\"#ffffff\" pointer-events=\"none\"");
     }
 

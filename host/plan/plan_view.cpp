@@ -225,6 +225,30 @@ std::string tagNames(const PlanView &plan, const PlanBlock &block)
     return text;
 }
 
+std::string requestsText(const PlanView &plan)
+{
+    const std::size_t requests = plan.blocks().size();
+    return std::to_string(requests) + (requests == 1 ? " request" : " requests");
+}
+
+namespace {
+
+/** What the joining of neighbours costs. */
+std::string unusedText(const PlanView &plan)
+{
+    int unused = 0;
+    int all = 0;
+    for (const PlanBlock &block : plan.blocks()) {
+        unused += block.unused;
+        all += block.count;
+    }
+    if (unused == 0)
+        return std::string();
+    return "Read for nothing: " + std::to_string(unused) + " of " + std::to_string(all) + " registers and bits\n";
+}
+
+} // namespace
+
 std::string planText(const PlanView &plan)
 {
     std::string text = "  # station  registers or bits     count  unused  bytes out+in  line time  tags\n";
@@ -241,13 +265,12 @@ std::string planText(const PlanView &plan)
                 + padded(durationText(plan.lineTime(block)), 11) + "  " + tagNames(plan, block) + "\n";
     }
     const Duration round = plan.roundTime();
-    text += "A round: " + std::to_string(plan.blocks().size())
-            + (plan.blocks().size() == 1 ? " request, " : " requests, ") + std::to_string(out) + "+"
+    text += "A round: " + requestsText(plan) + ", " + std::to_string(out) + "+"
             + std::to_string(in) + " bytes, " + durationText(round) + " on "
             + (plan.costs().line.baud > 0 ? lineName(plan.costs().line) : "an unpaced line");
     if (round > Duration(0))
         text += ", at best " + roundsText(1 / toSeconds(round)) + " rounds a second";
-    text += "\n";
+    text += "\n" + unusedText(plan);
     for (int station : plan.stations())
         text += "Station " + std::to_string(station) + " dead: " + durationText(plan.deadTime(station)) + " once ("
                 + attemptsText(plan.costs().attempts) + " x " + durationText(plan.costs().replyTimeout)

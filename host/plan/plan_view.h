@@ -89,6 +89,9 @@ private:
 /** The tags of a block by name, the first few. */
 std::string tagNames(const PlanView &plan, const PlanBlock &block);
 
+/** "1 request", "3 requests" */
+std::string requestsText(const PlanView &plan);
+
 /** The plan as a table with costs and warnings. */
 std::string planText(const PlanView &plan);
 

@@ -62,6 +62,22 @@ void DriverProperty::adopt(const std::string &text)
         swapStations.push_back(numberIn(station));
 }
 
+bool DriverProperty::wellFormed(const std::string &text)
+{
+    std::vector<std::string> fields = fieldsOf(text, '#');
+    if (fields.size() < 5 || fields.size() > 6)
+        return false;
+    if (fields.size() == 6) {
+        std::vector<std::string> swap = fieldsOf(fields[5], '_');
+        fields.pop_back();
+        fields.push_back(swap[0]);
+        for (const std::string &station : swap.size() > 1 ? fieldsOf(swap[1], ',') : std::vector<std::string>())
+            fields.push_back(station);
+    }
+    int number = 0;
+    return std::all_of(fields.begin(), fields.end(), [&](const std::string &field) { return readNumber(field, &number); });
+}
+
 bool DriverProperty::swaps(int station) const
 {
     return swapAll || std::find(swapStations.begin(), swapStations.end(), station) != swapStations.end();

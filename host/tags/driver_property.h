@@ -24,6 +24,8 @@ struct DriverProperty
     /** Takes the fields out of a property string; those that it does not have stay. */
     void adopt(const std::string &text);
     bool swaps(int station) const;
+    /** Whether the driver can read all of it. */
+    static bool wellFormed(const std::string &text);
 };
 
 } // namespace rtu

@@ -46,15 +46,18 @@ Recipe readRecipe(DriverLibrary &driver, const RegisterCatalog &catalog, std::is
                   Access access)
 {
     Recipe recipe;
+    std::string faults;
     for (const TagRow &row : readTagRows(driver, catalog, in, source)) {
         try {
             refuseUnfit(row.tag, access);
             recipe.values.push_back(parseValues(row, access));
         } catch (const std::invalid_argument &error) {
-            throw std::invalid_argument(row.place + ": " + error.what());
+            faults += (faults.empty() ? "" : "\n") + row.place + ": " + error.what();
         }
         recipe.tags.push_back(row.tag);
     }
+    if (!faults.empty())
+        throw std::invalid_argument(faults);
     if (recipe.tags.empty())
         throw std::invalid_argument(source + ": the recipe has no registers");
     return recipe;
@@ -72,6 +75,14 @@ void refuseUnfit(const Recipe &recipe, Access access)
         refuseUnfit(tag, access);
 }
 
+std::string valuesText(const TagRange &tag, const std::vector<std::uint32_t> &raw)
+{
+    std::string text;
+    for (std::uint32_t value : raw)
+        text += (text.empty() ? "" : " ") + valueText(value, tag.format);
+    return text;
+}
+
 void writeRecipe(std::ostream &out, const Recipe &recipe)
 {
     out << "name,station,type,address,count,format,scale,unit,values\n";
@@ -80,10 +91,7 @@ void writeRecipe(std::ostream &out, const Recipe &recipe)
         out << csvField(tag.name) << ',' << tag.station << ',' << tag.type.name << ','
             << addressText(tag.type, tag.address) << ',' << tag.values << ','
             << formatName(tag.format.format, tag.format.width) << ',' << general(tag.format.scale, 15) << ','
-            << csvField(tag.unit) << ',';
-        for (std::size_t k = 0; k < recipe.values[i].size(); ++k)
-            out << (k ? " " : "") << valueText(recipe.values[i][k], tag.format);
-        out << '\n';
+            << csvField(tag.unit) << ',' << valuesText(tag, recipe.values[i]) << '\n';
     }
 }
 

@@ -37,6 +37,9 @@ Recipe readRecipeFile(DriverLibrary &driver, const RegisterCatalog &catalog, con
 /** @throws std::invalid_argument for tags that block transfers cannot carry */
 void refuseUnfit(const Recipe &recipe, Access access);
 
+/** The values of a row as they stand in the file. */
+std::string valuesText(const TagRange &tag, const std::vector<std::uint32_t> &raw);
+
 void writeRecipe(std::ostream &out, const Recipe &recipe);
 
 /** Writes the file anew; the old one stays until the new one is whole. @throws std::runtime_error */

@@ -1,5 +1,6 @@
 #include "host/tags/tag.h"
 
+#include "host/tags/address_hint.h"
 #include "host/text/numbers.h"
 
 #include <algorithm>
@@ -55,6 +56,34 @@ std::string inDecimals(const std::string &text)
 {
     std::uint64_t number = 0;
     return readPrefixed(text, &number) ? std::to_string(number) : text;
+}
+
+std::vector<TagRange> readTags(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &text,
+                               const std::vector<int> &stations, int values)
+{
+    const RegisterType *type = catalog.prefixOf(text);
+    if (!type)
+        throw std::invalid_argument("\"" + text + "\" is not an address: it must begin with one of " + catalog.names()
+                                    + ", such as 4x100");
+    std::string rest = text.substr(type->name.size());
+    const std::string stationText = cutAfter(rest, "@");
+    const std::string format = cutAfter(rest, ":");
+    const std::string last = cutAfter(rest, "..");
+    TagRange tag;
+    tag.type = *type;
+    tag.values = values;
+    tag.format.width = type->width;
+    tag.format.format = formatFromName(format, *type);
+    if (last.empty())
+        setAddress(driver, tag, rest, Access::Read);
+    else
+        setRange(driver, tag, rest, last);
+    std::vector<TagRange> tags;
+    for (int station : stationText.empty() ? stations : parseNumberList(stationText, 0, HighestStation, "station")) {
+        tag.station = station;
+        tags.push_back(tag);
+    }
+    return tags;
 }
 
 } // namespace
@@ -116,29 +145,11 @@ void setAddress(DriverLibrary &driver, TagRange &tag, const std::string &typed, 
 std::vector<TagRange> parseTags(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &text,
                                 const std::vector<int> &stations, int values)
 {
-    const RegisterType *type = catalog.prefixOf(text);
-    if (!type)
-        throw std::invalid_argument("\"" + text + "\" is not an address: it must begin with one of " + catalog.names()
-                                    + ", such as 4x100");
-    std::string rest = text.substr(type->name.size());
-    const std::string stationText = cutAfter(rest, "@");
-    const std::string format = cutAfter(rest, ":");
-    const std::string last = cutAfter(rest, "..");
-    TagRange tag;
-    tag.type = *type;
-    tag.values = values;
-    tag.format.width = type->width;
-    tag.format.format = formatFromName(format, *type);
-    if (last.empty())
-        setAddress(driver, tag, rest, Access::Read);
-    else
-        setRange(driver, tag, rest, last);
-    std::vector<TagRange> tags;
-    for (int station : stationText.empty() ? stations : parseNumberList(stationText, 0, HighestStation, "station")) {
-        tag.station = station;
-        tags.push_back(tag);
+    try {
+        return readTags(driver, catalog, text, stations, values);
+    } catch (const std::invalid_argument &error) {
+        throw std::invalid_argument(error.what() + addressHint(catalog, text));
     }
-    return tags;
 }
 
 int parseNumber(const std::string &text, int lowest, int highest, const std::string &what)

@@ -16,11 +16,12 @@ namespace rtu {
 
 /**
  * Reads a tag table. The first line may name the columns, then in any order and
- * with only type and address required; without such a line the columns are those
- * above. Empty lines and lines that begin with "#" are skipped.
+ * with only type and address required, or address alone where it is written 4x100;
+ * without such a line the columns are those above. Fields are separated by commas,
+ * semicolons or tabs. Empty lines and lines that begin with "#" are skipped.
  *
  * @param source name of the file, for messages
- * @throws std::invalid_argument "file:line: what is wrong"
+ * @throws std::invalid_argument "file:line: what is wrong", a line for each fault
  */
 std::vector<TagRange> readTagTable(DriverLibrary &driver, const RegisterCatalog &catalog, std::istream &in,
                                    const std::string &source);

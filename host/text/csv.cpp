@@ -12,7 +12,24 @@ std::string trimmed(const std::string &text)
     return text.substr(begin, text.find_last_not_of(" \t\r") - begin + 1);
 }
 
-std::vector<std::string> splitCsv(const std::string &line)
+char separatorOf(const std::string &line)
+{
+    bool quoted = false;
+    std::size_t commas = 0;
+    std::size_t semicolons = 0;
+    std::size_t tabs = 0;
+    for (char c : line) {
+        quoted = quoted != (c == '"');
+        commas += !quoted && c == ',' ? 1 : 0;
+        semicolons += !quoted && c == ';' ? 1 : 0;
+        tabs += !quoted && c == '\t' ? 1 : 0;
+    }
+    if (tabs > commas && tabs > semicolons)
+        return '\t';
+    return semicolons > commas ? ';' : ',';
+}
+
+std::vector<std::string> splitCsv(const std::string &line, char separator)
 {
     std::vector<std::string> fields(1);
     bool quoted = false;
@@ -27,7 +44,7 @@ std::vector<std::string> splitCsv(const std::string &line)
             if (quoted)
                 field.clear();
             wasQuoted = true;
-        } else if (c == ',' && !quoted) {
+        } else if (c == separator && !quoted) {
             if (!wasQuoted)
                 field = trimmed(field);
             wasQuoted = false;

@@ -404,6 +404,29 @@ class Recipes(RtuHostTest):
             with open(arguments[1], "rb") as file:
                 self.assertNotEqual(b"mine\n", file.read())
 
+    def test_compared_row_by_row(self):
+        recipe = self.file("recipe.csv", "mix,1,4x,1,2,,,,10 20\nother,1,4x,3,1,,,,31\ngone,1,4x,60,1,,,,5\n")
+        result = self.simulate("--recipe-compare", recipe, status=1)
+        self.assertIn("1:4x1..2 mix: same\n", result.out)
+        self.assertIn("1:4x3 other: differs: 31 in the file, 30 in the slave\n", result.out)
+        self.assertIn("error: 1:4x60: refused with exception 2", result.err)
+        same = self.file("same.csv", "mix,1,4x,1,2,,,,10 20\n")
+        self.assertIn("same", self.simulate("--recipe-compare", same).out)
+        empty = self.file("empty.csv", "mix,1,4x,1,2\n")
+        self.assertIn("no values to compare with", self.simulate("--recipe-compare", empty, status=2).err)
+
+    def test_a_transfer_that_fails_says_which_rows_were_taken(self):
+        recipe = self.file("recipe.csv", "a,1,4x,1,2,,,,1 2\nb,1,4x,60,1,,,,5\nc,1,4x,5,1,,,,9\n")
+        result = self.simulate("--recipe-write", recipe, status=1)
+        self.assertIn("1:4x1..2: taken by the slave", result.err)
+        self.assertIn("error: 1:4x60: refused with exception 2", result.err)
+        self.assertIn("1:4x5: taken by the slave", result.err)
+
+    def test_a_recipe_without_its_file_is_told_at_once(self):
+        for arguments in (["--recipe-read", "/dev/ttyUSB0", "4x1"], ["--recipe-read", "4x1..3", "/dev/ttyUSB0"]):
+            self.assertIn("stands where the recipe's file is named", self.run_host(*arguments, status=2).err)
+        self.assertIn("is an address, and stands where the port is named", self.run_host("-1", "4x1", status=2).err)
+
     def test_a_failure_leaves_the_file_alone(self):
         recipe = self.file("recipe.csv", "address,type,count,values\n60,4x,1,5\n")
         result = self.simulate("--recipe-read", recipe, status=1)
@@ -437,6 +460,39 @@ class Editor(RtuHostTest):
         self.assertIn("out of range", self.run_host("--check", "4x65536", "-c", "2", status=1).out)
         checked = json.loads(self.run_host("--check", "3x5", "--json").out)
         self.assertEqual((0, 6, 4), (checked["result"], checked["write_result"], checked["zero_based"]))
+
+    def test_several_addresses_ranges_and_stations(self):
+        result = self.run_host("--check", "4x1", "4x10..12@2,3", "3x5", "4x_bit3.05", "4x100:float", "40100", status=1)
+        for line in ("4x1: valid, zero-based address 0; writing: valid",
+                     "2:4x10..12: valid, zero-based address 9; writing: valid",
+                     "3:4x10..12: valid, zero-based address 9; writing: valid",
+                     "3x5: valid, zero-based address 4; writing: 3x is read-only"):
+            self.assertIn(line, result.lines)
+        for hint in ("did you mean 4x_bit3.5? (one digit below 10)", "did you mean 4x_double100:float?",
+                     "did you mean 4x100?"):
+            self.assertIn(hint, result.out)
+        reasons = [json.loads(line)["reason"]
+                   for line in self.run_host("--json", "--check", "4x1", "4x5..1", "4X1", status=1).lines]
+        self.assertEqual("valid", reasons[0])
+        self.assertIn("ends before it begins", reasons[1])
+        self.assertIn("did you mean 4x1?", reasons[2])
+
+    def test_a_tag_file_with_all_its_faults(self):
+        good = self.file("good.csv", "name;type;address\na;4x;1\nb;4x;2\n")
+        self.assertEqual([good + ": 2 tags, all valid"], self.run_host("--check", "--tags", good).lines)
+        bad = self.file("bad.csv", "a,1,4x,0\nb,1,4x,1\nc,1,4X,1\n")
+        lines = self.run_host("--check", "--tags", bad, "4x1", status=1).lines
+        self.assertEqual(3, len(lines))
+        self.assertIn("bad.csv:1: 4x0: out of range", lines[0])
+        self.assertIn("bad.csv:3: unknown register type", lines[1])
+        self.assertIn("4x1: valid", lines[2])
+        self.assertIn("--check wants addresses", self.run_host("--check", status=2).err)
+
+    def test_copies_of_32_bit_values_that_overlap(self):
+        result = self.run_host("--multi-copy", "4x_double1", "--copies", "3")
+        self.assertIn("warning: copies overlap", result.out)
+        self.assertNotIn("overlap", self.run_host("--multi-copy", "4x_double1", "--copies", "3", "--step", "2").out)
+        self.assertNotIn("overlap", self.run_host("--multi-copy", "4x1", "--copies", "3").out)
 
     def test_multi_copy(self):
         result = self.run_host("--multi-copy", "4x_bit1.14", "--copies", "3", "--step", "1")
@@ -658,6 +714,8 @@ class Misuse(RtuHostTest):
                  (["-1", "p", "4x0"], "4x0: out of range"), (["-1", "p", "9x1"], "is neither an address nor a value"),
                  (["-1", "p", "3x5=1"], "3x is read-only"), (["-a", "x", "p"], "not a station"),
                  (["--tags", "/nowhere.csv", "p"], "cannot read the tag file"),
+                 (["-1", "p", "40100"], "did you mean 4x100? Write 4x1=40100 for the value"),
+                 (["-1", "--property", "1#0#0", "p", "4x1"], "five or six fields"),
                  (["--describe", "5x"], "unknown register type"), (["--property"], "--property"))
         for arguments, reason in cases:
             result = self.run_host(*arguments, status=2)

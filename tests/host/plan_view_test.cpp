@@ -125,6 +125,43 @@ TEST_F(PlanView, DrawsEachStationOnceAndNumbersTheRound)
     EXPECT_TRUE(contains(picture, "at 19200 baud 8E1"));
 }
 
+/** How many times the text has the part. */
+int countOf(const std::string &text, const std::string &part)
+{
+    int count = 0;
+    for (std::size_t at = text.find(part); at != std::string::npos; at = text.find(part, at + 1))
+        ++count;
+    return count;
+}
+
+TEST_F(PlanView, DrawsBitsIntoTheirRegisterAndNotUnderIt)
+{
+    const std::string picture = rtu::planPicture(plan({"4x_bit3.0", "4x_bit3.15", "4x1..4"}));
+    const std::size_t whole = picture.find("<title>4x1..4, 1:4x1..4, 4 values</title>");
+    ASSERT_NE(std::string::npos, whole);
+    for (const char *bit : {"<title>4x_bit3.0, 1:4x_bit3.0, 1 value<", "<title>4x_bit3.15, 1:4x_bit3.15, 1 value<"}) {
+        ASSERT_NE(std::string::npos, picture.find(bit)) << bit;
+        EXPECT_LT(whole, picture.find(bit)) << "what is drawn later is on top";
+    }
+    EXPECT_EQ(2, countOf(picture, "height=\"11.0\"")) << "half of the strip each";
+}
+
+TEST_F(PlanView, WritesNoLabelOverAnother)
+{
+    const std::string picture = rtu::planPicture(plan({"4x1..10", "4x1..10"}));
+    EXPECT_EQ(1, countOf(picture, "pointer-events=\"none\">4x1..10</text>"));
+}
+
+TEST_F(PlanView, CountsRequestsAndWhatIsReadForNothing)
+{
+    const rtu::PlanView one = plan({"4x1..10", "4x15"});
+    const std::string picture = rtu::planPicture(one);
+    EXPECT_TRUE(contains(picture, "Cyclic plan: 1 request a round"));
+    EXPECT_TRUE(contains(picture, ", 4 unused</text>"));
+    EXPECT_TRUE(contains(rtu::planText(one), "Read for nothing: 4 of 15 registers and bits")) << rtu::planText(one);
+    EXPECT_FALSE(contains(rtu::planText(plan({"4x1..10"})), "Read for nothing"));
+}
+
 TEST_F(PlanView, IsPrintedAndDrawn)
 {
     rtu::TagRange named = tag("4x1..3");

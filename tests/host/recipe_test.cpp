@@ -108,6 +108,13 @@ TEST_F(Recipe, IsRefusedWithFileAndLine)
     EXPECT_EQ("nothing thrown", refusalOf([&] { read("a,1,3x,1\n", toRead); }));
 }
 
+TEST_F(Recipe, HasAllItsFaultsTold)
+{
+    const std::string reason = refusalOf([&] { read("a,1,4x,1,1,,,,x\nb,1,4x,1,1,,,,5\nc,1,3x,1,1,,,,5\n"); });
+    EXPECT_TRUE(contains(reason, "recipe.csv:1: \"x\" is not a value")) << reason;
+    EXPECT_TRUE(contains(reason, "\nrecipe.csv:3: 3x1: 3x is read-only")) << reason;
+}
+
 TEST_F(Recipe, OfNamedRegistersIsJudgedLikewise)
 {
     rtu::Recipe recipe;

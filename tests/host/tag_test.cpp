@@ -161,18 +161,88 @@ TEST_F(Tags, OfATableAreRefusedWithFileAndLine)
         {"a,1,0x,1,1,,5\n", "a scale does not go with the format bit"},
         {"a,1,4x,1,1,,,m,5,surplus\n", "\"surplus\" stands behind the last column"},
         {"type,address\n4x,1,surplus\n", "tags.csv:2: \"surplus\" stands behind the last column"},
-        {"a;1;4x;1\n", "separated by commas, not by semicolons"},
+        {"type,address\n4X,1\n", "unknown register type \"4X\""},
+        {"type,address\n4X,1\n", "did you mean 4x1?"},
+        {"address\n40100\n", "did you mean 4x100?"},
+        {"type,offset\n4x,1\n", "offsets count from 0: add 1 and call the column address"},
         {"caf\xE9,1,4x,1\n", "tags.csv:1: the text is not UTF-8"},
         {"a\x01,1,4x,1\n", "control characters"},
         {"\"a,1,4x,1\n", "a quote is not closed"},
         {"type,adress\n4x,1\n", "tags.csv:1: unknown column \"adress\""},
         {"type,address,type\n4x,1,4x\n", "the column type is there twice"},
         {"address,colour\n1,red\n", "tags.csv:1: unknown column \"colour\""},
-        {"address,name\n1,a\n", "columns type and address are needed"},
+        {"type,name\n4x,a\n", "columns type and address are needed"},
+        {"address,name\n1,a\n", "tags.csv:2: the register type is missing"},
     };
     for (const Refused &refused : refusals)
         EXPECT_TRUE(contains(tableRefusal(refused.text), refused.reason))
             << refused.text << ": " << tableRefusal(refused.text);
+}
+
+TEST_F(Tags, OfATableHaveAllTheirFaultsTold)
+{
+    const std::string reason = tableRefusal("a,1,4x,0\nb,1,4x,1\nc,999,4x,1\n");
+    EXPECT_EQ("tags.csv:1: 4x0", reason.substr(0, 15)) << reason;
+    EXPECT_TRUE(contains(reason, "\ntags.csv:3: \"999\"")) << reason;
+    EXPECT_FALSE(contains(reason, "tags.csv:2")) << reason;
+    EXPECT_FALSE(contains(tableRefusal("type,adress\n4x,1\n"), "tags.csv:2")) << "the columns are not known";
+}
+
+TEST_F(Tags, OfATableMayBeSeparatedBySemicolonsOrTabs)
+{
+    for (const char *text : {"name;station;type;address;count;format;scale\nlevel;2;4x;7;1;;0,1\n",
+                             "name\tstation\ttype\taddress\tcount\tformat\tscale\nlevel\t2\t4x\t7\t1\t\t0.1\n",
+                             "level;2;4x;7;1;;0,1\n"}) {
+        const std::vector<TagRange> tags = table(text);
+        ASSERT_EQ(1u, tags.size()) << text;
+        EXPECT_EQ("level", tags[0].name);
+        EXPECT_EQ(2, tags[0].station);
+        EXPECT_EQ(6, tags[0].address);
+        EXPECT_DOUBLE_EQ(0.1, tags[0].format.scale);
+    }
+}
+
+TEST_F(Tags, OfATableMayHaveTheHeaderOfAnotherTool)
+{
+    const std::vector<TagRange> tags =
+        table("Tag Name,Slave ID,Register,Data_Type,Factor,Units,Comment\nlevel,2,4x7,int16,0.5,m,by hand\n");
+    ASSERT_EQ(1u, tags.size());
+    EXPECT_EQ("level", tags[0].name);
+    EXPECT_EQ(2, tags[0].station);
+    EXPECT_EQ("4x", tags[0].type.name);
+    EXPECT_EQ(6, tags[0].address);
+    EXPECT_EQ(rtu::Format::Signed, tags[0].format.format);
+    EXPECT_EQ("m", tags[0].unit);
+}
+
+struct Meant
+{
+    const char *text;
+    const char *hint;
+};
+
+TEST_F(Tags, AreRefusedWithWhatMayHaveBeenMeant)
+{
+    const Meant hints[] = {
+        {"4x_bit3.05", "; did you mean 4x_bit3.5? (one digit below 10)"},
+        {"4x_bit3.16", "; bits go to 15"},
+        {"4x_float10", "; did you mean 4x_double10:float?"},
+        {"4X100", "; did you mean 4x100?"},
+        {"40100", "; did you mean 4x100?"},
+        {"400100", "; did you mean 4x100?"},
+        {"30001", "; did you mean 3x1?"},
+        {"4x_Bit3.5", "; did you mean 4x_bit3.5?"},
+        {"4x100:float", "; did you mean 4x_double100:float?"},
+    };
+    for (const Meant &meant : hints) {
+        const std::string reason =
+            refusalOf([&] { rtu::parseTags(driver, catalog, meant.text, std::vector<int>(1, 1), 1); });
+        ASSERT_GE(reason.size(), std::string(meant.hint).size()) << meant.text;
+        EXPECT_EQ(meant.hint, reason.substr(reason.size() - std::string(meant.hint).size())) << reason;
+    }
+    const std::string zero = refusalOf([&] { rtu::parseTags(driver, catalog, "4x0", std::vector<int>(1, 1), 1); });
+    EXPECT_TRUE(contains(zero, "4x0: out of range")) << zero;
+    EXPECT_FALSE(contains(zero, "did you mean")) << zero;
 }
 
 TEST_F(Tags, OfATableMayComeFromASpreadsheet)
@@ -240,6 +310,14 @@ TEST_F(Property, IsWrittenAsTheDriverReadsIt)
     property.swapAll = true;
     property.swapStations.clear();
     EXPECT_EQ("3#1#0#5#32#1", property.text());
+}
+
+TEST_F(Property, IsJudgedBeforeTheDriverReadsIt)
+{
+    for (const char *text : {"1#0#0#3#120", "1#0#0#3#120#0", "4#0#9#2#50#0_1,5", "-1#0#0#3#120#1"})
+        EXPECT_TRUE(rtu::DriverProperty::wellFormed(text)) << text;
+    for (const char *text : {"", "1", "1#0#0#3", "1#0#0#x#120#0", "1#0#0#3##0", "1#0#0#3#120#0_1,", "1#0#0#3#120#0#7"})
+        EXPECT_FALSE(rtu::DriverProperty::wellFormed(text)) << text;
 }
 
 TEST_F(Property, AsGivenIsUsedAsGiven)
