@@ -282,8 +282,8 @@ void Parser::settleArguments()
     const bool recipe = m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite
                         || m_options.mode == Mode::RecipeCompare;
     if (recipe && (isDevice(m_options.recipeFile) || looksLikeAddress(m_options.recipeFile)))
-        throw Misuse("\"" + m_options.recipeFile + "\" stands where the recipe's file is named: "
-                     + "--recipe-read FILE PORT ADDRESS...");
+        throw Misuse("\"" + m_options.recipeFile
+                     + "\" stands where the recipe's file is named: " + "--recipe-read FILE PORT ADDRESS...");
     if (looksLikeAddress(m_options.port))
         throw Misuse("\"" + m_options.port + "\" is an address, and stands where the port is named");
 }

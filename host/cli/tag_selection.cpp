@@ -203,7 +203,8 @@ private:
         const bool plan = m_options.mode == Mode::Plan;
         throw std::invalid_argument(
             "\"" + argument + "\" is neither an address nor a value for one; addresses begin with one of "
-            + m_catalog.names() + ", such as 4x100" + (plan ? ", and the name of a picture ends in .svg" : "") + addressHint(m_catalog, argument));
+            + m_catalog.names() + ", such as 4x100" + (plan ? ", and the name of a picture ends in .svg" : "")
+            + addressHint(m_catalog, argument));
     }
 
     /** Addresses with values behind them are written, those without are read. */

@@ -236,12 +236,11 @@ int multiCopy(DriverLibrary &driver, const RegisterCatalog &catalog, const Optio
         allValid = allValid && copy.result == 0;
         const std::string text = address.typeName + copied;
         if (options.form == OutputForm::Json)
-            out << jsonText(
-                {{"copy", i},
-                 {"address", text},
-                 {"zero_based", addresses.at(i)},
-                 {"valid", copy.result == 0},
-                 {"overlaps", overlap}})
+            out << jsonText({{"copy", i},
+                             {"address", text},
+                             {"zero_based", addresses.at(i)},
+                             {"valid", copy.result == 0},
+                             {"overlaps", overlap}})
                 << '\n';
         else
             out << text << " (zero-based " << addresses.at(i) << ")"

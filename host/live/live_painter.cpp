@@ -141,7 +141,8 @@ void LivePainter::paintTitle(TimePoint now)
     for (const auto &station : m_statistics.stations)
         silent += m_feed.alive(station.first) ? 0 : 1;
     const std::string silence =
-        silent > 0 ? "  " + std::to_string(silent) + " of " + std::to_string(m_statistics.stations.size()) + " silent" : "";
+        silent > 0 ? "  " + std::to_string(silent) + " of " + std::to_string(m_statistics.stations.size()) + " silent"
+                   : "";
     const std::string state = open ? "  open" + silence : "  GONE, waiting for it";
     const std::string time = m_columns < NarrowColumns ? "" : timeOfDay(now).substr(0, 8);
     const int room = m_columns - textWidth(time) - 1;
@@ -358,9 +359,10 @@ void LivePainter::paintTrend(const LiveState &state, int height)
     std::vector<double> numbers;
     for (const Reading &reading : readings)
         numbers.push_back(valueNumber(reading.raw, tag.format));
-    const std::string time = readings.empty() ? "" : " in " + durationText(readings.back().time - readings.front().time);
-    const std::string title =
-        " trend of " + std::to_string(tag.station) + ":" + tag.label(row.value) + ", " + std::to_string(readings.size()) + time;
+    const std::string time =
+        readings.empty() ? "" : " in " + durationText(readings.back().time - readings.front().time);
+    const std::string title = " trend of " + std::to_string(tag.station) + ":" + tag.label(row.value) + ", "
+                              + std::to_string(readings.size()) + time;
     const std::string where = position(state);
     const bool fits = textWidth(title) + textWidth(where) < m_columns;
     add(leftAligned(title, m_columns - (fits ? textWidth(where) : 0)) + (fits ? where : std::string()), Look::Header);

@@ -18,9 +18,8 @@ struct ColumnShape
     bool left; ///< aligned to the left, behind two blanks
 };
 
-const ColumnShape shapes[ColumnCount] = {{"frames", 8, false}, {"resent", 7, false},
-                                         {"given up", 9, false}, {"t-outs", 7, false},
-                                         {"exc.", 5, false},   {"reply med/95 %", 16, true},
+const ColumnShape shapes[ColumnCount] = {{"frames", 8, false},      {"resent", 7, false}, {"given up", 9, false},
+                                         {"t-outs", 7, false},      {"exc.", 5, false},   {"reply med/95 %", 16, true},
                                          {"age med/95 %", 14, true}};
 
 /** The first ones are left out first. */

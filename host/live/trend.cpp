@@ -37,8 +37,8 @@ std::vector<std::string> trendLines(const std::vector<double> &numbers, int rows
     const double greatest = *std::max_element(latest.begin(), latest.end());
     std::vector<std::string> lines(static_cast<std::size_t>(rows), std::string(LabelWidth - 2, ' ') + "| ");
     const auto label = [&](int row, double number) {
-        lines[static_cast<std::size_t>(row)].replace(
-            0, LabelWidth - 2, rightAligned(general(number, LabelDigits), LabelWidth - 3) + " ");
+        lines[static_cast<std::size_t>(row)].replace(0, LabelWidth - 2,
+                                                     rightAligned(general(number, LabelDigits), LabelWidth - 3) + " ");
     };
     label(rowOf(least, least, greatest, rows), least);
     label(rowOf(greatest, least, greatest, rows), greatest);

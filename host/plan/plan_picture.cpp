@@ -68,9 +68,9 @@ struct Box
 
 std::string boxAt(const Box &box, const std::string &fill, const std::string &title)
 {
-    return "<rect x=\"" + number(box.x) + "\" y=\"" + number(box.y) + "\" width=\"" + number(box.width)
-           + "\" height=\"" + number(box.height) + "\" fill=\"" + fill + "\" stroke=\"#ffffff\"><title>"
-           + escaped(title) + "</title></rect>\n";
+    return "<rect x=\"" + number(box.x) + "\" y=\"" + number(box.y) + "\" width=\"" + number(box.width) + "\" height=\""
+           + number(box.height) + "\" fill=\"" + fill + "\" stroke=\"#ffffff\"><title>" + escaped(title)
+           + "</title></rect>\n";
 }
 
 /** What is drawn already on a strip, so that no label is written over another. */
@@ -123,11 +123,11 @@ private:
 
     void drawTitle()
     {
-        m_body += textAt(Margin, m_y += LineStep,
-                         "Cyclic plan: " + requestsText(m_plan) + " a round, "
-                             + durationText(m_plan.roundTime()) + " of line time"
-                             + (m_plan.costs().line.baud > 0 ? " at " + lineName(m_plan.costs().line) : ""),
-                         "font-size=\"15\" font-weight=\"bold\"");
+        m_body +=
+            textAt(Margin, m_y += LineStep,
+                   "Cyclic plan: " + requestsText(m_plan) + " a round, " + durationText(m_plan.roundTime())
+                       + " of line time" + (m_plan.costs().line.baud > 0 ? " at " + lineName(m_plan.costs().line) : ""),
+                   "font-size=\"15\" font-weight=\"bold\"");
     }
 
     void drawStation(int station)
@@ -167,8 +167,8 @@ private:
         for (const PlannedTag &planned : block.tags) {
             const TagRange &tag = m_plan.tags()[planned.tag];
             if (!tag.type.bitInRegister)
-                drawTag(block, planned.tag,
-                        {left + element * planned.first, m_y, element * planned.count, StripHeight}, whole);
+                drawTag(block, planned.tag, {left + element * planned.first, m_y, element * planned.count, StripHeight},
+                        whole);
         }
         for (const PlannedTag &planned : block.tags) {
             if (m_plan.tags()[planned.tag].type.bitInRegister)
@@ -181,7 +181,8 @@ private:
         const int bitsOfRegister = 16;
         const TagRange &tag = m_plan.tags()[planned.tag];
         const int first = std::max(tag.address, (block.start + planned.first) * bitsOfRegister);
-        const int end = std::min(tag.address + tag.values, (block.start + planned.first + planned.count) * bitsOfRegister);
+        const int end =
+            std::min(tag.address + tag.values, (block.start + planned.first + planned.count) * bitsOfRegister);
         const double bit = element / bitsOfRegister;
         const double x = left + bit * (first - block.start * bitsOfRegister);
         return {x, m_y + StripHeight / 2, std::max(NarrowestBit, bit * (end - first)), StripHeight / 2};
@@ -198,8 +199,7 @@ private:
         const int letters = static_cast<int>((box.width - 4) / LetterWidth);
         if (letters >= std::min(3, textWidth(name)) && labels.take(box.x, box.x + box.width))
             m_body += textAt(box.x + 3, box.y + box.height - (box.height < StripHeight ? 2 : 7),
-                             clippedText(name, letters),
-                             "font-size=\"10\" fill=\"#ffffff\" pointer-events=\"none\"");
+                             clippedText(name, letters), "font-size=\"10\" fill=\"#ffffff\" pointer-events=\"none\"");
     }
 
     void drawScale(const PlanBlock &block, double left, double element)

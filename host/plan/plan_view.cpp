@@ -265,8 +265,8 @@ std::string planText(const PlanView &plan)
                 + padded(durationText(plan.lineTime(block)), 11) + "  " + tagNames(plan, block) + "\n";
     }
     const Duration round = plan.roundTime();
-    text += "A round: " + requestsText(plan) + ", " + std::to_string(out) + "+"
-            + std::to_string(in) + " bytes, " + durationText(round) + " on "
+    text += "A round: " + requestsText(plan) + ", " + std::to_string(out) + "+" + std::to_string(in) + " bytes, "
+            + durationText(round) + " on "
             + (plan.costs().line.baud > 0 ? lineName(plan.costs().line) : "an unpaced line");
     if (round > Duration(0))
         text += ", at best " + roundsText(1 / toSeconds(round)) + " rounds a second";

@@ -45,8 +45,8 @@ std::string bitHint(const std::string &type, const std::string &rest)
 std::string endingFor(const std::string &word)
 {
     static const std::map<std::string, std::string> endings = {
-        {"float", "_double"}, {"real", "_double"},  {"float32", "_double"}, {"int32", "_double"}, {"uint32", "_double"},
-        {"dword", "_double"}, {"dint", "_double"},  {"long", "_double"},    {"bool", "_bit"},     {"bits", "_bit"},
+        {"float", "_double"}, {"real", "_double"}, {"float32", "_double"}, {"int32", "_double"}, {"uint32", "_double"},
+        {"dword", "_double"}, {"dint", "_double"}, {"long", "_double"},    {"bool", "_bit"},     {"bits", "_bit"},
     };
     const auto found = endings.find(word);
     return found == endings.end() ? std::string() : found->second;

@@ -75,7 +75,8 @@ bool DriverProperty::wellFormed(const std::string &text)
             fields.push_back(station);
     }
     int number = 0;
-    return std::all_of(fields.begin(), fields.end(), [&](const std::string &field) { return readNumber(field, &number); });
+    return std::all_of(fields.begin(), fields.end(),
+                       [&](const std::string &field) { return readNumber(field, &number); });
 }
 
 bool DriverProperty::swaps(int station) const

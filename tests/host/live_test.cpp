@@ -772,7 +772,7 @@ TEST(TextWidth, IsThatOfUnicodeInEveryLocale)
 TEST(TextWidth, TerminalsWithoutLettersGetALikenessAsWide)
 {
     EXPECT_EQ("oC, m3, uS", rtu::asciiText("\xC2\xB0"
-                                          "C, m\xC2\xB3, \xC2\xB5S"));
+                                           "C, m\xC2\xB3, \xC2\xB5S"));
     EXPECT_EQ("K?hlung", rtu::asciiText("K\xC3\xBChlung"));
     EXPECT_EQ("??.", rtu::asciiText("\xE6\xB0\xB4."));
 }

@@ -190,9 +190,9 @@ TEST_F(Tags, OfATableHaveAllTheirFaultsTold)
 
 TEST_F(Tags, OfATableMayBeSeparatedBySemicolonsOrTabs)
 {
-    for (const char *text : {"name;station;type;address;count;format;scale\nlevel;2;4x;7;1;;0,1\n",
-                             "name\tstation\ttype\taddress\tcount\tformat\tscale\nlevel\t2\t4x\t7\t1\t\t0.1\n",
-                             "level;2;4x;7;1;;0,1\n"}) {
+    for (const char *text :
+         {"name;station;type;address;count;format;scale\nlevel;2;4x;7;1;;0,1\n",
+          "name\tstation\ttype\taddress\tcount\tformat\tscale\nlevel\t2\t4x\t7\t1\t\t0.1\n", "level;2;4x;7;1;;0,1\n"}) {
         const std::vector<TagRange> tags = table(text);
         ASSERT_EQ(1u, tags.size()) << text;
         EXPECT_EQ("level", tags[0].name);
