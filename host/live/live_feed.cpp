@@ -66,15 +66,24 @@ void LiveFeed::noteEnd(const std::string &place, const WriteResult &result)
                       || result.end == WriteEnd::Unconfirmed || result.end == WriteEnd::Broadcast;
     if (told)
         return;
-    tell(place
-         + (result.end == WriteEnd::KeptLocal ? " is shown and not sent"
-                                              : " was not written: " + result.text.toStdString()));
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_news = place
+             + (result.end == WriteEnd::KeptLocal ? " is shown and not sent"
+                                                  : " was not written: " + result.text.toStdString());
 }
 
-void LiveFeed::tell(const std::string &news)
+void LiveFeed::remark(const std::string &remark)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_news = news;
+    m_remark = remark;
+}
+
+std::string LiveFeed::takeRemark()
+{
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    std::string remark;
+    remark.swap(m_remark);
+    return remark;
 }
 
 void LiveFeed::setPort(bool open)

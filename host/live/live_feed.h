@@ -41,8 +41,10 @@ public:
 
     /** The outcome of the last write, once; empty when there is no news. */
     std::string takeNews();
-    /** From any thread: what the user should know. */
-    void tell(const std::string &news);
+    /** From any thread: what the user should know, and what can wait for a free line. */
+    void remark(const std::string &remark);
+    /** The last one, once; empty when there is none. */
+    std::string takeRemark();
     /** From any thread: how a write ended of which no frame told. @param place "1:4x5" */
     void noteEnd(const std::string &place, const WriteResult &result);
 
@@ -62,6 +64,7 @@ private:
     std::deque<TraceLine> m_trace;
     std::map<int, bool> m_alive;
     std::string m_news;
+    std::string m_remark;
     bool m_portOpen = true;
 };
 

@@ -94,6 +94,9 @@ public:
     std::size_t inputCursor() const { return m_cursor; }
     const std::string &message() const { return m_message; }
     void setMessage(const std::string &message) { m_message = message; }
+    /** The line is free, or has an older remark. */
+    bool takesRemark() const { return m_message.empty() || m_message == m_remark; }
+    void setRemark(const std::string &remark) { m_message = m_remark = remark; }
     bool tallTrace() const { return m_tallTrace; }
     /** The course of the chosen value is drawn. */
     bool trend() const { return m_trend; }
@@ -141,6 +144,7 @@ private:
     bool m_untouched = false; ///< the old value still stands there whole
     std::size_t m_cursor = 0;
     std::string m_message;
+    std::string m_remark; ///< the last one that was shown
     std::size_t m_tracePage = 3;
     std::size_t m_traceBack = 0;
     std::string m_sought;

@@ -11,6 +11,7 @@ namespace {
 const int ShortName = 8;
 const int ShortestName = 4;
 const int ShortValue = 18; ///< 16 binary digits
+const int UsualValue = 11; ///< a 32-bit number with its sign; few scaled ones take more
 const int ShortestValue = 8;
 const int LongestUnit = 12;
 
@@ -76,15 +77,19 @@ TableLayout tableLayout(const std::vector<TagRange> &tags, int columns)
         widen(layout.raw, tag.type.isDouble() ? 10 : 0);
     }
     const int wholeName = layout.name;
+    const int wholeUnit = layout.unit;
     narrow(layout, layout.name, ShortName, columns);
     narrow(layout, layout.value, ShortValue, columns);
     leaveOut(layout, layout.raw, columns);
     narrow(layout, layout.name, ShortestName, columns);
     leaveOut(layout, layout.mark, columns);
+    narrow(layout, layout.value, UsualValue, columns);
     leaveOut(layout, layout.unit, columns);
     leaveOut(layout, layout.age, columns);
     narrow(layout, layout.value, ShortestValue, columns);
     // A column that was left out may have left more than was needed.
+    if (layout.width() + wholeUnit < columns)
+        layout.unit = wholeUnit;
     layout.name += std::max(0, std::min(wholeName - layout.name, columns - layout.width()));
     return layout;
 }

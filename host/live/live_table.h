@@ -30,7 +30,8 @@ struct TableLayout
 /**
  * As wide as the tags need. Where the screen has less, long names are cut first
  * and 32 binary digits, then the raw value goes, the mark becomes a sign, then unit
- * and age go; the value itself stays longest.
+ * and age go; the value itself stays longest. The unit comes back where the age
+ * has left room for it.
  */
 TableLayout tableLayout(const std::vector<TagRange> &tags, int columns);
 

@@ -30,7 +30,7 @@ void LiveView::prepare(const TagSelection &selection)
 {
     m_feed.reset(new LiveFeed(m_link, m_line, selection.reads));
     m_link.onRound([this] { finishRound(); });
-    m_feed->tell(m_told);
+    m_feed->remark(m_told);
     if (m_recorder)
         m_recorder->watch(m_feed->board());
     for (const TagWrite &write : selection.writes)
@@ -40,7 +40,7 @@ void LiveView::prepare(const TagSelection &selection)
 void LiveView::tell(const std::string &text)
 {
     if (m_feed)
-        m_feed->tell(text);
+        m_feed->remark(text);
     else
         m_told = text;
 }
@@ -86,15 +86,27 @@ void LiveView::show(LiveTerminal &terminal)
     LiveState state(liveRows(m_feed->tags()), *this);
     LivePainter painter(*m_feed, m_portName);
     while (!state.quit() && !m_ended) {
-        // News wait while the user types: the line is needed.
-        const std::string news = state.typing() ? std::string() : m_feed->takeNews();
-        if (!news.empty())
-            state.setMessage(news);
+        showNews(state);
         terminal.draw(painter.paint(state, terminal.rows(), terminal.columns(), m_line.now()));
         const int key = terminal.readKey(RedrawMilliseconds);
         if (key != 0)
             state.press(key);
     }
+}
+
+/** They wait while the user types, who needs the line; remarks wait for the next key where its answer stands. */
+void LiveView::showNews(LiveState &state)
+{
+    if (state.typing())
+        return;
+    const std::string news = m_feed->takeNews();
+    if (!news.empty())
+        state.setMessage(news);
+    if (!state.takesRemark())
+        return;
+    const std::string remark = m_feed->takeRemark();
+    if (!remark.empty())
+        state.setRemark(remark);
 }
 
 TagRange LiveView::tagOf(const LiveRow &row) const

@@ -67,6 +67,7 @@ private:
 
     void prepare(const TagSelection &selection);
     void show(LiveTerminal &terminal);
+    void showNews(LiveState &state);
     void finishRound();
     void send(const LiveRow &row, std::uint32_t raw);
     WriteOptions tellingTheEndOf(const TagWrite &write, const TagState &old);

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <cstring>
 #include <map>
+#include <numeric>
 #include <stdexcept>
 
 namespace rtu {
@@ -21,7 +22,11 @@ enum Column { Name, Station, Type, Address, Count, FormatColumn, Scale, Unit, Va
 const char *const columnNames[ColumnCount] = {"name",   "station", "type", "address", "count",
                                               "format", "scale",   "unit", "values"};
 
-using Columns = std::array<int, ColumnCount>; ///< position of each column in a line, -1 for none
+struct Columns
+{
+    std::array<int, ColumnCount> position; ///< of each column in a line, -1 for none
+    std::size_t count = 0;                 ///< in a line, those with remarks included
+};
 
 std::string lowered(std::string text)
 {
@@ -33,8 +38,8 @@ std::string lowered(std::string text)
 Columns usualColumns()
 {
     Columns columns;
-    for (int i = 0; i < ColumnCount; ++i)
-        columns[static_cast<std::size_t>(i)] = i;
+    std::iota(columns.position.begin(), columns.position.end(), 0);
+    columns.count = ColumnCount;
     return columns;
 }
 
@@ -114,10 +119,11 @@ bool namesColumns(const RegisterCatalog &catalog, const std::vector<std::string>
 Columns readColumns(const std::vector<std::string> &fields)
 {
     Columns columns;
-    columns.fill(-1);
+    columns.position.fill(-1);
     for (std::size_t position = 0; position < fields.size(); ++position) {
         if (fields[position].empty())
             continue;
+        columns.count = position + 1;
         const int found = findColumn(fields[position]);
         if (found == SkippedColumn)
             continue;
@@ -126,12 +132,12 @@ Columns readColumns(const std::vector<std::string> &fields)
                 "unknown column \"" + fields[position]
                 + "\"; there are name, station, type, address, count, format, scale, unit, values"
                 + explained(fields[position]));
-        int &column = columns[static_cast<std::size_t>(found)];
+        int &column = columns.position[static_cast<std::size_t>(found)];
         if (column >= 0)
             throw std::invalid_argument("the column " + lowered(fields[position]) + " is there twice");
         column = static_cast<int>(position);
     }
-    if (columns[Address] < 0)
+    if (columns.position[Address] < 0)
         throw std::invalid_argument("the columns type and address are needed");
     return columns;
 }
@@ -139,8 +145,7 @@ Columns readColumns(const std::vector<std::string> &fields)
 /** Empty fields behind the last column do no harm; spreadsheets leave them. */
 void refuseFurtherFields(const std::vector<std::string> &fields, const Columns &columns)
 {
-    const int last = *std::max_element(columns.begin(), columns.end());
-    for (std::size_t i = static_cast<std::size_t>(last) + 1; i < fields.size(); ++i) {
+    for (std::size_t i = columns.count; i < fields.size(); ++i) {
         if (!fields[i].empty())
             throw std::invalid_argument("\"" + fields[i] + "\" stands behind the last column");
     }
@@ -148,7 +153,7 @@ void refuseFurtherFields(const std::vector<std::string> &fields, const Columns &
 
 std::string fieldOf(const std::vector<std::string> &fields, const Columns &columns, Column column)
 {
-    const int position = columns[column];
+    const int position = columns.position[column];
     return position >= 0 && static_cast<std::size_t>(position) < fields.size()
                ? fields[static_cast<std::size_t>(position)]
                : std::string();

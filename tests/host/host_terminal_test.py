@@ -398,9 +398,9 @@ class Keys(LiveViewTest):
 class Sizes(LiveViewTest):
     def test_forty_by_ten_has_values_and_units_in_any_locale(self):
         for locale, unit in (("C.UTF-8", "\u00b0C"), ("C", "oC")):
-            command = "env LC_ALL=%s %s --sim %s --tags %s -l 50" % (locale, RTUHOST, self.sim, self.tags)
+            command = "env LC_ALL=%s %s --sim %s --tags %s -l 50" % (locale, PROGRAM, self.sim, self.tags)
             screen = Screen(self, command, columns=40, rows=10)
-            screen.line_with("1:4x1 ", " 10 ")
+            screen.line_with("1:4x1 ", " 10")
             text = screen.text()
             self.assertEqual(6, sum(":4x" in line or ":3x" in line or ":0x" in line for line in text.split("\n")))
             self.assertRegex(screen.line("1:3x1 "), r" 0\.7 " + unit)
@@ -409,7 +409,7 @@ class Sizes(LiveViewTest):
     def test_names_align_without_unicode(self):
         tags = self.file("names.csv", "K\u00fchlung,1,4x,1,1,,,\u00b0C\nDruck,1,4x,2,1,,,bar\n")
         for columns in (80, 200):
-            screen = Screen(self, "env LC_ALL=C %s --sim %s --tags %s -l 50" % (RTUHOST, self.sim, tags), columns, 24)
+            screen = Screen(self, "env LC_ALL=C %s --sim %s --tags %s -l 50" % (PROGRAM, self.sim, tags), columns, 24)
             first, second = screen.line_with("1:4x1 ", " 10 "), screen.line("1:4x2 ")
             self.assertEqual(first.index("0x000A"), second.index("0x0014"))
             self.assertIn("K?hlung", first)

@@ -280,6 +280,19 @@ TEST_F(LiveKeys, SayWhyAValueCannotBeWritten)
     EXPECT_EQ("3x is read-only", state.message());
 }
 
+TEST_F(LiveKeys, KeepTheirAnswerFromRemarks)
+{
+    EXPECT_TRUE(state.takesRemark());
+    state.setRemark("station 1: no answer");
+    EXPECT_TRUE(state.takesRemark()) << "a newer one";
+    actions.refused = "3x is read-only";
+    press("e");
+    EXPECT_EQ("3x is read-only", state.message());
+    EXPECT_FALSE(state.takesRemark());
+    press("k");
+    EXPECT_TRUE(state.takesRemark());
+}
+
 TEST_F(LiveKeys, WorkOnTheSimulatedSlaves)
 {
     press("fwrong-crc");

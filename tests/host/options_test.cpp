@@ -286,7 +286,7 @@ TEST(Options, MisuseIsExplained)
         {{"--property", "", "p"}, "--property is empty"},
         {{"--copies", "2", "p"}, "--copies goes with --multi-copy"},
         {{"--check", "4x1", "--step", "2"}, "--step goes with --multi-copy"},
-        {{"--check", "4x1", "4x2"}, "\"4x2\" is too much"},
+        {{"--describe", "4x", "4x2"}, "\"4x2\" is too much"},
         {{"--list-types", "4x"}, "\"4x\" is too much"},
         {{"--condition-read", "--count", "2", "p"}, "--count is for polling"},
         {{"--recipe-write", "f", "p", "4x1"}, "takes the registers from its file"},
