@@ -227,7 +227,7 @@ int multiCopy(DriverLibrary &driver, const RegisterCatalog &catalog, const Optio
     QVector<int> addresses;
     const int result = driver.multiCopy(&type, check.address, options.copies, options.step, &texts, &addresses);
     bool allValid = true;
-    const bool overlap = overlaps(*address.type, addresses);
+    const bool overlap = address.type->isDouble() && overlaps(*address.type, addresses);
     for (int i = 0; i < texts.size(); ++i) {
         const std::string copied = texts.at(i).toStdString();
         // Only the upper end is clamped by the driver; a step may also lead below the first address.

@@ -493,6 +493,8 @@ class Editor(RtuHostTest):
         self.assertIn("warning: copies overlap", result.out)
         self.assertNotIn("overlap", self.run_host("--multi-copy", "4x_double1", "--copies", "3", "--step", "2").out)
         self.assertNotIn("overlap", self.run_host("--multi-copy", "4x1", "--copies", "3").out)
+        clamped = self.run_host("--multi-copy", "4x65535", "--copies", "3", status=1)
+        self.assertNotIn("32-bit", clamped.out)
 
     def test_multi_copy(self):
         result = self.run_host("--multi-copy", "4x_bit1.14", "--copies", "3", "--step", "1")

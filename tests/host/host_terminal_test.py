@@ -48,8 +48,11 @@ station 2
 class Screen:
     """A program in a terminal of tmux, on a server of its own."""
 
+    opened = 0
+
     def __init__(self, test, command, columns=80, rows=24):
-        self.socket = "rtuhost-test-%d-%s" % (os.getpid(), test.id().split(".")[-1])
+        Screen.opened += 1 # a server that ends may still hold its socket when the next one begins
+        self.socket = "rtuhost-test-%d-%d" % (os.getpid(), Screen.opened)
         environment = dict(os.environ, LC_ALL="C.UTF-8", TERM="xterm-256color")
         self.environment = environment
         test.addCleanup(self.end)
