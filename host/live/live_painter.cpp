@@ -357,6 +357,7 @@ void LivePainter::paintTrend(const LiveState &state, int height)
     const TagRange &tag = m_feed.tags()[row.tag];
     const std::vector<Reading> readings = m_feed.readings(row.tag, row.value);
     std::vector<double> numbers;
+    numbers.reserve(readings.size());
     for (const Reading &reading : readings)
         numbers.push_back(valueNumber(reading.raw, tag.format));
     const std::string time =

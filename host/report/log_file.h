@@ -17,7 +17,7 @@ namespace rtu {
  * Written through stream(), which never fails: what the disk does not take when it is
  * flushed is dropped whole, told, and counted; the next rows are tried again.
  */
-class LogFile : private std::streambuf
+class LogFile final : private std::streambuf
 {
 public:
     enum class Start { Anew, Append };
