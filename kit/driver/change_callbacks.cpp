@@ -14,7 +14,13 @@ struct Slot
 };
 
 std::mutex slotsMutex;
-Slot callbackSlots[ChangeCallback::Most];
+
+/** Never destroyed: a link that went in a callback has its thread on the way out, also when the process ends. */
+Slot &slotAt(int slot)
+{
+    static Slot *const slots = new Slot[ChangeCallback::Most];
+    return slots[slot];
+}
 
 /** The driver ignores the result. */
 int report(int slot, int linkId, int station, QString *regType, int address)
@@ -23,7 +29,7 @@ int report(int slot, int linkId, int station, QString *regType, int address)
     {
         // The listener runs outside the mutex: it may call the driver, and the driver may report again.
         const std::lock_guard<std::mutex> lock(slotsMutex);
-        listener = callbackSlots[slot].listener;
+        listener = slotAt(slot).listener;
     }
     if (listener)
         listener(ValueChange{linkId, station, regType ? *regType : QString(), address});
@@ -63,9 +69,9 @@ int takeSlot()
 {
     const std::lock_guard<std::mutex> lock(slotsMutex);
     for (int slot = 0; slot < ChangeCallback::Most; ++slot) {
-        if (callbackSlots[slot].used)
+        if (slotAt(slot).used)
             continue;
-        callbackSlots[slot].used = true;
+        slotAt(slot).used = true;
         return slot;
     }
     throw std::runtime_error("no more than " + std::to_string(ChangeCallback::Most) + " drivers at a time");
@@ -79,8 +85,8 @@ ChangeCallback::~ChangeCallback()
 {
     ChangeListener last; // what it holds is destroyed outside the mutex
     const std::lock_guard<std::mutex> lock(slotsMutex);
-    last.swap(callbackSlots[m_slot].listener);
-    callbackSlots[m_slot].used = false;
+    last.swap(slotAt(m_slot).listener);
+    slotAt(m_slot).used = false;
 }
 
 ValueChangeCallBack ChangeCallback::function() const
@@ -92,7 +98,7 @@ ValueChangeCallBack ChangeCallback::function() const
 void ChangeCallback::setListener(ChangeListener listener)
 {
     const std::lock_guard<std::mutex> lock(slotsMutex);
-    callbackSlots[m_slot].listener.swap(listener);
+    slotAt(m_slot).listener.swap(listener);
 }
 
 } // namespace rtu

@@ -192,12 +192,12 @@ void LinkCore::start()
         return;
     if (onOwnThread())
         throw Error(QLatin1String("a link that was stopped in a callback is started again after the callback"));
+    const std::shared_ptr<LinkCore> self = shared_from_this(); // a callback may destroy the link before this returns
     const Locked alone(m_startStop);
     if (running())
         return;
     joinThread(); // stopped in a callback before, it has only its way out left
     m_line->clearInterrupt();
-    const std::shared_ptr<LinkCore> self = shared_from_this();
     const SignalsHeld noSignals;
     const Locked held(m_lock->mutex); // the thread looks at nothing before all is set
     m_poller.stopping() = false;

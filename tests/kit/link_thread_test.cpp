@@ -23,6 +23,13 @@ class QuickLine : public rtu::Line
 public:
     std::atomic<bool> answers{true};
     std::atomic<int> sent{0};
+    std::function<void()> ended; ///< called when the link has let its driver go, and lets the line go
+
+    ~QuickLine() override
+    {
+        if (ended)
+            ended();
+    }
 
     rtu::TimePoint now() override { return rtu::SteadyClock::now(); }
     void sleepUntil(rtu::TimePoint) override {}
@@ -152,15 +159,16 @@ TEST_F(LinkThread, ACallbackMayStopTheLink)
 
 TEST_F(LinkThread, ACallbackMayDestroyTheLink)
 {
-    std::promise<void> destroyed;
+    // The thread outlives the call, and shares the promise: the process must not end beside it.
+    const auto ended = std::make_shared<std::promise<void>>();
+    line->ended = [ended] { ended->set_value(); };
     int calls = 0;
     link->onTransaction([&](const rtu::Transaction &) {
         ++calls;
         link.reset();
-        destroyed.set_value();
     });
     link->start();
-    destroyed.get_future().wait();
+    ended->get_future().wait();
     EXPECT_EQ(1, calls);
     EXPECT_FALSE(link);
 }
