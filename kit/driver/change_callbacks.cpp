@@ -18,8 +18,8 @@ std::mutex slotsMutex;
 /** Never destroyed: a link that went in a callback has its thread on the way out, also when the process ends. */
 Slot &slotAt(int slot)
 {
-    static Slot *const slots = new Slot[ChangeCallback::Most];
-    return slots[slot];
+    static Slot *const all = new Slot[ChangeCallback::Most];
+    return all[slot];
 }
 
 /** The driver ignores the result. */
