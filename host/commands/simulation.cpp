@@ -84,7 +84,7 @@ std::string obeyCommand(plant::Plant &plant, const std::string &line, bool *unpl
 class CommandReader
 {
 public:
-    explicit CommandReader(int descriptor) : m_descriptor(descriptor) {}
+    CommandReader(int descriptor, std::ostream &err) : m_descriptor(descriptor), m_err(err) {}
 
     /** The next whole line, waiting a moment for it; false when there is none. */
     bool next(std::string *line, int milliseconds)
@@ -96,14 +96,31 @@ public:
             return false;
         char text[512];
         const ssize_t count = ::read(m_descriptor, text, sizeof(text));
-        if (count <= 0)
-            m_descriptor = -1; // poll() passes over negative descriptors, so it goes on waiting
-        else
-            m_text.append(text, static_cast<std::size_t>(count));
-        return takeLine(line);
+        if (count <= 0) {
+            stopReading();
+            return false;
+        }
+        m_text.append(text, static_cast<std::size_t>(count));
+        if (takeLine(line))
+            return true;
+        // Started by something that hands in a device such as /dev/zero, it would read for ever.
+        if (m_text.size() > LongestLine) {
+            m_err << "what comes in as commands has no lines: none is taken any more\n" << std::flush;
+            stopReading();
+        }
+        return false;
     }
 
 private:
+    enum { LongestLine = 4096 };
+
+    // poll() passes over negative descriptors, so it goes on waiting.
+    void stopReading()
+    {
+        m_descriptor = -1;
+        m_text.clear();
+    }
+
     bool takeLine(std::string *line)
     {
         const std::size_t end = m_text.find('\n');
@@ -115,6 +132,7 @@ private:
     }
 
     int m_descriptor;
+    std::ostream &m_err;
     std::string m_text;
 };
 
@@ -123,7 +141,7 @@ bool serveUntilSignal(plant::Plant &plant, std::ostream &err)
 {
     std::atomic<bool> signalled{false};
     const SignalWatcher watcher([&](int) { signalled = true; });
-    CommandReader commands(STDIN_FILENO);
+    CommandReader commands(STDIN_FILENO, err);
     bool unplugged = false;
     while (!signalled && (plant.running() || unplugged)) {
         std::string line;

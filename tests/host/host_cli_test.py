@@ -663,6 +663,14 @@ class Ports(RtuHostTest):
             self.read_until(slaves, reason)
         self.read_until(host, "3:4x1            1")
 
+    def test_served_slaves_do_not_read_what_has_no_lines_for_ever(self):
+        link = self.file("port")
+        with open("/dev/zero", "rb") as endless:
+            slaves = self.start("--serve", self.sim, "pty:" + link, stdin=endless)
+        self.read_until(slaves, "serving 3 stations")
+        self.read_until(slaves, "has no lines: none is taken any more")
+        self.assertIn("1:4x1            10", self.run_host("-1", "-q", link, "4x1").out)
+
     def test_ports_to_serve_on_are_named_in_errors(self):
         for port, reason in (("ptyx", "cannot serve on ptyx: "), (self.file("nothing"), "No such file or directory"),
                              ("pty:" + self.sim, "File exists")):
