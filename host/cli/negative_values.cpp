@@ -35,12 +35,15 @@ bool isOption(const std::string &text)
     return text == "-1" || text == "-0";
 }
 
-[[noreturn]] void refuse(const std::string &text, const std::string &address)
+/** @param address whose value it might be; empty when one of -r's it might be */
+[[noreturn]] void refuse(const std::string &text, const std::string &address, const std::string &before)
 {
     const std::string meaning = text == "-1" ? "to read once" : "to count from 0";
-    throw std::invalid_argument(text + " behind " + address + " could be an option or a value: put " + text
-                                + " in front " + meaning + ", write " + address + "=" + text + " or -- " + text
-                                + " to write it");
+    const std::string spelling =
+        address.empty() ? "or -- in front of the values" : "write " + address + "=" + text + " or -- " + text;
+    throw std::invalid_argument(text + " behind " + (address.empty() ? before : address)
+                                + " could be an option or a value: put " + text + " in front " + meaning + ", "
+                                + spelling + " to write it");
 }
 
 } // namespace
@@ -50,6 +53,7 @@ std::vector<std::string> markNegativeValues(const std::vector<std::string> &argu
 {
     std::vector<std::string> marked;
     std::string address; ///< that this argument may be a value of
+    std::string value;   ///< directly in front of this argument
     bool belongs = false;
     for (std::size_t i = 0; i < arguments.size(); ++i) {
         const std::string &text = arguments[i];
@@ -57,15 +61,17 @@ std::vector<std::string> markNegativeValues(const std::vector<std::string> &argu
             marked.insert(marked.end(), arguments.begin() + static_cast<std::ptrdiff_t>(i), arguments.end());
             break;
         }
-        if (!belongs && !address.empty() && isOption(text))
-            refuse(text, address);
-        const bool value = !belongs && isNegative(text) && !isOption(text);
-        marked.push_back(value ? Mark + text : text);
+        if (!belongs && isOption(text) && !(address.empty() && value.empty()))
+            refuse(text, address, value);
+        const bool number = !belongs && isNumber(text) && !isOption(text);
+        const bool negative = number && isNegative(text);
+        marked.push_back(negative ? Mark + text : text);
+        value = number ? text : std::string();
         if (!belongs && isAddress(text))
             address = text;
-        else if (belongs || !isNumber(text))
+        else if (!number)
             address.clear();
-        belongs = !belongs && !value && takesArgument(text);
+        belongs = !belongs && !negative && takesArgument(text);
     }
     return marked;
 }

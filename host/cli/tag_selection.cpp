@@ -221,8 +221,26 @@ private:
         m_targetIsRange = false;
     }
 
+    /** "4x5 1,2": behind an equals sign alone a comma parts values; in a float it may be a decimal one. */
+    void refuseLists(const TagRange &tag) const
+    {
+        const auto isList = [](const std::string &value) { return value.find(',') != std::string::npos; };
+        const auto list = std::find_if(m_values.begin(), m_values.end(), isList);
+        if (list == m_values.end() || tag.format.format == Format::Float)
+            return;
+        std::string apart = *list;
+        std::replace(apart.begin(), apart.end(), ',', ' ');
+        std::string withPoint = *list;
+        std::replace(withPoint.begin(), withPoint.end(), ',', '.');
+        const bool number = std::count(list->begin(), list->end(), ',') == 1;
+        throw std::invalid_argument("\"" + *list + "\" behind " + tag.rangeLabel() + ": several values are written "
+                                    + tag.rangeLabel() + "=" + *list + " or " + tag.rangeLabel() + " " + apart
+                                    + (number ? "; decimals stand behind a point, as in " + withPoint : ""));
+    }
+
     TagWrite writeOf(const TagRange &tag) const
     {
+        refuseLists(tag);
         TagWrite write;
         write.tag = tag;
         write.tag.values = static_cast<int>(m_values.size());

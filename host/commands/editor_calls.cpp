@@ -125,7 +125,9 @@ Verdict verdictOn(DriverLibrary &driver, const RegisterCatalog &catalog, const s
     result.address = text;
     result.reading = checkAddress(driver, type, address.text, count, address.format, Access::Read);
     result.writing = checkAddress(driver, type, address.text, count, address.format, Access::Write);
-    const std::string hint = result.reading.result == 0 ? std::string() : addressHint(catalog, text);
+    std::string hint = result.reading.result == 0 ? std::string() : addressHint(catalog, text);
+    if (!address.type && hint.empty())
+        hint = "; there are " + catalog.names();
     result.reason = verdict(address, result.reading) + hint;
     result.writeReason = verdict(address, result.writing);
     return result;

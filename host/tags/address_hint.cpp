@@ -41,6 +41,18 @@ std::string bitHint(const std::string &type, const std::string &rest)
     return std::string();
 }
 
+/** "3.05": a bit of a register, as it is written behind the type. */
+std::string bareBitHint(const std::string &text)
+{
+    const std::size_t point = text.find('.');
+    int number = 0;
+    if (!readNumber(text.substr(0, point), &number) || point + 1 == text.size())
+        return std::string();
+    const std::string type = "4x_bit";
+    const std::string hint = bitHint(type, text);
+    return hint.empty() ? meant(type + text) : hint;
+}
+
 /** The register type by which others' names for what a value is are known here. */
 std::string endingFor(const std::string &word)
 {
@@ -97,7 +109,10 @@ std::string addressHint(const RegisterCatalog &catalog, const std::string &text)
     const std::string small = lowered(text);
     const RegisterType *const type = catalog.prefixOf(small);
     if (!type) {
-        const std::string address = fromNumberedTables(text.substr(0, text.find_first_of(":@=")));
+        const std::string place = text.substr(0, text.find_first_of(":@="));
+        if (place.find('.') != std::string::npos)
+            return bareBitHint(place);
+        const std::string address = fromNumberedTables(place);
         return address.empty() ? std::string() : meant(address);
     }
     const std::string rest = small.substr(type->name.size());

@@ -238,6 +238,17 @@ bool headerLike(const std::string &line, char separator)
     return line.find_first_of("0123456789") == std::string::npos && line.find(separator) != std::string::npos;
 }
 
+/** Empty, a remark, or separators alone, as spreadsheets leave them. */
+bool saysNothing(const std::string &line)
+{
+    const bool separatorsAlone = line.find_first_not_of(" \t\r,;") == std::string::npos;
+    return separatorsAlone || trimmed(line)[0] == '#';
+}
+
+/** Told of a first line that has no tag, and may not have been meant to be one. */
+const char *const AboutColumns = "; if this line names the columns, they are name, station, type, address, count, "
+                                 "format, scale, unit, values";
+
 const std::string ByteOrderMark = "\xEF\xBB\xBF"; // some programs put it in front of UTF-8
 
 } // namespace
@@ -253,7 +264,7 @@ std::vector<TagRow> readTagRows(DriverLibrary &driver, const RegisterCatalog &ca
     for (int number = 1; std::getline(in, line); ++number) {
         if (number == 1 && line.compare(0, ByteOrderMark.size(), ByteOrderMark) == 0)
             line.erase(0, ByteOrderMark.size());
-        if (trimmed(line).empty() || trimmed(line)[0] == '#')
+        if (saysNothing(line))
             continue;
         const std::string place = source + ":" + std::to_string(number);
         const bool first = separator == 0;
@@ -269,8 +280,11 @@ std::vector<TagRow> readTagRows(DriverLibrary &driver, const RegisterCatalog &ca
                 rows.push_back(
                     TagRow{tagFrom(driver, catalog, fields, columns), fieldOf(fields, columns, Values), place});
         } catch (const std::invalid_argument &error) {
-            faults += (faults.empty() ? "" : "\n") + place + ": " + error.what();
-            if (first && rows.empty() && headerLike(line, separator))
+            const std::string reason = error.what();
+            const bool header = first && rows.empty() && headerLike(line, separator);
+            const bool told = reason.find("column") != std::string::npos;
+            faults += (faults.empty() ? "" : "\n") + place + ": " + reason + (header && !told ? AboutColumns : "");
+            if (header)
                 break; // what the columns are is not known
         }
     }

@@ -455,7 +455,7 @@ class Editor(RtuHostTest):
         self.assertIn("valid, zero-based address 37; writing: valid", self.run_host("--check", "4x_bit3.5").out)
         self.assertIn("writing: 3x is read-only", self.run_host("--check", "3x5").out)
         for address, reason in (("4x0", "out of range"), ("4x_bit1.16", "not an address in the notation"),
-                                ("9x1", "unknown register type"), ("4x+5", "not an address in the notation")):
+                                ("9x1", "unknown register type \"9x1\"; there are 0x, 1x,"), ("4x+5", "not an address in the notation")):
             self.assertIn(reason, self.run_host("--check", address, status=1).out)
         self.assertIn("out of range", self.run_host("--check", "4x65536", "-c", "2", status=1).out)
         checked = json.loads(self.run_host("--check", "3x5", "--json").out)

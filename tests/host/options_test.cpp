@@ -101,7 +101,7 @@ TEST(Options, FindThePortAmongTheArguments)
         {{"/dev/ttyUSB0", "4x5", "7"}, {"4x5", "7"}},
         {{"4x5", "7", "/dev/ttyUSB0"}, {"4x5", "7"}},
         {{"4x5", "/dev/ttyUSB0", "-12"}, {"4x5", "-12"}},
-        {{"-r", "5", "7", "-1", "8", "/dev/ttyUSB0"}, {"7", "8"}},
+        {{"-r", "5", "-1", "7", "8", "/dev/ttyUSB0"}, {"7", "8"}},
     };
     for (const NegativeCase &order : cases) {
         const Options options = parse(order.arguments);
@@ -205,6 +205,21 @@ TEST(Options, OneAndNaughtBehindAnAddressAreRefusedWithBothSpellings)
         EXPECT_NE(std::string::npos, reason.find(arguments[1] + std::string("=-"))) << reason;
         EXPECT_NE(std::string::npos, reason.find(" or -- -")) << reason;
     }
+}
+
+TEST(Options, OneAndNaughtBehindAValueOfAReferenceAreRefusedToo)
+{
+    const std::vector<std::vector<const char *>> cases = {{"-r", "5", "p", "7", "-1"},
+                                                          {"-r", "5", "p", "7", "-0"},
+                                                          {"-r", "5", "7", "-1", "8", "p"},
+                                                          {"p", "-t", "4:float", "-r", "1", "1.5", "-2.5", "-1"}};
+    for (const std::vector<const char *> &arguments : cases) {
+        const std::string reason = misuse(arguments);
+        EXPECT_NE(std::string::npos, reason.find("in front")) << reason;
+        EXPECT_NE(std::string::npos, reason.find("or -- in front of the values")) << reason;
+    }
+    EXPECT_EQ(1, parse({"-r", "5", "p", "-1"}).rounds);
+    EXPECT_EQ(1, parse({"-r", "5", "p", "7", "-l", "5", "-1"}).rounds);
 }
 
 struct ModeCase
@@ -465,6 +480,9 @@ TEST_F(Selection, IsRefusedWithTheReason)
         {{"--plan", "plan.png"}, "the name of a picture ends in .svg"},
         {{"port", "4x5", "0x10"}, "0x10 behind 4x5 could be the number 16 or a coil: write 4x5=0x10 for the number"},
         {{"port", "4x5", "7", "0x10"}, "0x10 behind 4x5 could be"},
+        {{"port", "4x5", "1,2"}, "several values are written 4x5=1,2 or 4x5 1 2"},
+        {{"port", "4x5..6", "1,2"}, "several values are written 4x5..6=1,2 or 4x5..6 1 2"},
+        {{"port", "4x_double5:float", "1,2"}, "decimals stand behind a point"},
         {{"port", "4x1..2=5"}, "4x1..2: 1 given for 2 values"},
         {{"port", "4x1..2", "5", "6", "7"}, "4x1..2: 3 given for 2 values"},
         {{"port", "4x_bit1.15..2.0=1"}, "4x_bit1.15..2.0: 1 given for 2 values"},

@@ -168,6 +168,7 @@ TEST_F(Tags, OfATableAreRefusedWithFileAndLine)
         {"caf\xE9,1,4x,1\n", "tags.csv:1: the text is not UTF-8"},
         {"a\x01,1,4x,1\n", "control characters"},
         {"\"a,1,4x,1\n", "a quote is not closed"},
+        {"foo,bar\nx,4x1\n", "if this line names the columns, they are name, station, type, address"},
         {"type,adress\n4x,1\n", "tags.csv:1: unknown column \"adress\""},
         {"type,address,type\n4x,1,4x\n", "the column type is there twice"},
         {"address,colour\n1,red\n", "tags.csv:1: unknown column \"colour\""},
@@ -186,6 +187,12 @@ TEST_F(Tags, OfATableHaveAllTheirFaultsTold)
     EXPECT_TRUE(contains(reason, "\ntags.csv:3: \"999\"")) << reason;
     EXPECT_FALSE(contains(reason, "tags.csv:2")) << reason;
     EXPECT_FALSE(contains(tableRefusal("type,adress\n4x,1\n"), "tags.csv:2")) << "the columns are not known";
+}
+
+TEST_F(Tags, OfATableSkipTheEmptyRowsOfASpreadsheet)
+{
+    EXPECT_EQ(2u, table("type;address\n4x;1\n;;\n  ; \n4x;2\n").size());
+    EXPECT_EQ(1u, table(",,,,\ntype,address\n4x,1\n,,,\n").size());
 }
 
 TEST_F(Tags, OfATableMayBeSeparatedBySemicolonsOrTabs)
@@ -226,6 +233,9 @@ TEST_F(Tags, AreRefusedWithWhatMayHaveBeenMeant)
     const Meant hints[] = {
         {"4x_bit3.05", "; did you mean 4x_bit3.5? (one digit below 10)"},
         {"4x_bit3.16", "; bits go to 15"},
+        {"3.05", "; did you mean 4x_bit3.5? (one digit below 10)"},
+        {"3.16", "; bits go to 15"},
+        {"3.5", "; did you mean 4x_bit3.5?"},
         {"4x_float10", "; did you mean 4x_double10:float?"},
         {"4X100", "; did you mean 4x100?"},
         {"40100", "; did you mean 4x100?"},
