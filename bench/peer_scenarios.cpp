@@ -63,7 +63,7 @@ private:
 class LibmodbusRegisters : public LibmodbusPoll
 {
 public:
-    LibmodbusRegisters() : LibmodbusPoll(125, registerReply(1, 3, registerRun(0x1234, 125))) {}
+    LibmodbusRegisters() : LibmodbusPoll(125, support::wordsReply(1, 3, registerRun(0x1234, 125))) {}
 
 private:
     int read() override { return modbus_read_registers(context(), 0, 125, values_); }
@@ -74,7 +74,7 @@ private:
 class LibmodbusCoils : public LibmodbusPoll
 {
 public:
-    LibmodbusCoils() : LibmodbusPoll(2000, coilReply(1, 1, 2000, 0x5A)) {}
+    LibmodbusCoils() : LibmodbusPoll(2000, support::bitsReply(1, 1, coilRun(2000, 0x5A))) {}
 
 private:
     int read() override { return modbus_read_bits(context(), 0, 2000, values_); }
@@ -86,7 +86,7 @@ private:
 class SocketPairAlone : public Scenario
 {
 public:
-    SocketPairAlone() : reply_(registerReply(1, 3, registerRun(0x1234, 125)))
+    SocketPairAlone() : reply_(support::wordsReply(1, 3, registerRun(0x1234, 125)))
     {
         ready_ = socketpair(AF_UNIX, SOCK_STREAM, 0, ends_) == 0;
     }

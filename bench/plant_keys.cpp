@@ -1,5 +1,8 @@
 #include "bench/plant_keys.h"
 
+#include "tests/support/host_memory.h"
+#include "tests/support/records.h"
+
 #include <random>
 #include <string>
 #include <vector>
@@ -37,13 +40,11 @@ Place nextPlace(std::mt19937 &random)
 
 void initialiseDriver(int maxReadWords)
 {
-    static std::vector<unsigned char> area(60117, 0);
-    static std::vector<unsigned char> words(2 * 65536, 0);
-    static QMutex mutex;
+    static support::HostMemory memory(65536);
     int status = 0;
     const std::string property = "1#0#0#3#" + std::to_string(maxReadWords);
     intf_setAddrValueChangeCallBack(countReport);
-    intf_initProperty(area.data(), 0, words.data(), &status, property.c_str(), &mutex);
+    intf_initProperty(memory.hostArea.data(), 0, memory.hostWords.data(), &status, property.c_str(), &memory.hostMutex);
 }
 
 void cacheAreas(int areas)
@@ -59,23 +60,13 @@ long reportsSoFar()
     return reports;
 }
 
-KEY_ADDRESS planKey(int station, const char *regType, int startAddr, int count)
-{
-    KEY_ADDRESS key = KEY_ADDRESS();
-    key.station = station;
-    key.regType = QLatin1String(regType);
-    key.startAddr = startAddr;
-    key.count = count;
-    return key;
-}
-
 QList<KEY_ADDRESS> scatteredKeys(int count)
 {
     std::mt19937 random(1);
     QList<KEY_ADDRESS> keys;
     for (int i = 0; i < count; ++i) {
         const Place place = nextPlace(random);
-        keys << planKey(place.station, place.type, place.address, 1 + static_cast<int>(random() % 2));
+        keys << support::key(place.station, place.type, place.address, 1 + static_cast<int>(random() % 2));
     }
     return keys;
 }
@@ -86,14 +77,7 @@ QVector<_RCP_VAR_PRO> scatteredRows(int count)
     QVector<_RCP_VAR_PRO> rows;
     for (int i = 0; i < count; ++i) {
         const Place place = nextPlace(random);
-        _RCP_VAR_PRO row = _RCP_VAR_PRO();
-        row.userData = 1;
-        row.station = place.station;
-        row.regType = QLatin1String(place.type);
-        row.startAddr = place.address;
-        row.count = 2;
-        row.hostOffset = 2 * i % 60000;
-        rows << row;
+        rows << support::row(1, place.station, place.type, place.address, 2, 2 * i % 60000);
     }
     return rows;
 }

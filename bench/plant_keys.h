@@ -16,8 +16,6 @@ void cacheAreas(int areas);
 /** Number of value reports since the start. */
 long reportsSoFar();
 
-KEY_ADDRESS planKey(int station, const char *regType, int startAddr, int count);
-
 /** Keys as a project has them: all types, 50 stations, in no order, some neighbours, some gaps. */
 QList<KEY_ADDRESS> scatteredKeys(int count);
 

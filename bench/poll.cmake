@@ -4,10 +4,8 @@
 find_package(benchmark REQUIRED)
 find_library(LIBMODBUS_LIBRARY modbus REQUIRED)
 
-add_library(bench_scenarios STATIC plant_keys.cpp polled_blocks.cpp poll_scenarios.cpp
-    peer_scenarios.cpp replies.cpp)
-target_include_directories(bench_scenarios PUBLIC ${CMAKE_SOURCE_DIR} ${CMAKE_SOURCE_DIR}/driver)
-target_link_libraries(bench_scenarios PUBLIC modbus_rtu_master ModbusQt::Core PRIVATE ${LIBMODBUS_LIBRARY})
+add_library(bench_scenarios STATIC plant_keys.cpp polled_blocks.cpp poll_scenarios.cpp peer_scenarios.cpp)
+target_link_libraries(bench_scenarios PUBLIC modbus_rtu_master test_support PRIVATE ${LIBMODBUS_LIBRARY})
 
 # The peer from Qt is measured where it is at hand.
 find_package(Qt${MODBUS_QT_MAJOR}SerialBus QUIET CONFIG)

@@ -1,14 +1,14 @@
 #include "bench/polled_blocks.h"
 
-#include "bench/plant_keys.h"
 #include "bench/replies.h"
+#include "tests/support/records.h"
 
 namespace {
 
 PolledBlock registers(int station, int startAddr, int count)
 {
-    return {planKey(station, "4x", startAddr, count),
-            {registerReply(station, 3, registerRun(0x1234 + startAddr, count))}};
+    return {support::key(station, "4x", startAddr, count),
+            {support::wordsReply(station, 3, registerRun(0x1234 + startAddr, count))}};
 }
 
 } // namespace
@@ -31,7 +31,7 @@ PolledBlock steadyRegistersAt(int station, int address)
 PolledBlock movingRegisters(int station)
 {
     PolledBlock block = registers(station, 0, 125);
-    block.replies.push_back(registerReply(station, 3, registerRun(0x4321, 125)));
+    block.replies.push_back(support::wordsReply(station, 3, registerRun(0x4321, 125)));
     return block;
 }
 
@@ -40,7 +40,7 @@ PolledBlock oneMovingRegister(int station)
     PolledBlock block = registers(station, 0, 125);
     std::vector<int> values = registerRun(0x1234, 125);
     values[62] = 0x4321;
-    block.replies.push_back(registerReply(station, 3, values));
+    block.replies.push_back(support::wordsReply(station, 3, values));
     return block;
 }
 
@@ -51,12 +51,12 @@ PolledBlock steadyCoils(int station)
 
 PolledBlock steadyCoilsAt(int station, int address)
 {
-    return {planKey(station, "0x", address, 2000), {coilReply(station, 1, 2000, 0x5A)}};
+    return {support::key(station, "0x", address, 2000), {support::bitsReply(station, 1, coilRun(2000, 0x5A))}};
 }
 
 PolledBlock movingCoils(int station)
 {
     PolledBlock block = steadyCoils(station);
-    block.replies.push_back(coilReply(station, 1, 2000, 0xA5));
+    block.replies.push_back(support::bitsReply(station, 1, coilRun(2000, 0xA5)));
     return block;
 }

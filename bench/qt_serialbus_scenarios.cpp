@@ -52,6 +52,6 @@ private:
 
 std::unique_ptr<Scenario> qtSerialBusRegisters()
 {
-    return std::unique_ptr<Scenario>(
-        new QtSerialBusPoll(125, QModbusDataUnit::HoldingRegisters, registerReply(1, 3, registerRun(0x1234, 125))));
+    return std::unique_ptr<Scenario>(new QtSerialBusPoll(125, QModbusDataUnit::HoldingRegisters,
+                                                         support::wordsReply(1, 3, registerRun(0x1234, 125))));
 }

@@ -139,8 +139,9 @@ void CallPlayer::playOne(const CallRecord &record)
         reply(record);
         return;
     case CallRequestBlock:
-        host.area[record.extra & 1u ? Host::BlockReadRequest : Host::BlockWriteRequest] =
-            static_cast<unsigned char>(record.extra >> 1 & 3u);
+        host.memory.raise(record.extra & 1u ? support::HostMemory::BlockReadRequest
+                                            : support::HostMemory::BlockWriteRequest,
+                          static_cast<int>(record.extra >> 1 & 3u));
         return;
     case CallEdit:
         edit(record);

@@ -1,15 +1,19 @@
 #include "fuzz_host.h"
 
+#include "support/bitwise_crc.h"
+#include "support/driver_reset.h"
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
-#include <new>
 
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 namespace fuzz {
+
+using support::crcBitwise;
 
 namespace {
 
@@ -62,35 +66,13 @@ int hostBytes(const QString &regType, int count)
     return isOneBytePerElement(regType) ? count : 2 * count;
 }
 
-std::vector<unsigned int> crcOfEachByte()
+/** One for all inputs, as getting it anew takes longer than most of them. */
+support::HostMemory &zeroed()
 {
-    std::vector<unsigned int> table;
-    for (unsigned int byte = 0; byte < 256; ++byte) {
-        unsigned int crc = byte;
-        for (int bit = 0; bit < 8; ++bit)
-            crc = (crc & 1u) != 0 ? (crc >> 1) ^ 0xA001u : crc >> 1;
-        table.push_back(crc);
-    }
-    return table;
-}
-
-/** A buffer on the heap, in its exact size; one for all inputs, as getting it anew takes longer than most of them. */
-std::vector<unsigned char> &zeroed(std::vector<unsigned char> &buffer)
-{
-    std::fill(buffer.begin(), buffer.end(), static_cast<unsigned char>(0));
-    return buffer;
-}
-
-std::vector<unsigned char> &hostArea()
-{
-    static std::vector<unsigned char> buffer(Host::AreaBytes);
-    return zeroed(buffer);
-}
-
-std::vector<unsigned char> &hostWords()
-{
-    static std::vector<unsigned char> buffer(2 * (Host::RecipeWords + Host::LargestBlock));
-    return zeroed(buffer);
+    static support::HostMemory memory(Host::RecipeWords + Host::LargestBlock);
+    std::fill(memory.hostArea.begin(), memory.hostArea.end(), static_cast<unsigned char>(0));
+    std::fill(memory.hostWords.begin(), memory.hostWords.end(), static_cast<unsigned short>(0));
+    return memory;
 }
 
 } // namespace
@@ -99,15 +81,6 @@ void fail(const char *reason)
 {
     std::fprintf(stderr, "FINDING: %s\n", reason);
     std::abort();
-}
-
-unsigned int crcOf(const unsigned char *bytes, int length)
-{
-    static const std::vector<unsigned int> ofByte = crcOfEachByte();
-    unsigned int crc = 0xFFFF;
-    for (int i = 0; i < length; ++i)
-        crc = crc >> 8 ^ ofByte[(crc ^ bytes[i]) & 0xFFu];
-    return crc;
 }
 
 QString typeText(unsigned int number)
@@ -137,7 +110,7 @@ std::vector<unsigned char> Noise::bytes(int count)
 
 Host *Host::current = nullptr;
 
-Host::Host() : lastFrame(FRAME_PRO()), area(hostArea()), words(hostWords())
+Host::Host() : lastFrame(FRAME_PRO()), memory(zeroed())
 {
     silence();
     current = this;
@@ -146,12 +119,9 @@ Host::Host() : lastFrame(FRAME_PRO()), area(hostArea()), words(hostWords())
 Host::~Host()
 {
     silence().check();
-    intf_setAddrValueChangeCallBack(nullptr);
-    intf_initProperty(nullptr, 0, nullptr, nullptr, "", nullptr);
-    // As unloading and loading the library would do. It is done here and not before the next input: what
-    // an input leaves behind would be taken for a leak, and the input run again to look for it.
-    driver.~Modbus_rtu_master();
-    new (&driver) Modbus_rtu_master();
+    // Here and not before the next input: what an input leaves behind would be taken for a leak, and
+    // the input run again to look for it.
+    support::resetDriver();
     current = nullptr;
 }
 
@@ -172,7 +142,8 @@ void Host::useCallBack(bool use)
 void Host::initProperty(const char *property)
 {
     int status = -1;
-    const int result = intf_initProperty(area.data(), 7, words.data(), &status, property, &mutex);
+    const int result =
+        intf_initProperty(memory.hostArea.data(), 7, memory.hostWords.data(), &status, property, &memory.hostMutex);
     require(result == 1 && status == 0, "intf_initProperty");
 }
 
@@ -221,7 +192,7 @@ int Host::deal(const QByteArray &reply)
     if (good && length == 2)
         good = bytes[0] == 0xFF && bytes[1] == 0xFF;
     else if (good && length > 2)
-        good = crcOf(bytes, length - 2) == static_cast<unsigned int>(bytes[length - 2] | bytes[length - 1] << 8);
+        good = crcBitwise(bytes, length - 2) == static_cast<unsigned int>(bytes[length - 2] | bytes[length - 1] << 8);
 
     QByteArray handedOver = reply;
     QString information = QLatin1String("left over");
@@ -250,7 +221,7 @@ QByteArray Host::wholeReply(const std::vector<unsigned char> &content) const
         bytes[2] = static_cast<unsigned char>(length - 5);
     for (int i = 3; i < length - 2 && !content.empty(); ++i)
         bytes[i] = content[static_cast<size_t>(i - 3) % content.size()];
-    const unsigned int crc = crcOf(bytes, length - 2);
+    const unsigned int crc = crcBitwise(bytes, length - 2);
     bytes[length - 2] = static_cast<unsigned char>(crc & 0xFF);
     bytes[length - 1] = static_cast<unsigned char>(crc >> 8);
     return reply;
@@ -266,7 +237,7 @@ void Host::checkFrames() const
         require(frame.frameLen >= (odd ? 0 : 8) && frame.frameLen <= ModbusRtuRecordBytes, "the length of a frame");
         const unsigned char *end = frame.frame + frame.frameLen;
         require(frame.frameLen < 2
-                    || crcOf(frame.frame, frame.frameLen - 2) == static_cast<unsigned int>(end[-2] | end[-1] << 8),
+                    || crcBitwise(frame.frame, frame.frameLen - 2) == static_cast<unsigned int>(end[-2] | end[-1] << 8),
                 "the CRC of a frame");
         require(frame.frameKind == 0 || frame.frameKind == 3, "where the data of a reply begins");
     }

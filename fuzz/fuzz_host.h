@@ -7,6 +7,7 @@
 #define FUZZ_HOST_H
 
 #include "driver/modbus_rtu_master.h"
+#include "support/host_memory.h"
 
 #include <cstdint>
 #include <functional>
@@ -22,9 +23,6 @@ inline void require(bool holds, const char *reason)
     if (!holds)
         fail(reason);
 }
-
-/** CRC-16 of Modbus. */
-unsigned int crcOf(const unsigned char *bytes, int length);
 
 /** The eight register types, then two texts that are none. */
 enum { TypeTexts = 10 };
@@ -60,9 +58,6 @@ public:
     ~Host();
 
     enum {
-        AreaBytes = 60117,
-        BlockWriteRequest = 60115,
-        BlockReadRequest = 60116,
         RecipeWords = 4096, ///< what rows may refer to
         LargestBlock = 512  ///< words that one block takes at most from its offset on
     };
@@ -94,8 +89,7 @@ public:
     void checkCache() const;
 
     FRAME_PRO lastFrame;
-    std::vector<unsigned char> &area;
-    std::vector<unsigned char> &words; ///< two bytes a word
+    support::HostMemory &memory;
 
 private:
     Host(const Host &);
@@ -105,8 +99,6 @@ private:
     static Host *current;
 
     void checkFrames() const;
-
-    QMutex mutex;
 };
 
 } // namespace fuzz

@@ -90,7 +90,7 @@ void live(Host &host)
     intf_setRcpAddress(&rows);
     for (int i = 0; i < 40; ++i) {
         if (i == 25)
-            host.area[Host::BlockWriteRequest] = 1;
+            host.memory.raise(support::HostMemory::BlockWriteRequest);
         if (host.nextFrame())
             host.deal(i % 3 == 0 ? QByteArray() : host.wholeReply(fuzz::Noise(static_cast<std::uint32_t>(i)).bytes(9)));
         host.check();

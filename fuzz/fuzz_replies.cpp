@@ -78,8 +78,8 @@ void registerRecipe(Host &host, FuzzedDataProvider &input)
         rows << row;
     }
     intf_setRcpAddress(&rows);
-    host.area[Host::BlockReadRequest] = input.ConsumeBool();
-    host.area[Host::BlockWriteRequest] = input.ConsumeBool();
+    host.memory.raise(support::HostMemory::BlockReadRequest, input.ConsumeBool());
+    host.memory.raise(support::HostMemory::BlockWriteRequest, input.ConsumeBool());
 }
 
 bool isPlainRead(const FRAME_PRO &frame, const char *type)
@@ -163,7 +163,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
             written = written || type.startsWith(QLatin1Char('1')) || type.startsWith(QLatin1Char('3'));
         }
         if (!host.nextFrame())
-            host.area[Host::BlockReadRequest] = 0; // blocks that cannot be asked for would be waited for in vain
+            host.memory.raise(support::HostMemory::BlockReadRequest,
+                              0); // blocks that cannot be asked for would be waited for in vain
         const std::vector<unsigned char> content =
             input.ConsumeBytes<unsigned char>(input.ConsumeIntegralInRange(0u, 40u));
         deal(host, replyFrom(host, input, content), !written);

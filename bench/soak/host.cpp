@@ -1,5 +1,7 @@
 #include "host.h"
 
+#include "tests/support/buffer_word.h"
+
 #include <algorithm>
 #include <cstring>
 
@@ -7,8 +9,6 @@ namespace soak {
 
 namespace {
 
-const int blockWriteRequest = 60115;
-const int blockReadRequest = 60116;
 const int recipeStations = 3;
 const int swappedStation = 2; // low word first
 const int readTag = -1;
@@ -68,7 +68,8 @@ void Books::disagree(const std::string &what)
 Host *Host::current = nullptr;
 
 Host::Host(Plant &slaves, Line &serialLine, const Precautions &hostPrecautions, std::uint32_t seed)
-    : plant(slaves)
+    : HostMemory(recipeStations * RecipeRegisters)
+    , plant(slaves)
     , line(serialLine)
     , precautions(hostPrecautions)
     , random(seed)
@@ -76,8 +77,6 @@ Host::Host(Plant &slaves, Line &serialLine, const Precautions &hostPrecautions, 
     , readWaits(false)
     , recipeRequest(0)
     , recipeGivenUp(false)
-    , hostArea(60117, 0)
-    , hostWords(2 * recipeStations * RecipeRegisters, 0)
 {
     current = this;
     intf_setAddrValueChangeCallBack(&Host::callBack);
@@ -276,18 +275,17 @@ long Host::valueOf(const Item &item) const
 
 long Host::slaveValueOf(const Item &item)
 {
-    Slave &slave = plant.slave(item.station);
-    const auto at = [](const std::vector<int> &table, int address) { return table[static_cast<std::size_t>(address)]; };
+    const support::SlaveTables &slave = plant.slave(item.station);
     if (std::strcmp(item.type, "0x") == 0)
-        return at(slave.coils, item.address);
+        return slave.coils.at(item.address);
     if (std::strcmp(item.type, "1x") == 0)
-        return at(slave.inputs, item.address);
-    const std::vector<int> &registers = item.type[0] == '3' ? slave.inputRegisters : slave.holding;
+        return slave.discreteInputs.at(item.address);
+    const std::map<int, int> &registers = item.type[0] == '3' ? slave.inputRegisters : slave.holdingRegisters;
     if (isBitInRegister(item.type))
-        return at(registers, item.address / 16) >> item.address % 16 & 1;
+        return registers.at(item.address / 16) >> item.address % 16 & 1;
     if (isDouble(item.type))
-        return static_cast<long>(at(registers, item.address)) << 16 | at(registers, item.address + 1);
-    return at(registers, item.address);
+        return static_cast<long>(registers.at(item.address)) << 16 | registers.at(item.address + 1);
+    return registers.at(item.address);
 }
 
 // --- what the host does ---------------------------------------------------------------
@@ -296,7 +294,7 @@ void Host::step()
 {
     plant.move();
     if (books.transactions % 2000 == 0)
-        line.switchOff(FirstStation + static_cast<int>(random() % Stations));
+        line.switchOff(FirstStation + random.below(Stations));
     if (books.transactions % 2000 == 120)
         line.switchOff(0);
     act();
@@ -307,7 +305,7 @@ void Host::step()
 
 void Host::act()
 {
-    const unsigned int number = random() % 1000;
+    const int number = random.below(1000);
     if (number < 120)
         write();
     if (number == 999) { // a screen full of values at once
@@ -323,7 +321,7 @@ void Host::act()
 
 void Host::write()
 {
-    const size_t index = random() % places.size();
+    const size_t index = random.next() % places.size();
     Place &place = places[index];
     ++books.writesIssued;
     std::vector<unsigned char> data = dataOf(place, ++place.issued);
@@ -349,12 +347,12 @@ void Host::askForRead()
 {
     static const char *const types[] = {"0x", "1x", "3x", "4x", "4x_bit"};
     KEY_ADDRESS key = KEY_ADDRESS();
-    key.station = FirstStation + static_cast<int>(random() % Stations);
-    const char *const type = types[random() % 5];
+    key.station = FirstStation + random.below(Stations);
+    const char *const type = types[random.below(5)];
     key.regType = QString::fromLatin1(type);
     // Runs of register bits begin with a register, else the driver reads one short.
-    key.startAddr = isBitInRegister(type) ? 0 : static_cast<int>(random() % 10);
-    key.count = 1 + static_cast<int>(random() % 10);
+    key.startAddr = isBitInRegister(type) ? 0 : random.below(10);
+    key.count = 1 + random.below(10);
     key.field7 = isBitInRegister(type) || type[0] < '3' ? -1 : 1; // coils and inputs are 0x and 1x
     ++books.readsAsked;
     readWaits = true;
@@ -363,18 +361,21 @@ void Host::askForRead()
 
 void Host::startRecipe()
 {
-    const bool toSlaves = random() % 2 == 0;
-    for (unsigned char &byte : hostWords)
-        byte = static_cast<unsigned char>(toSlaves ? random() & 0xFFu : 0xEEu);
+    const bool toSlaves = random.below(2) == 0;
+    for (unsigned short &word : hostWords) {
+        const int low = toSlaves ? random.byte() : 0xEE;
+        const int high = toSlaves ? random.byte() : 0xEE;
+        word = support::bufferWord(high << 8 | low);
+    }
     ++books.recipesAsked;
     recipeGivenUp = false;
-    recipeRequest = toSlaves ? blockWriteRequest : blockReadRequest;
-    hostArea[static_cast<size_t>(recipeRequest)] = 1;
+    recipeRequest = toSlaves ? BlockWriteRequest : BlockReadRequest;
+    raise(recipeRequest);
 }
 
 void Host::endRecipe()
 {
-    if (recipeRequest == 0 || hostArea[static_cast<size_t>(recipeRequest)] != 0)
+    if (recipeRequest == 0 || raised(recipeRequest) != 0)
         return;
     recipeRequest = 0;
     ++books.recipesEnded;
@@ -391,8 +392,8 @@ bool Host::recipeWordsMatch()
             const bool highFirst = offset >= 40 && station != swappedStation;
             const int place = highFirst ? offset ^ 1 : offset;
             const size_t word = static_cast<size_t>((station - 1) * RecipeRegisters + place);
-            const int value = hostWords[2 * word] | hostWords[2 * word + 1] << 8;
-            if (plant.slave(station).holding[static_cast<size_t>(FirstRecipe + offset)] != value)
+            const int value = support::bufferWord(hostWords[word]);
+            if (plant.slave(station).holdingRegisters.at(FirstRecipe + offset) != value)
                 return false;
         }
     }
@@ -407,7 +408,7 @@ void Host::poll()
     if (intf_getSendFrame(&frame) == 0)
         return;
     ++books.transactions;
-    const QByteArray request(reinterpret_cast<const char *>(frame.frame), frame.frameLen);
+    const QByteArray request = support::requestBytes(frame);
     const QByteArray reply = line.exchange(request);
     QByteArray handedOver = reply;
     QString information;

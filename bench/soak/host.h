@@ -15,7 +15,8 @@
 
 #include "line.h"
 
-#include "modbus_rtu_interface.h"
+#include "driver/modbus_rtu_interface.h"
+#include "tests/support/host_memory.h"
 
 #include <string>
 #include <unordered_map>
@@ -48,7 +49,7 @@ struct Books
     void disagree(const std::string &what);
 };
 
-class Host
+class Host : private support::HostMemory
 {
 public:
     Host(Plant &plant, Line &line, const Precautions &precautions, std::uint32_t seed);
@@ -134,9 +135,6 @@ private:
     bool readWaits;    ///< a one-off read has been asked for and has not ended
     int recipeRequest; ///< request byte of the transfer that runs, 0 for none
     bool recipeGivenUp;
-    QMutex hostMutex;
-    std::vector<unsigned char> hostArea;
-    std::vector<unsigned char> hostWords;
 };
 
 } // namespace soak

@@ -41,7 +41,7 @@ Fault Line::chooseFault()
 {
     if (!faulty)
         return NoFault;
-    const unsigned int number = random() % 100;
+    const int number = random.below(100);
     const Fault fault = number < FaultKinds - 1 ? static_cast<Fault>(number + 1) : NoFault;
     ++struck[fault];
     return fault;
@@ -63,7 +63,7 @@ void Line::send(const QByteArray &request)
     if (byteAt(request, 0) == offStation)
         return;
     const Fault fault = chooseFault();
-    if (fault == Lost && random() % 2 == 0)
+    if (fault == Lost && random.below(2) == 0)
         return; // the request itself is lost
     if (fault == WrongStation) {
         const QByteArray reply = plant.answerOfOther(request);
@@ -76,10 +76,10 @@ void Line::send(const QByteArray &request)
     if (fault == Corrupted)
         reply = corrupted(reply);
     if (fault == Truncated)
-        reply = reply.left(static_cast<int>(1 + random() % static_cast<unsigned int>(reply.size() - 1)));
+        reply = reply.left(1 + random.below(static_cast<int>(reply.size()) - 1));
     long long when = time + turnaround + characterTime * static_cast<long long>(reply.size());
     if (fault == Late)
-        when = time + replyTimeout + 1 + static_cast<long long>(random() % (longestLateness - 1));
+        when = time + replyTimeout + 1 + static_cast<long long>(random.next() % (longestLateness - 1));
     arrive(when, reply);
 }
 
@@ -94,11 +94,11 @@ void Line::arrive(long long when, const QByteArray &bytes)
 /** One to three bits: what a CRC of 16 bits always finds in replies of this length. */
 QByteArray Line::corrupted(QByteArray bytes)
 {
-    const unsigned int bits = 8 * static_cast<unsigned int>(bytes.size());
-    const unsigned int first = random() % bits;
-    for (unsigned int i = 0; i <= random() % 3; ++i) {
-        const unsigned int bit = (first + i * 5) % bits;
-        const int at = static_cast<int>(bit / 8);
+    const int bits = 8 * static_cast<int>(bytes.size());
+    const int first = random.below(bits);
+    for (int i = 0; i <= random.below(3); ++i) {
+        const int bit = (first + i * 5) % bits;
+        const int at = bit / 8;
         bytes[at] = static_cast<char>(bytes.at(at) ^ 1 << bit % 8);
     }
     return bytes;

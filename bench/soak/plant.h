@@ -6,25 +6,16 @@
 #ifndef SOAK_PLANT_H
 #define SOAK_PLANT_H
 
-#include <QtCore/QByteArray>
+#include "tests/support/random.h"
+#include "tests/support/rtu_frames.h"
+#include "tests/support/scripted_slave.h"
 
-#include <cstdint>
-#include <random>
 #include <vector>
 
 namespace soak {
 
-/** The same numbers on every machine. */
-class Random
-{
-public:
-    explicit Random(std::uint32_t seed) : engine(seed) {}
-
-    unsigned int operator()() { return static_cast<unsigned int>(engine()); }
-
-private:
-    std::mt19937 engine;
-};
+using support::byteAt;
+using support::Random;
 
 enum { FirstStation = 1, Stations = 20 };
 
@@ -42,27 +33,17 @@ enum Layout {
     HoldingRegisters = FirstRecipe + RecipeRegisters
 };
 
-struct Slave
-{
-    std::vector<int> coils;
-    std::vector<int> inputs;
-    std::vector<int> inputRegisters;
-    std::vector<int> holding;
-
-    Slave();
-};
-
 class Plant
 {
 public:
     explicit Plant(std::uint32_t seed);
 
-    Slave &slave(int station) { return slaves[static_cast<std::size_t>(station - FirstStation)]; }
+    support::SlaveTables &slave(int station) { return slaves[static_cast<std::size_t>(station - FirstStation)]; }
 
     /** Changes a few of the values that move. */
     void move();
 
-    /** Carries a request out; its answer, an exception where it does not fit. */
+    /** Carries a request out; its answer, empty where none of the slaves is meant. */
     QByteArray answer(const QByteArray &request);
 
     /**
@@ -72,21 +53,9 @@ public:
     QByteArray answerOfOther(const QByteArray &request);
 
 private:
-    std::vector<Slave> slaves;
+    std::vector<support::SlaveTables> slaves;
     Random random;
 };
-
-bool hasRightCrc(const QByteArray &bytes);
-
-inline int byteAt(const QByteArray &bytes, int position)
-{
-    return static_cast<unsigned char>(bytes.at(position));
-}
-
-inline int wordAt(const QByteArray &bytes, int position)
-{
-    return byteAt(bytes, position) << 8 | byteAt(bytes, position + 1);
-}
 
 } // namespace soak
 

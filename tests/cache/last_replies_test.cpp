@@ -1,7 +1,7 @@
 // Replies that say what the last one said: nothing is done about them, and
 // everything that may have touched their areas since must be noticed.
 
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "support/unit_text.h"
 
 #include <gtest/gtest.h>

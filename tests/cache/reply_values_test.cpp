@@ -3,7 +3,7 @@
 // stands beside them.
 
 #include "support/random.h"
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 
 #include <gtest/gtest.h>
 

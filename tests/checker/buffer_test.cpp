@@ -45,7 +45,7 @@ TEST(Buffers, HostArea)
     CheckedHost host;
     const ShortBuffer area(60116);
     int status = 0;
-    intf_initProperty(area.bytes, 0, host.words.data(), &status, CheckedHost::usualProperty(), nullptr);
+    intf_initProperty(area.bytes, 0, host.hostWords.data(), &status, CheckedHost::usualProperty(), nullptr);
     EXPECT_EQ(found(), "intf_initProperty, hostArea: of 60117 bytes only the first 60116 are there");
 }
 
@@ -54,7 +54,7 @@ TEST(Buffers, HostWords)
     CheckedHost host;
     const ShortBuffer words(9);
     int status = 0;
-    intf_initProperty(host.area.data(), 0, words.bytes, &status, CheckedHost::usualProperty(), &host.mutex);
+    intf_initProperty(host.hostArea.data(), 0, words.bytes, &status, CheckedHost::usualProperty(), &host.hostMutex);
 #if !defined(__SANITIZE_ADDRESS__)
     checked::limitBuffer(words.bytes + 6, 3);
 #endif

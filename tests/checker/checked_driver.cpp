@@ -1,7 +1,7 @@
 #include "checker/checked_driver.h"
 
 #include "checker/instance.h"
-#include "support/driver_fixture.h"
+#include "support/driver_reset.h"
 
 #include <mutex>
 #include <new>

@@ -1,10 +1,12 @@
 #include "checker/checked_host.h"
 
+#include "support/scripted_slave.h"
+
 namespace checked {
 
 std::function<void()> CheckedHost::inCallBack;
 
-CheckedHost::CheckedHost(Untouched) : area(AreaBytes, 0), words(Words, 0)
+CheckedHost::CheckedHost(Untouched) : HostMemory(512)
 {
     renew();
     inCallBack = nullptr;
@@ -33,7 +35,7 @@ int CheckedHost::callBack(int, int, QString *, int)
 int CheckedHost::init(const char *property)
 {
     int status = -1;
-    return intf_initProperty(area.data(), 0, words.data(), &status, property, &mutex);
+    return intf_initProperty(hostArea.data(), 0, hostWords.data(), &status, property, &hostMutex);
 }
 
 int CheckedHost::plan(Keys keys)
@@ -66,8 +68,8 @@ int CheckedHost::read(int station, const char *regType, int address, int count)
 
 void CheckedHost::request(int byte, int value)
 {
-    const QMutexLocker locked(&mutex);
-    area[static_cast<std::size_t>(byte)] = static_cast<unsigned char>(value);
+    const QMutexLocker locked(&hostMutex);
+    raise(byte, value);
 }
 
 FRAME_PRO CheckedHost::ask()
@@ -90,14 +92,7 @@ int CheckedHost::exchange()
 
 QByteArray CheckedHost::answerTo(const FRAME_PRO &frame)
 {
-    const int function = frame.frame[1];
-    if (frame.replyLen == 0)
-        return QByteArray();
-    if (function > 4)
-        return writeEcho(frame);
-    const std::size_t count = static_cast<std::size_t>(frame.frame[4] << 8 | frame.frame[5]);
-    return function > 2 ? wordsReply(frame.frame[0], function, std::vector<int>(count, 0))
-                        : bitsReply(frame.frame[0], function, std::vector<int>(count, 0));
+    return frame.replyLen == 0 ? QByteArray() : support::SlaveTables().carryOut(requestBytes(frame));
 }
 
 } // namespace checked

@@ -8,16 +8,15 @@
 #define CHECKED_HOST_H
 
 #include "checker/checked_driver.h"
-#include "support/driver_fixture.h"
-
-#include <QtCore/QMutex>
+#include "support/host_memory.h"
+#include "support/records.h"
+#include "support/rtu_frames.h"
 
 #include <functional>
 #include <vector>
 
 namespace checked {
 
-using support::bitsReply;
 using support::key;
 using support::Keys;
 using support::requestBytes;
@@ -27,10 +26,9 @@ using support::writeEcho;
 
 typedef QVector<_RCP_VAR_PRO> Rows;
 
-class CheckedHost
+class CheckedHost : public support::HostMemory
 {
 public:
-    enum { AreaBytes = 60117, LoadByte = 60115, SaveByte = 60116, Words = 512 };
     /** What the constructor sets: link 1, 3 attempts, blocks of 32 registers. */
     static const char *usualProperty() { return "1#0#0#3#32"; }
 
@@ -62,9 +60,6 @@ public:
     int exchange();
     static QByteArray answerTo(const FRAME_PRO &frame);
 
-    std::vector<unsigned char> area;
-    std::vector<unsigned short> words;
-    QMutex mutex;
     /** Runs inside the value-change callback. */
     static std::function<void()> inCallBack;
 

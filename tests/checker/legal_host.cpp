@@ -57,8 +57,8 @@ void LegalHost::step()
 
 bool LegalHost::transferUnderWay()
 {
-    const QMutexLocker locked(&host.mutex);
-    return host.area[CheckedHost::LoadByte] != 0 || host.area[CheckedHost::SaveByte] != 0;
+    const QMutexLocker locked(&host.hostMutex);
+    return host.raised(CheckedHost::BlockWriteRequest) != 0 || host.raised(CheckedHost::BlockReadRequest) != 0;
 }
 
 // --- start-up ---------------------------------------------------------------------------
@@ -213,7 +213,7 @@ void LegalHost::requestTransfer()
 {
     if (!rowsKnown || transferUnderWay())
         return;
-    host.request(rowsLoadable && random.chance(50) ? CheckedHost::LoadByte : CheckedHost::SaveByte);
+    host.request(rowsLoadable && random.chance(50) ? CheckedHost::BlockWriteRequest : CheckedHost::BlockReadRequest);
     ++reach.transfers;
 }
 

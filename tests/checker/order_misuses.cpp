@@ -17,7 +17,7 @@ void duringReport(CheckedHost &host, const std::function<void()> &action)
 void startAnew(CheckedHost &host)
 {
     renew();
-    host.area.assign(CheckedHost::AreaBytes, 0);
+    host.hostArea.assign(CheckedHost::AreaBytes, 0);
 }
 
 std::vector<Misuse> beginnings()

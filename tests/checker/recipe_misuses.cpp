@@ -31,7 +31,8 @@ std::vector<Misuse> rowMisuses()
         {"transfer-without-buffers", "RegistersWithoutABuffer",
          [](CheckedHost &host) {
              int status = 0;
-             intf_initProperty(host.area.data(), 0, nullptr, &status, CheckedHost::usualProperty(), &host.mutex);
+             intf_initProperty(host.hostArea.data(), 0, nullptr, &status, CheckedHost::usualProperty(),
+                               &host.hostMutex);
              host.registerRows(Rows() << row(1, 1, "4x", 0, 1, 0));
          }},
     };
@@ -43,69 +44,69 @@ std::vector<Misuse> requestMisuses()
         {"request-byte-value", "RequestsWithTwo",
          [](CheckedHost &host) {
              registerTwoBlocks(host);
-             host.request(CheckedHost::SaveByte, 2);
+             host.request(CheckedHost::BlockReadRequest, 2);
              host.exchange();
          }},
         {"both-requests", "RequestsBothAtOnce",
          [](CheckedHost &host) {
              registerTwoBlocks(host);
-             host.request(CheckedHost::SaveByte);
-             host.request(CheckedHost::LoadByte);
+             host.request(CheckedHost::BlockReadRequest);
+             host.request(CheckedHost::BlockWriteRequest);
              host.exchange();
          }},
         {"request-cleared", "ClearsTheByteBetweenTwoBlocks",
          [](CheckedHost &host) {
              registerTwoBlocks(host);
-             host.request(CheckedHost::SaveByte);
+             host.request(CheckedHost::BlockReadRequest);
              host.exchange();
-             host.request(CheckedHost::SaveByte, 0);
+             host.request(CheckedHost::BlockReadRequest, 0);
              host.exchange();
          }},
         {"request-cleared", "ClearsTheByteWhileABlockIsOut",
          [](CheckedHost &host) {
              registerTwoBlocks(host);
-             host.request(CheckedHost::LoadByte);
+             host.request(CheckedHost::BlockWriteRequest);
              const FRAME_PRO frame = host.ask();
-             host.request(CheckedHost::LoadByte, 0);
+             host.request(CheckedHost::BlockWriteRequest, 0);
              host.deal(CheckedHost::answerTo(frame));
          }},
         {"transfer-overtaken", "LoadsInTheMiddleOfASave",
          [](CheckedHost &host) {
              registerTwoBlocks(host);
-             host.request(CheckedHost::SaveByte);
+             host.request(CheckedHost::BlockReadRequest);
              host.exchange();
-             host.request(CheckedHost::LoadByte);
+             host.request(CheckedHost::BlockWriteRequest);
              host.exchange();
          }},
         {"start-up-in-transfer", "RegistersInTheMiddleOfASave",
          [](CheckedHost &host) {
              registerTwoBlocks(host);
-             host.request(CheckedHost::SaveByte);
+             host.request(CheckedHost::BlockReadRequest);
              host.exchange();
              registerTwoBlocks(host);
          }},
         {"transfer-stands-still", "LoadsInputs",
          [](CheckedHost &host) {
              host.registerRows(Rows() << row(1, 1, "3x", 0, 1, 0));
-             host.request(CheckedHost::LoadByte);
+             host.request(CheckedHost::BlockWriteRequest);
              host.ask();
          }},
         {"transfer-stands-still", "SavesStationZero",
          [](CheckedHost &host) {
              registerTwoBlocks(host, 0);
-             host.request(CheckedHost::SaveByte);
+             host.request(CheckedHost::BlockReadRequest);
              host.ask();
          }},
         {"request-without-rows", "RequestsWithoutRows",
          [](CheckedHost &host) {
-             host.request(CheckedHost::SaveByte);
+             host.request(CheckedHost::BlockReadRequest);
              host.ask();
          }},
         {"request-without-rows", "RequestsWithRowsOfYesterday",
          [](CheckedHost &host) {
              registerTwoBlocks(host);
              host.registerRows(Rows());
-             host.request(CheckedHost::SaveByte);
+             host.request(CheckedHost::BlockReadRequest);
              host.exchange();
          }},
     };

@@ -35,10 +35,11 @@ protected:
 };
 
 /** A host whose construction leaves the watchdog of the test in place. */
-void setUp(std::vector<unsigned char> &area, std::vector<unsigned short> &words, QMutex &mutex)
+void setUp(support::HostMemory &memory)
 {
     int status = 0;
-    intf_initProperty(area.data(), 0, words.data(), &status, CheckedHost::usualProperty(), &mutex);
+    intf_initProperty(memory.hostArea.data(), 0, memory.hostWords.data(), &status, CheckedHost::usualProperty(),
+                      &memory.hostMutex);
     support::Keys keys;
     keys << support::key(1, "4x", 0, 4);
     intf_addrMerge(&keys);
@@ -46,17 +47,15 @@ void setUp(std::vector<unsigned char> &area, std::vector<unsigned short> &words,
 
 TEST_F(Stalls, AHeldHostMutexIsTold)
 {
-    std::vector<unsigned char> area(CheckedHost::AreaBytes, 0);
-    std::vector<unsigned short> words(1);
-    QMutex mutex;
-    setUp(area, words, mutex);
-    mutex.lock();
+    support::HostMemory memory(1);
+    setUp(memory);
+    memory.hostMutex.lock();
     std::thread poller([] {
         FRAME_PRO frame = FRAME_PRO();
         intf_getSendFrame(&frame);
     });
     EXPECT_EQ(told.get_future().get(), "host-mutex-held");
-    mutex.unlock();
+    memory.hostMutex.unlock();
     poller.join();
     checked::renew();
 }
@@ -65,14 +64,12 @@ std::promise<void> *released = nullptr;
 
 TEST_F(Stalls, ACallBackThatDoesNotReturnIsTold)
 {
-    std::vector<unsigned char> area(CheckedHost::AreaBytes, 0);
-    std::vector<unsigned short> words(1);
-    QMutex mutex;
+    support::HostMemory memory(1);
     intf_setAddrValueChangeCallBack([](int, int, QString *, int) {
         released->get_future().wait();
         return 0;
     });
-    setUp(area, words, mutex);
+    setUp(memory);
     std::promise<void> release;
     released = &release;
     std::thread writer([] {

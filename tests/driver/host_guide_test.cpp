@@ -3,6 +3,7 @@
 // docs/line-behaviour.md, tried through the entry points.
 
 #include "support/driver_fixture.h"
+#include "support/driver_reset.h"
 
 namespace {
 

@@ -3,7 +3,7 @@
 // the certainty that no reply whatever does harm.
 
 #include "support/random.h"
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "support/unit_text.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
 // Writing of bits in holding registers: the registers are read, the bits changed
 // in the bytes of the reply, and the registers written back.
 
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "support/unit_text.h"
 
 #include <gtest/gtest.h>

@@ -9,31 +9,22 @@
 
 #include <gtest/gtest.h>
 
-#include <QtCore/QMutex>
-
-#include <vector>
-
 namespace support {
 
 /** A driver object with a host around it. */
-class OwnDriver : public ::testing::Test
+class OwnDriver : public ::testing::Test, protected HostMemory
 {
 protected:
-    enum { AreaBytes = 60117 };
-
-    OwnDriver() : area(AreaBytes, 0), words(8, 0)
+    OwnDriver() : HostMemory(8)
     {
         master.valueChangeCallBack = &support::ChangeRecorder::callBack;
-        master.initProperty(area.data(), 0, words.data(), "1#0#0#3#100", &mutex);
-        for (size_t i = 0; i < words.size(); ++i)
-            words[i] = static_cast<unsigned short>(0x1110 * (i + 1) + i + 1); // 1111, 2222, ...
+        master.initProperty(hostArea.data(), 0, hostWords.data(), "1#0#0#3#100", &hostMutex);
+        for (size_t i = 0; i < hostWords.size(); ++i)
+            hostWords[i] = static_cast<unsigned short>(0x1110 * (i + 1) + i + 1); // 1111, 2222, ...
     }
 
     Modbus_rtu_master master;
     support::ChangeRecorder recorder;
-    std::vector<unsigned char> area;
-    std::vector<unsigned short> words;
-    QMutex mutex;
 };
 
 } // namespace support

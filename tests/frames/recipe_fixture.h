@@ -6,7 +6,7 @@
 #define RECIPE_FIXTURE_H
 
 #include "support/buffer_word.h"
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "support/unit_text.h"
 
 #include <string>

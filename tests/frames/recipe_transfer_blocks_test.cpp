@@ -59,7 +59,7 @@ TEST_F(RecipeBlocks, AnyNonzeroFlagTakesTheData)
 
 TEST_F(RecipeBlocks, WordsAreCopiedLowByteFirst)
 {
-    words[0] = support::bufferWord(0x1234);
+    hostWords[0] = support::bufferWord(0x1234);
     EXPECT_EQ(payloadOf(converted(row(1, 2, "4x", 0, 1, 0)), 2), payload("34 12"));
 }
 
@@ -72,8 +72,8 @@ TEST_F(RecipeBlocks, SwapOnExchangesTheWordsOfEachDouble)
 TEST_F(RecipeBlocks, SwapKeepsTheBytesOfAWord)
 {
     master.doubleSwapMode = 1;
-    words[0] = support::bufferWord(0x1234);
-    words[1] = support::bufferWord(0x5678);
+    hostWords[0] = support::bufferWord(0x1234);
+    hostWords[1] = support::bufferWord(0x5678);
     EXPECT_EQ(payloadOf(converted(row(1, 2, "4x_double", 0, 2, 0)), 4), payload("78 56 34 12"));
 }
 
@@ -132,7 +132,7 @@ TEST_F(RecipeBlocks, PayloadBoundsTheBlock)
 {
     std::vector<unsigned short> many(700, 0x0101);
     for (int mode : {0, 1}) {
-        master.initProperty(area.data(), 0, many.data(), "1#0#0#3#100", &mutex);
+        master.initProperty(hostArea.data(), 0, many.data(), "1#0#0#3#100", &hostMutex);
         master.doubleSwapMode = mode;
         const VARIABLE unit = converted(row(1, 2, "4x_double", 0, 700, 0));
         EXPECT_EQ(unit.count, 700);
@@ -143,12 +143,12 @@ TEST_F(RecipeBlocks, PayloadBoundsTheBlock)
 TEST_F(RecipeBlocks, PayloadIsFilledToItsLastByte)
 {
     std::vector<unsigned short> many(512, 0x0101);
-    master.initProperty(area.data(), 0, many.data(), "1#0#0#3#100", &mutex);
+    master.initProperty(hostArea.data(), 0, many.data(), "1#0#0#3#100", &hostMutex);
     EXPECT_EQ(payloadOf(converted(row(1, 2, "4x", 0, 512, 0)), 1024), std::vector<unsigned char>(1024, 1));
 }
 
 TEST_F(RecipeBlocks, WithoutAWordBufferThePayloadIsZero)
 {
-    master.initProperty(area.data(), 0, nullptr, "1#0#0#3#100", &mutex);
+    master.initProperty(hostArea.data(), 0, nullptr, "1#0#0#3#100", &hostMutex);
     payloadOf(converted(row(1, 2, "4x", 0, 4, 0)), 0);
 }

@@ -1,7 +1,7 @@
 // Replies: which are accepted, what they put into the cache, what is reported,
 // and how a request is given up.
 
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "support/unit_text.h"
 
 #include <gtest/gtest.h>

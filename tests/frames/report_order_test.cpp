@@ -6,7 +6,7 @@
 // read is told of last, when its text is set, its areas are marked and its
 // frames are gone.
 
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "support/unit_text.h"
 
 namespace {

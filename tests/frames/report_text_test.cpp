@@ -1,7 +1,7 @@
 // A host may do with the text of a report what it likes: each report has a text
 // of its own, and nothing of the driver is changed with it.
 
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "support/unit_text.h"
 
 namespace {

@@ -1,7 +1,7 @@
 // What is sent next: the order of writes, one-off reads, the cyclic plan and the
 // host's block transfers, and what happens to a transaction when it is over.
 
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "support/unit_text.h"
 
 #include <gtest/gtest.h>

@@ -14,15 +14,13 @@ using support::variable;
 
 namespace {
 
-enum { WriteRequestByte = 60115, ReadRequestByte = 60116 };
-
 class TransactionEnd : public support::OwnDriver
 {
 protected:
     void raiseBoth()
     {
-        area[WriteRequestByte] = 1;
-        area[ReadRequestByte] = 1;
+        raise(BlockWriteRequest);
+        raise(BlockReadRequest);
     }
 
     void finish(int sendState, int lastFailed)
@@ -133,8 +131,8 @@ TEST_F(TransactionEnd, EndOfABlockStepsToTheNext)
         raiseBoth();
         finish(state, 0);
         EXPECT_EQ(master.rcpIndex, 1);
-        EXPECT_EQ(area[WriteRequestByte], 1);
-        EXPECT_EQ(area[ReadRequestByte], 1);
+        EXPECT_EQ(raised(BlockWriteRequest), 1);
+        EXPECT_EQ(raised(BlockReadRequest), 1);
     }
 }
 
@@ -146,8 +144,8 @@ TEST_F(TransactionEnd, EndOfTheLastBlockClearsTheRequest)
         raiseBoth();
         finish(state, 0);
         EXPECT_EQ(master.rcpIndex, 0);
-        EXPECT_EQ(area[WriteRequestByte], state == TransferWriteSent ? 0 : 1);
-        EXPECT_EQ(area[ReadRequestByte], state == TransferReadSent ? 0 : 1);
+        EXPECT_EQ(raised(BlockWriteRequest), state == TransferWriteSent ? 0 : 1);
+        EXPECT_EQ(raised(BlockReadRequest), state == TransferReadSent ? 0 : 1);
     }
 }
 
@@ -159,8 +157,8 @@ TEST_F(TransactionEnd, FailedBlockAbandonsTheTransfer)
         raiseBoth();
         finish(state, 1);
         EXPECT_EQ(master.rcpIndex, 0);
-        EXPECT_EQ(area[WriteRequestByte], state == TransferWriteSent ? 0 : 1);
-        EXPECT_EQ(area[ReadRequestByte], state == TransferReadSent ? 0 : 1);
+        EXPECT_EQ(raised(BlockWriteRequest), state == TransferWriteSent ? 0 : 1);
+        EXPECT_EQ(raised(BlockReadRequest), state == TransferReadSent ? 0 : 1);
     }
 }
 
@@ -170,7 +168,7 @@ TEST_F(TransactionEnd, EndOfABlockWithoutHostObjectsOrBlocksIsSurvived)
     master.initProperty(nullptr, 0, nullptr, "1#0#0#3#100", nullptr);
     finish(TransferWriteSent, 0);
     EXPECT_EQ(master.rcpIndex, 0);
-    master.initProperty(nullptr, 0, nullptr, "1#0#0#3#100", &mutex);
+    master.initProperty(nullptr, 0, nullptr, "1#0#0#3#100", &hostMutex);
     finish(TransferReadSent, 1);
     EXPECT_EQ(master.rcpIndex, 0);
     master.rcpIndex = 2147483647;
@@ -219,7 +217,7 @@ TEST_F(TransactionEnd, EachStateRetiresItsOwnOnly)
         EXPECT_EQ(unitsText(master.conditionReadList), c.conditionReads);
         EXPECT_EQ(unitsText(master.cyclicReadList), c.cyclicReads);
         EXPECT_EQ(master.rcpIndex, c.blockIndex);
-        EXPECT_EQ(area[WriteRequestByte], 1);
-        EXPECT_EQ(area[ReadRequestByte], 1);
+        EXPECT_EQ(raised(BlockWriteRequest), 1);
+        EXPECT_EQ(raised(BlockReadRequest), 1);
     }
 }

@@ -1,3 +1,4 @@
+#include "kit/line/frame_check.h"
 #include "support/frames.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 #include "listen/random_traffic.h"
 
+#include "kit/line/frame_check.h"
 #include "listen/heard_traffic.h"
 
 #include <algorithm>

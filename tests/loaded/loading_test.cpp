@@ -2,6 +2,7 @@
 
 #include "allocated_bytes.h"
 #include "loaded_driver.h"
+#include "support/host_memory.h"
 
 #include <QtCore/QStringList>
 
@@ -25,11 +26,11 @@ KEY_ADDRESS wordKey(int station, int address)
 }
 
 /** Fills every list of the driver: settings, plan, cache, queues, recipe rows, a frame in flight. */
-void fill(const LoadedDriver &loaded, std::vector<unsigned char> &hostArea, std::vector<unsigned short> &words,
-          QMutex &mutex)
+void fill(const LoadedDriver &loaded, support::HostMemory &memory)
 {
     int status = -1;
-    ENTRY(loaded, intf_initProperty)(hostArea.data(), 0, words.data(), &status, "1#0#0#3#32#0_1,2,3", &mutex);
+    ENTRY(loaded, intf_initProperty)
+    (memory.hostArea.data(), 0, memory.hostWords.data(), &status, "1#0#0#3#32#0_1,2,3", &memory.hostMutex);
     QList<KEY_ADDRESS> keys;
     QVector<_RCP_VAR_PRO> rows;
     for (int station = 1; station <= stations; ++station) {
@@ -58,12 +59,10 @@ void fill(const LoadedDriver &loaded, std::vector<unsigned char> &hostArea, std:
 
 void loadFillAndUnload()
 {
-    std::vector<unsigned char> hostArea(60117);
-    std::vector<unsigned short> words(64);
-    QMutex mutex;
+    support::HostMemory memory(64);
     {
         const LoadedDriver loaded;
-        fill(loaded, hostArea, words, mutex);
+        fill(loaded, memory);
     }
     ASSERT_FALSE(LoadedDriver::isLoaded());
 }
@@ -98,13 +97,11 @@ TEST(Loading, AHundredLoadsLeakNothing)
 TEST(Loading, UnloadingReleasesWhatTheDriverHolds)
 {
     warmUp();
-    std::vector<unsigned char> hostArea(60117);
-    std::vector<unsigned short> words(64);
-    QMutex mutex;
+    support::HostMemory memory(64);
     const std::size_t before = allocatedBytes();
     {
         const LoadedDriver loaded;
-        fill(loaded, hostArea, words, mutex);
+        fill(loaded, memory);
         // Without the driver's requests in the count the check below would prove nothing.
         EXPECT_GT(allocatedBytes(), before + conditionReads * sizeof(VARIABLE));
     }

@@ -2,7 +2,7 @@
 
 #include "driver/modbus_rtu_master.h"
 #include "model/state_comparison.h"
-#include "support/driver_fixture.h"
+#include "support/driver_reset.h"
 
 #include <algorithm>
 #include <cstring>
@@ -51,8 +51,6 @@ std::string eventDifference(const std::vector<Event> &real, const std::vector<Ev
 } // namespace
 
 Duel *Duel::current = nullptr;
-
-Duel::Side::Side() : area(AreaBytes, 0), words(HostWords, 0) {}
 
 Duel::Duel()
 {
@@ -177,12 +175,12 @@ std::string Duel::compareSides()
     }
     realSide.events.clear();
     plainSide.events.clear();
-    if (difference.empty() && realSide.area != plainSide.area)
+    if (difference.empty() && realSide.hostArea != plainSide.hostArea)
         difference = unequalBytes("block request bytes",
-                                  std::vector<unsigned char>(realSide.area.end() - 2, realSide.area.end()),
-                                  std::vector<unsigned char>(plainSide.area.end() - 2, plainSide.area.end()))
+                                  std::vector<unsigned char>(realSide.hostArea.end() - 2, realSide.hostArea.end()),
+                                  std::vector<unsigned char>(plainSide.hostArea.end() - 2, plainSide.hostArea.end()))
                      + " (or another byte of the host area)";
-    if (difference.empty() && realSide.words != plainSide.words)
+    if (difference.empty() && realSide.hostWords != plainSide.hostWords)
         difference = "host word buffer differs";
     if (difference.empty())
         difference = stateDifference(plain);
@@ -219,12 +217,12 @@ std::string Duel::initProperty(Random &random)
          + (withMutex ? "mutex" : "null") + ")");
     int realStatus = 5;
     int plainStatus = 5;
-    const int real =
-        intf_initProperty(withArea ? realSide.area.data() : nullptr, 17, withWords ? realSide.words.data() : nullptr,
-                          &realStatus, asText, withMutex ? &hostMutex : nullptr);
+    const int real = intf_initProperty(withArea ? realSide.hostArea.data() : nullptr, 17,
+                                       withWords ? realSide.hostWords.data() : nullptr, &realStatus, asText,
+                                       withMutex ? &realSide.hostMutex : nullptr);
     const int expected =
-        plain.initProperty(withArea ? plainSide.area.data() : nullptr, 17, withWords ? plainSide.words.data() : nullptr,
-                           &plainStatus, asText, withMutex);
+        plain.initProperty(withArea ? plainSide.hostArea.data() : nullptr, 17,
+                           withWords ? plainSide.hostWords.data() : nullptr, &plainStatus, asText, withMutex);
     answered = true;
     return unequal("result", real, expected) + unequal("status", realStatus, plainStatus);
 }
@@ -348,18 +346,18 @@ std::string Duel::dealRcvFrame(Random &random, Spread spread)
 // Only between transactions does a host touch its words; requests it may raise at any time.
 void Duel::hostRequest(Random &random)
 {
-    const int byte = random.chance(50) ? BlockWriteRequest : BlockReadRequest;
-    const unsigned char value = static_cast<unsigned char>(random.pick({1, 1, 1, 1, 1, 0, 2}));
+    const int byte = random.chance(50) ? Side::BlockWriteRequest : Side::BlockReadRequest;
+    const int value = random.pick({1, 1, 1, 1, 1, 0, 2});
     note("host area[" + std::to_string(byte) + "] = " + std::to_string(value));
-    realSide.area[static_cast<size_t>(byte)] = value;
-    plainSide.area[static_cast<size_t>(byte)] = value;
+    realSide.raise(byte, value);
+    plainSide.raise(byte, value);
     if (!random.chance(30))
         return;
     note(", word buffer filled");
     for (size_t i = 0; i < 700; ++i)
-        realSide.words[i] =
+        realSide.hostWords[i] =
             static_cast<unsigned short>(random.pick({0u, 1u, 0x0102u, 0xFF00u, random.next() & 0xFFFFu}));
-    std::copy(realSide.words.begin(), realSide.words.begin() + 700, plainSide.words.begin());
+    std::copy(realSide.hostWords.begin(), realSide.hostWords.begin() + 700, plainSide.hostWords.begin());
 }
 
 // --- values -------------------------------------------------------------------------

@@ -9,11 +9,10 @@
 #ifndef MODEL_DUEL_H
 #define MODEL_DUEL_H
 
+#include "model/faulty_slave.h"
 #include "model/generators.h"
 #include "model/plain_driver.h"
-#include "model/faulty_slave.h"
-
-#include <QtCore/QMutex>
+#include "support/host_memory.h"
 
 #include <string>
 #include <vector>
@@ -92,14 +91,10 @@ private:
     Duel(const Duel &);
     Duel &operator=(const Duel &);
 
-    enum { AreaBytes = 60117, BlockWriteRequest = 60115, BlockReadRequest = 60116 };
-
     /** What each side has of its own. */
-    struct Side
+    struct Side : support::HostMemory
     {
-        Side();
-        std::vector<unsigned char> area;
-        std::vector<unsigned short> words;
+        Side() : HostMemory(HostWords) {}
         std::vector<Event> events;
     };
 
@@ -136,7 +131,6 @@ private:
     FaultySlave slave;
     Side realSide;
     Side plainSide;
-    QMutex hostMutex;
     FRAME_PRO lastFrame = FRAME_PRO();
     bool answered = true;
     int readBackMode = 0;

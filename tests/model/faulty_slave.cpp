@@ -1,24 +1,19 @@
 #include "model/faulty_slave.h"
 
-#include "support/driver_fixture.h"
+#include "support/rtu_frames.h"
 
 namespace model {
 
 namespace {
 
-int field(const FRAME_PRO &request, int position)
+int start(const FRAME_PRO &request)
 {
-    return request.frame[position] * 256 + request.frame[position + 1];
+    return request.frame[2] * 256 + request.frame[3];
 }
 
 bool isRead(const FRAME_PRO &request)
 {
     return request.frame[1] <= 4;
-}
-
-int areaOf(int function)
-{
-    return function == 1 || function == 2 || function == 5 || function == 15 ? 0 : 1;
 }
 
 QByteArray flipped(support::Random &random, QByteArray reply)
@@ -48,57 +43,22 @@ QByteArray FaultySlave::goodReply(const FRAME_PRO &request)
         return request.replyLen == 0 ? QByteArray() : support::writeEcho(request);
     if (request.replyLen < 5)
         return request.replyLen < 3 ? QByteArray() : support::withCrc(QByteArray(request.replyLen - 2, 'x'));
+    const int function = request.frame[1];
     const int byteCount = request.replyLen - 5;
-    QByteArray reply;
-    reply.append(static_cast<char>(request.frame[0]));
-    reply.append(static_cast<char>(request.frame[1]));
-    reply.append(static_cast<char>(byteCount));
-    const int area = areaOf(request.frame[1]);
-    const int start = field(request, 2);
-    for (int i = 0; i < byteCount; ++i) {
-        int value = 0;
-        if (area == 1) {
-            const int content = memory[Place(request.frame[0], area, start + i / 2)];
-            value = i % 2 == 0 ? content >> 8 : content & 0xFF;
-        } else {
-            for (int b = 0; b < 8; ++b)
-                value |= (memory[Place(request.frame[0], area, start + 8 * i + b)] & 1) << b;
-        }
-        reply.append(static_cast<char>(value));
-    }
-    return support::withCrc(reply);
-}
-
-void FaultySlave::execute(const FRAME_PRO &request)
-{
-    const int station = request.frame[0];
-    const int start = field(request, 2);
-    switch (request.frame[1]) {
-    case 5:
-        memory[Place(station, 0, start)] = request.frame[4] != 0 ? 1 : 0;
-        break;
-    case 6:
-        memory[Place(station, 1, start)] = field(request, 4);
-        break;
-    case 15:
-        for (int i = 0; i < (request.frameLen - 9) * 8 && i < field(request, 4); ++i)
-            memory[Place(station, 0, start + i)] = (request.frame[7 + i / 8] >> (i % 8)) & 1;
-        break;
-    case 16:
-        for (int i = 0; i < (request.frameLen - 9) / 2; ++i)
-            memory[Place(station, 1, start + i)] = field(request, 7 + 2 * i);
-        break;
-    default:
-        break;
-    }
+    const std::map<int, int> &table = stations[request.frame[0]].tableOf(function);
+    return function <= 2
+               ? support::bitsReply(request.frame[0], function, support::valuesOf(table, start(request), 8 * byteCount))
+               : support::wordsReply(request.frame[0], function,
+                                     support::valuesOf(table, start(request), byteCount / 2));
 }
 
 void FaultySlave::moveSomething(support::Random &random, const FRAME_PRO &request)
 {
-    const int area = areaOf(request.frame[1]);
-    const int place = field(request, 2) + random.below(20);
-    memory[Place(request.frame[0], area, place)] =
-        area == 0 ? random.below(2) : random.pick({0, 1, 2, 256, 0x8000, 0xFFFF, random.below(65536)});
+    const int function = request.frame[1];
+    std::map<int, int> &table = stations[request.frame[0]].tableOf(function);
+    const int place = start(request) + random.below(20);
+    const bool bits = function <= 2 || function == 5 || function == 15;
+    table[place] = bits ? random.below(2) : random.pick({0, 1, 2, 256, 0x8000, 0xFFFF, random.below(65536)});
 }
 
 QByteArray FaultySlave::reply(support::Random &random, const FRAME_PRO &request, bool calm)
@@ -108,7 +68,7 @@ QByteArray FaultySlave::reply(support::Random &random, const FRAME_PRO &request,
     const QByteArray good = goodReply(request);
     const int fault = calm && random.chance(85) ? 0 : random.below(100);
     if (fault < 66) {
-        execute(request);
+        stations[request.frame[0]].carryOut(support::requestBytes(request));
         previous = good;
         lastKind = "good";
         return good;

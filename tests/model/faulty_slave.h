@@ -7,13 +7,13 @@
 #define MODEL_FAULTY_SLAVE_H
 
 #include "support/random.h"
+#include "support/scripted_slave.h"
 
 #include "driver/modbus_rtu_records.h"
 
 #include <QtCore/QByteArray>
 
 #include <map>
-#include <tuple>
 
 namespace model {
 
@@ -27,13 +27,10 @@ public:
     const char *lastKind = "";
 
 private:
-    typedef std::tuple<int, int, int> Place; ///< station byte, 0 coil or 1 register, address
-
     QByteArray goodReply(const FRAME_PRO &request);
-    void execute(const FRAME_PRO &request);
     void moveSomething(support::Random &random, const FRAME_PRO &request);
 
-    std::map<Place, int> memory;
+    std::map<int, support::SlaveTables> stations;
     QByteArray previous; ///< the last good reply, for late ones
 };
 

@@ -5,7 +5,7 @@
 #include "model/generators.h"
 #include "model/plain_driver.h"
 #include "model/state_comparison.h"
-#include "support/driver_fixture.h"
+#include "support/driver_reset.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 // One-off reads: how a range is split, how the queue is kept short, and how the
 // end is reported.
 
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "support/unit_text.h"
 
 #include <gtest/gtest.h>

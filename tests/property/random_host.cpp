@@ -1,6 +1,7 @@
 #include "property/random_host.h"
 
 #include "support/buffer_word.h"
+#include "support/driver_reset.h"
 #include "support/unit_text.h"
 
 #include <algorithm>
@@ -40,12 +41,11 @@ bool isBitValued(const QString &regType)
 } // namespace
 
 RandomHost::RandomHost(std::uint32_t seed)
-    : rules(findings)
+    : HostMemory(HostWords)
+    , rules(findings)
     , shadow(findings)
     , line(seed + 1)
     , random(seed)
-    , hostArea(AreaBytes, 0)
-    , hostWords(HostWords, 0)
 {
     support::resetDriver();
     intf_setAddrValueChangeCallBack(&support::ChangeRecorder::callBack);
@@ -78,11 +78,6 @@ std::string RandomHost::tail() const
     for (const std::string &entry : history)
         text += "  " + entry + "\n";
     return text;
-}
-
-bool RandomHost::requestSet(int byte)
-{
-    return hostArea[static_cast<size_t>(byte)] == 1;
 }
 
 void RandomHost::step()
@@ -165,7 +160,7 @@ void RandomHost::buildPlan()
 // Only while no transfer is under way, as a host would.
 void RandomHost::registerRecipes()
 {
-    if (requestSet(BlockWriteRequest) || requestSet(BlockReadRequest))
+    if (raised(BlockWriteRequest) || raised(BlockReadRequest))
         return;
     rows.clear();
     rowsWritable = true;
@@ -207,8 +202,8 @@ void RandomHost::registerRecipes()
 
 void RandomHost::poll()
 {
-    const bool blockWrite = requestSet(BlockWriteRequest);
-    const bool blockRead = requestSet(BlockReadRequest);
+    const bool blockWrite = raised(BlockWriteRequest) != 0;
+    const bool blockRead = raised(BlockReadRequest) != 0;
     rules.beforeSend(blockWrite, blockRead);
     FRAME_PRO frame = FRAME_PRO();
     const int result = intf_getSendFrame(&frame);
@@ -235,8 +230,8 @@ void RandomHost::deal(const FRAME_PRO &frame, const QByteArray &reply)
     const int verdict = intf_dealRcvFrame(&received, &errorText);
     note("state " + std::to_string(state) + " " + std::string(support::requestBytes(frame).toHex().constData()) + " -> "
          + std::string(reply.toHex().constData()) + " = " + std::to_string(verdict));
-    const bool blockWriteLeft = requestSet(BlockWriteRequest);
-    const bool blockReadLeft = requestSet(BlockReadRequest);
+    const bool blockWriteLeft = raised(BlockWriteRequest) != 0;
+    const bool blockReadLeft = raised(BlockReadRequest) != 0;
     rules.judged(verdict, errorText, blockWriteLeft, blockReadLeft);
     if (verdict == SendAgain)
         return;
@@ -257,7 +252,7 @@ void RandomHost::deal(const FRAME_PRO &frame, const QByteArray &reply)
     if (state == TransferWriteSent || state == TransferReadSent) {
         transferGenuine = transferGenuine && verdict == ReplyAccepted && line.lastWasGenuine();
         const int requestByte = state == TransferWriteSent ? BlockWriteRequest : BlockReadRequest;
-        if (!requestSet(requestByte))
+        if (!raised(requestByte))
             compareTransfer(requestByte);
     }
 }
@@ -369,16 +364,17 @@ void RandomHost::askForConditionRead()
 
 void RandomHost::askForTransfer()
 {
-    if (rows.isEmpty() || requestSet(BlockWriteRequest) || requestSet(BlockReadRequest))
+    if (rows.isEmpty() || raised(BlockWriteRequest) || raised(BlockReadRequest))
         return;
     const bool write = rowsWritable && random.chance(50);
     const bool both = rowsWritable && random.chance(10);
     for (size_t i = 0; i < 128; ++i)
         hostWords[i] = static_cast<unsigned short>(random.next() & 0xFFFFu);
     QMutexLocker locker(&hostMutex);
-    hostArea[write ? BlockWriteRequest : BlockReadRequest] = 1;
-    if (both)
-        hostArea[BlockWriteRequest] = hostArea[BlockReadRequest] = 1;
+    if (write || both)
+        raise(BlockWriteRequest);
+    if (!write || both)
+        raise(BlockReadRequest);
     transferGenuine = true;
     note(both ? "both block transfers asked for" : write ? "block write asked for" : "block read asked for");
 }
@@ -387,7 +383,7 @@ void RandomHost::askForTransfer()
 void RandomHost::compareTransfer(int requestByte)
 {
     const bool comparable = transferGenuine;
-    transferGenuine = requestSet(BlockWriteRequest) || requestSet(BlockReadRequest);
+    transferGenuine = raised(BlockWriteRequest) != 0 || raised(BlockReadRequest) != 0;
     if (!comparable)
         return;
     for (int i = 0; i < static_cast<int>(rows.size()); ++i) {

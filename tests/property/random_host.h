@@ -9,8 +9,7 @@
 #include "property/findings.h"
 #include "property/poll_rules.h"
 #include "property/virtual_line.h"
-
-#include <QtCore/QMutex>
+#include "support/host_memory.h"
 
 #include <deque>
 #include <string>
@@ -18,7 +17,7 @@
 
 namespace property {
 
-class RandomHost
+class RandomHost : private support::HostMemory
 {
 public:
     explicit RandomHost(std::uint32_t seed);
@@ -43,10 +42,9 @@ private:
     RandomHost(const RandomHost &);
     RandomHost &operator=(const RandomHost &);
 
-    enum { AreaBytes = 60117, BlockWriteRequest = 60115, BlockReadRequest = 60116, HostWords = 2048 };
+    enum { HostWords = 2048 };
 
     void note(const std::string &text);
-    bool requestSet(int byte);
 
     void initialise();
     void buildPlan();
@@ -67,9 +65,6 @@ private:
 
     support::Random random;
     support::ChangeRecorder recorder;
-    std::vector<unsigned char> hostArea;
-    std::vector<unsigned short> hostWords;
-    QMutex hostMutex;
     std::deque<std::string> history;
     QVector<_RCP_VAR_PRO> rows;
     bool rowsWritable = false;

@@ -8,6 +8,7 @@
 #define PROPERTY_VIRTUAL_LINE_H
 
 #include "support/random.h"
+#include "support/rtu_frames.h"
 #include "support/scripted_slave.h"
 
 #include <deque>

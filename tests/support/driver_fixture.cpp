@@ -1,110 +1,10 @@
 #include "support/driver_fixture.h"
 
-#include <algorithm>
-#include <cstring>
+#include "support/driver_reset.h"
+
 #include <ostream>
 
 namespace support {
-
-QByteArray bytes(const char *hex)
-{
-    return QByteArray::fromHex(hex);
-}
-
-std::vector<unsigned char> payload(const char *hex)
-{
-    const QByteArray content = bytes(hex);
-    return std::vector<unsigned char>(content.constBegin(), content.constEnd());
-}
-
-QByteArray adu(const char *hex)
-{
-    return withCrc(bytes(hex));
-}
-
-QByteArray requestBytes(const FRAME_PRO &frame)
-{
-    return QByteArray(reinterpret_cast<const char *>(frame.frame), frame.frameLen);
-}
-
-QByteArray wordsReply(int station, int function, const std::vector<int> &registers)
-{
-    QByteArray reply;
-    reply.append(static_cast<char>(station));
-    reply.append(static_cast<char>(function));
-    reply.append(static_cast<char>(registers.size() * 2));
-    for (size_t i = 0; i < registers.size(); ++i) {
-        reply.append(static_cast<char>(registers[i] >> 8));
-        reply.append(static_cast<char>(registers[i] & 0xFF));
-    }
-    return withCrc(reply);
-}
-
-QByteArray bitsReply(int station, int function, const std::vector<int> &bits)
-{
-    const size_t byteCount = (bits.size() + 7) / 8;
-    QByteArray reply;
-    reply.append(static_cast<char>(station));
-    reply.append(static_cast<char>(function));
-    reply.append(static_cast<char>(byteCount));
-    for (size_t j = 0; j < byteCount; ++j) {
-        int packed = 0;
-        for (size_t b = 0; b < 8 && 8 * j + b < bits.size(); ++b)
-            packed |= (bits[8 * j + b] != 0 ? 1 : 0) << b;
-        reply.append(static_cast<char>(packed));
-    }
-    return withCrc(reply);
-}
-
-QByteArray writeEcho(const FRAME_PRO &request)
-{
-    return withCrc(requestBytes(request).left(6));
-}
-
-QByteArray exceptionReply(int station, int function, int code)
-{
-    QByteArray reply;
-    reply.append(static_cast<char>(station));
-    reply.append(static_cast<char>(function | 0x80));
-    reply.append(static_cast<char>(code));
-    return withCrc(reply);
-}
-
-VARIABLE variable(int station, const char *regType, int startAddr, int count, const std::vector<unsigned char> &data)
-{
-    VARIABLE unit = VARIABLE();
-    unit.station = station;
-    unit.regType = QString::fromLatin1(regType);
-    unit.startAddr = startAddr;
-    unit.count = count;
-    std::copy(data.begin(), data.begin() + static_cast<std::ptrdiff_t>(std::min(data.size(), sizeof unit.data)),
-              unit.data);
-    return unit;
-}
-
-KEY_ADDRESS key(int station, const char *regType, int startAddr, int count, int dataFormat)
-{
-    KEY_ADDRESS result = KEY_ADDRESS();
-    result.station = station;
-    result.regType = QString::fromLatin1(regType);
-    result.startAddr = startAddr;
-    result.count = count;
-    result.field7 = dataFormat;
-    return result;
-}
-
-_RCP_VAR_PRO row(int link, int station, const char *regType, int startAddr, int count, int hostOffset, int extra)
-{
-    _RCP_VAR_PRO result = _RCP_VAR_PRO();
-    result.userData = link;
-    result.station = station;
-    result.regType = QString::fromLatin1(regType);
-    result.startAddr = startAddr;
-    result.count = count;
-    result.hostOffset = hostOffset;
-    result.extra = extra;
-    return result;
-}
 
 // --- value-change callback --------------------------------------------------------
 
@@ -153,23 +53,7 @@ std::vector<Change> ChangeRecorder::take()
 
 // --- driver -----------------------------------------------------------------------
 
-void resetDriver()
-{
-    int status = 0;
-    intf_setAddrValueChangeCallBack(nullptr);
-    intf_initProperty(nullptr, 0, nullptr, &status, "0#0#0#0#0", nullptr);
-    driver.rcpAddrs.clear();
-    driver.rcpBlocks.clear();
-    driver.rcpBlockStarts.clear();
-    driver.rcpIndex = 0;
-    driver.conditionVar = VARIABLE();
-    driver.currentVar = VARIABLE();
-    driver.doubleSwapMode = 0;
-    driver.doubleSwapStations.clear();
-    driver.spareFlagB = 0;
-}
-
-DriverFixture::DriverFixture() : hostArea(AreaBytes, 0), hostWords(HostWords, 0)
+DriverFixture::DriverFixture() : HostMemory(HostWords)
 {
     resetDriver();
     intf_setAddrValueChangeCallBack(&ChangeRecorder::callBack);

@@ -1,41 +1,24 @@
 /**
  * @file
- * What the driver's tests share: a host for the driver, scripted replies and
- * short ways to write bytes and records.
- *
- * Add `${CMAKE_SOURCE_DIR}/tests/support/driver_fixture.cpp` to the sources of
- * a test program and include "support/driver_fixture.h".
- *
- * Bytes and frames
- *   bytes("01 03 00 0A")       the bytes, nothing added
- *   adu("01 03 00 00 00 0A")   the bytes with their CRC appended (bitwise CRC,
- *                              independent of the driver's own)
- *   payload("01 02")           the same as bytes(), as std::vector
- *
- * Replies a slave would send, CRC included
- *   wordsReply(1, 3, {0x1234, 5})   registers, function 3 or 4
- *   bitsReply(1, 1, {1, 0, 1})      coils or discrete inputs, function 1 or 2
- *   writeEcho(frame)                echo of a write request
- *   exceptionReply(1, 3, 2)         station, function asked, exception code
- *
- * Records
- *   variable(), key(), row(), written in the order of their members; everything not given is zero
+ * The fixture of the driver's tests, and what they write in it. Bytes and records are
+ * in records.h, frames and replies in rtu_frames.h, slaves that answer in slave_fixture.h.
  *
  * Change and ChangeRecorder: the value-change callback as a list of Change,
  * with a hook that runs inside the callback. One recorder at a time.
  *
  * DriverFixture: puts the global driver into its freshly loaded state before
  * each test, then initialises it with the property string "1#0#0#3#100"
- * (link 1, retry limit 3, blocks of 100), a host area, a word buffer and a
- * mutex. Tests call the exported functions, look into `driver` and read
- * `recorder`. Buffers handed to the driver have exactly the size asked for, so
- * that the address sanitizer sees a step beyond them.
+ * (link 1, retry limit 3, blocks of 100) and a host's memory. Tests call the
+ * exported functions, look into `driver` and read `recorder`. Buffers handed to
+ * the driver have exactly the size asked for.
  */
 #ifndef DRIVER_FIXTURE_H
 #define DRIVER_FIXTURE_H
 
 #include "driver/modbus_rtu_master.h"
-#include "support/bitwise_crc.h"
+#include "support/host_memory.h"
+#include "support/records.h"
+#include "support/rtu_frames.h"
 
 #include <gtest/gtest.h>
 
@@ -44,35 +27,6 @@
 #include <vector>
 
 namespace support {
-
-// --- bytes and frames -------------------------------------------------------------
-
-/** Bytes written as hex digits; blanks do not matter. */
-QByteArray bytes(const char *hex);
-
-/** The same as std::vector, for payloads. */
-std::vector<unsigned char> payload(const char *hex);
-
-/** Hex digits plus CRC: adu("01 03 00 00 00 0A") is 01 03 00 00 00 0A C5 CD. */
-QByteArray adu(const char *hex);
-
-/** The request bytes that the host would transmit. */
-QByteArray requestBytes(const FRAME_PRO &frame);
-
-QByteArray wordsReply(int station, int function, const std::vector<int> &registers);
-QByteArray bitsReply(int station, int function, const std::vector<int> &bits);
-QByteArray writeEcho(const FRAME_PRO &request);
-QByteArray exceptionReply(int station, int function, int code);
-
-// --- records ----------------------------------------------------------------------
-
-VARIABLE variable(int station, const char *regType, int startAddr, int count,
-                  const std::vector<unsigned char> &data = std::vector<unsigned char>());
-KEY_ADDRESS key(int station, const char *regType, int startAddr, int count, int dataFormat = 1);
-_RCP_VAR_PRO row(int link, int station, const char *regType, int startAddr, int count, int hostOffset, int extra = 0);
-
-/** The whole key tables of a host: keys() << key(...) << key(...). */
-typedef QList<KEY_ADDRESS> Keys;
 
 // --- value-change callback --------------------------------------------------------
 
@@ -115,13 +69,10 @@ typedef std::vector<Change> Changes;
 
 // --- driver -----------------------------------------------------------------------
 
-/** Puts the global driver into the state it has after loading. */
-void resetDriver();
-
-class DriverFixture : public ::testing::Test
+class DriverFixture : public ::testing::Test, protected HostMemory
 {
 protected:
-    enum { AreaBytes = 60117, BlockWriteRequest = 60115, BlockReadRequest = 60116, HostWords = 4096 };
+    enum { HostWords = 4096 };
 
     DriverFixture();
     ~DriverFixture() override;
@@ -166,9 +117,6 @@ protected:
     static _DATA_ &makeArea(int station, const char *regType, int areaIndex);
 
     ChangeRecorder recorder;
-    std::vector<unsigned char> hostArea;
-    std::vector<unsigned short> hostWords;
-    QMutex hostMutex;
     QString errorText;
 };
 

@@ -5,13 +5,11 @@
 #ifndef TESTS_SUPPORT_FRAMES_H
 #define TESTS_SUPPORT_FRAMES_H
 
+#include "support/rtu_frames.h"
+#include "support/scripted_slave.h"
 #include "support/virtual_line.h"
 
-#include "kit/line/frame_check.h"
-
-#include <QtCore/QByteArray>
-
-#include <map>
+#include <numeric>
 #include <string>
 
 namespace test_line {
@@ -27,7 +25,7 @@ inline Bytes hex(const std::string &text)
 
 inline Bytes withCrc(Bytes bytes)
 {
-    const unsigned int crc = rtu::crc16(bytes.data(), bytes.size());
+    const unsigned int crc = support::crcBitwise(bytes.data(), static_cast<int>(bytes.size()));
     bytes.push_back(static_cast<unsigned char>(crc & 0xFF));
     bytes.push_back(static_cast<unsigned char>(crc >> 8));
     return bytes;
@@ -44,17 +42,17 @@ inline QByteArray array(const Bytes &bytes)
     return QByteArray(reinterpret_cast<const char *>(bytes.data()), static_cast<int>(bytes.size()));
 }
 
+inline Bytes bytesOf(const QByteArray &array)
+{
+    return Bytes(array.begin(), array.end());
+}
+
 /** A good reply to a read of registers: each has its own address as value. */
 inline Bytes readReply(const Bytes &request)
 {
-    const int address = request[2] * 256 + request[3];
-    const int count = request[4] * 256 + request[5];
-    Bytes reply = {request[0], request[1], static_cast<unsigned char>(2 * count)};
-    for (int i = 0; i < count; ++i) {
-        reply.push_back(static_cast<unsigned char>((address + i) >> 8));
-        reply.push_back(static_cast<unsigned char>(address + i));
-    }
-    return withCrc(reply);
+    std::vector<int> values(static_cast<std::size_t>(request[4] * 256 + request[5]));
+    std::iota(values.begin(), values.end(), request[2] * 256 + request[3]);
+    return bytesOf(support::wordsReply(request[0], request[1], values));
 }
 
 /** A good reply to any request: registers as above, coils off, writes acknowledged. */
@@ -62,13 +60,7 @@ inline Bytes goodReply(const Bytes &request)
 {
     if (request[1] == 3 || request[1] == 4)
         return readReply(request);
-    if (request[1] <= 2) {
-        const int bytes = (request[4] * 256 + request[5] + 7) / 8;
-        Bytes reply = {request[0], request[1], static_cast<unsigned char>(bytes)};
-        reply.resize(3 + static_cast<std::size_t>(bytes));
-        return withCrc(reply);
-    }
-    return withCrc(Bytes(request.begin(), request.begin() + 6));
+    return bytesOf(support::SlaveTables().carryOut(array(request)));
 }
 
 } // namespace test_line

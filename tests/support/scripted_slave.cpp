@@ -1,22 +1,12 @@
 #include "support/scripted_slave.h"
 
-#include <cctype>
+#include "support/rtu_frames.h"
 
 namespace support {
 
 namespace {
 
 enum { IllegalFunction = 1, IllegalValue = 3, ServerBusy = 6 };
-
-int byteAt(const QByteArray &content, int position)
-{
-    return static_cast<unsigned char>(content.at(position));
-}
-
-int wordAt(const QByteArray &content, int position)
-{
-    return byteAt(content, position) * 256 + byteAt(content, position + 1);
-}
 
 int lengthOf(const QByteArray &content)
 {
@@ -29,56 +19,19 @@ int valueOf(const std::map<int, int> &table, int address)
     return found == table.end() ? 0 : found->second;
 }
 
-std::vector<int> valuesOf(const std::map<int, int> &table, int first, int count)
-{
-    std::vector<int> values;
-    for (int i = 0; i < count; ++i)
-        values.push_back(valueOf(table, first + i));
-    return values;
-}
-
-bool hasRightCrc(const QByteArray &request)
-{
-    return lengthOf(request) >= 4 && withCrc(request.left(lengthOf(request) - 2)) == request;
-}
-
 /** Requests are 8 bytes long, those of functions 15 and 16 as long as their byte count says. */
 bool hasRightLength(const QByteArray &request)
 {
+    const int length = lengthOf(request);
+    if (length < 8)
+        return false;
     const int function = byteAt(request, 1);
-    if (function != 15 && function != 16)
-        return lengthOf(request) == 8;
-    return lengthOf(request) > 7 && lengthOf(request) == 9 + byteAt(request, 6);
+    return length == (function == 15 || function == 16 ? 9 + byteAt(request, 6) : 8);
 }
 
 QByteArray refusal(const QByteArray &request, int code)
 {
     return exceptionReply(byteAt(request, 0), byteAt(request, 1), code);
-}
-
-QByteArray acknowledgement(const QByteArray &request)
-{
-    return withCrc(request.left(6));
-}
-
-QByteArray writeCoils(SlaveTables &tables, const QByteArray &request)
-{
-    const int count = wordAt(request, 4);
-    if (byteAt(request, 6) != (count + 7) / 8)
-        return refusal(request, IllegalValue);
-    for (int i = 0; i < count; ++i)
-        tables.coils[wordAt(request, 2) + i] = (byteAt(request, 7 + i / 8) >> (i % 8)) & 1;
-    return acknowledgement(request);
-}
-
-QByteArray writeRegisters(SlaveTables &tables, const QByteArray &request)
-{
-    const int count = wordAt(request, 4);
-    if (byteAt(request, 6) != count * 2)
-        return refusal(request, IllegalValue);
-    for (int i = 0; i < count; ++i)
-        tables.holdingRegisters[wordAt(request, 2) + i] = wordAt(request, 7 + 2 * i);
-    return acknowledgement(request);
 }
 
 QByteArray spoiled(QByteArray reply, SlaveFault fault)
@@ -103,6 +56,14 @@ QByteArray spoiled(QByteArray reply, SlaveFault fault)
 
 // --- tables ---------------------------------------------------------------------------
 
+std::vector<int> valuesOf(const std::map<int, int> &table, int first, int count)
+{
+    std::vector<int> values;
+    for (int i = 0; i < count; ++i)
+        values.push_back(valueOf(table, first + i));
+    return values;
+}
+
 void SlaveTables::setHolding(int first, const std::vector<int> &values)
 {
     for (size_t i = 0; i < values.size(); ++i)
@@ -112,6 +73,65 @@ void SlaveTables::setHolding(int first, const std::vector<int> &values)
 std::vector<int> SlaveTables::holding(int first, int count) const
 {
     return valuesOf(holdingRegisters, first, count);
+}
+
+std::map<int, int> &SlaveTables::tableOf(int function)
+{
+    switch (function) {
+    case 2:
+        return discreteInputs;
+    case 3:
+    case 6:
+    case 16:
+        return holdingRegisters;
+    case 4:
+        return inputRegisters;
+    default:
+        return coils;
+    }
+}
+
+QByteArray SlaveTables::carryOut(const QByteArray &request)
+{
+    if (!hasRightLength(request))
+        return QByteArray();
+    const int station = byteAt(request, 0);
+    const int function = byteAt(request, 1);
+    const int address = wordAt(request, 2);
+    const int value = wordAt(request, 4);
+    std::map<int, int> &table = tableOf(function);
+    switch (function) {
+    case 1:
+    case 2:
+        return bitsReply(station, function, valuesOf(table, address, value));
+    case 3:
+    case 4:
+        return wordsReply(station, function, valuesOf(table, address, value));
+    case 5:
+        table[address] = value == 0xFF00 ? 1 : 0;
+        return writeEcho(request);
+    case 6:
+        table[address] = value;
+        return writeEcho(request);
+    case 15:
+    case 16:
+        return writeMany(request);
+    default:
+        return refusal(request, IllegalFunction);
+    }
+}
+
+QByteArray SlaveTables::writeMany(const QByteArray &request)
+{
+    const bool bits = byteAt(request, 1) == 15;
+    const int first = wordAt(request, 2);
+    const int count = wordAt(request, 4);
+    if (byteAt(request, 6) != (bits ? (count + 7) / 8 : count * 2))
+        return refusal(request, IllegalValue);
+    std::map<int, int> &table = tableOf(byteAt(request, 1));
+    for (int i = 0; i < count; ++i)
+        table[first + i] = bits ? byteAt(request, 7 + i / 8) >> i % 8 & 1 : wordAt(request, 7 + 2 * i);
+    return writeEcho(request);
 }
 
 // --- slaves ---------------------------------------------------------------------------
@@ -158,96 +178,14 @@ QByteArray ScriptedSlave::answer(const QByteArray &request)
         return request;
     if (fault == Busy)
         return refusal(request, ServerBusy);
-    const QByteArray reply = carryOut(addressed->second, request);
+    const QByteArray reply = addressed->second.carryOut(request);
     return fault == ReplyLost ? QByteArray() : spoiled(reply, fault);
-}
-
-QByteArray ScriptedSlave::carryOut(SlaveTables &tables, const QByteArray &request)
-{
-    const int function = byteAt(request, 1);
-    const int address = wordAt(request, 2);
-    const int value = wordAt(request, 4);
-    switch (function) {
-    case 1:
-        return bitsReply(byteAt(request, 0), function, valuesOf(tables.coils, address, value));
-    case 2:
-        return bitsReply(byteAt(request, 0), function, valuesOf(tables.discreteInputs, address, value));
-    case 3:
-        return wordsReply(byteAt(request, 0), function, valuesOf(tables.holdingRegisters, address, value));
-    case 4:
-        return wordsReply(byteAt(request, 0), function, valuesOf(tables.inputRegisters, address, value));
-    case 5:
-        tables.coils[address] = value == 0xFF00 ? 1 : 0;
-        return acknowledgement(request);
-    case 6:
-        tables.holdingRegisters[address] = value;
-        return acknowledgement(request);
-    case 15:
-        return writeCoils(tables, request);
-    case 16:
-        return writeRegisters(tables, request);
-    default:
-        return refusal(request, IllegalFunction);
-    }
 }
 
 void ScriptedSlave::carryOutBroadcast(const QByteArray &request)
 {
     for (Stations::iterator it = stations.begin(); it != stations.end(); ++it)
-        carryOut(it->second, request);
-}
-
-// --- polling --------------------------------------------------------------------------
-
-SlaveFixture::~SlaveFixture()
-{
-    EXPECT_EQ(slaves.malformedRequests, 0);
-}
-
-int SlaveFixture::step()
-{
-    const FRAME_PRO frame = nextFrame();
-    if (frame.frameLen == 0)
-        return NothingToSend;
-    return deal(slaves.answer(requestBytes(frame)));
-}
-
-std::string SlaveFixture::trace(int steps)
-{
-    static const char letters[] = "??WCPSL";
-    std::string sent;
-    for (int i = 0; i < steps; ++i) {
-        const int verdict = step();
-        if (verdict == NothingToSend) {
-            sent += '-';
-            continue;
-        }
-        const char letter = letters[driver.sendState];
-        sent += verdict == ReplyAccepted ? letter : static_cast<char>(std::tolower(letter));
-    }
-    return sent;
-}
-
-void SlaveFixture::raise(int requestByte, int value)
-{
-    hostArea[static_cast<size_t>(requestByte)] = static_cast<unsigned char>(value);
-}
-
-int SlaveFixture::raised(int requestByte) const
-{
-    return hostArea[static_cast<size_t>(requestByte)];
-}
-
-int SlaveFixture::transfer(int requestByte)
-{
-    raise(requestByte);
-    for (int steps = 1; steps <= 10000; ++steps) {
-        step();
-        if (raised(requestByte) == 0)
-            return steps;
-    }
-    ADD_FAILURE() << "the block request was never cleared";
-    return 0;
+        it->second.carryOut(request);
 }
 
 } // namespace support

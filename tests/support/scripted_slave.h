@@ -1,25 +1,23 @@
 /**
  * @file
- * Simulated RTU slaves for tests: a table of elements per station and faults on
- * demand. Nothing here knows time: a late reply is one that the test hands over
- * later.
- *
- * Add `${CMAKE_SOURCE_DIR}/tests/support/scripted_slave.cpp` beside
- * driver_fixture.cpp to the sources of a test program.
+ * Simulated RTU slaves: a table of elements per station and faults on demand.
+ * Nothing here knows time: a late reply is one that is handed over later.
  */
-#ifndef SCRIPTED_SLAVE_H
-#define SCRIPTED_SLAVE_H
+#ifndef TESTS_SUPPORT_SCRIPTED_SLAVE_H
+#define TESTS_SUPPORT_SCRIPTED_SLAVE_H
 
-#include "support/driver_fixture.h"
+#include <QtCore/QByteArray>
 
 #include <deque>
 #include <map>
-#include <string>
 #include <vector>
 
 namespace support {
 
-/** The elements of one station by zero-based address; what was never set is 0. */
+/** Consecutive elements of a table; what was never set is 0. */
+std::vector<int> valuesOf(const std::map<int, int> &table, int first, int count);
+
+/** The elements of one station by zero-based address. */
 struct SlaveTables
 {
     std::map<int, int> coils;
@@ -30,6 +28,15 @@ struct SlaveTables
     /** Sets consecutive holding registers. */
     void setHolding(int first, const std::vector<int> &values);
     std::vector<int> holding(int first, int count) const;
+
+    /** The elements that requests of this function read or write. */
+    std::map<int, int> &tableOf(int function);
+
+    /** Does what a request asks for, its check sum not looked at; the reply, empty where its length does not fit. */
+    QByteArray carryOut(const QByteArray &request);
+
+private:
+    QByteArray writeMany(const QByteArray &request);
 };
 
 /** What goes wrong with one reply. */
@@ -67,40 +74,11 @@ public:
 private:
     typedef std::map<int, SlaveTables> Stations;
 
-    QByteArray carryOut(SlaveTables &tables, const QByteArray &request);
     void carryOutBroadcast(const QByteArray &request);
     SlaveFault nextFault();
 
     Stations stations;
     std::deque<SlaveFault> faults;
-};
-
-/** A driver that polls scripted slaves. */
-class SlaveFixture : public DriverFixture
-{
-protected:
-    ~SlaveFixture() override;
-
-    enum { NothingToSend = -1 };
-
-    /** One request and its reply: the verdict, or NothingToSend. */
-    int step();
-
-    /**
-     * Runs @p steps steps and names what was sent: W write, C condition read,
-     * P cyclic read, S block write, L block read, - nothing; a lower-case letter
-     * where the driver did not accept the reply.
-     */
-    std::string trace(int steps);
-
-    /** Sets one of the two request bytes of the host area. */
-    void raise(int requestByte, int value = 1);
-    int raised(int requestByte) const;
-
-    /** Raises a block request and polls until it is cleared; number of steps, 0 when it never was. */
-    int transfer(int requestByte);
-
-    ScriptedSlave slaves;
 };
 
 } // namespace support

@@ -1,7 +1,7 @@
 // Every report comes on the thread that is inside the driver: a screen's own
 // writes on the screen's thread, what replies bring on the poll thread.
 
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 
 #include <thread>
 

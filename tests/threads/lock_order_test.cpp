@@ -4,7 +4,7 @@
 // it holds the mutex that the poll loop is about to take.
 
 #include "support/buffer_word.h"
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 
 #include <QtCore/QMutexLocker>
 

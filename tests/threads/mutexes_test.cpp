@@ -3,7 +3,7 @@
 // and their clearing for the host's mutex. Each test holds the mutex, sees the
 // call wait and looks whether it has done its work all the same.
 
-#include "support/scripted_slave.h"
+#include "support/slave_fixture.h"
 #include "threads/waiting_call.h"
 
 #include <functional>

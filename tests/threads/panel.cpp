@@ -1,5 +1,7 @@
 #include "threads/panel.h"
 
+#include "support/driver_reset.h"
+
 #include <QtCore/QMutexLocker>
 
 namespace threads {
@@ -40,9 +42,8 @@ bool isLastFrame(const FRAME_PRO &frame)
 Panel *Panel::current = nullptr;
 
 Panel::Panel(int faultPercent, std::uint32_t seed)
-    : changes(0)
-    , hostArea(60117, 0)
-    , hostWords(4096, 0)
+    : HostMemory(4096)
+    , changes(0)
     , random(seed)
     , faults(faultPercent)
     , attempt(1)
@@ -191,7 +192,7 @@ bool Panel::transfer(int requestByte)
 {
     {
         QMutexLocker locked(&hostMutex);
-        hostArea[static_cast<size_t>(requestByte)] = 1;
+        raise(requestByte);
     }
     while (isRequested(requestByte)) {
         if (!awaitStep())
@@ -203,7 +204,7 @@ bool Panel::transfer(int requestByte)
 bool Panel::isRequested(int requestByte)
 {
     QMutexLocker locked(&hostMutex);
-    return hostArea[static_cast<size_t>(requestByte)] != 0;
+    return raised(requestByte) != 0;
 }
 
 } // namespace threads

@@ -7,6 +7,7 @@
 #ifndef THREADS_PANEL_H
 #define THREADS_PANEL_H
 
+#include "support/host_memory.h"
 #include "support/random.h"
 #include "support/scripted_slave.h"
 #include "threads/write_ledger.h"
@@ -49,7 +50,7 @@ struct PollCounts
     }
 };
 
-class Panel
+class Panel : public support::HostMemory
 {
 public:
     /** @param faultPercent share of the replies that something befalls */
@@ -78,14 +79,9 @@ public:
     /** One frame and its reply, on this thread; false when the driver had nothing to send. */
     bool step();
 
-    enum { BlockWriteRequest = 60115, BlockReadRequest = 60116 };
-
     support::ScriptedSlave slaves;
     PollCounts counts;
     std::atomic<long> changes; ///< calls of the callback
-    std::vector<unsigned char> hostArea;
-    std::vector<unsigned short> hostWords;
-    QMutex hostMutex; ///< guards the two request bytes
 
     /** The callback; another one that does the same, for a host that changes its callback. */
     static int callBack(int linkId, int station, QString *regType, int address);
