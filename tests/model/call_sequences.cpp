@@ -56,7 +56,7 @@ std::vector<Call> randomCalls(std::uint32_t seed, int steps)
     }
     while (static_cast<int>(calls.size()) < steps) {
         const int phaseCount = static_cast<int>(sizeof phases / sizeof phases[0]);
-        const int number = random.chance(25) ? 0 : random.chance(35) ? SteadyPhase : random.below(phaseCount);
+        const int number = random.chance(25) ? 0 : random.chance(38) ? SteadyPhase : random.below(phaseCount);
         const Phase &phase = phases[number];
         // A flood comes on a fresh, widely split queue, else it takes too long to fill.
         const int length = phase.spread == Wide ? random.between(50, 500) : random.between(20, 300);

@@ -49,12 +49,13 @@ TEST(DriverAgainstPlainModel, AgreesOnRandomCallSequences)
         all.blockedHeads += reach.blockedHeads;
         all.remembered += reach.remembered;
         all.unchanged += reach.unchanged;
+        all.nestedCalls += reach.nestedCalls;
     }
     std::printf("frames %d, accepted %d, resent %d, given up %d, changes %d, condition ends %d, recipe words %d, "
                 "block transfers %d, calls with a full queue %d, heads without a frame %d, replies remembered %d, "
-                "unchanged %d\n",
+                "unchanged %d, calls from callbacks %d\n",
                 all.frames, all.accepted, all.resent, all.givenUp, all.changes, all.conditionEnds, all.recipeWords,
-                all.blockTransfers, all.fullQueues, all.blockedHeads, all.remembered, all.unchanged);
+                all.blockTransfers, all.fullQueues, all.blockedHeads, all.remembered, all.unchanged, all.nestedCalls);
     // A run that never gets anywhere would agree as well. The floors were measured with this seed; how far
     // others get swings by some per cent, and scripts/run-model sums it up.
     if (steps < 90000 || firstSeed != ownSeed)
@@ -68,6 +69,7 @@ TEST(DriverAgainstPlainModel, AgreesOnRandomCallSequences)
     EXPECT_GT(all.blockedHeads, 50);
     EXPECT_GT(all.remembered, steps / 50);
     EXPECT_GT(all.unchanged, steps / 80);
+    EXPECT_GT(all.nestedCalls, steps / 200);
     EXPECT_GT(all.remembered - all.unchanged, steps / 300);
 }
 

@@ -95,6 +95,7 @@ void Duel::onRealChange(int linkId, int station, const QString &regType, int add
         intf_getData(station, &type, readBackMode == 1 ? address : plain::sum(address, 3), 2, event.readBack.data());
     }
     realSide.events.push_back(event);
+    callFromCallBack(realSide, regType);
 }
 
 void Duel::onPlainChange(int linkId, int station, const QString &regType, int address)
@@ -105,6 +106,57 @@ void Duel::onPlainChange(int linkId, int station, const QString &regType, int ad
         plain.getData(station, regType, readBackMode == 1 ? address : plain::sum(address, 3), 2, event.readBack.data());
     }
     plainSide.events.push_back(event);
+    callFromCallBack(plainSide, regType);
+}
+
+// Hosts write, change screens or, when a one-off read has ended, start anew from inside the callback.
+void Duel::callFromCallBack(Side &side, const QString &regType)
+{
+    if (!nesting || insideNested || side.nestedCalls >= 3)
+        return;
+    Random random(nestedSeed + side.nestedCalls++);
+    insideNested = true;
+    const bool real = &side == &realSide;
+    if (regType == QLatin1String("-1") && random.chance(30))
+        setUpFromCallBack(random, side);
+    else if (random.chance(30))
+        planFromCallBack(random, real);
+    else
+        writeFromCallBack(random, real);
+    insideNested = false;
+}
+
+void Duel::writeFromCallBack(Random &random, bool toDriver)
+{
+    QString type = regType(random);
+    const int at = address(random, type, Narrow);
+    const int n = moderateCount(random);
+    const int to = station(random);
+    std::vector<unsigned char> bytes = hostBytes(random, type, n);
+    if (toDriver)
+        intf_setData(to, &type, at, n, bytes.data(), 7);
+    else
+        plain.setData(to, type, at, n, bytes.data(), 7);
+}
+
+void Duel::planFromCallBack(Random &random, bool toDriver)
+{
+    QList<KEY_ADDRESS> list = keys(random, Narrow);
+    if (toDriver)
+        intf_addrMerge(&list);
+    else
+        plain.addrMerge(list);
+}
+
+void Duel::setUpFromCallBack(Random &random, Side &side)
+{
+    const QByteArray property = propertyString(random);
+    int status = 0;
+    if (&side == &realSide)
+        intf_initProperty(side.hostArea.data(), 17, side.hostWords.data(), &status, property.constData(),
+                          &side.hostMutex);
+    else
+        plain.initProperty(side.hostArea.data(), 17, side.hostWords.data(), &status, property.constData(), true);
 }
 
 // --- running ------------------------------------------------------------------------
@@ -114,9 +166,15 @@ std::string Duel::run(const Call &call)
     Random random(call.seed);
     trace.clear();
     readBackMode = random.chance(70) ? 0 : random.between(1, 2);
+    nesting = random.chance(4);
+    nestedSeed = random.next();
+    realSide.nestedCalls = plainSide.nestedCalls = 0;
     std::string difference = dispatch(call, random);
     if (tracing && readBackMode != 0)
         trace += readBackMode == 1 ? " [callbacks read back]" : " [callbacks read a neighbour]";
+    if (tracing && nesting && plainSide.nestedCalls > 0)
+        trace += " [" + std::to_string(plainSide.nestedCalls) + " calls from callbacks]";
+    reach.nestedCalls += static_cast<int>(plainSide.nestedCalls);
     if (difference.empty())
         difference = compareSides();
     reach.fullQueues += plain.writeList.size() > 512 || plain.conditionReadList.size() > 512 ? 1 : 0;
@@ -149,7 +207,7 @@ std::string Duel::dispatch(const Call &call, Random &random)
     case AddConditionRead:
         return addConditionRead(random, call.spread);
     case GetSendFrame:
-        return getSendFrame();
+        return getSendFrame(random);
     case DealRcvFrame:
         return dealRcvFrame(random, call.spread);
     case GetData:
@@ -217,14 +275,15 @@ std::string Duel::initProperty(Random &random)
          + (withMutex ? "mutex" : "null") + ")");
     int realStatus = 5;
     int plainStatus = 5;
-    const int real = intf_initProperty(withArea ? realSide.hostArea.data() : nullptr, 17,
-                                       withWords ? realSide.hostWords.data() : nullptr, &realStatus, asText,
-                                       withMutex ? &realSide.hostMutex : nullptr);
+    const bool wantsStatus = !random.chance(2);
+    const int real = intf_initProperty(
+        withArea ? realSide.hostArea.data() : nullptr, 17, withWords ? realSide.hostWords.data() : nullptr,
+        wantsStatus ? &realStatus : nullptr, asText, withMutex ? &realSide.hostMutex : nullptr);
     const int expected =
         plain.initProperty(withArea ? plainSide.hostArea.data() : nullptr, 17,
                            withWords ? plainSide.hostWords.data() : nullptr, &plainStatus, asText, withMutex);
     answered = true;
-    return unequal("result", real, expected) + unequal("status", realStatus, plainStatus);
+    return unequal("result", real, expected) + unequal("status", realStatus, wantsStatus ? plainStatus : 5);
 }
 
 std::string Duel::setRcpAddress(Random &random)
@@ -238,8 +297,9 @@ std::string Duel::setRcpAddress(Random &random)
              + "} ");
     }
     note(")");
-    const int expected = plain.setRcpAddress(rows);
-    return unequal("result", intf_setRcpAddress(&rows), expected);
+    const Given<QVector<_RCP_VAR_PRO>> given(random, rows);
+    const int expected = plain.setRcpAddress(given.value);
+    return unequal("result", intf_setRcpAddress(given.pointer), expected);
 }
 
 std::string Duel::addrMerge(Random &random, Spread spread)
@@ -251,8 +311,9 @@ std::string Duel::addrMerge(Random &random, Spread spread)
              + std::to_string(list.at(i).startAddr) + ", " + std::to_string(list.at(i).count) + "} ");
     note(")");
     const QList<KEY_ADDRESS> before = list;
-    const int expected = plain.addrMerge(list);
-    std::string difference = unequal("result", intf_addrMerge(&list), expected);
+    const Given<QList<KEY_ADDRESS>> given(random, list);
+    const int expected = plain.addrMerge(given.value);
+    std::string difference = unequal("result", intf_addrMerge(given.pointer), expected);
     for (int i = 0; i < static_cast<int>(before.size()) && difference.empty(); ++i) {
         if (list.at(i).regType != before.at(i).regType || list.at(i).startAddr != before.at(i).startAddr
             || list.at(i).count != before.at(i).count)
@@ -268,14 +329,19 @@ std::string Duel::addConditionRead(Random &random, Spread spread)
     note("intf_addConditionRead({" + std::to_string(range.station) + ", " + text(range.regType) + ", "
          + std::to_string(range.startAddr) + ", format " + std::to_string(range.field7) + ", "
          + std::to_string(range.count) + "}, " + std::to_string(userData) + ")");
-    const int expected = plain.addConditionRead(range, userData);
-    return unequal("result", intf_addConditionRead(&range, userData), expected);
+    const Given<KEY_ADDRESS> given(random, range);
+    const int expected = given.pointer ? plain.addConditionRead(range, userData) : 1;
+    return unequal("result", intf_addConditionRead(given.pointer, userData), expected);
 }
 
 // --- polling ------------------------------------------------------------------------
 
-std::string Duel::getSendFrame()
+std::string Duel::getSendFrame(Random &random)
 {
+    if (random.chance(1)) {
+        note("intf_getSendFrame(null)");
+        return unequal("result", intf_getSendFrame(nullptr), 0);
+    }
     note("intf_getSendFrame()");
     FRAME_PRO realOut;
     realOut.frameLen = -7;
@@ -323,19 +389,22 @@ std::string Duel::dealRcvFrame(Random &random, Spread spread)
          + text(reinterpret_cast<const unsigned char *>(reply.constData()), static_cast<int>(reply.size())) + ")");
     QByteArray realReply = reply;
     QByteArray plainReply = reply;
-    QString realText = QLatin1String("left over");
+    QString realText = random.pick({QString(QLatin1String("left over")), QString(QLatin1String("")), QString()});
     QString plainText = realText;
     const bool block = plain.sendState == 5 || plain.sendState == 6;
     noteWhatIsRemembered(reply);
-    const int real = intf_dealRcvFrame(&realReply, &realText);
-    const int expected = plain.dealRcvFrame(&plainReply, &plainText);
+    const Given<QByteArray> given(random, realReply);
+    const bool wantsText = !random.chance(1);
+    QByteArray noReply;
+    const int real = intf_dealRcvFrame(given.pointer, wantsText ? &realText : nullptr);
+    const int expected = plain.dealRcvFrame(given.pointer ? &plainReply : &noReply, &plainText);
     note(" = " + std::to_string(expected));
     reach.accepted += expected == 1 ? 1 : 0;
     reach.resent += expected == 8 ? 1 : 0;
     reach.givenUp += expected == 2 ? 1 : 0;
     reach.blockTransfers += block && expected == 1 && plain.rcpIndex == 0 ? 1 : 0;
     std::string difference = unequal("result", real, expected);
-    if (difference.empty() && realText != plainText)
+    if (difference.empty() && wantsText && realText != plainText)
         difference = "error text: driver " + text(realText) + ", model " + text(plainText);
     if (difference.empty() && realReply != plainReply)
         difference = "reply bytes after the call: driver " + std::string(realReply.toHex().constData()) + ", model "
@@ -383,9 +452,11 @@ std::string Duel::getData(Random &random, Spread spread)
     const int size = std::max(1, hostByteCount(target.regType, target.count));
     std::vector<unsigned char> real(static_cast<size_t>(size), 0xEE);
     std::vector<unsigned char> expected(real);
-    const int realResult = intf_getData(target.station, &target.regType, target.address, target.count, real.data());
-    const int plainResult =
-        plain.getData(target.station, target.regType, target.address, target.count, expected.data());
+    const Given<QString> type(random, target.regType);
+    if (random.chance(1))
+        return unequal("result", intf_getData(target.station, type.pointer, target.address, target.count, nullptr), 1);
+    const int realResult = intf_getData(target.station, type.pointer, target.address, target.count, real.data());
+    const int plainResult = plain.getData(target.station, type.value, target.address, target.count, expected.data());
     const std::string difference = unequal("result", realResult, plainResult);
     return difference.empty() ? unequalBytes("output", real, expected) : difference;
 }
@@ -400,10 +471,13 @@ std::string Duel::setData(Random &random, Spread spread)
          + std::to_string(target.address) + ", " + std::to_string(target.count) + ", "
          + text(bytes.data(), static_cast<int>(bytes.size())) + ", " + std::to_string(userData) + ")");
     const std::vector<unsigned char> before(bytes);
+    const Given<QString> type(random, target.regType);
+    if (random.chance(1) && target.count > 0)
+        return unequal("result",
+                       intf_setData(target.station, type.pointer, target.address, target.count, nullptr, userData), 1);
     const int expected =
-        plain.setData(target.station, target.regType, target.address, target.count, before.data(), userData);
-    const int real =
-        intf_setData(target.station, &target.regType, target.address, target.count, bytes.data(), userData);
+        plain.setData(target.station, type.value, target.address, target.count, before.data(), userData);
+    const int real = intf_setData(target.station, type.pointer, target.address, target.count, bytes.data(), userData);
     const std::string difference = unequal("result", real, expected);
     return difference.empty() ? unequalBytes("the host's bytes", bytes, before) : difference;
 }

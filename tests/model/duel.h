@@ -56,6 +56,19 @@ struct Event
     std::vector<unsigned char> readBack;
 };
 
+/** An argument, or seldom a null pointer, and what the driver is to take it for. */
+template <typename Value>
+struct Given
+{
+    Given(Random &random, Value &argument)
+        : pointer(random.chance(1) ? nullptr : &argument), value(pointer ? argument : Value())
+    {
+    }
+
+    Value *const pointer;
+    const Value value;
+};
+
 class Duel
 {
 public:
@@ -84,6 +97,7 @@ public:
         int blockedHeads = 0;
         int remembered = 0; ///< replies to requests whose last reply was known
         int unchanged = 0;  ///< those of them that said the same
+        int nestedCalls = 0; ///< calls that callbacks made
     };
     Reach reach;
 
@@ -96,12 +110,17 @@ private:
     {
         Side() : HostMemory(HostWords) {}
         std::vector<Event> events;
+        std::uint32_t nestedCalls = 0; ///< by callbacks of the call that runs
     };
 
     static int realCallBack(int linkId, int station, QString *regType, int address);
     void onRealChange(int linkId, int station, const QString &regType, int address);
     void onPlainChange(int linkId, int station, const QString &regType, int address);
     bool readsBack(const QString &regType, int address) const;
+    void callFromCallBack(Side &side, const QString &regType);
+    void writeFromCallBack(Random &random, bool toDriver);
+    void planFromCallBack(Random &random, bool toDriver);
+    void setUpFromCallBack(Random &random, Side &side);
 
     std::string dispatch(const Call &call, Random &random);
     std::string descriptorCalls();
@@ -115,7 +134,7 @@ private:
     std::string setRcpAddress(Random &random);
     std::string addrMerge(Random &random, Spread spread);
     std::string addConditionRead(Random &random, Spread spread);
-    std::string getSendFrame();
+    std::string getSendFrame(Random &random);
     std::string dealRcvFrame(Random &random, Spread spread);
     void noteWhatIsRemembered(const QByteArray &reply);
     std::string getData(Random &random, Spread spread);
@@ -134,6 +153,9 @@ private:
     FRAME_PRO lastFrame = FRAME_PRO();
     bool answered = true;
     int readBackMode = 0;
+    bool nesting = false;   ///< callbacks of this call call the driver
+    bool insideNested = false;
+    std::uint32_t nestedSeed = 0;
 
     /** What the last write went to: some calls come back to it. */
     struct Target

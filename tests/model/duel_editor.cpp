@@ -63,6 +63,10 @@ std::string Duel::descriptorCalls()
          "intf_SetDriverPropertyPage()");
     int realType = 9;
     int plainType = 9;
+    intf_getProtocolType(nullptr);
+    intf_getDriverParameter(nullptr);
+    intf_getDriverPropertyPage(nullptr);
+    intf_SetDriverPropertyPage(nullptr);
     intf_getProtocolType(&realType);
     plain.getProtocolType(&plainType);
     QString real;
@@ -90,9 +94,13 @@ std::string Duel::checkAddrValidity(Random &random)
          + std::to_string(kind) + ")");
     int real = -99;
     int expected = -99;
-    const int realResult = intf_checkAddrValidity(&type, &address, &real, n, kind);
-    const int plainResult = plain.checkAddrValidity(type, address, &expected, n, kind);
-    return unequal("result", realResult, plainResult) + unequal("address", real, expected);
+    const Given<QString> typeText(random, type);
+    const Given<QString> addressGiven(random, address);
+    const bool wantsAddress = !random.chance(2);
+    const int realResult =
+        intf_checkAddrValidity(typeText.pointer, addressGiven.pointer, wantsAddress ? &real : nullptr, n, kind);
+    const int plainResult = plain.checkAddrValidity(typeText.value, addressGiven.value, &expected, n, kind);
+    return unequal("result", realResult, plainResult) + unequal("address", real, wantsAddress ? expected : -99);
 }
 
 std::string Duel::checkAddr(Random &random)
@@ -106,9 +114,13 @@ std::string Duel::checkAddr(Random &random)
          + std::to_string(n) + ", " + std::to_string(access) + ")");
     int real = -99;
     int expected = -99;
-    const int realResult = intf_checkAddr(&type, &address, &real, format, n, access);
-    const int plainResult = plain.checkAddr(type, address, &expected, format, n, access);
-    return unequal("result", realResult, plainResult) + unequal("address", real, expected);
+    const Given<QString> typeText(random, type);
+    const Given<QString> addressGiven(random, address);
+    const bool wantsAddress = !random.chance(2);
+    const int realResult =
+        intf_checkAddr(typeText.pointer, addressGiven.pointer, wantsAddress ? &real : nullptr, format, n, access);
+    const int plainResult = plain.checkAddr(typeText.value, addressGiven.value, &expected, format, n, access);
+    return unequal("result", realResult, plainResult) + unequal("address", real, wantsAddress ? expected : -99);
 }
 
 std::string Duel::regListByType(Random &random)
@@ -117,9 +129,10 @@ std::string Duel::regListByType(Random &random)
     note("intf_getRegListByType(" + std::to_string(request) + ")");
     QList<QString> real = startedList(random);
     QList<QString> expected = real;
-    const int realResult = intf_getRegListByType(request, &real);
+    const Given<QList<QString>> list(random, real);
+    const int realResult = intf_getRegListByType(request, list.pointer);
     const int plainResult = plain.getRegListByType(request, &expected);
-    return unequal("result", realResult, plainResult) + unequalLists("texts", real, expected);
+    return unequal("result", realResult, plainResult) + unequalLists("texts", real, list.pointer ? expected : real);
 }
 
 std::string Duel::regDiscription(Random &random)
@@ -128,9 +141,11 @@ std::string Duel::regDiscription(Random &random)
     note("intf_getRegDiscription(" + text(type) + ")");
     QList<QString> real = startedList(random);
     QList<QString> expected = real;
-    const int realResult = intf_getRegDiscription(&type, &real);
-    const int plainResult = plain.getRegDiscription(type, &expected);
-    return unequal("result", realResult, plainResult) + unequalLists("texts", real, expected);
+    const Given<QString> typeText(random, type);
+    const Given<QList<QString>> list(random, real);
+    const int realResult = intf_getRegDiscription(typeText.pointer, list.pointer);
+    const int plainResult = plain.getRegDiscription(typeText.value, &expected);
+    return unequal("result", realResult, plainResult) + unequalLists("texts", real, list.pointer ? expected : real);
 }
 
 std::string Duel::multiCopy(Random &random)
@@ -149,10 +164,15 @@ std::string Duel::multiCopy(Random &random)
     }
     QVector<QString> expectedTexts = realTexts;
     QVector<int> expectedAddresses = realAddresses;
-    const int realResult = intf_multiCopy(&type, start, copies, increment, &realTexts, &realAddresses);
-    const int plainResult = plain.multiCopy(type, start, copies, increment, &expectedTexts, &expectedAddresses);
-    return unequal("result", realResult, plainResult) + unequalLists("texts", realTexts, expectedTexts)
-           + unequalLists("addresses", realAddresses, expectedAddresses);
+    const Given<QString> typeText(random, type);
+    const Given<QVector<QString>> texts(random, realTexts);
+    const Given<QVector<int>> addresses(random, realAddresses);
+    const int realResult = intf_multiCopy(typeText.pointer, start, copies, increment, texts.pointer, addresses.pointer);
+    const int plainResult =
+        plain.multiCopy(typeText.value, start, copies, increment, &expectedTexts, &expectedAddresses);
+    return unequal("result", realResult, plainResult)
+           + unequalLists("texts", realTexts, texts.pointer ? expectedTexts : realTexts)
+           + unequalLists("addresses", realAddresses, addresses.pointer ? expectedAddresses : realAddresses);
 }
 
 } // namespace model

@@ -33,7 +33,7 @@ int address(Random &random, const QString &regType, Spread spread)
     if (random.below(300) == 0)
         return random.pick({2147483647, 2147483640, -2147483647 - 1, -2147483640});
     if (random.chance(1))
-        return -random.between(1, 20);
+        return -random.between(1, 3);
     if (spread == Wide)
         return random.below(bits ? 20000 : 3000);
     return random.below(bits ? 150 : 24);
@@ -44,7 +44,7 @@ int count(Random &random)
     if (random.chance(6))
         return random.pick({100, 125, 126, 127, 128, 129, 256, 300, 508, 511, 512, 513, 520, 1024, 1025, 2000});
     if (random.chance(2))
-        return random.pick({-1, 0, 0, -1, -2, -9, -16, -40});
+        return random.pick({-1, 0, 0, -1, -2, -9, -16, -40, -3000});
     if (random.chance(30))
         return random.between(1, 3);
     return random.between(1, 40);
@@ -116,7 +116,7 @@ QVector<_RCP_VAR_PRO> recipeRows(Random &random, int linkId)
         row.regType = runType;
         row.startAddr = address(random, row.regType, Narrow);
         row.count = random.chance(60) ? 2 : random.chance(80) ? random.between(1, 9) : count(random);
-        row.hostOffset = random.below(300);
+        row.hostOffset = random.chance(2) ? random.between(-9, -1) : random.below(300);
         row.extra = static_cast<int>(random.next());
         rows << row;
     }
@@ -136,7 +136,7 @@ QByteArray propertyString(Random &random)
     text += "#1000#";
     text += QByteArray::number(random.pick({0, 1, 2, 2, 3, 3, 4}));
     text += '#';
-    text += QByteArray::number(random.pick({0, 1, 5, 5, 5, 32, 32, 32, 32, 100, 100, 100, 125, 125, 600, -5}));
+    text += QByteArray::number(random.pick({0, 1, 5, 5, 5, 32, 32, 32, 32, 100, 100, 100, 125, 125, 600, -1, -5}));
     text += random.pick({"", "", "#0", "#1", "#0_", "#0_1", "#0_2,x", "#1_3", "#0_1,2#7"});
     return text;
 }

@@ -43,20 +43,23 @@ void PlainDriver::wordDataChange(int oldValue, int newValue, int station, const 
     const int position = indexOfDataArea(station, regType, address);
     if (oldValue == newValue)
         return;
-    if (noBits == 0 && dataAreas.at(position).bitMonitor != 0) {
+    // As it was when the value came: a callback may ask for another plan.
+    const int bits = dataAreas.at(position).bitMonitor;
+    const int words = dataAreas.at(position).wordMonitor;
+    if (noBits == 0 && bits != 0) {
         for (int b = 0; b <= 15; ++b) {
             const int mask = 1 << b;
-            if ((dataAreas.at(position).bitMonitor & mask) != 0 && (oldValue & mask) != (newValue & mask))
+            if ((bits & mask) != 0 && (oldValue & mask) != (newValue & mask))
                 report(linkId, station, regType + QLatin1String("_bit"), sum(product(address, 16), b));
         }
     }
-    if (dataAreas.at(position).wordMonitor % 2 == 1)
+    if (words % 2 == 1)
         report(linkId, station, regType, address);
     for (int k = 0; k < 2; ++k) {
         const int a = plain::difference(address, k);
         if (a < 0)
             return;
-        if ((dataAreas.at(position).wordMonitor & (2 << k)) != 0)
+        if ((words & (2 << k)) != 0)
             report(linkId, station, regType + QLatin1String("_double"), a);
     }
 }

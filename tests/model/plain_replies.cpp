@@ -173,7 +173,7 @@ void PlainDriver::fillBitWrite(const FRAME_PRO &head, QByteArray *received)
 
 void PlainDriver::storeHostWord(int word, unsigned char low, unsigned char high)
 {
-    if (hostWordBuffer == nullptr)
+    if (hostWordBuffer == nullptr || word < 0)
         return;
     unsigned char *bytes = reinterpret_cast<unsigned char *>(hostWordBuffer + word);
     bytes[0] = low;
