@@ -89,7 +89,7 @@ std::string driverPath()
     return path.empty() ? installedDriver() : path;
 }
 
-RealDriver::RealDriver() : handle(nullptr)
+RealDriver::RealDriver()
 {
 #define CHECKER_CALL(name) functions.name = &Absent<decltype(functions.name)>::call;
     MODBUS_RTU_ENTRY_POINTS(CHECKER_CALL)
@@ -101,12 +101,6 @@ RealDriver::RealDriver() : handle(nullptr)
         load(path);
 }
 
-RealDriver::~RealDriver()
-{
-    if (handle)
-        ::dlclose(handle);
-}
-
 void RealDriver::load(const std::string &path)
 {
     const std::string content = contentOf(path);
@@ -114,17 +108,16 @@ void RealDriver::load(const std::string &path)
         reason = path + " is a checker, not a driver";
         return;
     }
-    handle = copy.load(content);
-    if (handle)
+    if (copy.loadCopy(content))
         resolve();
     else
-        reason = "cannot load " + path + ": " + copy.error();
+        reason = "cannot load " + path + ": " + copy.reason();
 }
 
 void RealDriver::resolve()
 {
 #define CHECKER_CALL(name)                                                                                             \
-    if (void *symbol = ::dlsym(handle, "intf_" #name))                                                                 \
+    if (void *symbol = copy.symbol("intf_" #name))                                                                     \
         functions.name = reinterpret_cast<decltype(functions.name)>(symbol);                                           \
     else                                                                                                               \
         reason = "the driver has no entry point intf_" #name;

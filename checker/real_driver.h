@@ -6,7 +6,7 @@
 #define CHECKER_REAL_DRIVER_H
 
 #include "checker/entry_point.h"
-#include "checker/private_copy.h"
+#include "kit/driver/loaded_file.h"
 
 #include <string>
 
@@ -17,7 +17,6 @@ class RealDriver
 {
 public:
     RealDriver();
-    ~RealDriver();
 
     /** The driver's functions. Those of a driver that could not be loaded do nothing and return 0. */
     const DriverCalls &calls() const { return functions; }
@@ -32,8 +31,7 @@ private:
     void load(const std::string &path);
     void resolve();
 
-    PrivateCopy copy;
-    void *handle;
+    rtu::LoadedFile copy; ///< one mapping of the driver is one line: each checker has one of its own
     DriverCalls functions;
     std::string reason;
 };

@@ -5,10 +5,9 @@
 #ifndef KIT_DRIVER_LOADED_LIBRARY_H
 #define KIT_DRIVER_LOADED_LIBRARY_H
 
-#include "kit/line/descriptor.h"
+#include "kit/driver/loaded_file.h"
 
 #include <string>
-#include <vector>
 
 namespace rtu {
 
@@ -17,36 +16,17 @@ enum class LibraryUse {
     OwnCopy ///< variables of its own; nothing of the copy is left on any disk, not even after a crash
 };
 
-/** Where copies are put; for all but tests, as made. */
-struct CopyPlaces
-{
-    CopyPlaces();
-
-    bool memory = true;               ///< tried first
-    std::vector<std::string> folders; ///< tried in turn where there are no memory files, or none to execute
-};
-
 class LoadedLibrary
 {
 public:
     /** @throws std::runtime_error that says why it cannot be loaded */
     LoadedLibrary(const std::string &path, LibraryUse use, const CopyPlaces &places = CopyPlaces());
-    ~LoadedLibrary();
-    LoadedLibrary(const LoadedLibrary &) = delete;
-    LoadedLibrary &operator=(const LoadedLibrary &) = delete;
 
     /** The address of an exported name; null when there is none. */
-    void *symbol(const char *name) const;
+    void *symbol(const char *name) const { return m_file.symbol(name); }
 
 private:
-    bool loadCopy(const std::string &content, const CopyPlaces &places);
-    bool loadFrom(int descriptor, const std::string &content);
-    bool load(const std::string &path);
-
-    std::string m_path;
-    std::string m_reason; ///< why the last try failed
-    Descriptor m_file;    ///< of the copy; open, so that no other copy gets its path
-    void *m_handle = nullptr;
+    LoadedFile m_file;
 };
 
 } // namespace rtu

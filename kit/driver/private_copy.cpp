@@ -42,7 +42,7 @@ int openMemoryFile()
 #ifdef SYS_memfd_create
     // By number: C libraries of panels are older than their kernels. Newer kernels can be
     // set up to want to hear that the file will be executed, older ones do not know the word.
-    const char *name = "modbus_rtu_driver";
+    const char *name = "libmodbus_rtu_master.so.1";
     const long descriptor = ::syscall(SYS_memfd_create, name, MFD_CLOEXEC | MFD_EXEC);
     return static_cast<int>(descriptor >= 0 ? descriptor : ::syscall(SYS_memfd_create, name, MFD_CLOEXEC));
 #else
@@ -56,7 +56,7 @@ int openUnnamedFile(const std::string &folder)
     if (descriptor >= 0)
         return descriptor;
     // Not every file system has files that never had a name; this one has it for a moment, while empty.
-    std::string path = folder + "/modbus_rtu_driver.XXXXXX";
+    std::string path = folder + "/libmodbus_rtu_master.XXXXXX";
     const int named = ::mkostemp(&path[0], O_CLOEXEC);
     (void)(named >= 0 && ::unlink(path.c_str()) == 0);
     return named;

@@ -40,7 +40,7 @@ int mappedPieces()
     std::ifstream maps("/proc/self/maps");
     int pieces = 0;
     for (std::string line; std::getline(maps, line);)
-        pieces += line.find("modbus_rtu_driver") != std::string::npos ? 1 : 0;
+        pieces += line.find("memfd:libmodbus_rtu_master") != std::string::npos ? 1 : 0;
     return pieces;
 }
 
