@@ -82,9 +82,11 @@ Transaction StationProbe::ask(int address, int count)
     return t;
 }
 
-/** Counted back from the end: the begin of a reply is slept through. */
+/** Counted back from the end: the begin of a reply is slept through, save where there is no pace. */
 Duration StationProbe::delayOf(const Transaction &t) const
 {
+    if (t.requestEnd == t.sent)
+        return t.firstByte - t.sent;
     const Duration reply = m_timing.characters(static_cast<std::size_t>(t.reply.size()));
     return std::max(Duration(0), t.finished - t.requestEnd - reply);
 }

@@ -105,11 +105,20 @@ ReplyKind kindOf(const Transaction &t, bool compare)
     return t.reply.size() == t.expectedReply ? ReplyKind::Good : ReplyKind::Damaged;
 }
 
+/** Such a port has no pace: its request had not to be waited for at the baud rate. */
+bool answeredWhileSending(const Transaction &t)
+{
+    const bool answer = t.kind == ReplyKind::Good || t.kind == ReplyKind::Exception;
+    return answer && t.firstByte < t.requestEnd;
+}
+
 } // namespace
 
 void judgeReply(Transaction &transaction, bool compare)
 {
     transaction.kind = kindOf(transaction, compare);
+    if (answeredWhileSending(transaction))
+        transaction.requestEnd = transaction.sent;
     transaction.exceptionCode = transaction.kind == ReplyKind::Exception ? byteAt(transaction.reply, 2) : 0;
     if (!compare && transaction.kind == ReplyKind::Good)
         transaction.warning = QString::fromStdString(describeMismatch(transaction.request, transaction.reply));

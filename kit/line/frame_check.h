@@ -35,7 +35,8 @@ std::size_t firstCrcEnd(const unsigned char *bytes, std::size_t size, std::size_
 std::string describeMismatch(const QByteArray &request, const QByteArray &reply);
 
 /**
- * Judges what was collected for a request: sets kind and exceptionCode.
+ * Judges what was collected for a request: sets kind and exceptionCode, and requestEnd
+ * where the answer shows that the port has no pace.
  *
  * @param compare false: length and check sum alone decide, as they do for the driver
  */

@@ -76,9 +76,6 @@ ExchangeEnd FrameExchange::exchange(const FRAME_PRO &frame, const Sending &sendi
     if (transaction.end == ReplyEnd::Interrupted)
         return ExchangeEnd::Stopped;
     judgeReply(transaction, m_settings.checkReplies);
-    // Such a port has no pace: its request had not to be waited for at the baud rate.
-    if (transaction.kind == ReplyKind::Good && transaction.firstByte < transaction.requestEnd)
-        transaction.requestEnd = transaction.sent;
     detectEcho();
     m_expectLate = expectLate(sending);
     if (transaction.kind == ReplyKind::Silent && !m_expectLate)

@@ -152,6 +152,19 @@ TEST_F(LinkReplies, ObserversSeeBytesTimesAndVerdict)
     EXPECT_GT(transactions[1].requestEnd, transactions[1].sent);
 }
 
+TEST_F(LinkReplies, OfAPortWithoutPaceCountFromWhenTheRequestWasSent)
+{
+    link().addTag(TagDefinition(1, "4x10"));
+    script.push_back([this](const Bytes &) { line->receive(milliseconds(1), frame("01 83 02")); });
+    script.push_back([this](const Bytes &) { line->receive(milliseconds(1), frame("01 03 02 00 05")); });
+    steps(2);
+    ASSERT_EQ(2u, transactions.size());
+    for (const rtu::Transaction &t : transactions) {
+        EXPECT_EQ(t.sent, t.requestEnd) << "an answer before its request would be out";
+        EXPECT_EQ(milliseconds(1), t.firstByte - t.requestEnd);
+    }
+}
+
 TEST_F(LinkReplies, StatisticsCountByStationAndKind)
 {
     link().addTag(TagDefinition(1, "4x10"));

@@ -35,6 +35,7 @@ protected:
     rtu::Duration wantedSilence{0};
     bool silentRefusals = false;
     bool echoes = false;
+    bool paced = true;
     std::function<Bytes(const Bytes &)> otherAnswer;
 
 private:
@@ -51,6 +52,8 @@ private:
         const Bytes reply = otherAnswer ? otherAnswer(request) : answerTo(request);
         if (reply.empty())
             return;
+        if (!paced)
+            return line.receive(milliseconds(1), reply);
         const rtu::Duration delay = requestEnd - line.now() + milliseconds(4);
         line.receivePaced(delay + timing.characters(1), timing.characters(1), reply);
         m_free = line.now() + delay + timing.characters(reply.size());
@@ -155,6 +158,14 @@ TEST_F(StationProbe, MeasuresReplies)
     EXPECT_GE(result.blockTime, timing.characters(8 + 245) + milliseconds(3));
     EXPECT_LE(result.blockTime, timing.characters(8 + 245) + milliseconds(8));
     EXPECT_EQ(0, result.lost);
+}
+
+TEST_F(StationProbe, MeasuresRepliesWithoutPaceToo)
+{
+    paced = false;
+    const rtu::ProbeResult result = probe();
+    EXPECT_EQ(milliseconds(1), result.replyMedian);
+    EXPECT_EQ(milliseconds(1), result.replyLongest);
 }
 
 TEST_F(StationProbe, FindsTheShortestSilence)

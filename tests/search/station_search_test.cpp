@@ -30,13 +30,14 @@ public:
                 tried.push_back(rtu::LineParameters(parameters));
                 const Bytes reply = answer ? answer(parameters, request) : Bytes();
                 if (!reply.empty())
-                    self.receive(milliseconds(20), reply);
+                    self.receive(delay, reply);
             };
             ++opened;
             return line;
         };
     }
 
+    rtu::Duration delay = milliseconds(20);
     std::vector<Bytes> requests;
     std::vector<rtu::LineParameters> tried;
     int opened = 0;
@@ -82,6 +83,22 @@ TEST(StationSearch, FindsWhoAnswersWithWhat)
     EXPECT_EQ(200, found[1].station);
     EXPECT_EQ("exception 2", found[1].answer);
     EXPECT_EQ(rtu::Cause::None, search.cause());
+}
+
+TEST(StationSearch, NoReplyComesBeforeItsRequest)
+{
+    for (const char *reply : {"11 03 02 00 05", "11 83 02"}) { // on a port without pace
+        Port port;
+        port.delay = milliseconds(1);
+        port.answer = [&](const rtu::LineParameters &, const Bytes &request) {
+            return request[0] == 17 ? frame(reply) : Bytes();
+        };
+        rtu::StationSearch search(everything(), port.opener());
+        rtu::FoundStation found;
+        search.onFound([&](const rtu::FoundStation &station) { found = station; });
+        EXPECT_EQ(1, search.run());
+        EXPECT_EQ(milliseconds(1), found.replyTime) << reply;
+    }
 }
 
 TEST(StationSearch, SendsNothingButReadsOfOneRegister)
