@@ -1,6 +1,6 @@
 #include "fuzz_host.h"
 
-#include "support/bitwise_crc.h"
+#include "support/crc.h"
 #include "support/driver_reset.h"
 
 #include <algorithm>
@@ -13,7 +13,7 @@
 
 namespace fuzz {
 
-using support::crcBitwise;
+using support::crcOf;
 
 namespace {
 
@@ -192,7 +192,7 @@ int Host::deal(const QByteArray &reply)
     if (good && length == 2)
         good = bytes[0] == 0xFF && bytes[1] == 0xFF;
     else if (good && length > 2)
-        good = crcBitwise(bytes, length - 2) == static_cast<unsigned int>(bytes[length - 2] | bytes[length - 1] << 8);
+        good = crcOf(bytes, length - 2) == static_cast<unsigned int>(bytes[length - 2] | bytes[length - 1] << 8);
 
     QByteArray handedOver = reply;
     QString information = QLatin1String("left over");
@@ -221,7 +221,7 @@ QByteArray Host::wholeReply(const std::vector<unsigned char> &content) const
         bytes[2] = static_cast<unsigned char>(length - 5);
     for (int i = 3; i < length - 2 && !content.empty(); ++i)
         bytes[i] = content[static_cast<size_t>(i - 3) % content.size()];
-    const unsigned int crc = crcBitwise(bytes, length - 2);
+    const unsigned int crc = crcOf(bytes, length - 2);
     bytes[length - 2] = static_cast<unsigned char>(crc & 0xFF);
     bytes[length - 1] = static_cast<unsigned char>(crc >> 8);
     return reply;
@@ -237,7 +237,7 @@ void Host::checkFrames() const
         require(frame.frameLen >= (odd ? 0 : 8) && frame.frameLen <= ModbusRtuRecordBytes, "the length of a frame");
         const unsigned char *end = frame.frame + frame.frameLen;
         require(frame.frameLen < 2
-                    || crcBitwise(frame.frame, frame.frameLen - 2) == static_cast<unsigned int>(end[-2] | end[-1] << 8),
+                    || crcOf(frame.frame, frame.frameLen - 2) == static_cast<unsigned int>(end[-2] | end[-1] << 8),
                 "the CRC of a frame");
         require(frame.frameKind == 0 || frame.frameKind == 3, "where the data of a reply begins");
     }

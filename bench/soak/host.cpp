@@ -1,6 +1,7 @@
 #include "host.h"
 
 #include "tests/support/buffer_word.h"
+#include "tests/support/records.h"
 
 #include <algorithm>
 #include <cstring>
@@ -99,12 +100,7 @@ Host::~Host()
 
 void Host::watch(QList<KEY_ADDRESS> &keys, int station, const char *type, int first, int count)
 {
-    KEY_ADDRESS key = KEY_ADDRESS();
-    key.station = station;
-    key.regType = QString::fromLatin1(type);
-    key.startAddr = first;
-    key.count = count;
-    keys << key;
+    keys << support::key(station, type, first, count);
     const int step = isDouble(type) ? 2 : 1;
     for (int address = first; address < first + count; address += step) {
         itemOf[nameOf(station, type, address)] = items.size();
@@ -160,14 +156,7 @@ void Host::registerRecipes()
 {
     QVector<_RCP_VAR_PRO> rows;
     const auto add = [&rows](int station, const char *type, int offset, int count) {
-        const _RCP_VAR_PRO row = {7,
-                                  station,
-                                  QString::fromLatin1(type),
-                                  FirstRecipe + offset,
-                                  count,
-                                  (station - 1) * RecipeRegisters + offset,
-                                  0};
-        rows << row;
+        rows << support::row(7, station, type, FirstRecipe + offset, count, (station - 1) * RecipeRegisters + offset);
     };
     for (int station = 1; station <= recipeStations; ++station) {
         add(station, "4x", 0, 20);

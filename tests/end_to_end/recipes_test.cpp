@@ -4,6 +4,7 @@
 #include "end_to_end_test.h"
 
 #include "plant_line.h"
+#include "support/records.h"
 
 namespace {
 
@@ -14,14 +15,7 @@ const int OtherLink = 8;
 
 _RCP_VAR_PRO row(int station, const char *type, int address, int count, int offset, int link = Link)
 {
-    _RCP_VAR_PRO result = _RCP_VAR_PRO();
-    result.userData = link;
-    result.station = station;
-    result.regType = QString::fromLatin1(type);
-    result.startAddr = address;
-    result.count = count;
-    result.hostOffset = offset;
-    return result;
+    return support::row(link, station, type, address, count, offset);
 }
 
 void registerRows(Panel &panel, const std::vector<_RCP_VAR_PRO> &rows)

@@ -3,6 +3,7 @@
 #include "allocated_bytes.h"
 #include "loaded_driver.h"
 #include "support/host_memory.h"
+#include "support/records.h"
 
 #include <QtCore/QStringList>
 
@@ -15,16 +16,6 @@ namespace {
 const int stations = 4;
 const int conditionReads = 100;
 
-KEY_ADDRESS wordKey(int station, int address)
-{
-    KEY_ADDRESS key = KEY_ADDRESS();
-    key.station = station;
-    key.regType = "4x";
-    key.startAddr = address;
-    key.count = 1;
-    return key;
-}
-
 /** Fills every list of the driver: settings, plan, cache, queues, recipe rows, a frame in flight. */
 void fill(const LoadedDriver &loaded, support::HostMemory &memory)
 {
@@ -35,14 +26,8 @@ void fill(const LoadedDriver &loaded, support::HostMemory &memory)
     QVector<_RCP_VAR_PRO> rows;
     for (int station = 1; station <= stations; ++station) {
         for (int address = 0; address < 50; ++address)
-            keys << wordKey(station, address * 3);
-        _RCP_VAR_PRO row = _RCP_VAR_PRO();
-        row.userData = 1;
-        row.station = station;
-        row.regType = "4x";
-        row.count = 2;
-        row.hostOffset = station * 2;
-        rows << row;
+            keys << support::key(station, "4x", address * 3, 1);
+        rows << support::row(1, station, "4x", 0, 2, station * 2);
     }
     ASSERT_EQ(ENTRY(loaded, intf_setRcpAddress)(&rows), stations);
     ASSERT_GT(ENTRY(loaded, intf_addrMerge)(&keys), 0);
@@ -50,7 +35,7 @@ void fill(const LoadedDriver &loaded, support::HostMemory &memory)
     unsigned char value[2] = {0x34, 0x12};
     ASSERT_EQ(ENTRY(loaded, intf_setData)(1, &type, 9, 1, value, 0), 1);
     for (int i = 0; i < conditionReads; ++i) {
-        KEY_ADDRESS once = wordKey(2, 500 + i);
+        KEY_ADDRESS once = support::key(2, "4x", 500 + i, 1);
         ASSERT_EQ(ENTRY(loaded, intf_addConditionRead)(&once, 0), 1);
     }
     std::vector<FRAME_PRO> frame(1);
@@ -238,12 +223,12 @@ const FirstCall firstCalls[] = {
     {"addrMergeOfOneKey",
      [](const LoadedDriver &loaded) {
          QList<KEY_ADDRESS> keys;
-         keys << wordKey(1, 0);
+         keys << support::key(1, "4x", 0, 1);
          EXPECT_EQ(ENTRY(loaded, intf_addrMerge)(&keys), 1);
      }},
     {"addConditionRead",
      [](const LoadedDriver &loaded) {
-         KEY_ADDRESS key = wordKey(1, 0);
+         KEY_ADDRESS key = support::key(1, "4x", 0, 1);
          EXPECT_EQ(ENTRY(loaded, intf_addConditionRead)(&key, 0), 1);
      }},
     {"getSendFrame",

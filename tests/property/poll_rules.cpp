@@ -170,7 +170,7 @@ void PollRules::checkBytes(const FRAME_PRO &frame)
         findings.add("a frame of " + std::to_string(length) + " bytes");
         return;
     }
-    const int crc = support::crcBitwise(frame.frame, length - 2);
+    const int crc = support::crcOf(frame.frame, length - 2);
     findings.require(frame.frame[length - 2] + 256 * frame.frame[length - 1] == crc, "a frame with a wrong CRC");
 
     const VARIABLE &unit = frame.var;

@@ -25,7 +25,7 @@ inline Bytes hex(const std::string &text)
 
 inline Bytes withCrc(Bytes bytes)
 {
-    const unsigned int crc = support::crcBitwise(bytes.data(), static_cast<int>(bytes.size()));
+    const unsigned int crc = support::crcOf(bytes.data(), static_cast<int>(bytes.size()));
     bytes.push_back(static_cast<unsigned char>(crc & 0xFF));
     bytes.push_back(static_cast<unsigned char>(crc >> 8));
     return bytes;

@@ -7,7 +7,7 @@ namespace support {
 bool hasRightCrc(const QByteArray &frame)
 {
     const int length = static_cast<int>(frame.size());
-    return length >= 4 && crcBitwise(frame, length - 2) == (byteAt(frame, length - 2) | byteAt(frame, length - 1) << 8);
+    return length >= 4 && crcOf(frame, length - 2) == (byteAt(frame, length - 2) | byteAt(frame, length - 1) << 8);
 }
 
 QByteArray adu(const char *hex)

@@ -1,13 +1,12 @@
 /**
  * @file
- * Frames as a slave hears and sends them, check sum included. The check sum is worked
- * out bit by bit, so that the driver's own is not held against itself.
+ * Frames as a slave hears and sends them, check sum included.
  */
 #ifndef TESTS_SUPPORT_RTU_FRAMES_H
 #define TESTS_SUPPORT_RTU_FRAMES_H
 
 #include "driver/modbus_rtu_interface.h"
-#include "support/bitwise_crc.h"
+#include "support/crc.h"
 
 #include <vector>
 
