@@ -1,5 +1,6 @@
 // Links on ports of this machine: what cannot be opened is said, and each port has its own pace.
 
+#include "kit/event_descriptors.h"
 #include "kit/loopback_peer.h"
 #include "kit/terminal_pair.h"
 #include "support/frames.h"
@@ -7,8 +8,6 @@
 #include <modbus_rtu_host/link.h>
 
 #include <gtest/gtest.h>
-
-#include <sys/resource.h>
 
 #include <thread>
 
@@ -76,14 +75,8 @@ TEST_F(LinkPorts, AreForOneLinkAtATime)
 TEST_F(LinkPorts, WithoutADescriptorLeftAreAnErrorOfTheKit)
 {
     settings.port = "/dev/null";
-    rlimit before;
-    ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
-    rlimit none = before;
-    none.rlim_cur = 0;
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
-    const std::string words = errorOf([&] { rtu::Link link(settings); });
-    ::setrlimit(RLIMIT_NOFILE, &before);
-    EXPECT_EQ("cannot create an event descriptor", words);
+    const NoEventDescriptor none;
+    EXPECT_EQ("cannot create an event descriptor", errorOf([&] { rtu::Link link(settings); }));
 }
 
 /** Steps a link with one tag until a frame has been answered, and gives the account of it. */

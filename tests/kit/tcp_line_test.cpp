@@ -3,6 +3,7 @@
 #include "kit/line/tcp_line.h"
 
 #include "kit/line/make_line.h"
+#include "kit/event_descriptors.h"
 #include "kit/loopback_peer.h"
 #include "kit/terminal_pair.h"
 
@@ -11,27 +12,12 @@
 #include <gtest/gtest.h>
 
 #include <netinet/tcp.h>
-#include <sys/eventfd.h>
-#include <sys/syscall.h>
 #include <unistd.h>
 
 #include <atomic>
-#include <cerrno>
 #include <future>
 #include <system_error>
 #include <thread>
-
-static std::atomic<bool> noEventDescriptor(false);
-
-// In the place of the C library's. A limit on all descriptors would do as well, but for the
-// undefined-behaviour sanitizer: it looks at objects through a pipe, and calls them broken when it gets none.
-extern "C" int eventfd(unsigned int initial, int flags) noexcept
-{
-    if (!noEventDescriptor)
-        return static_cast<int>(::syscall(SYS_eventfd2, initial, flags));
-    errno = EMFILE;
-    return -1;
-}
 
 namespace {
 
@@ -412,9 +398,8 @@ TEST(NameLookup, KnowsThisComputer)
 TEST(TcpLine, SaysThatTheProcessHasNoDescriptorLeft)
 {
     Line line("tcp:127.0.0.1:1");
-    noEventDescriptor = true;
+    const NoEventDescriptor none;
     EXPECT_FALSE(line.ensureOpen());
-    noEventDescriptor = false;
     EXPECT_EQ("cannot create an event descriptor", line.notice());
 }
 

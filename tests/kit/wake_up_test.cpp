@@ -2,13 +2,13 @@
 
 #include "kit/line/wake_up.h"
 
+#include "kit/event_descriptors.h"
 #include "kit/terminal_pair.h"
 
 #include <gtest/gtest.h>
 
 #include <poll.h>
 #include <signal.h>
-#include <sys/resource.h>
 
 #include <thread>
 
@@ -115,13 +115,8 @@ TEST(WakeUp, WaitsOnAfterASignal)
 
 TEST(WakeUp, SaysWhenTheProcessHasNoDescriptorLeft)
 {
-    rlimit before;
-    ASSERT_EQ(0, ::getrlimit(RLIMIT_NOFILE, &before));
-    const rlimit none = {0, before.rlim_max};
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &none));
-    const std::string failure = test_line::failureOf([] { WakeUp(); });
-    ASSERT_EQ(0, ::setrlimit(RLIMIT_NOFILE, &before));
-    EXPECT_EQ("cannot create an event descriptor", failure);
+    const test_line::NoEventDescriptor none;
+    EXPECT_EQ("cannot create an event descriptor", test_line::failureOf([] { WakeUp(); }));
 }
 
 } // namespace
