@@ -26,9 +26,7 @@ void LiveFeed::add(const Transaction &transaction)
         m_trace.pop_front();
     if (transaction.end != ReplyEnd::NoneExpected)
         m_alive[transaction.station] = !transaction.reply.isEmpty();
-    if (transaction.tag == static_cast<int>(Source::Write))
-        noteWrite(transaction);
-    else if (transaction.good() && transaction.isRead)
+    if (transaction.good() && transaction.isRead && transaction.tag != static_cast<int>(Source::Write))
         noteReadings(transaction);
 }
 
@@ -51,25 +49,10 @@ std::vector<Reading> LiveFeed::readings(std::size_t tag, int value) const
     return m_history.readings(tag, value);
 }
 
-void LiveFeed::noteWrite(const Transaction &transaction)
+void LiveFeed::noteEnd(const std::string &text)
 {
-    if (transaction.verdict == VerdictGivenUp)
-        m_news = "Write failed: " + transaction.information.toStdString() + ", " + replyMeaning(transaction);
-    else if (transaction.good() && !transaction.isRead)
-        m_news = "Station " + std::to_string(transaction.station) + ": " + requestMeaning(transaction.request)
-                 + ", acknowledged";
-}
-
-void LiveFeed::noteEnd(const std::string &place, const WriteResult &result)
-{
-    const bool told = result.end == WriteEnd::Acknowledged || result.end == WriteEnd::Refused
-                      || result.end == WriteEnd::Unconfirmed || result.end == WriteEnd::Broadcast;
-    if (told)
-        return;
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_news = place
-             + (result.end == WriteEnd::KeptLocal ? " is shown and not sent"
-                                                  : " was not written: " + result.text.toStdString());
+    m_news = text;
 }
 
 void LiveFeed::remark(const std::string &remark)

@@ -46,13 +46,12 @@ public:
     /** The last one, once; empty when there is none. */
     std::string takeRemark();
     /** From any thread: how a write ended of which no frame told. @param place "1:4x5" */
-    void noteEnd(const std::string &place, const WriteResult &result);
+    void noteEnd(const std::string &text);
 
 private:
     enum { Kept = 1000 };
 
     void add(const Transaction &transaction);
-    void noteWrite(const Transaction &transaction);
     void noteReadings(const Transaction &transaction);
     void setPort(bool open);
 

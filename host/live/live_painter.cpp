@@ -100,15 +100,17 @@ Screen LivePainter::paint(LiveState &state, int rows, int columns, TimePoint now
         m_screen.lines.resize(static_cast<std::size_t>(std::max(1, rows)));
         return m_screen;
     }
+    const std::vector<std::string> message = messageLines(state, rows);
+    const int room = rows - static_cast<int>(message.size());
     paintTitle(now);
     if (state.mode() == LiveState::Mode::Help)
-        paintHelp(state, rows);
+        paintHelp(state, room);
     else
-        paintParts(state, rows, now);
-    m_screen.lines.resize(static_cast<std::size_t>(rows - 1));
-    if (state.typing() && !state.message().empty())
-        m_screen.lines.back() = fitted({Span{" " + state.message(), Look::Error}}, m_columns);
-    paintFooter(state);
+        paintParts(state, room, now);
+    m_screen.lines.resize(static_cast<std::size_t>(room - 1));
+    for (const std::string &line : message)
+        add(line, state.typing() ? Look::Error : Look::Title);
+    paintFooter(state, message.empty());
     return m_screen;
 }
 
@@ -297,26 +299,54 @@ ScreenLine LivePainter::traceLine(const TraceLine &line) const
             Span{meaning + verdict, line.bad ? Look::Error : Look::Plain}};
 }
 
-std::string LivePainter::hint(const LiveState &state) const
+/** What there is to tell, beside the keys. */
+std::string LivePainter::news(const LiveState &state) const
 {
-    if (!state.message().empty())
-        return " " + state.message();
-    if (!state.rows().empty()) {
-        const TagState tag = m_feed.board().state(state.rows()[state.selected()].tag);
-        if (tag.failed)
-            return " Error: " + tag.error;
-    }
-    return std::string(" Enter edit  q quit  ? help  / search  s sort  d format  g trend  t trace")
-           + (state.simulated() ? "  f fault  o off/on  u plug" : "");
+    if (!state.message().empty() || state.typing() || state.rows().empty())
+        return state.message();
+    const TagState tag = m_feed.board().state(state.rows()[state.selected()].tag);
+    return tag.failed ? "Error: " + tag.error : std::string();
 }
 
-void LivePainter::paintFooter(const LiveState &state)
+/** Lines above the last one, for what does not fit into that; no more than half the screen. */
+std::vector<std::string> LivePainter::messageLines(const LiveState &state, int rows) const
+{
+    const std::string text = news(state);
+    const int room = m_columns - textWidth(waitingText(state));
+    if (text.empty() || (!state.typing() && textWidth(text) < room))
+        return std::vector<std::string>();
+    std::vector<std::string> lines = wrappedText(" " + text, m_columns, 1);
+    lines.resize(std::min(lines.size(), static_cast<std::size_t>(rows / 2)));
+    return lines;
+}
+
+/** The keys of which all has room. */
+std::string LivePainter::keysText(const LiveState &state, int columns)
+{
+    std::vector<std::string> keys = {"Enter edit", "q quit",   "? help",  "/ search",
+                                     "s sort",     "d format", "g trend", "t trace"};
+    if (state.simulated())
+        keys.insert(keys.end(), {"f fault", "o off/on", "u plug"});
+    std::string text;
+    for (const std::string &key : keys) {
+        const std::string longer = text + (text.empty() ? " " : "  ") + key;
+        if (textWidth(longer) > columns)
+            break;
+        text = longer;
+    }
+    return text;
+}
+
+/** @param free nothing that had no room here stands above */
+void LivePainter::paintFooter(const LiveState &state, bool free)
 {
     if (state.typing())
         return paintInput(state);
     const std::string waiting = waitingText(state);
-    const int room = m_columns - textWidth(waiting);
-    add(leftAligned(clippedText(hint(state), room), room) + waiting, Look::Title);
+    const int room = std::max(0, m_columns - textWidth(waiting));
+    const std::string told = free ? news(state) : std::string();
+    const std::string text = told.empty() ? keysText(state, room) : " " + told;
+    add(leftAligned(clippedText(text, room), room) + waiting, Look::Title);
 }
 
 void LivePainter::paintInput(const LiveState &state)
@@ -336,16 +366,22 @@ void LivePainter::paintInput(const LiveState &state)
 /** A page of the keys; what has no room is on the next. */
 void LivePainter::paintHelp(LiveState &state, int rows)
 {
-    std::vector<std::string> lines(std::begin(HelpLines), std::end(HelpLines));
+    std::vector<std::string> texts(std::begin(HelpLines), std::end(HelpLines));
     if (state.simulated())
-        lines.insert(lines.end(), std::begin(SimulationHelpLines), std::end(SimulationHelpLines));
+        texts.insert(texts.end(), std::begin(SimulationHelpLines), std::end(SimulationHelpLines));
+    const int behindTheKey = 11;
+    std::vector<std::string> lines;
+    for (const std::string &text : texts) {
+        const std::vector<std::string> wrapped = wrappedText(" " + text, m_columns, behindTheKey);
+        lines.insert(lines.end(), wrapped.begin(), wrapped.end());
+    }
     const int aroundLines = 3; // title, heading, footer
     const std::size_t page = static_cast<std::size_t>(rows - aroundLines);
     state.setHelpPage(page, lines.size());
     const std::size_t end = std::min(lines.size(), state.helpTop() + page);
     add(end < lines.size() ? " Keys (Down: more, others close)" : " Keys (any key closes this)", Look::Header);
     for (std::size_t i = state.helpTop(); i < end; ++i)
-        add(" " + lines[i], Look::Plain);
+        add(lines[i], Look::Plain);
 }
 
 /** The course of the chosen value in place of the trace. */

@@ -37,10 +37,12 @@ private:
     ScreenLine tagLine(const LiveRow &row, const TableLayout &layout, bool selected, TimePoint now);
     void paintTrace(LiveState &state, int height);
     ScreenLine traceLine(const TraceLine &line) const;
-    void paintFooter(const LiveState &state);
+    void paintFooter(const LiveState &state, bool free);
     void paintInput(const LiveState &state);
     std::string position(const LiveState &state) const;
-    std::string hint(const LiveState &state) const;
+    std::string news(const LiveState &state) const;
+    std::vector<std::string> messageLines(const LiveState &state, int rows) const;
+    static std::string keysText(const LiveState &state, int columns);
     void paintHelp(LiveState &state, int rows);
     void add(const std::string &text, Look look);
     void add(const ScreenLine &line);

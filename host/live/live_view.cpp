@@ -2,6 +2,7 @@
 
 #include "host/live/live_table.h"
 #include "host/live/row_order.h"
+#include "host/report/write_report.h"
 #include "host/tags/link_tags.h"
 
 #include <algorithm>
@@ -12,6 +13,14 @@ namespace rtu {
 namespace {
 
 const int RedrawMilliseconds = 100;
+
+/** "1:4x211: 7 -> -12, acknowledged", and why where it was not. */
+std::string endText(const TagWrite &write, const TagState &old, const WriteResult &result, bool verified)
+{
+    const std::string text = writeText(write, old, result, verified);
+    const bool well = result.end == WriteEnd::Acknowledged || result.text.isEmpty();
+    return well ? text : text + ": " + result.text.toStdString();
+}
 
 } // namespace
 
@@ -58,7 +67,7 @@ WriteOptions LiveView::tellingTheEndOf(const TagWrite &write, const TagState &ol
     WriteOptions options;
     options.readBack = m_verify;
     options.done = [this, write, old](const WriteResult &result) {
-        m_feed->noteEnd(std::to_string(write.tag.station) + ":" + write.tag.rangeLabel(), result);
+        m_feed->noteEnd(endText(write, old, result, m_verify));
         if (m_recorder)
             m_recorder->printWrite(write, old, result, result.time == TimePoint() ? m_line.now() : result.time);
     };

@@ -44,23 +44,42 @@ Json jsonValue(std::uint32_t raw, const ValueFormat &format)
     return isJsonNumber(shown) ? Json::parse(shown) : Json(shown);
 }
 
+Written writtenOf(const TagWrite &write, int value, const TagState &old, const WriteResult &result, TimePoint now)
+{
+    const std::size_t i = static_cast<std::size_t>(value);
+    const WriteEnd end = endOf(result, value);
+    const std::string error = end == WriteEnd::Acknowledged ? std::string() : result.text.toStdString();
+    return Written{write.tag,
+                   value,
+                   write.raw[i],
+                   old.known,
+                   old.known ? old.raw[i] : 0,
+                   endText(end),
+                   result.end == WriteEnd::Acknowledged,
+                   error,
+                   now};
+}
+
+std::string lineOf(const Written &written, bool verified)
+{
+    const TagRange &tag = written.tag;
+    return std::to_string(tag.station) + ":" + tag.label(written.value) + ": "
+           + (written.oldKnown ? valueText(written.oldRaw, tag.format) : "?") + " -> "
+           + valueText(written.raw, tag.format) + ", " + written.end
+           + (verified && written.whole ? ", reads the same" : "");
+}
+
 } // namespace
+
+std::string writeText(const TagWrite &write, const TagState &old, const WriteResult &result, bool verified)
+{
+    return lineOf(writtenOf(write, 0, old, result, TimePoint()), verified);
+}
 
 void WriteReport::print(const TagWrite &write, const TagState &old, const WriteResult &result, TimePoint now)
 {
     for (int value = 0; value < write.tag.values; ++value) {
-        const std::size_t i = static_cast<std::size_t>(value);
-        const WriteEnd end = endOf(result, value);
-        const std::string error = end == WriteEnd::Acknowledged ? std::string() : result.text.toStdString();
-        const Written written{write.tag,
-                              value,
-                              write.raw[i],
-                              old.known,
-                              old.known ? old.raw[i] : 0,
-                              endText(end),
-                              result.end == WriteEnd::Acknowledged,
-                              error,
-                              now};
+        const Written written = writtenOf(write, value, old, result, now);
         if (m_form == OutputForm::Json)
             printJson(written);
         else if (m_form == OutputForm::Csv)
@@ -72,11 +91,7 @@ void WriteReport::print(const TagWrite &write, const TagState &old, const WriteR
 
 void WriteReport::printLine(const Written &written)
 {
-    const TagRange &tag = written.tag;
-    const bool verified = m_verified && written.whole;
-    m_out << "-- " << tag.station << ':' << tag.label(written.value) << ": "
-          << (written.oldKnown ? valueText(written.oldRaw, tag.format) : "?") << " -> "
-          << valueText(written.raw, tag.format) << ", " << written.end << (verified ? ", reads the same" : "") << '\n';
+    m_out << "-- " << lineOf(written, m_verified) << '\n';
 }
 
 void WriteReport::printJson(const Written &written)

@@ -11,6 +11,20 @@
 
 namespace rtu {
 
+/** One value of a write. */
+struct Written
+{
+    const TagRange &tag;
+    int value; ///< zero-based
+    std::uint32_t raw;
+    bool oldKnown;
+    std::uint32_t oldRaw;
+    std::string end;
+    bool whole; ///< all of the write was acknowledged
+    std::string error;
+    TimePoint time;
+};
+
 class WriteReport
 {
 public:
@@ -21,20 +35,6 @@ public:
     void print(const TagWrite &write, const TagState &old, const WriteResult &result, TimePoint now);
 
 private:
-    /** One value of a write. */
-    struct Written
-    {
-        const TagRange &tag;
-        int value; ///< zero-based
-        std::uint32_t raw;
-        bool oldKnown;
-        std::uint32_t oldRaw;
-        std::string end;
-        bool whole; ///< all of the write was acknowledged
-        std::string error;
-        TimePoint time;
-    };
-
     void printLine(const Written &written);
     void printJson(const Written &written);
     void printCsv(const Written &written);
@@ -43,6 +43,9 @@ private:
     OutputForm m_form;
     bool m_verified;
 };
+
+/** What became of the first value of a write: "1:4x211: 7 -> -12, acknowledged". */
+std::string writeText(const TagWrite &write, const TagState &old, const WriteResult &result, bool verified);
 
 } // namespace rtu
 

@@ -100,6 +100,24 @@ std::string clippedText(const std::string &text, int width)
     return text.substr(0, i);
 }
 
+std::vector<std::string> wrappedText(const std::string &text, int width, int indent)
+{
+    std::vector<std::string> lines;
+    std::string rest = text;
+    while (textWidth(rest) > width) {
+        const std::string fits = clippedText(rest, width);
+        const std::string first = rest[fits.size()] == ' ' ? fits : fits.substr(0, fits.find_last_of(' '));
+        const bool blank = first.find_first_not_of(' ') == std::string::npos;
+        lines.push_back(blank ? fits : first); // a word that is longer than a line is broken
+        const std::size_t next = rest.find_first_not_of(' ', lines.back().size());
+        if (next == std::string::npos || lines.back().empty())
+            return lines;
+        rest = std::string(static_cast<std::size_t>(indent < width ? indent : 0), ' ') + rest.substr(next);
+    }
+    lines.push_back(rest);
+    return lines;
+}
+
 std::string shortenedText(const std::string &text, int width)
 {
     const std::string mark = "..";

@@ -6,6 +6,7 @@
 #define RTU_HOST_TEXT_WIDTH_H
 
 #include <string>
+#include <vector>
 
 namespace rtu {
 
@@ -17,6 +18,12 @@ std::string clippedText(const std::string &text, int width);
 
 /** As that, with ".." at the end of what did not fit whole. */
 std::string shortenedText(const std::string &text, int width);
+
+/**
+ * The text in lines that fit, broken between words where that is possible; further lines
+ * begin with so many blanks.
+ */
+std::vector<std::string> wrappedText(const std::string &text, int width, int indent = 0);
 
 /** For terminals that show no other letters: as wide as the text, with a likeness or "?" for what is not ASCII. */
 std::string asciiText(const std::string &text);

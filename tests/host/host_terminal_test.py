@@ -207,7 +207,7 @@ class Editing(LiveViewTest):
         screen.press("C-u")
         screen.type("1234")
         screen.press("Enter")
-        screen.line("write register 4x2 = 1234, acknowledged")
+        screen.line("1:4x2: 20 -> 1234, acknowledged")
         screen.line_with("1:4x2 ", "1234")
 
     def test_typing_replaces_the_old_value(self):
@@ -216,7 +216,7 @@ class Editing(LiveViewTest):
         screen.line("New value of 1:4x2 (uint16):")
         screen.type("5")
         screen.press("Enter")
-        screen.line("write register 4x2 = 5, acknowledged")
+        screen.line("1:4x2: 20 -> 5, acknowledged")
 
     def test_space_toggles_a_bit(self):
         screen = self.open()
@@ -254,7 +254,7 @@ class Editing(LiveViewTest):
         screen.press("Enter")
         screen.type("99")
         screen.press("Enter")
-        screen.line("was not written")
+        screen.line("not sent")
         screen.press("u")
         screen.line("The plug is in again")
         screen.line_with("1:4x1 ", " 10 ")
@@ -291,7 +291,7 @@ class Editing(LiveViewTest):
         screen.press("BSpace", "BSpace", "BSpace")
         screen.type("9")
         screen.press("Enter")
-        screen.line("write register 4x1 = 9, acknowledged")
+        screen.line("1:4x1: 10 -> 9, acknowledged")
 
     def test_escape_writes_nothing(self):
         screen = self.open()
@@ -311,7 +311,7 @@ class Editing(LiveViewTest):
         screen.press("Enter", "C-u")
         screen.type("99")
         screen.press("Enter")
-        screen.line("Write failed: W,1#4x1(1)")
+        screen.line("1:4x1: 10 -> 99, refused: ")
         screen.line_with("1:4x1 ", " 10 ")
 
 

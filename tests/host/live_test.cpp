@@ -423,23 +423,53 @@ TEST_F(LiveScreen, SaysThatTheWindowIsTooSmall)
 TEST_F(LiveScreen, NewsOfAWriteComeOnce)
 {
     show({"4x1"});
-    const rtu::Write write = link().write(feed->board().handle(0), 7);
-    while (!write.ended())
-        step();
-    EXPECT_TRUE(contains(feed->takeNews(), "write register 4x1 = 7, acknowledged"));
+    feed->noteEnd("1:4x1: 5 -> -7, acknowledged");
+    EXPECT_EQ("1:4x1: 5 -> -7, acknowledged", feed->takeNews());
     EXPECT_EQ("", feed->takeNews());
 }
 
-TEST_F(LiveScreen, AWriteThatWasNotSentIsNewsAsWell)
+TEST_F(LiveScreen, HasRoomForALongMessage)
+{
+    show({"4x1..30"});
+    poll();
+    const std::string cause = "after 3 attempts not one byte came back, while others answer, so the line works: look "
+                              "at its power, its address, and its end of the wires";
+    state->setMessage(cause);
+    for (int columns : {40, 80, 200}) {
+        const rtu::Screen screen = paint(10, columns);
+        std::string told;
+        for (std::size_t row = 0; row < screen.lines.size(); ++row)
+            told += screen.text(row).substr(0, screen.text(row).find_last_not_of(' ') + 1);
+        EXPECT_TRUE(contains(told, cause)) << columns << ": " << told;
+        EXPECT_EQ(10u, screen.lines.size());
+        EXPECT_FALSE(lineWith(screen, "1:4x1 ").empty()) << "values stay";
+    }
+    state->press('/');
+    state->setMessage(cause);
+    EXPECT_FALSE(lineWith(paint(10, 40), "end of the wires").empty());
+    EXPECT_FALSE(lineWith(paint(10, 40), "Search:").empty());
+}
+
+TEST_F(LiveScreen, NamesNoKeyByHalf)
 {
     show({"4x1"});
-    rtu::WriteResult result;
-    result.text = QLatin1String("the port is away");
-    feed->noteEnd("1:4x1", result);
-    EXPECT_EQ("1:4x1 was not written: the port is away", feed->takeNews());
-    result.end = rtu::WriteEnd::Acknowledged;
-    feed->noteEnd("1:4x1", result);
-    EXPECT_EQ("", feed->takeNews()); // its frame told
+    for (int columns = 40; columns < 120; ++columns) {
+        const std::string last = paint(10, columns).text(9);
+        const std::string text = last.substr(0, last.find_last_not_of(' ') + 1);
+        for (const char *half : {"  q", "  s", "  d", "  f", "search  s s", "off/", "plu"})
+            EXPECT_FALSE(text.size() >= std::string(half).size()
+                         && text.compare(text.size() - std::string(half).size(), std::string::npos, half) == 0)
+                << columns << ": " << text;
+        EXPECT_LT(text.size(), static_cast<std::size_t>(columns) + 1);
+    }
+}
+
+TEST_F(LiveScreen, HelpIsWholeOnNarrowScreens)
+{
+    show({"4x1"});
+    state->press('?');
+    EXPECT_FALSE(lineWith(paint(30, 40), "wait").empty());
+    EXPECT_FALSE(lineWith(paint(30, 40), "           trouble").empty());
 }
 
 TEST_F(LiveScreen, HelpNamesTheSlavesKeysOnlyWhereThereAreAny)

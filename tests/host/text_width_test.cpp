@@ -8,6 +8,18 @@
 
 namespace {
 
+TEST(TextWidth, LongTextsAreWrappedBetweenWords)
+{
+    using Lines = std::vector<std::string>;
+    EXPECT_EQ((Lines{""}), rtu::wrappedText("", 5));
+    EXPECT_EQ((Lines{"one", "two"}), rtu::wrappedText("one two", 3));
+    EXPECT_EQ((Lines{"one two"}), rtu::wrappedText("one two", 7));
+    EXPECT_EQ((Lines{" one", "  two", "  six"}), rtu::wrappedText(" one two six", 6, 2));
+    EXPECT_EQ((Lines{"abcde", "fgh"}), rtu::wrappedText("abcdefgh", 5));
+    EXPECT_EQ((Lines{"a", "bcdef", "g"}), rtu::wrappedText("a bcdefg", 5));
+    EXPECT_EQ((Lines{"ab", "cd"}), rtu::wrappedText("abcd", 2, 2)) << "no room for blanks";
+}
+
 TEST(TextWidth, CutsAtWholeCharacters)
 {
     const std::string degrees = "\xC2\xB0"
