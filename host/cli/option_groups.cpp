@@ -45,6 +45,15 @@ std::string judgeProtocol(const std::string &text)
     return "\"" + text + "\" is not a protocol: this program speaks rtu";
 }
 
+std::string judgeParity(const std::string &text)
+{
+    const std::string wrong = CLI::IsMember({"none", "even", "odd"}, CLI::ignore_case)(text);
+    double number = 0;
+    if (wrong.empty() || !readNumber(text, &number))
+        return wrong;
+    return "\"" + text + "\" is no parity (none, even, odd); -p names no TCP port here, tcp:HOST:" + text + " does";
+}
+
 template <typename Value>
 void addMilliseconds(CLI::App &app, const char *group, const char *name, Value &value, const char *purpose,
                      double shortest = 0)
@@ -115,7 +124,7 @@ void addLine(CLI::App &app, Options &options, RawOptions &raw)
         ->group(group);
     app.add_option("-P,-p", raw.parity, "Parity: none, even or odd (even)")
         ->type_name("PARITY")
-        ->check(CLI::IsMember({"none", "even", "odd"}, CLI::ignore_case))
+        ->check(judgeParity)
         ->group(group);
     app.add_option("-m", raw.protocol, "The protocol: rtu")->type_name("rtu")->check(judgeProtocol)->group(group);
     CLI::Option *const rtsWhenSending =
@@ -245,6 +254,7 @@ void addListening(CLI::App &app, Options &options, RawOptions &raw)
 {
     app.add_option("--find", raw.find, "Who answers on a port, and with which line parameters; only reads are sent")
         ->type_name("PORT")
+        ->expected(0, 1)
         ->group("Line");
     app.add_option("--probe", options.probeStation,
                    "What a station takes: blocks, holes, times, silence; only reads are sent. ADDRESS..LAST is the "
@@ -255,6 +265,7 @@ void addListening(CLI::App &app, Options &options, RawOptions &raw)
     const char *const group = "Traffic of others, and captures";
     app.add_option("--listen", raw.listen, "Listen to another master and its slaves; never sends")
         ->type_name("PORT")
+        ->expected(0, 1)
         ->group(group);
     app.add_option("--pcap", options.captureFile,
                    "Write what goes over the line to a new FILE, - for a pipe, that Wireshark reads")

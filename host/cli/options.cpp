@@ -63,6 +63,7 @@ private:
     void settleRecords();
     void settlePlan();
     void settleArguments();
+    void settleOnlyPort();
     void check() const;
     void checkProperty() const;
     void checkLimit() const;
@@ -269,6 +270,8 @@ void Parser::settleArguments()
         m_options.serveFile = m_raw.serve[0];
         m_options.port = m_raw.serve[1];
     }
+    if (m_options.mode == Mode::Find || m_options.mode == Mode::Listen)
+        return settleOnlyPort();
     if (!needsPort())
         return;
     if (m_options.arguments.empty())
@@ -286,6 +289,17 @@ void Parser::settleArguments()
                      + "\" stands where the recipe's file is named: " + "--recipe-read FILE PORT ADDRESS...");
     if (looksLikeAddress(m_options.port))
         throw Misuse("\"" + m_options.port + "\" is an address, and stands where the port is named");
+}
+
+/** "--find -b 9600 PORT": behind other options the port does as well. */
+void Parser::settleOnlyPort()
+{
+    if (!m_options.port.empty())
+        return;
+    if (m_options.arguments.empty())
+        throw Misuse(std::string(m_options.mode == Mode::Find ? "--find" : "--listen") + " takes PORT");
+    m_options.port = m_options.arguments.front();
+    m_options.arguments.erase(m_options.arguments.begin());
 }
 
 void Parser::check() const

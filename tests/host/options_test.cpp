@@ -246,6 +246,17 @@ TEST(Options, ChooseWhatToDo)
         EXPECT_EQ(choice.mode, parse(choice.arguments).mode) << choice.arguments[0];
 }
 
+TEST(Options, FindAndListenTakeThePortBehindOtherOptionsToo)
+{
+    for (const char *option : {"--find", "--listen"}) {
+        EXPECT_EQ("p", parse({option, "p", "-b", "9600"}).port) << option;
+        const Options behind = parse({option, "--json", "-b", "9600", "p"});
+        EXPECT_EQ("p", behind.port) << option;
+        EXPECT_EQ(9600, behind.line.baud) << option;
+        EXPECT_TRUE(behind.arguments.empty()) << option;
+    }
+}
+
 TEST(Options, APlanMayBeAPicture)
 {
     const Options picture = parse({"--plan", "out.svg", "4x1"});
@@ -292,6 +303,9 @@ TEST(Options, MisuseIsExplained)
         {{"--gap", "0", "p"}, "--gap: \"0\" is not a number from 0.001 to"},
         {{"--link-id", "7", "p"}, "--link-id"},
         {{"-m", "tcp", "p"}, "-m: tcp is another protocol, which this program does not speak"},
+        {{"-p", "502", "p"}, "\"502\" is no parity (none, even, odd); -p names no TCP port here, tcp:HOST:502 does"},
+        {{"--find"}, "--find takes PORT"},
+        {{"--listen", "-b", "9600"}, "--listen takes PORT"},
         {{"-m", "udp", "p"}, "-m: \"udp\" is not a protocol"},
         {{"-R", "-F", "p"}, "-F and -R exclude each other"},
         {{"--probe", "0", "p"}, "--probe: \"0\" is not a whole number from 1 to 247"},
