@@ -102,8 +102,6 @@ bool PollProgram::awaitEnd(const Asked &asked)
 
 void PollProgram::noteTransaction(const Transaction &transaction)
 {
-    if (m_options.trace)
-        printTrace(transaction);
     if (m_readingOld)
         return;
     if (transaction.verdict == VerdictGivenUp)
@@ -117,15 +115,6 @@ void PollProgram::noteError(const Transaction &transaction)
     m_lastError = transaction.information.toStdString();
     m_err << "error: station " << transaction.station << ", " << requestMeaning(transaction.request) << ": "
           << replyMeaning(transaction) << ", given up (" << m_lastError << ")\n";
-}
-
-void PollProgram::printTrace(const Transaction &transaction)
-{
-    // Values on standard output are for other programs in these forms; the trace is for people.
-    std::ostream &out = m_options.form == OutputForm::Lines ? m_out : m_err;
-    for (const TraceLine &line : traceLines(transaction))
-        out << traceText(line) << '\n';
-    out.flush();
 }
 
 void PollProgram::say(const std::string &text)

@@ -64,7 +64,6 @@ private:
     void tellComparison(const Recipe &recipe, std::size_t row, const RowResult &result);
     void noteTransaction(const Transaction &transaction);
     void noteError(const Transaction &transaction);
-    void printTrace(const Transaction &transaction);
     void say(const std::string &text);
     bool waitsForPort() const { return m_options.rounds != 1; }
     void notePort(bool open);

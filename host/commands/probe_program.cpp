@@ -196,7 +196,8 @@ int probeStation(const Options &options, PortLine &line, const TagRange &range, 
     if (json)
         out << probeJson(result, range, advice, options.probeStation) << '\n';
     else
-        printText(result, range, advice, line.name(), line.timing(), out);
+        printText(result, range, advice, options.simFile.empty() ? line.name() : "--sim " + options.simFile,
+                  line.timing(), out);
     return result.readable.empty() ? 1 : 0;
 }
 

@@ -13,12 +13,14 @@
 #include "host/commands/record_files.h"
 #include "host/tags/recipe.h"
 #include "host/report/statistics.h"
+#include "host/report/trace.h"
 #include "host/commands/stop_target.h"
 #include "kit/line/make_line.h"
 #include "host/commands/search_program.h"
 #include "host/search/port_trouble.h"
 #include "host/commands/signal_watcher.h"
 #include "host/commands/simulation.h"
+#include "host/text/output_path.h"
 
 #include <poll.h>
 #include <sys/stat.h>
@@ -206,9 +208,10 @@ private:
     {
         const TagSelection selection = selectNamedTags();
         const bool simulated = !m_options.simFile.empty();
-        const PlanView plan =
-            planOf(selection.reads,
-                   simulated ? agreeOnPace(*makePlant(m_options.simFile, m_options), m_options) : m_options.line);
+        const LineParameters line =
+            simulated ? agreeOnPace(*makePlant(m_options.simFile, m_options), m_options) : m_options.line;
+        tellBlockLength(linkSettings(m_options, line, LineTiming(line), m_driver.path()));
+        const PlanView plan = planOf(selection.reads, line);
         if (m_options.planPicture.empty() || !m_options.quiet)
             m_out << (m_options.form == OutputForm::Json ? planJson(plan) + "\n" : planText(plan));
         if (m_options.planPicture.empty())
@@ -231,6 +234,23 @@ private:
         return m_options.mode == Mode::Poll && screen && (m_options.live || !lines);
     }
 
+    bool showsLive(const TagSelection &selection) const { return wantsLiveView() && !selection.reads.empty(); }
+
+    /** Before anybody else hears of them: the frames stand above the values that they brought. */
+    void trace(Link &link)
+    {
+        if (!m_options.trace)
+            return;
+        // Values on standard output are for other programs in these forms; the trace is for people.
+        const bool apart = m_options.form != OutputForm::Lines || isCapturePipe(m_options.captureFile);
+        std::ostream &out = apart ? m_err : m_out;
+        link.onTransaction([&out](const Transaction &transaction) {
+            for (const TraceLine &line : traceLines(transaction))
+                out << traceText(line) << '\n';
+            out.flush();
+        });
+    }
+
     /** Where -t is typed from habit: other masters begin with the low word. */
     void tellWordOrder(const TagSelection &selection)
     {
@@ -242,6 +262,13 @@ private:
         if (habit && any && !m_options.quiet)
             m_err << "32-bit values have the high word first here (-B says so); mbpoll without -B has the low word "
                      "first: --low-word-first\n";
+    }
+
+    void tellBlockLength(const LinkSettings &settings)
+    {
+        if (settings.maxWords != m_options.property.maxWords && !m_options.quiet)
+            m_err << "--max-words " << m_options.property.maxWords << " would tear 32-bit values: using "
+                  << settings.maxWords << '\n';
     }
 
     int runOnLine()
@@ -256,12 +283,12 @@ private:
         LineSource source(m_options, m_err);
         const LinkSettings settings =
             linkSettings(m_options, source.line().parameters(), source.line().timing(), m_driver.path());
-        if (settings.maxWords != m_options.property.maxWords && !m_options.quiet)
-            m_err << "--max-words " << m_options.property.maxWords << " would tear 32-bit values: using "
-                  << settings.maxWords << '\n';
+        tellBlockLength(settings);
         std::unique_ptr<Link> link = makeLink(settings, source.takeLine());
         const std::unique_ptr<CaptureOutput> capture = captureOf(*link);
         RecordFiles files(m_options, [this](const std::string &text) { m_err << text << '\n'; });
+        if (!showsLive(selection))
+            trace(*link);
         LineRecorder recorder(*link, source.line());
         files.addTo(recorder);
         const int status = runLink(source, link, recorder, files, selection, recipe);
@@ -272,7 +299,7 @@ private:
     int runLink(LineSource &source, std::unique_ptr<Link> &link, LineRecorder &recorder, RecordFiles &files,
                 const TagSelection &selection, const Recipe &recipe)
     {
-        if (wantsLiveView() && !selection.reads.empty()) {
+        if (showsLive(selection)) {
             std::unique_ptr<LiveTerminal> terminal(new LiveTerminal);
             if (terminal->usable())
                 return showLive(source, link, recorder, files, selection, std::move(terminal));
@@ -328,6 +355,7 @@ private:
         std::unique_ptr<Link> link =
             makeLink(linkSettings(m_options, line, LineTiming(line), m_driver.path()), std::move(made));
         RecordFiles files(m_options, [this](const std::string &text) { m_err << text << '\n'; });
+        trace(*link);
         LineRecorder recorder(*link, past);
         files.addTo(recorder);
         CauseReport causes(
@@ -448,8 +476,18 @@ bool namesTags(const Options &options)
     return !options.arguments.empty() || !options.tagFile.empty() || options.typeOrReferenceGiven;
 }
 
+void refuseDevices(const Options &options)
+{
+    const bool pipe = isCapturePipe(options.captureFile);
+    for (const std::string &path :
+         {options.planPicture, options.recordFile, options.logFile, pipe ? std::string() : options.captureFile,
+          options.mode == Mode::RecipeRead ? options.recipeFile : std::string()})
+        refuseDevice(path);
+}
+
 void refuseExistingFiles(const Options &options)
 {
+    refuseDevices(options);
     if (options.force)
         return;
     refuseExisting(options.planPicture);

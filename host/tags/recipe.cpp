@@ -2,6 +2,7 @@
 
 #include "host/text/numbers.h"
 #include "host/text/csv.h"
+#include "host/text/output_path.h"
 #include "host/tags/link_tags.h"
 #include "host/tags/tag_table.h"
 
@@ -95,16 +96,33 @@ void writeRecipe(std::ostream &out, const Recipe &recipe)
     }
 }
 
-void writeRecipeFile(const std::string &path, const Recipe &recipe)
+namespace {
+
+bool writeTo(const std::string &path, const Recipe &recipe)
 {
-    const std::string draft = path + ".new";
-    std::ofstream out(draft);
+    std::ofstream out(path);
     writeRecipe(out, recipe);
     out.close();
-    if (!out || std::rename(draft.c_str(), path.c_str()) != 0) {
-        std::remove(draft.c_str());
+    return !out.fail();
+}
+
+/** A recipe that was whole stays so until the new one is. */
+bool replaceBy(const std::string &path, const Recipe &recipe)
+{
+    const std::string draft = path + ".new";
+    if (writeTo(draft, recipe) && std::rename(draft.c_str(), path.c_str()) == 0)
+        return true;
+    std::remove(draft.c_str());
+    return false;
+}
+
+} // namespace
+
+void writeRecipeFile(const std::string &path, const Recipe &recipe)
+{
+    const std::string replaceable = replaceablePath(path);
+    if (!(replaceable.empty() ? writeTo(path, recipe) : replaceBy(replaceable, recipe)))
         throw std::runtime_error("cannot write the recipe file " + path);
-    }
 }
 
 std::vector<RecipeRow> recipeRows(const Recipe &recipe, const DriverProperty &property)

@@ -195,6 +195,12 @@ class Output(RtuHostTest):
         self.assertIn("cannot write /nowhere/a.csv",
                       self.simulate("-1", "--log", "/nowhere/a.csv", "4x1", status=1).err)
 
+    def test_values_stand_below_the_frames_that_brought_them(self):
+        lines = self.simulate("-1", "-v", "4x1..2").lines
+        frame = next(i for i, line in enumerate(lines) if "<1 " in line)
+        value = next(i for i, line in enumerate(lines) if line.startswith("1:4x1 "))
+        self.assertLess(frame, value)
+
     def test_trace_is_decoded(self):
         result = self.simulate("-1", "-v", "4x1..2", "4x60@2", status=1)
         self.assertIn(">1  01 03 00 00 00 02 C4 0B  read holding registers 4x1..2", result.out)
@@ -339,6 +345,7 @@ class Writing(RtuHostTest):
 
     def test_an_odd_limit_is_told(self):
         self.assertIn("--max-words 9 would tear 32-bit values: using 8", self.simulate("-1", "--max-words", "9", "4x1").err)
+        self.assertIn("using 8", self.run_host("--plan", "--max-words", "9", "4x1").err)
 
     def test_many_bits_and_doubles_with_an_odd_limit(self):
         sim = self.file("big.sim", "station 1\n4x 1..500 = 0\n")
