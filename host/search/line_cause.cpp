@@ -110,6 +110,11 @@ std::string causeText(Cause cause)
     return wordsOf(cause).text;
 }
 
+bool isGatewayCode(int code)
+{
+    return code == 10 || code == 11;
+}
+
 std::string exceptionAdvice(int code)
 {
     switch (code) {
@@ -124,7 +129,7 @@ std::string exceptionAdvice(int code)
         return "it has no time: ask less often (-l)";
     case 10:
     case 11:
-        return "a gateway says so: the device behind it does not answer";
+        return "the device behind it does not answer";
     default:
         return "the device's manual tells what it means by that";
     }

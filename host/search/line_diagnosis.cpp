@@ -57,6 +57,8 @@ std::string LineDiagnosis::textOf(const Diagnosis &diagnosis, const Transaction 
     const std::string text = causeText(diagnosis.cause);
     switch (diagnosis.cause) {
     case Cause::Exception:
+        if (isGatewayCode(t.exceptionCode))
+            return "a gateway answers in its place, " + replyMeaning(t) + ": " + exceptionAdvice(t.exceptionCode);
         return text + ", " + replyMeaning(t) + ": " + exceptionAdvice(t.exceptionCode);
     case Cause::OtherStation:
     case Cause::OtherFunction:

@@ -113,7 +113,8 @@ INSTANTIATE_TEST_SUITE_P(
         ReplyCase{"exception 4", [](const Bytes &) { return frame("01 83 04"); }, Cause::Exception, "manual"},
         ReplyCase{"exception 6", [](const Bytes &) { return frame("01 83 06"); }, Cause::Exception, "it has no time"},
         ReplyCase{"exception 11", [](const Bytes &) { return frame("01 83 0B"); }, Cause::Exception,
-                  "the device behind it does not answer"}));
+                  "a gateway answers in its place, exception 11: gateway target did not respond: the device behind it "
+                  "does not answer"}));
 
 TEST_F(LineDiagnosis, SaysNothingOfWhatWorks)
 {
