@@ -469,7 +469,7 @@ TEST_F(LiveScreen, HelpIsWholeOnNarrowScreens)
     show({"4x1"});
     state->press('?');
     EXPECT_FALSE(lineWith(paint(30, 40), "wait").empty());
-    EXPECT_FALSE(lineWith(paint(30, 40), "           trouble").empty());
+    EXPECT_FALSE(lineWith(paint(30, 40), "           changed, trouble").empty());
 }
 
 TEST_F(LiveScreen, HelpNamesTheSlavesKeysOnlyWhereThereAreAny)
