@@ -1,5 +1,7 @@
 #include "plant_line.h"
 
+#include "support/line_parameters.h"
+
 #include <stdexcept>
 #include <thread>
 
@@ -12,14 +14,6 @@ namespace {
 const rtu::Duration Nap = std::chrono::microseconds(50);
 /** Only a plant or a kernel that lost bytes takes this long. */
 const rtu::Duration GiveUpAfter = std::chrono::minutes(2);
-
-rtu::LineParameters unpaced()
-{
-    rtu::LineParameters parameters;
-    parameters.baud = 0;
-    parameters.parity = 'N';
-    return parameters;
-}
 
 /** Naps until the condition holds. */
 template <typename Condition>
@@ -37,7 +31,7 @@ void awaitThat(Condition condition, const char *what)
 
 PlantLine::PlantLine(plant::Plant &plant)
     : m_plant(plant)
-    , m_serial(plant.devicePath(), unpaced())
+    , m_serial(plant.devicePath(), test_line::unpaced())
     , m_probe(::open(plant.devicePath().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC))
 {
     m_serial.open();

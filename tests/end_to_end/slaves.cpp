@@ -1,6 +1,7 @@
 #include "slaves.h"
 
 #include "plant_line.h"
+#include "support/line_parameters.h"
 #include "support/table_names.h"
 
 #include <cstdio>
@@ -110,10 +111,7 @@ public:
         const std::string word = "device ";
         if (greeting.compare(0, word.size(), word) != 0)
             throw std::runtime_error("the second slave says: " + greeting);
-        rtu::LineParameters parameters;
-        parameters.baud = 0;
-        parameters.parity = 'N';
-        m_line = std::make_unique<rtu::SerialLine>(greeting.substr(word.size()), parameters);
+        m_line = std::make_unique<rtu::SerialLine>(greeting.substr(word.size()), test_line::unpaced());
         m_line->open();
     }
 

@@ -1,22 +1,14 @@
 #include "kit/line/line_timing.h"
 
+#include "support/line_parameters.h"
+
 #include <gtest/gtest.h>
 
 namespace {
 
-using rtu::LineParameters;
 using rtu::LineTiming;
 using std::chrono::nanoseconds;
-
-LineParameters parameters(int baud, int dataBits, char parity, int stopBits)
-{
-    LineParameters result;
-    result.baud = baud;
-    result.dataBits = dataBits;
-    result.parity = parity;
-    result.stopBits = stopBits;
-    return result;
-}
+using test_line::parameters;
 
 TEST(LineTiming, CountsTheBitsOfACharacter)
 {

@@ -36,6 +36,9 @@ protected:
         plantLine.baud = 19200;
     }
 
+    /** Before the members of a test's own class go, which its callbacks fill. */
+    void TearDown() override { destroyLink(); }
+
     /** The link that the settings describe; its callbacks fill the members below. */
     rtu::Link &link()
     {

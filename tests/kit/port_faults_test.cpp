@@ -5,6 +5,7 @@
 
 #include "kit/line/serial_port.h"
 #include "kit/terminal_pair.h"
+#include "support/line_parameters.h"
 
 #include <gtest/gtest.h>
 
@@ -28,7 +29,7 @@ class FaultyPort : public rtu::PortLine
 public:
     explicit FaultyPort(const std::string &device) : PortLine(device)
     {
-        setParameters(plainBytes());
+        setParameters(test_line::unpaced());
         open();
     }
 
@@ -69,14 +70,6 @@ protected:
     }
 
 private:
-    static rtu::LineParameters plainBytes()
-    {
-        rtu::LineParameters parameters;
-        parameters.baud = 0;
-        parameters.parity = 'N';
-        return parameters;
-    }
-
     bool fails()
     {
         errno = m_error;

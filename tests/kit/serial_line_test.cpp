@@ -3,6 +3,7 @@
 #include "kit/line/serial_line.h"
 
 #include "kit/terminal_pair.h"
+#include "support/line_parameters.h"
 
 #include <gtest/gtest.h>
 
@@ -18,14 +19,6 @@ using rtu::TimePoint;
 
 const rtu::Duration Never = std::chrono::hours(1);
 
-rtu::LineParameters plainBytes()
-{
-    rtu::LineParameters parameters;
-    parameters.baud = 0;
-    parameters.parity = 'N';
-    return parameters;
-}
-
 const unsigned char *bytes(const std::string &text)
 {
     return reinterpret_cast<const unsigned char *>(text.data());
@@ -34,7 +27,7 @@ const unsigned char *bytes(const std::string &text)
 class SerialLine : public testing::Test
 {
 protected:
-    SerialLine() : line(pair->path(), plainBytes()) {}
+    SerialLine() : line(pair->path(), unpaced()) {}
 
     void arrive(const std::string &text)
     {
@@ -172,7 +165,7 @@ TEST_F(SerialLine, IsInterruptedWhileItWaits)
 TEST_F(SerialLine, IsForOneProgram)
 {
     line.open();
-    rtu::SerialLine second(pair->path(), plainBytes());
+    rtu::SerialLine second(pair->path(), unpaced());
     EXPECT_EQ(pair->path() + " is in use by another program", failureOf([&] { second.open(); }));
 }
 
@@ -198,7 +191,7 @@ TEST_F(SerialLine, CountsNoErrorsOnAPseudoTerminal)
 
 TEST(SerialLineOnAFile, IsRefused)
 {
-    rtu::SerialLine line("/dev/null", plainBytes());
+    rtu::SerialLine line("/dev/null", unpaced());
     EXPECT_EQ("/dev/null is not a serial port: Inappropriate ioctl for device", failureOf([&] { line.open(); }));
 }
 

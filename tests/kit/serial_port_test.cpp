@@ -3,6 +3,7 @@
 #include "kit/line/serial_port.h"
 #include "kit/scripted_port.h"
 #include "kit/terminal_pair.h"
+#include "support/line_parameters.h"
 
 #include <gtest/gtest.h>
 
@@ -13,16 +14,6 @@ namespace {
 
 using namespace test_line;
 using rtu::LineParameters;
-
-LineParameters parameters(int baud, int dataBits, char parity, int stopBits)
-{
-    LineParameters result;
-    result.baud = baud;
-    result.dataBits = dataBits;
-    result.parity = parity;
-    result.stopBits = stopBits;
-    return result;
-}
 
 class SerialPort : public testing::Test
 {
