@@ -17,7 +17,7 @@ using test_line::Bytes;
 
 inline std::string hexOf(const QByteArray &bytes)
 {
-    return bytes.toHex().toUpper().toStdString();
+    return bytes.toHex().toUpper().constData();
 }
 
 inline std::string hexOf(const Bytes &bytes)
