@@ -135,7 +135,7 @@ private:
         m_y += LineStep + 8;
         m_body += textAt(Margin, m_y,
                          "Station " + std::to_string(station) + " (dead: " + durationText(m_plan.deadTime(station))
-                             + " a round)",
+                             + " once)",
                          "font-size=\"13\" font-weight=\"bold\"");
         m_y += 8;
     }

@@ -115,7 +115,7 @@ TEST_F(PlanView, DrawsEachStationOnceAndNumbersTheRound)
     const rtu::PlanView view = plan({"4x1", "4x_double10", "4x1@2", "4x_double10@2"});
     const std::string picture = rtu::planPicture(view);
     for (int station : view.stations()) {
-        const std::string heading = ">Station " + std::to_string(station) + " (dead";
+        const std::string heading = ">Station " + std::to_string(station) + " (dead: 1.5 s once)";
         const std::size_t first = picture.find(heading);
         ASSERT_NE(std::string::npos, first);
         EXPECT_EQ(std::string::npos, picture.find(heading, first + 1));
