@@ -367,7 +367,8 @@ void Parser::checkRecords() const
     for (const char *option : {"--log", "--json", "--csv"}) {
         const bool toFile =
             option == std::string("--log") ? given(option) : given(option) && !m_options.recordFile.empty();
-        if (toFile && !values)
+        const bool heard = m_options.mode == Mode::Listen && option == std::string("--log");
+        if (toFile && !values && !heard)
             throw Misuse(option + std::string(" with a file records what is polled; here nothing is"));
     }
     const std::string &log = m_options.logFile;

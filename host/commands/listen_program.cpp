@@ -1,6 +1,8 @@
 #include "host/commands/listen_program.h"
 
 #include "host/commands/capture_output.h"
+#include "host/commands/heard_records.h"
+#include "host/commands/record_files.h"
 #include "host/listen/listen_loop.h"
 #include "host/listen/listen_output.h"
 #include "kit/line/make_line.h"
@@ -133,6 +135,7 @@ public:
             err << m_line->notice() << '\n';
         if (!options.captureFile.empty())
             m_capture.reset(new CaptureOutput(options.captureFile, out));
+        m_files.reset(new RecordFiles(options, [this](const std::string &text) { tell(text); }));
     }
 
     int run()
@@ -149,16 +152,26 @@ public:
         listen(output, view.get());
         m_terminal.reset();
         printSummary(m_options, output, m_out);
-        if (captureProblem().empty())
-            return 0;
-        m_err << "error: " << captureProblem() << '\n';
-        return 1;
+        if (!captureProblem().empty())
+            m_err << "error: " << captureProblem() << '\n';
+        if (m_files->incomplete())
+            m_err << "error: rows are missing in the records\n";
+        return captureProblem().empty() && !m_files->incomplete() ? 0 : 1;
     }
 
 private:
+    /** Not across the table, which says at its end what is missing. */
+    void tell(const std::string &text)
+    {
+        if (!m_terminal)
+            m_err << text << '\n';
+    }
+
     void listen(ListenOutput &output, Table *view)
     {
-        TrafficReader reader(readerSettings(m_options, m_line->timing()), output);
+        HeardRecords records(output, m_names);
+        m_files->addTo(records);
+        TrafficReader reader(readerSettings(m_options, m_line->timing()), records);
         ListenLoop loop(*m_line, reader);
         loop.onTick([&](TimePoint now) {
             const bool unread = !m_out || (isCapturePipe(m_options.captureFile) && !captureProblem().empty());
@@ -166,6 +179,7 @@ private:
                 loop.stop();
         });
         loop.onPort([&](bool open) {
+            records.notePort(open, m_line->now());
             if (!m_options.quiet && !view)
                 m_err << (open ? "the port is back" : "the port is gone, waiting for it") << '\n';
         });
@@ -204,6 +218,7 @@ private:
     const SignalWatcher m_watcher; ///< threads inherit the held-back signals: before all others
     const std::unique_ptr<PortLine> m_line;
     std::unique_ptr<CaptureOutput> m_capture;
+    std::unique_ptr<RecordFiles> m_files;
     std::unique_ptr<LiveTerminal> m_terminal;
 };
 

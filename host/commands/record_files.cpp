@@ -38,12 +38,6 @@ void RecordFiles::setTeller(LogFile::Teller tell)
         m_tell(m_told);
 }
 
-void RecordFiles::addTo(LineRecorder &recorder)
-{
-    for (const std::unique_ptr<Output> &output : m_outputs)
-        recorder.addRecords(output->records);
-}
-
 bool RecordFiles::incomplete() const
 {
     return std::any_of(m_outputs.begin(), m_outputs.end(),

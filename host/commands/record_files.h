@@ -20,7 +20,13 @@ public:
     /** Opens those that the options name. @param tell what happens to them, in words @throws std::runtime_error */
     RecordFiles(const Options &options, LogFile::Teller tell);
 
-    void addTo(LineRecorder &recorder);
+    /** @param recorder has addRecords() */
+    template <typename Recorder>
+    void addTo(Recorder &recorder)
+    {
+        for (const std::unique_ptr<Output> &output : m_outputs)
+            recorder.addRecords(output->records);
+    }
     /** Who is told from now on, beginning with what was told last. */
     void setTeller(LogFile::Teller tell);
     /** Rows are missing in some. */

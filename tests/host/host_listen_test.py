@@ -78,6 +78,43 @@ class Listening(ListenTest):
         self.assertEqual((2, None), (refused["exception"], refused["values"]))
         self.assertEqual("", self.end(process))
 
+    def test_a_log_has_the_rows_of_polling(self):
+        tags = self.file("tags.csv", "name,type,address\nlevel,4x,109\n")
+        log = self.file("log.csv")
+        process = self.listen("--log", log, "--tags", tags)
+        write = frame("02 06 00 04 00 07")
+        self.say(READ, READ_REPLY, write, write, READ, frame("01 83 02"))
+        for _ in range(6):
+            process.stdout.readline()
+        self.assertIn("3 transactions", self.end(process))
+        rows = [row.split(",") for row in self.read(log).splitlines()]
+        self.assertEqual("time,station,type,address,name,value,raw,unit,status,error,old".split(","), rows[0])
+        self.assertRegex(rows[1][0], r"^\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}[+-]")
+        self.assertEqual([["1", "4x", "108", "", "555", "0x022B", "", "ok"],
+                          ["1", "4x", "109", "level", "0", "0x0000", "", "ok"],
+                          ["1", "4x", "110", "", "100", "0x0064", "", "ok"],
+                          ["2", "4x", "5", "", "7", "0x0007", "", "acknowledged"]],
+                         [row[1:9] for row in rows[1:5]])
+        for row in rows[5:]:
+            self.assertEqual(["", "error"], [row[5], row[8]])
+            self.assertIn("exception 2", row[9])
+        self.assertEqual(8, len(rows))
+        again = self.listen("--log", log)
+        self.end(again)
+        self.assertEqual(8, len(self.read(log).splitlines()), "one header")
+
+    def test_a_log_that_cannot_be_written_is_told(self):
+        log = self.file("full.jsonl")
+        os.symlink("/dev/full", log)
+        process = self.listen("--log", log)
+        self.say(READ, READ_REPLY)
+        process.stdout.readline()
+        process.send_signal(signal.SIGINT)
+        error = process.communicate(timeout=PATIENCE)[1].decode()
+        self.assertIn("is not written: No space left on device", error)
+        self.assertIn("rows are missing", error)
+        self.assertEqual(1, process.returncode)
+
     def test_it_never_sends(self):
         process = self.listen()
         self.say(READ)
