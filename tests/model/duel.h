@@ -61,7 +61,8 @@ template <typename Value>
 struct Given
 {
     Given(Random &random, Value &argument)
-        : pointer(random.chance(1) ? nullptr : &argument), value(pointer ? argument : Value())
+        : pointer(random.chance(1) ? nullptr : &argument)
+        , value(pointer ? argument : Value())
     {
     }
 
@@ -95,8 +96,8 @@ public:
         int blockTransfers = 0;
         int fullQueues = 0;
         int blockedHeads = 0;
-        int remembered = 0; ///< replies to requests whose last reply was known
-        int unchanged = 0;  ///< those of them that said the same
+        int remembered = 0;  ///< replies to requests whose last reply was known
+        int unchanged = 0;   ///< those of them that said the same
         int nestedCalls = 0; ///< calls that callbacks made
     };
     Reach reach;
@@ -153,7 +154,7 @@ private:
     FRAME_PRO lastFrame = FRAME_PRO();
     bool answered = true;
     int readBackMode = 0;
-    bool nesting = false;   ///< callbacks of this call call the driver
+    bool nesting = false; ///< callbacks of this call call the driver
     bool insideNested = false;
     std::uint32_t nestedSeed = 0;
 
