@@ -54,6 +54,12 @@ std::string judgeParity(const std::string &text)
     return "\"" + text + "\" is no parity (none, even, odd); -p names no TCP port here, tcp:HOST:" + text + " does";
 }
 
+/** An option of lines for other masters that has no place here; why is all that it does. */
+void addExplained(CLI::App &app, const std::string &name, const std::string &reason)
+{
+    app.add_flag_callback(name, [name, reason] { throw CLI::ValidationError(name, reason); })->group("");
+}
+
 template <typename Value>
 void addMilliseconds(CLI::App &app, const char *group, const char *name, Value &value, const char *purpose,
                      double shortest = 0)
@@ -132,6 +138,8 @@ void addLine(CLI::App &app, Options &options, RawOptions &raw)
     app.add_flag("-R", options.line.rtsInverted, "The same, RTS being off while sending, on afterwards")
         ->excludes(rtsWhenSending)
         ->group(group);
+    addExplained(app, "-u", "stations are not asked what they are; --probe STATION tells what one takes");
+    addExplained(app, "-W", "one register is always written with function 6, several with 16");
     addMilliseconds(app, group, "--silence", raw.silenceMilliseconds,
                     "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)");
     addMilliseconds(app, group, "--gap", raw.gapMilliseconds,
