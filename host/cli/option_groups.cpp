@@ -116,8 +116,10 @@ void addWhat(CLI::App &app, Options &options, RawOptions &raw)
 void addLine(CLI::App &app, Options &options, RawOptions &raw)
 {
     const char *const group = "Line";
-    app.add_option("-b", options.line.baud, "Baud rate; 0: no pace and no silences (19200)")
+    app.add_option("-b", options.bauds, "Baud rate; 0: no pace and no silences (19200)")
         ->type_name("BAUD")
+        ->delimiter(',') // several are for --find
+        ->allow_extra_args(false)
         ->transform(wholeNumberFrom(0, 4000000))
         ->group(group);
     app.add_option("-d", options.line.dataBits, "Data bits, 7 or 8 (8)")

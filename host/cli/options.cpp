@@ -145,7 +145,8 @@ Options Parser::parse(int argc, const char *const *argv)
 void Parser::settle()
 {
     m_options.stations = parseNumberList(m_raw.stations, 0, HighestStation, "station");
-    m_options.baudGiven = given("-b");
+    if (!m_options.bauds.empty())
+        m_options.line.baud = m_options.bauds.front();
     m_options.parityGiven = given("-P");
     m_options.stopBitsGiven = given("-s");
     m_options.stationsGiven = given("-a");
@@ -342,6 +343,8 @@ void Parser::checkMode() const
 {
     const Mode mode = m_options.mode;
     const std::string surplus = m_options.arguments.empty() ? std::string() : m_options.arguments.front();
+    if (mode != Mode::Find && m_options.bauds.size() > 1)
+        throw Misuse("-b takes several rates with --find alone");
     if (mode != Mode::Poll && given("--count"))
         throw Misuse("--count is for polling; leave it out here");
     for (const char *option : {"--copies", "--step"}) {

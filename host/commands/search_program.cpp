@@ -27,10 +27,8 @@ const Duration UsualPatience = std::chrono::milliseconds(200);
 std::vector<LineParameters> parametersToTry(const Options &options)
 {
     std::vector<LineParameters> chosen;
-    for (LineParameters parameters : usualParameters()) {
+    for (LineParameters parameters : usualParameters(options.bauds)) {
         const LineParameters usual = parameters;
-        if (options.baudGiven)
-            parameters.baud = options.line.baud;
         if (options.parityGiven)
             parameters.parity = options.line.parity;
         if (options.stopBitsGiven)

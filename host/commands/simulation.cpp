@@ -186,7 +186,7 @@ LineParameters agreeOnPace(plant::Plant &plant, const Options &options)
 {
     LineParameters line = options.line;
     plant::Line pace = plant.line();
-    if (options.baudGiven) {
+    if (!options.bauds.empty()) {
         pace.baud = line.baud;
         pace.characterBits = line.bitsPerCharacter();
         plant.setLine(pace);
@@ -208,7 +208,7 @@ bool startServing(plant::Plant &slaves, const Options &options, std::string *err
     const bool link = options.port.compare(0, withLink.size(), withLink) == 0;
     if (!link && options.port != "pty")
         return slaves.serveOn(options.port, options.line, error);
-    if (options.baudGiven)
+    if (!options.bauds.empty())
         agreeOnPace(slaves, options);
     return slaves.start(error, link ? options.port.substr(withLink.size()) : std::string());
 }

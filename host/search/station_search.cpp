@@ -21,15 +21,16 @@ std::string answerOf(const Transaction &t)
 
 } // namespace
 
-std::vector<LineParameters> usualParameters()
+std::vector<LineParameters> usualParameters(const std::vector<int> &bauds)
 {
+    const std::vector<int> usual = {19200, 9600, 115200, 38400, 57600, 4800, 2400, 1200};
     std::vector<LineParameters> all;
     struct Character
     {
         char parity;
         int stopBits;
     };
-    for (int baud : {19200, 9600, 115200, 38400, 57600, 4800, 2400, 1200}) {
+    for (int baud : bauds.empty() ? usual : bauds) {
         for (const Character &character :
              {Character{'E', 1}, Character{'N', 1}, Character{'N', 2}, Character{'O', 1}}) {
             LineParameters parameters;

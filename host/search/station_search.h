@@ -25,8 +25,8 @@ struct SearchSettings
     Duration replyTimeout = std::chrono::milliseconds(200);
 };
 
-/** The parameters in use in the field, the likeliest first: 32 of them. */
-std::vector<LineParameters> usualParameters();
+/** The parameters in use in the field, the likeliest first: 32 of them, or four at each of these rates. */
+std::vector<LineParameters> usualParameters(const std::vector<int> &bauds = std::vector<int>());
 
 struct FoundStation
 {

@@ -28,6 +28,11 @@ class Finding(RtuHostTest):
         self.assertRegex(result.lines[0], r"^station 2 answers at 9600 baud 8N1: register 1 is 5, after ")
         self.assertEqual("go on with: rtuhost -b 9600 -P none -s 1 -a 2 %s 4x1" % self.port, result.lines[1])
 
+    def test_at_the_rates_that_are_given(self):
+        self.serve(self.port)
+        result = self.run_host("--find", self.port, "--json", "-a", "2", "-b", "57600,9600")
+        self.assertEqual([57600], [json.loads(line)["baud"] for line in result.lines])
+
     def test_nobody(self):
         line, far = pty.openpty()
         tty.setraw(far)

@@ -306,6 +306,8 @@ TEST(Options, MisuseIsExplained)
         {{"-p", "502", "p"}, "\"502\" is no parity (none, even, odd); -p names no TCP port here, tcp:HOST:502 does"},
         {{"--find"}, "--find takes PORT"},
         {{"--listen", "-b", "9600"}, "--listen takes PORT"},
+        {{"-b", "9600,19200", "p"}, "-b takes several rates with --find alone"},
+        {{"--find", "-b", "9600,x", "p"}, "-b: \"x\" is not a whole number from 0 to 4000000"},
         {{"-u", "p"}, "-u: stations are not asked what they are; --probe STATION"},
         {{"-W", "p", "4x1=5"}, "-W: one register is always written with function 6"},
         {{"-m", "udp", "p"}, "-m: \"udp\" is not a protocol"},

@@ -67,6 +67,15 @@ Bytes answerAt9600(const rtu::LineParameters &parameters, const Bytes &request)
     return request[0] == 200 ? frame("C8 83 02") : Bytes();
 }
 
+TEST(StationSearch, TriesTheRatesThatAreGivenWithAllCharacters)
+{
+    const std::vector<rtu::LineParameters> tried = rtu::usualParameters({9600, 300});
+    ASSERT_EQ(8u, tried.size());
+    EXPECT_TRUE(is(tried[0], 9600, 'E', 1));
+    EXPECT_TRUE(is(tried[3], 9600, 'O', 1));
+    EXPECT_TRUE(is(tried[4], 300, 'E', 1));
+}
+
 TEST(StationSearch, FindsWhoAnswersWithWhat)
 {
     Port port;
