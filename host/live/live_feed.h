@@ -45,7 +45,7 @@ public:
     void remark(const std::string &remark);
     /** The last one, once; empty when there is none. */
     std::string takeRemark();
-    /** From any thread: how a write ended of which no frame told. @param place "1:4x5" */
+    /** From any thread: how a write ended, in words. */
     void noteEnd(const std::string &text);
 
 private:
