@@ -100,6 +100,8 @@ class Listening(ListenTest):
             self.assertIn("exception 2", row[9])
         self.assertEqual(8, len(rows))
         again = self.listen("--log", log)
+        self.say(b"\x55")
+        again.stdout.readline()  # it listens; a signal before would end it otherwise
         self.end(again)
         self.assertEqual(8, len(self.read(log).splitlines()), "one header")
 
