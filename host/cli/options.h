@@ -43,7 +43,7 @@ struct Options
     std::string port;
     std::string simFile;             ///< simulated slaves in place of a port
     std::vector<std::string> faults; ///< of the simulated slaves
-    std::vector<int> bauds; ///< as given; --find alone takes several
+    std::vector<int> bauds;          ///< as given; --find alone takes several
     bool parityGiven = false;
     bool stopBitsGiven = false;
     bool stationsGiven = false;
