@@ -30,20 +30,6 @@ bool wentWell(WriteEnd end)
     return end == WriteEnd::Acknowledged || end == WriteEnd::Broadcast || end == WriteEnd::KeptLocal;
 }
 
-std::string rowText(const RowResult &row)
-{
-    switch (row.end) {
-    case RowEnd::Refused:
-        return "refused with exception " + std::to_string(row.exceptionCode);
-    case RowEnd::Unconfirmed:
-        return "no answer";
-    case RowEnd::Done:
-        return "taken by the slave";
-    default:
-        return "not tried";
-    }
-}
-
 } // namespace
 
 PollProgram::PollProgram(Link &link, Line &line, LineRecorder &recorder, CauseReport &causes, const Options &options,
@@ -234,19 +220,13 @@ void PollProgram::printRead(const TagRange &tag, const ReadResult &result, const
 int PollProgram::transferRecipe(Recipe recipe, bool write)
 {
     const std::vector<RecipeRow> rows = recipeRows(recipe, m_options.property);
-    const Transfer asked = write ? m_link.load(rows) : m_link.save(rows);
-    if (!awaitEnd(asked))
-        endTransfer(asked);
-    const TransferResult result = asked.result();
+    const TransferResult result = resultOf(write ? m_link.load(rows) : m_link.save(rows));
     const bool done = result.complete();
-    if (!done) {
-        m_err << "error: the recipe was not transferred whole\n";
-        tellRows(recipe, result, write);
-    }
     if (done && !write) {
         takeValues(result, recipe);
         writeRecipeFile(m_options.recipeFile, recipe);
     }
+    report(recipe, result, write ? TransferKind::Write : TransferKind::Read);
     if (done)
         say("recipe of " + quantity(rows.size(), "row")
             + (write ? " written to the slaves" : " saved to " + m_options.recipeFile));
@@ -254,50 +234,28 @@ int PollProgram::transferRecipe(Recipe recipe, bool write)
     return done ? status : 1;
 }
 
-/** What was stopped half way is told row by row as well. */
-void PollProgram::endTransfer(Transfer asked)
-{
-    asked.cancel();
-    for (int i = 0; i < StepsToEnd && !asked.ended(); ++i)
-        m_link.step();
-}
-
 int PollProgram::compareRecipe(const Recipe &recipe)
 {
-    const Transfer asked = m_link.compare(recipeRows(recipe, m_options.property));
-    if (!awaitEnd(asked))
-        endTransfer(asked);
-    const TransferResult result = asked.result();
-    for (std::size_t i = 0; i < result.rows.size(); ++i)
-        tellComparison(recipe, i, result.rows[i]);
+    const TransferResult result = resultOf(m_link.compare(recipeRows(recipe, m_options.property)));
+    report(recipe, result, TransferKind::Compare);
     const int status = finish();
     return result.complete() ? status : 1;
 }
 
-void PollProgram::tellComparison(const Recipe &recipe, std::size_t row, const RowResult &result)
+void PollProgram::report(const Recipe &recipe, const TransferResult &result, TransferKind kind)
 {
-    const TagRange &tag = recipe.tags[row];
-    const bool compared = result.end == RowEnd::Done || result.end == RowEnd::Differs;
-    if (!compared)
-        m_err << "error: " << placeOf(tag) << ": " << rowText(result) << '\n';
-    if (!compared || (result.end == RowEnd::Done && m_options.quiet))
-        return;
-    m_out << placeOf(tag) << (tag.name.empty() ? "" : " " + tag.name) << ": ";
-    if (result.end == RowEnd::Done)
-        m_out << "same\n";
-    else
-        m_out << "differs: " << valuesText(tag, recipe.values[row]) << " in the file, "
-              << valuesText(tag, result.value.raw()) << " in the slave\n";
+    TransferReport(m_out, m_err, m_options.form, m_options.recipeFile, m_options.quiet).print(recipe, result, kind);
 }
 
-void PollProgram::tellRows(const Recipe &recipe, const TransferResult &result, bool write)
+/** What was stopped half way is told row by row as well. */
+TransferResult PollProgram::resultOf(Transfer asked)
 {
-    for (std::size_t i = 0; i < result.rows.size(); ++i) {
-        if (write && result.rows[i].end == RowEnd::Done)
-            m_err << placeOf(recipe.tags[i]) << ": " << rowText(result.rows[i]) << '\n';
-        if (result.rows[i].end != RowEnd::Done)
-            m_err << "error: " << placeOf(recipe.tags[i]) << ": " << rowText(result.rows[i]) << '\n';
-    }
+    if (awaitEnd(asked))
+        return asked.result();
+    asked.cancel();
+    for (int i = 0; i < StepsToEnd && !asked.ended(); ++i)
+        m_link.step();
+    return asked.result();
 }
 
 int PollProgram::finish()

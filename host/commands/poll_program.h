@@ -11,6 +11,7 @@
 #include "host/tags/recipe.h"
 #include "host/report/line_recorder.h"
 #include "host/report/tag_board.h"
+#include "host/report/transfer_report.h"
 #include "host/cli/tag_selection.h"
 
 #include <modbus_rtu_host/link.h>
@@ -59,9 +60,8 @@ private:
     void poll(const std::vector<TagRange> &tags, std::size_t requestsARound);
     void finishRound();
     void printRead(const TagRange &tag, const ReadResult &result, const std::string &error);
-    void endTransfer(Transfer asked);
-    void tellRows(const Recipe &recipe, const TransferResult &result, bool write);
-    void tellComparison(const Recipe &recipe, std::size_t row, const RowResult &result);
+    TransferResult resultOf(Transfer asked);
+    void report(const Recipe &recipe, const TransferResult &result, TransferKind kind);
     void noteTransaction(const Transaction &transaction);
     void noteError(const Transaction &transaction);
     void say(const std::string &text);

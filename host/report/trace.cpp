@@ -64,13 +64,6 @@ std::string rangeText(const char *table, int address, int count)
     return count > 1 ? first + ".." + std::to_string(address + count) : first;
 }
 
-std::string exceptionText(int code)
-{
-    const std::string text = "exception " + std::to_string(code);
-    const bool known = code >= 0 && code < static_cast<int>(sizeof(exceptionTexts) / sizeof(exceptionTexts[0]));
-    return known && exceptionTexts[code][0] ? text + ": " + exceptionTexts[code] : text;
-}
-
 bool crcIsRight(const QByteArray &frame)
 {
     return endsWithCrc(reinterpret_cast<const unsigned char *>(frame.constData()),
@@ -127,6 +120,13 @@ std::string missingReplyMeaning(const Transaction &t)
 }
 
 } // namespace
+
+std::string exceptionText(int code)
+{
+    const std::string text = "exception " + std::to_string(code);
+    const bool known = code >= 0 && code < static_cast<int>(sizeof(exceptionTexts) / sizeof(exceptionTexts[0]));
+    return known && exceptionTexts[code][0] ? text + ": " + exceptionTexts[code] : text;
+}
 
 std::string hexText(const QByteArray &bytes)
 {

@@ -27,6 +27,9 @@ struct TraceLine
 /** "01 03 00 0A" */
 std::string hexText(const QByteArray &bytes);
 
+/** "exception 2: illegal data address" */
+std::string exceptionText(int code);
+
 /** "read holding registers 4x1..10" */
 std::string requestMeaning(const QByteArray &request);
 

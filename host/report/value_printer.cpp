@@ -1,6 +1,6 @@
 #include "host/report/value_printer.h"
 
-#include "host/text/json.h"
+#include "host/report/value_json.h"
 #include "host/text/csv.h"
 #include "host/text/text_width.h"
 #include "host/text/wall_clock.h"
@@ -77,14 +77,13 @@ void ValuePrinter::printLine(const TagRange &tag, int value, std::uint32_t raw, 
 
 void ValuePrinter::printJson(const TagRange &tag, int value, std::uint32_t raw, const TagState &state, TimePoint time)
 {
-    const std::string shown = valueText(raw, tag.format);
     Json row;
     row["time"] = timeStamp(time);
     row["station"] = tag.station;
     row["type"] = tag.type.name;
     row["address"] = addressText(tag.type, tag.addressOf(value));
     row["name"] = nameOf(tag, value);
-    row["value"] = !hasValue(state) ? Json() : isJsonNumber(shown) ? Json::parse(shown) : Json(shown);
+    row["value"] = hasValue(state) ? jsonValue(raw, tag.format) : Json();
     row["raw"] = hasValue(state) ? Json(rawText(raw, tag.format)) : Json();
     row["unit"] = tag.unit;
     row["status"] = statusOf(state);

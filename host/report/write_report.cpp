@@ -1,7 +1,7 @@
 #include "host/report/write_report.h"
 
+#include "host/report/value_json.h"
 #include "host/text/csv.h"
-#include "host/text/json.h"
 #include "host/text/wall_clock.h"
 
 namespace rtu {
@@ -36,12 +36,6 @@ std::string endText(WriteEnd end)
 WriteEnd endOf(const WriteResult &result, int value)
 {
     return value < result.acknowledged && result.end != WriteEnd::Differs ? WriteEnd::Acknowledged : result.end;
-}
-
-Json jsonValue(std::uint32_t raw, const ValueFormat &format)
-{
-    const std::string shown = valueText(raw, format);
-    return isJsonNumber(shown) ? Json::parse(shown) : Json(shown);
 }
 
 Written writtenOf(const TagWrite &write, int value, const TagState &old, const WriteResult &result, TimePoint now)
