@@ -34,6 +34,12 @@ public:
         require((t.kind == rtu::ReplyKind::Silent || t.station == 0) == t.reply.isEmpty(), "an end that cannot be");
     }
 
+    void onOpenRequest(const rtu::Transaction &t) override
+    {
+        require(t.sent <= t.requestEnd && t.requestEnd <= t.finished, "times out of order");
+        require(t.reply.isEmpty(), "an answered request left open");
+    }
+
     void onStrayReply(const rtu::HeardBytes &) override {}
     void onGarbage(const rtu::HeardBytes &garbage) override
     {

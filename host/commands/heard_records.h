@@ -24,6 +24,7 @@ public:
 
     void onFrame(Role role, const HeardBytes &frame) override { m_next.onFrame(role, frame); }
     void onTransaction(const Transaction &transaction) override;
+    void onOpenRequest(const Transaction &request) override { m_next.onOpenRequest(request); }
     void onStrayReply(const HeardBytes &reply) override { m_next.onStrayReply(reply); }
     void onGarbage(const HeardBytes &garbage) override { m_next.onGarbage(garbage); }
 

@@ -60,6 +60,27 @@ const char *answerText(const Transaction &t)
     return t.end == ReplyEnd::NoneExpected ? "broadcast" : "good";
 }
 
+std::string toldJson(const Transaction &t, const RegisterNames &names, const char *answer)
+{
+    Json json;
+    json["time"] = timeStamp(t.finished);
+    json["station"] = t.station;
+    json["function"] = functionOf(t);
+    const bool places = !t.regType.isEmpty();
+    json["type"] = places ? Json(t.regType.toStdString()) : Json();
+    json["address"] = places ? Json(t.startAddr + 1) : Json();
+    json["count"] = places ? Json(t.count) : Json();
+    const std::vector<int> values = valuesOf(t);
+    json["values"] = values.empty() ? Json() : Json(values);
+    const std::vector<std::string> found = namesIn(t, names);
+    json["names"] = found.empty() ? Json() : Json(found);
+    json["exception"] = t.kind == ReplyKind::Exception ? Json(t.exceptionCode) : Json();
+    json["answer"] = answer;
+    const auto delay = std::chrono::duration_cast<std::chrono::microseconds>(t.firstByte - t.requestEnd);
+    json["reply_ms"] = t.reply.isEmpty() ? Json() : Json(static_cast<double>(delay.count()) / 1000);
+    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
 /** Functions that the driver does not send have no words of their own in its trace. */
 bool isOrdinary(const Transaction &t)
 {
@@ -121,6 +142,11 @@ std::vector<std::string> heardLines(const Transaction &transaction, const Regist
     return texts;
 }
 
+std::string openLine(const Transaction &request, const RegisterNames &names)
+{
+    return heardLines(request, names).front();
+}
+
 std::string garbageLine(const HeardBytes &garbage)
 {
     const int size = static_cast<int>(garbage.bytes.size());
@@ -136,24 +162,12 @@ std::string strayLine(const HeardBytes &reply)
 
 std::string heardJson(const Transaction &transaction, const RegisterNames &names)
 {
-    const Transaction &t = transaction;
-    Json json;
-    json["time"] = timeStamp(t.finished);
-    json["station"] = t.station;
-    json["function"] = functionOf(t);
-    const bool places = !t.regType.isEmpty();
-    json["type"] = places ? Json(t.regType.toStdString()) : Json();
-    json["address"] = places ? Json(t.startAddr + 1) : Json();
-    json["count"] = places ? Json(t.count) : Json();
-    const std::vector<int> values = valuesOf(t);
-    json["values"] = values.empty() ? Json() : Json(values);
-    const std::vector<std::string> found = namesIn(t, names);
-    json["names"] = found.empty() ? Json() : Json(found);
-    json["exception"] = t.kind == ReplyKind::Exception ? Json(t.exceptionCode) : Json();
-    json["answer"] = answerText(t);
-    const auto delay = std::chrono::duration_cast<std::chrono::microseconds>(t.firstByte - t.requestEnd);
-    json["reply_ms"] = t.reply.isEmpty() ? Json() : Json(static_cast<double>(delay.count()) / 1000);
-    return json.dump(-1, ' ', false, Json::error_handler_t::replace);
+    return toldJson(transaction, names, answerText(transaction));
+}
+
+std::string openJson(const Transaction &request, const RegisterNames &names)
+{
+    return toldJson(request, names, "open");
 }
 
 std::string strayJson(const HeardBytes &reply)

@@ -19,6 +19,8 @@ using RegisterNames = std::map<HeardPlace, std::string>;
 
 /** Request and reply in words, a line each. */
 std::vector<std::string> heardLines(const Transaction &transaction, const RegisterNames &names);
+/** The request alone: nobody knows what became of it. */
+std::string openLine(const Transaction &request, const RegisterNames &names);
 /** "14:03:07.125 ?  55 AA FF  3 bytes of no frame" */
 std::string garbageLine(const HeardBytes &garbage);
 /** A reply to nothing that was heard, in words. */
@@ -30,6 +32,8 @@ std::string strayLine(const HeardBytes &reply);
  * "exception", "silent", "broadcast") and reply_ms. What there is none of is null.
  */
 std::string heardJson(const Transaction &transaction, const RegisterNames &names);
+/** The same keys; answer is "open". */
+std::string openJson(const Transaction &request, const RegisterNames &names);
 /** The same keys as far as a reply alone tells them; answer is "stray". */
 std::string strayJson(const HeardBytes &reply);
 /** time, answer ("garbage") and bytes in hexadecimal. */

@@ -44,6 +44,16 @@ void ListenOutput::onTransaction(const Transaction &transaction)
         print(line);
 }
 
+void ListenOutput::onOpenRequest(const Transaction &request)
+{
+    m_registers.note(request);
+    ++m_open;
+    if (m_form == HeardForm::Json)
+        print(openJson(request, m_names));
+    if (m_form == HeardForm::Lines)
+        print(openLine(request, m_names));
+}
+
 void ListenOutput::onStrayReply(const HeardBytes &reply)
 {
     ++m_strays;
@@ -65,6 +75,8 @@ std::string ListenOutput::summary() const
     std::string text = quantity(m_good + m_exceptions + m_silent, "transaction", "transactions") + ": "
                        + std::to_string(m_good) + " good, " + quantity(m_exceptions, "exception", "exceptions") + ", "
                        + std::to_string(m_silent) + " without a reply";
+    if (m_open > 0)
+        text += "; " + quantity(m_open, "request", "requests") + " still open";
     if (m_strays > 0)
         text += "; " + quantity(m_strays, "reply", "replies") + " to nothing that was heard";
     if (m_garbageBytes > 0)

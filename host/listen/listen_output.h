@@ -24,11 +24,12 @@ public:
 
     void onFrame(Role role, const HeardBytes &frame) override;
     void onTransaction(const Transaction &transaction) override;
+    void onOpenRequest(const Transaction &request) override;
     void onStrayReply(const HeardBytes &reply) override;
     void onGarbage(const HeardBytes &garbage) override;
 
     const HeardRegisters &registers() const { return m_registers; }
-    /** "120 transactions: 118 good, 1 exception, 1 without a reply; 3 bytes of no frame" */
+    /** "120 transactions: 118 good, 1 exception, 1 without a reply; 1 request still open" */
     std::string summary() const;
 
 private:
@@ -42,6 +43,7 @@ private:
     std::uint64_t m_good = 0;
     std::uint64_t m_exceptions = 0;
     std::uint64_t m_silent = 0;
+    std::uint64_t m_open = 0;
     std::uint64_t m_strays = 0;
     std::uint64_t m_garbageBytes = 0;
 };

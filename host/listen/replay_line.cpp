@@ -27,6 +27,9 @@ public:
         entries.push_back(entry);
     }
 
+    /** Nothing came as long as there was something to hear. */
+    void onOpenRequest(const Transaction &request) override { onTransaction(request); }
+
     void onStrayReply(const HeardBytes &reply) override { onGarbage(reply); }
 
     void onGarbage(const HeardBytes &garbage) override

@@ -57,8 +57,13 @@ void TrafficReader::idle(TimePoint now)
 void TrafficReader::finish()
 {
     resolve(true);
-    if (m_pending)
-        endUnanswered(std::min(m_latest, m_transaction.requestEnd + m_settings.replyTimeout));
+    if (!m_pending)
+        return;
+    m_pending = false;
+    m_transaction.firstByte = m_transaction.requestEnd;
+    m_transaction.finished = std::max(m_latest, m_transaction.requestEnd);
+    m_transaction.kind = ReplyKind::Silent;
+    m_listener.onOpenRequest(m_transaction);
 }
 
 TimePoint TrafficReader::arrivalOf(std::size_t position) const

@@ -42,6 +42,8 @@ public:
      * Silent. The times are those of arrival.
      */
     virtual void onTransaction(const Transaction &transaction) = 0;
+    /** A request whose reply might still have come when there was nothing more to hear: neither answered nor silent. */
+    virtual void onOpenRequest(const Transaction &request) = 0;
     /** A reply to nothing that was heard. */
     virtual void onStrayReply(const HeardBytes &reply) = 0;
     /** Bytes that belong to no frame; long garbage comes in several parts. */

@@ -128,7 +128,8 @@ std::string csvRow(std::size_t number, const RowFacts &row)
 
 std::ptrdiff_t countOf(const TransferResult &result, RowEnd end)
 {
-    return std::count_if(result.rows.begin(), result.rows.end(), [end](const RowResult &row) { return row.end == end; });
+    return std::count_if(result.rows.begin(), result.rows.end(),
+                         [end](const RowResult &row) { return row.end == end; });
 }
 
 } // namespace

@@ -53,6 +53,12 @@ public:
         m_inGarbage = false;
     }
 
+    void onOpenRequest(const rtu::Transaction &t) override
+    {
+        told.push_back("open " + hexOf(t.request));
+        m_inGarbage = false;
+    }
+
     void onStrayReply(const rtu::HeardBytes &reply) override
     {
         told.push_back("stray " + hexOf(reply.bytes));

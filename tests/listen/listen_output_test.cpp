@@ -99,10 +99,10 @@ INSTANTIATE_TEST_SUITE_P(
                              {frame("01 04 00 00 00 01"), frame("01 84 02")},
                              R"({"station":1,"function":4,"type":"3x","address":1,"count":1,"values":null,
                      "names":null,"exception":2,"answer":"exception","reply_ms":1.0})"},
-                    JsonCase{"nothing",
+                    JsonCase{"nothing yet",
                              {frame("01 10 00 00 00 01 02 00 07")},
                              R"({"station":1,"function":16,"type":"4x","address":1,"count":1,"values":null,
-                     "names":null,"exception":null,"answer":"silent","reply_ms":null})"},
+                     "names":null,"exception":null,"answer":"open","reply_ms":null})"},
                     JsonCase{"a write",
                              {frame("01 10 00 00 00 02 04 00 07 00 08"), frame("01 10 00 00 00 02")},
                              R"({"station":1,"function":16,"type":"4x","address":1,"count":2,"values":[7,8],
@@ -124,6 +124,24 @@ TEST(HeardJsonOfOthers, TellsGarbageAndStrayReplies)
     EXPECT_EQ(Json::parse(R"({"answer":"garbage","bytes":"55 AA"})"), without(lines[0], "time"));
     EXPECT_EQ(Json::parse(R"({"station":1,"function":3,"exception":2,"answer":"stray","bytes":"01 83 02 C0 F1"})"),
               without(lines[1], "time"));
+}
+
+TEST(HeardJsonOfOthers, TellsSilenceOnceTheNextRequestIsThere)
+{
+    Listening listening(rtu::HeardForm::Json);
+    const std::vector<std::string> lines = listening.hear({frame("01 03 00 00 00 01"), frame("00 05 00 03 FF 00")});
+    ASSERT_EQ(2u, lines.size());
+    EXPECT_EQ("silent", Json::parse(lines[0])["answer"]);
+}
+
+TEST(HeardLines, LeaveARequestAloneThatWasStillOpen)
+{
+    Listening listening(rtu::HeardForm::Lines);
+    const std::vector<std::string> lines = listening.hear({frame("01 03 00 00 00 01")});
+    ASSERT_EQ(1u, lines.size());
+    EXPECT_NE(std::string::npos, lines[0].find("read holding registers 4x1"));
+    EXPECT_EQ("0 transactions: 0 good, 0 exceptions, 0 without a reply; 1 request still open",
+              listening.output.summary());
 }
 
 /** Everything behind the time of day. */
@@ -156,7 +174,8 @@ TEST(HeardLines, EndWithASummary)
                     .hear({frame("01 03 00 00 00 01"), frame("01 03 02 00 07"), frame("01 03 00 00 00 01"),
                            frame("01 83 02"), hex("55"), frame("02 03 02 00 07"), frame("01 03 00 00 00 01")})
                     .empty());
-    EXPECT_EQ("3 transactions: 1 good, 1 exception, 1 without a reply; 1 reply to nothing that was heard; "
+    EXPECT_EQ("2 transactions: 1 good, 1 exception, 0 without a reply; 1 request still open; "
+              "1 reply to nothing that was heard; "
               "1 byte of no frame",
               listening.output.summary());
 }
@@ -247,7 +266,8 @@ TEST(ListenLoop, TakesWhatArrivesAndNeverSends)
     loop.run();
     EXPECT_TRUE(line.sent.empty());
     EXPECT_EQ((std::vector<bool>{false, true}), ports);
-    EXPECT_EQ("2 transactions: 1 good, 0 exceptions, 1 without a reply; 1 reply to nothing that was heard",
+    EXPECT_EQ("1 transaction: 1 good, 0 exceptions, 0 without a reply; 1 request still open; "
+              "1 reply to nothing that was heard",
               output.summary());
 }
 

@@ -73,6 +73,8 @@ Traffic Generator::make(int transactions)
     m_character = std::chrono::nanoseconds(11000000000LL / m_random.pick({1200, 9600, 19200, 115200}));
     for (int i = 0; i < transactions; ++i)
         begin();
+    if (m_lastWasLost) // nobody hears when its time is up
+        m_traffic.transactions.back() = "open " + hexOf(m_last.request);
     cutIntoLumps();
     judgeChance();
     return m_traffic;

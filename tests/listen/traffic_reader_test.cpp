@@ -156,13 +156,13 @@ INSTANTIATE_TEST_SUITE_P(
                     Case{"all of it in one lump",
                          {{0, std::string(Read) + Read + ReadReply}},
                          {"silent 01 03 00 6B 00 03|", ReadGood}},
-                    Case{"the last one", {{0, Read}}, {"silent 01 03 00 6B 00 03|"}},
+                    Case{"the last one", {{0, Read}}, {"open 01 03 00 6B 00 03|"}},
                     Case{"a write is sent again after the time-out",
                          {{0, "01 06 00 01 00 03|"}, {1001, "01 06 00 01 00 03|"}, {4, "01 06 00 01 00 03|"}},
                          {"silent 01 06 00 01 00 03|", "good 01 06 00 01 00 03|>01 06 00 01 00 03|"}},
                     Case{"another write comes instead of the acknowledgement",
                          {{0, "01 06 00 01 00 03|01 06 00 01 00 04|"}},
-                         {"silent 01 06 00 01 00 03|", "silent 01 06 00 01 00 04|"}},
+                         {"silent 01 06 00 01 00 03|", "open 01 06 00 01 00 04|"}},
                     Case{"a request sent again that begins as the reply would",
                          {{0, "01 03 06 00 00 03|"}, {300, "01 03 06 00 00 03|"}, {5, ReadReply}},
                          {"silent 01 03 06 00 00 03|", "good 01 03 06 00 00 03|>01 03 06 02 2B 00 00 00 64|"}},
@@ -177,7 +177,7 @@ INSTANTIATE_TEST_SUITE_P(
                          {"stray 02 03 06 02 2B 00 00 00 64|", ReadGood}},
                     Case{"a reply of another length",
                          {{0, Read}, {5, "01 03 02 02 2B|"}},
-                         {"stray 01 03 02 02 2B|", "silent 01 03 00 6B 00 03|"}},
+                         {"stray 01 03 02 02 2B|", "open 01 03 00 6B 00 03|"}},
                     Case{"listening began in the middle",
                          {{0, ReadReply}, {50, Read}, {5, ReadReply}},
                          {"stray 01 03 06 02 2B 00 00 00 64|", ReadGood}}));
@@ -202,10 +202,10 @@ INSTANTIATE_TEST_SUITE_P(
              {"garbage 01 03 06 02 2B 00 00 00 64 05 7B", "silent 01 03 00 6B 00 03|", ReadGood}},
         Case{"a pause ends it; a vendor's function comes next",
              {{0, "05 64 77"}, {60, "05 64 01 02 03|"}},
-             {"garbage 05 64 77", "silent 05 64 01 02 03|"}},
+             {"garbage 05 64 77", "open 05 64 01 02 03|"}},
         Case{"a short pause is enough for that",
              {{0, "05 10 77"}, {10, "05 64 01 02 03|"}},
-             {"garbage 05 10 77", "silent 05 64 01 02 03|"}},
+             {"garbage 05 10 77", "open 05 64 01 02 03|"}},
         Case{"nothing but", {{0, "3A 30 31 30 33 30 30 30 30 0D 0A"}}, {"garbage 3A 30 31 30 33 30 30 30 30 0D 0A"}}));
 
 /** What is told, one byte a call and with idle() in between wherever it may be called. */
