@@ -28,7 +28,7 @@ const char Addresses[] = "address-language.md";
 const char OwnPage[] = "contract-checker.md";
 
 // In the order of FindingId.
-const FindingRow rows[] = {
+const FindingRow findingRows[] = {
     {CallBeforeInit, "call-before-init", Error,
      "call intf_initProperty with a property string of five or six fields first", Phases},
     {CallBackAfterInit, "callback-after-init", Hint,
@@ -148,13 +148,13 @@ const FindingRow rows[] = {
      "name the driver in MODBUS_RTU_DRIVER, or put libmodbus_rtu_master.so.1 beside the checker", OwnPage},
 };
 
-static_assert(sizeof rows / sizeof rows[0] == FindingCount, "one row for each finding");
+static_assert(sizeof findingRows / sizeof findingRows[0] == FindingCount, "one row for each finding");
 
 } // namespace
 
 const FindingRow &findingRow(FindingId id)
 {
-    return rows[id];
+    return findingRows[id];
 }
 
 const char *severityName(ModbusRtuCheckSeverity severity)

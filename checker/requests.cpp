@@ -9,7 +9,6 @@ namespace checker {
 namespace {
 
 // What the protocol allows (Modbus application protocol, sections 6.1 to 6.12) and what the driver holds.
-const int LastStation = 247;
 const long long Registers = 65536;
 const long long RegisterBits = Registers * 16;
 const long long ReadRegisters = 125;

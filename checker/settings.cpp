@@ -18,7 +18,6 @@ enum Field { LinkField, LocalOnlyField, SpareField, AttemptsField, WordsField, S
 const int NeededFields = 5;
 const int AreaBytes = 60117;
 const int LargestWords = 120;
-const int LastStation = 247;
 
 const char *const fieldNames[] = {"link", "local only", "spare", "attempts", "words", "swap"};
 

@@ -15,6 +15,8 @@ namespace checker {
 
 class Findings;
 
+const int LastStation = 247;
+
 struct Settings
 {
     int link;

@@ -31,7 +31,7 @@ const KindName KindNames[] = {
 
 const std::size_t MostStrayBytes = 4;
 
-bool fail(std::string *error, const std::string &reason)
+bool refuse(std::string *error, const std::string &reason)
 {
     if (error)
         *error = reason;
@@ -78,7 +78,7 @@ bool takeNumber(std::istringstream &words, const NumberWord &word, double *numbe
            << word.highest;
     if (!text.empty())
         reason << ", not \"" << text << '"';
-    return fail(error, reason.str());
+    return refuse(error, reason.str());
 }
 
 bool readKind(std::istringstream &words, Fault *fault, std::string *error)
@@ -100,7 +100,7 @@ bool readKind(std::istringstream &words, Fault *fault, std::string *error)
     std::string known;
     for (const KindName &entry : KindNames)
         known += std::string(known.empty() ? "" : ", ") + entry.name;
-    return fail(error, "unknown fault \"" + name + "\"; there are " + known);
+    return refuse(error, "unknown fault \"" + name + "\"; there are " + known);
 }
 
 bool isOption(const std::string &name)
@@ -143,7 +143,7 @@ bool parseFault(const std::string &text, Fault *fault, std::string *error)
     while (words >> name) {
         double number = 0;
         if (!isOption(name))
-            return fail(error, "unknown word \"" + name + "\"; there are rate, seed, station, function and times");
+            return refuse(error, "unknown word \"" + name + "\"; there are rate, seed, station, function and times");
         if (!takeNumber(words, *numberWord(name), &number, error))
             return false;
         applyOption(name, number, &parsed);

@@ -45,7 +45,7 @@ TableType tableType(const std::string &text)
 }
 
 /** Such as 9x1 or 4X1: of no type that there is, but no value either. */
-bool looksLikeAddress(const std::string &text)
+bool beginsLikeTable(const std::string &text)
 {
     return text.size() > 2 && text[0] >= '1' && text[0] <= '9' && (text[1] == 'x' || text[1] == 'X');
 }
@@ -57,7 +57,7 @@ bool isPrefixed(const std::string &text)
     return readPrefixed(text, &number);
 }
 
-bool isNumber(const std::string &text)
+bool looksLikeNumber(const std::string &text)
 {
     return !text.empty() && text.find_first_not_of("0123456789+-.eE") == std::string::npos;
 }
@@ -67,7 +67,7 @@ bool looksLikeValue(const std::string &text)
 {
     static const char *const words[] = {"on", "off", "true", "false"};
     const bool isWord = std::any_of(std::begin(words), std::end(words), [&](const char *word) { return text == word; });
-    return isWord || isNumber(text) || isPrefixed(text);
+    return isWord || looksLikeNumber(text) || isPrefixed(text);
 }
 
 bool isWhole(const std::string &text)
@@ -86,7 +86,7 @@ void refuseDecimalComma(const std::string &text, const std::vector<std::string> 
                                   "one, 2.0,5.0 for the other");
 }
 
-bool isNegative(const std::string &text)
+bool hasMinus(const std::string &text)
 {
     return text[0] == '-';
 }
@@ -120,7 +120,7 @@ private:
     bool isAddress(const std::string &argument) const
     {
         const bool value = m_options.typeOrReferenceGiven && isPrefixed(argument);
-        return !value && !isNumber(argument) && m_catalog.prefixOf(argument);
+        return !value && !looksLikeNumber(argument) && m_catalog.prefixOf(argument);
     }
 
     bool namesAddress() const
@@ -198,7 +198,7 @@ private:
             throw std::invalid_argument(argument + " may be a value for 4x1 or an address; did you mean " + numbered
                                         + "? Write 4x1=" + argument + " for the value");
         const bool meantAsValue = !m_targetIsUsual || looksLikeValue(argument);
-        if (!m_target.empty() && !looksLikeAddress(argument) && meantAsValue)
+        if (!m_target.empty() && !beginsLikeTable(argument) && meantAsValue)
             return;
         const bool plan = m_options.mode == Mode::Plan;
         throw std::invalid_argument(
@@ -257,7 +257,7 @@ private:
             }
         }
         // Who writes negative numbers reads the register as one that has them.
-        if (tag.format.format == Format::Unsigned && std::any_of(m_values.begin(), m_values.end(), isNegative))
+        if (tag.format.format == Format::Unsigned && std::any_of(m_values.begin(), m_values.end(), hasMinus))
             write.tag.format.format = Format::Signed;
         return write;
     }

@@ -11,10 +11,7 @@ namespace demo {
 
 namespace {
 
-using namespace std::chrono_literals;
 using Values = std::vector<std::vector<std::uint32_t>>;
-
-const rtu::Duration ReadingTime = 1200ms;
 
 /** A file that goes when the scene ends. */
 class RecipeFile

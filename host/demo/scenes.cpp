@@ -6,7 +6,6 @@ namespace {
 
 using namespace std::chrono_literals;
 
-const rtu::Duration ReadingTime = 1200ms;
 const rtu::Duration DyingTime = 700ms;
 
 /** How often the values are shown while they move: a moving picture, or a few tables to read. */

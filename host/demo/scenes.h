@@ -9,6 +9,9 @@
 
 namespace demo {
 
+/** A picture stands for so long before the next one. */
+const rtu::Duration ReadingTime = std::chrono::milliseconds(1200);
+
 /** Words, bits, 32-bit values, coils and inputs of both slaves, polled while they move. */
 void showPolling(Stage &stage);
 

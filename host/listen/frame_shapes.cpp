@@ -1,5 +1,7 @@
 #include "host/listen/frame_shapes.h"
 
+#include "kit/line/frame_bytes.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -36,7 +38,7 @@ const int MostBitsWritten = 1968;
 const int MostRegistersWritten = 123;
 const int Addresses = 65536;
 
-int wordAt(const unsigned char *bytes, std::size_t position)
+int rawWord(const unsigned char *bytes, std::size_t position)
 {
     return bytes[position] * 256 + bytes[position + 1];
 }
@@ -71,8 +73,8 @@ FrameLength unknown(FrameLength::Kind kind)
 
 bool fitsTable(const unsigned char *frame, int most)
 {
-    const int count = wordAt(frame, 4);
-    return count >= 1 && count <= most && wordAt(frame, 2) + count <= Addresses;
+    const int count = rawWord(frame, 4);
+    return count >= 1 && count <= most && rawWord(frame, 2) + count <= Addresses;
 }
 
 bool isPlausibleRequest(const unsigned char *frame)
@@ -87,11 +89,11 @@ bool isPlausibleRequest(const unsigned char *frame)
     case 5:
         return frame[5] == 0 && (frame[4] == 0 || frame[4] == 0xFF);
     case 15:
-        return fitsTable(frame, MostBitsWritten) && frame[6] == bytesOfBits(wordAt(frame, 4));
+        return fitsTable(frame, MostBitsWritten) && frame[6] == bytesOfBits(rawWord(frame, 4));
     case 16:
-        return fitsTable(frame, MostRegistersWritten) && frame[6] == 2 * wordAt(frame, 4);
+        return fitsTable(frame, MostRegistersWritten) && frame[6] == 2 * rawWord(frame, 4);
     case 23:
-        return fitsTable(frame, MostRegistersRead) && frame[10] == 2 * wordAt(frame, 8);
+        return fitsTable(frame, MostRegistersRead) && frame[10] == 2 * rawWord(frame, 8);
     default:
         return true;
     }
@@ -144,11 +146,11 @@ int expectedByteCount(const unsigned char *request, std::size_t size)
     switch (request[1]) {
     case 1:
     case 2:
-        return bytesOfBits(wordAt(request, 4)) & 0xFF;
+        return bytesOfBits(rawWord(request, 4)) & 0xFF;
     case 3:
     case 4:
     case 23:
-        return 2 * wordAt(request, 4) & 0xFF;
+        return 2 * rawWord(request, 4) & 0xFF;
     default:
         return -1;
     }
@@ -164,7 +166,7 @@ FrameLength frameLength(Role role, const unsigned char *bytes, std::size_t size)
     if (function == 0)
         return unknown(FrameLength::Impossible);
     if (function & ExceptionFlag)
-        return role == Role::Reply ? known(ExceptionFrame) : unknown(FrameLength::Impossible);
+        return role == Role::Reply ? known(ExceptionReplyBytes) : unknown(FrameLength::Impossible);
     const Shape *shape = shapeOf(role, function);
     if (!shape)
         return unknown(FrameLength::Untold);
@@ -172,7 +174,7 @@ FrameLength frameLength(Role role, const unsigned char *bytes, std::size_t size)
         return known(shape->fixed);
     if (size < shape->countAt + shape->countSize)
         return unknown(FrameLength::TooEarly);
-    const int count = shape->countSize == 1 ? bytes[shape->countAt] : wordAt(bytes, shape->countAt);
+    const int count = shape->countSize == 1 ? bytes[shape->countAt] : rawWord(bytes, shape->countAt);
     return known(shape->fixed + static_cast<std::size_t>(count));
 }
 

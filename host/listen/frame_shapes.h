@@ -12,7 +12,7 @@ namespace rtu {
 
 enum class Role { Request, Reply };
 
-enum { ShortestFrame = 4, LongestFrame = 256, ExceptionFrame = 5, ExceptionFlag = 0x80 };
+enum { ShortestFrame = 4, LongestFrame = 256 };
 
 /** What the first bytes of a frame tell about its length. */
 struct FrameLength

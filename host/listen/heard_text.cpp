@@ -4,6 +4,7 @@
 #include "host/report/trace.h"
 #include "host/text/text_width.h"
 #include "host/text/wall_clock.h"
+#include "kit/line/frame_bytes.h"
 
 #include <nlohmann/json.hpp>
 
@@ -16,11 +17,6 @@ namespace {
 using Json = nlohmann::ordered_json;
 
 const std::size_t LongestNames = 60;
-
-int byteAt(const QByteArray &bytes, int position)
-{
-    return position < bytes.size() ? static_cast<unsigned char>(bytes.at(position)) : 0;
-}
 
 HeardPlace placeOf(const Transaction &t, int offset)
 {

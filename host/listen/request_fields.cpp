@@ -1,5 +1,7 @@
 #include "host/listen/request_fields.h"
 
+#include "kit/line/frame_bytes.h"
+
 #include <algorithm>
 #include <iterator>
 
@@ -26,16 +28,6 @@ const Function functions[] = {
 const int ReadReplyValues = 3; ///< their position
 const int WriteReplyBytes = 8;
 const int FramingBytes = 5; ///< of a reply: station, function, byte count, check sum
-
-int byteAt(const QByteArray &bytes, int position)
-{
-    return position < bytes.size() ? static_cast<unsigned char>(bytes.at(position)) : 0;
-}
-
-int wordAt(const QByteArray &bytes, int position)
-{
-    return byteAt(bytes, position) * 256 + byteAt(bytes, position + 1);
-}
 
 const Function *functionWith(int code)
 {

@@ -1,6 +1,7 @@
 #include "host/listen/traffic_reader.h"
 
 #include "host/listen/request_fields.h"
+#include "kit/line/frame_bytes.h"
 #include "kit/line/frame_check.h"
 
 #include <algorithm>

@@ -1,7 +1,8 @@
 #include "host/live/live_state.h"
 
+#include "host/text/letters.h"
+
 #include <algorithm>
-#include <cctype>
 
 namespace rtu {
 
@@ -9,13 +10,6 @@ namespace {
 
 const int ControlU = 'U' - '@';
 const std::size_t LongestInput = 60;
-
-std::string lowered(std::string text)
-{
-    for (char &c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    return text;
-}
 
 } // namespace
 

@@ -1,7 +1,8 @@
 #include "host/report/trace.h"
 
-#include "kit/line/frame_check.h"
 #include "host/text/wall_clock.h"
+#include "kit/line/frame_bytes.h"
+#include "kit/line/frame_check.h"
 
 #include <algorithm>
 
@@ -38,16 +39,6 @@ const char *const exceptionTexts[] = {
     "gateway path unavailable",
     "gateway target did not respond",
 };
-
-int byteAt(const QByteArray &bytes, int position)
-{
-    return position < bytes.size() ? static_cast<unsigned char>(bytes.at(position)) : 0;
-}
-
-int wordAt(const QByteArray &bytes, int position)
-{
-    return byteAt(bytes, position) * 256 + byteAt(bytes, position + 1);
-}
 
 const FunctionText *functionText(int code)
 {

@@ -1,6 +1,7 @@
 #include "host/search/line_cause.h"
 
 #include "host/text/json.h"
+#include "kit/line/frame_bytes.h"
 #include "kit/line/frame_check.h"
 
 #include <algorithm>
@@ -12,7 +13,6 @@ namespace {
 const char AsciiBegin = ':';
 /** So much of a request in front of a reply is no accident. */
 const int EchoBytes = 5;
-const int ExceptionFlag = 0x80;
 
 struct CauseWords
 {
@@ -66,11 +66,6 @@ const CauseWords &wordsOf(Cause cause)
             return words;
     }
     return none;
-}
-
-int byteAt(const QByteArray &bytes, int position)
-{
-    return position < bytes.size() ? static_cast<unsigned char>(bytes.at(position)) : -1;
 }
 
 /** Only reads tell: the acknowledgement of a write looks like the write. */

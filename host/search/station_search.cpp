@@ -1,5 +1,6 @@
 #include "host/search/station_search.h"
 
+#include "kit/line/frame_bytes.h"
 #include "kit/line/line_timing.h"
 
 #include <algorithm>
@@ -15,8 +16,7 @@ std::string answerOf(const Transaction &t)
 {
     if (t.kind == ReplyKind::Exception)
         return "exception " + std::to_string(t.exceptionCode);
-    const int value = static_cast<unsigned char>(t.reply.at(3)) * 256 + static_cast<unsigned char>(t.reply.at(4));
-    return "register 1 is " + std::to_string(value);
+    return "register 1 is " + std::to_string(wordAt(t.reply, 3));
 }
 
 } // namespace

@@ -1,5 +1,6 @@
 #include "host/tags/address_hint.h"
 
+#include "host/text/letters.h"
 #include "host/text/numbers.h"
 
 #include <algorithm>
@@ -14,13 +15,6 @@ const int BitsOfRegister = 16;
 std::string meant(const std::string &address, const std::string &reason = std::string())
 {
     return "; did you mean " + address + "?" + (reason.empty() ? "" : " (" + reason + ")");
-}
-
-std::string lowered(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 'a' - 'A') : c; });
-    return text;
 }
 
 /** "3.05" and "3.16" behind the type. */

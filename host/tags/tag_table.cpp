@@ -1,8 +1,9 @@
 #include "host/tags/tag_table.h"
 
 #include "host/tags/address_hint.h"
-#include "host/text/numbers.h"
 #include "host/text/csv.h"
+#include "host/text/letters.h"
+#include "host/text/numbers.h"
 #include "host/text/text_width.h"
 
 #include <algorithm>
@@ -27,13 +28,6 @@ struct Columns
     std::array<int, ColumnCount> position; ///< of each column in a line, -1 for none
     std::size_t count = 0;                 ///< in a line, those with remarks included
 };
-
-std::string lowered(std::string text)
-{
-    std::transform(text.begin(), text.end(), text.begin(),
-                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + 'a' - 'A') : c; });
-    return text;
-}
 
 Columns usualColumns()
 {

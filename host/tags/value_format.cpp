@@ -1,12 +1,12 @@
 #include "host/tags/value_format.h"
 
+#include "host/text/letters.h"
 #include "host/text/numbers.h"
 #include "kit/tags/float_bits.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cctype>
 #include <cmath>
 #include <limits>
 #include <stdexcept>
@@ -110,9 +110,7 @@ double numericValue(std::uint32_t raw, const ValueFormat &format)
 
 std::uint32_t parseBit(const std::string &typed)
 {
-    std::string text = typed;
-    for (char &c : text)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    const std::string text = lowered(typed);
     if (text == "1" || text == "on" || text == "true")
         return 1;
     if (text == "0" || text == "off" || text == "false")

@@ -1,13 +1,10 @@
 #include "kit/line/frame_check.h"
 
+#include "kit/line/frame_bytes.h"
+
 namespace rtu {
 
 namespace {
-
-int byteAt(const QByteArray &bytes, int position)
-{
-    return static_cast<unsigned char>(bytes.at(position));
-}
 
 /** The driver's functions are 1 to 6, 15 and 16. */
 bool isRead(int function)
@@ -18,7 +15,7 @@ bool isRead(int function)
 /** Number of data bytes that the request asked for. */
 int requestedBytes(const QByteArray &request)
 {
-    const int count = byteAt(request, 4) * 256 + byteAt(request, 5);
+    const int count = wordAt(request, 4);
     return byteAt(request, 1) <= 2 ? (count + 7) / 8 : count * 2;
 }
 
@@ -80,9 +77,6 @@ std::string describeMismatch(const QByteArray &request, const QByteArray &reply)
 }
 
 namespace {
-
-const int ExceptionReplyBytes = 5;
-const int ExceptionFlag = 0x80;
 
 ReplyKind kindOf(const Transaction &t, bool compare)
 {

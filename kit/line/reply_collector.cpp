@@ -1,5 +1,6 @@
 #include "kit/line/reply_collector.h"
 
+#include "kit/line/frame_bytes.h"
 #include "kit/line/frame_check.h"
 
 #include <algorithm>
@@ -8,9 +9,6 @@
 namespace rtu {
 
 namespace {
-
-const std::size_t ExceptionReplyBytes = 5;
-const unsigned char ExceptionFlag = 0x80;
 
 /**
  * The end of a reply is awaited instead of slept for, at least its last byte: its
