@@ -345,6 +345,9 @@ void Parser::checkMode() const
     const std::string surplus = m_options.arguments.empty() ? std::string() : m_options.arguments.front();
     if (mode != Mode::Find && m_options.bauds.size() > 1)
         throw Misuse("-b takes several rates with --find alone");
+    const bool counts = usesLine() && mode != Mode::Probe;
+    if (m_options.printStatistics && !counts && mode != Mode::Listen && mode != Mode::Replay)
+        throw Misuse("--stats sums up what goes over a line; leave it out here");
     if (mode != Mode::Poll && given("--count"))
         throw Misuse("--count is for polling; leave it out here");
     for (const char *option : {"--copies", "--step"}) {

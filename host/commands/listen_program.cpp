@@ -70,10 +70,20 @@ bool wantsTable(const Options &options)
     return ::isatty(STDIN_FILENO) && ::isatty(STDOUT_FILENO) && !lines;
 }
 
-void printSummary(const Options &options, const ListenOutput &output, std::ostream &out)
+void printSummary(const Options &options, const ListenOutput &output, std::ostream &out, std::ostream &err)
 {
     if (formOf(options) == HeardForm::Lines)
         out << output.summary() << '\n';
+    if (!options.printStatistics)
+        return;
+    // A capture in a pipe has standard output for itself.
+    std::ostream &to = isCapturePipe(options.captureFile) ? err : out;
+    if (options.form == OutputForm::Json) {
+        to << output.statistics().json() << '\n';
+        return;
+    }
+    for (const std::string &line : output.statistics().lines())
+        to << line << '\n';
 }
 
 /** The table of registers, drawn between reads. */
@@ -143,7 +153,7 @@ public:
         if (wantsTable(m_options))
             m_terminal.reset(new LiveTerminal);
         const bool table = m_terminal && m_terminal->usable();
-        ListenOutput output(m_out, table ? HeardForm::Nothing : formOf(m_options), m_names);
+        ListenOutput output(m_out, table ? HeardForm::Nothing : formOf(m_options), m_names, m_line->timing());
         if (m_capture)
             output.setCapture(&m_capture->writer());
         std::unique_ptr<Table> view;
@@ -151,7 +161,7 @@ public:
             view.reset(new Table(*m_terminal, m_line->name() + ", " + lineName(m_line->parameters()), m_names, output));
         listen(output, view.get());
         m_terminal.reset();
-        printSummary(m_options, output, m_out);
+        printSummary(m_options, output, m_out, m_err);
         if (!captureProblem().empty())
             m_err << "error: " << captureProblem() << '\n';
         if (m_files->incomplete())
@@ -239,17 +249,17 @@ std::vector<ReplayEntry> readCaptureFile(const Options &options)
     }
 }
 
-int tellCapture(const Options &options, std::ostream &out)
+int tellCapture(const Options &options, std::ostream &out, std::ostream &err)
 {
     std::ifstream file = openCapture(options);
-    ListenOutput output(out, formOf(options), RegisterNames());
+    ListenOutput output(out, formOf(options), RegisterNames(), LineTiming(options.line));
     TrafficReader traffic(readerSettings(options, LineTiming(options.line)), output);
     try {
         takeCapture(file, CaptureClock(), traffic);
     } catch (const std::runtime_error &error) {
         throw std::runtime_error(options.replayFile + ": " + error.what());
     }
-    printSummary(options, output, out);
+    printSummary(options, output, out, err);
     return 0;
 }
 

@@ -20,7 +20,7 @@ int listenIn(const Options &options, std::ostream &out, std::ostream &err);
 std::vector<ReplayEntry> readCaptureFile(const Options &options);
 
 /** Tells what a capture holds as listening would have told it. Result: exit status. */
-int tellCapture(const Options &options, std::ostream &out);
+int tellCapture(const Options &options, std::ostream &out, std::ostream &err);
 
 } // namespace rtu
 

@@ -511,7 +511,7 @@ int runMode(const Options &options, std::ostream &out, std::ostream &err)
     if (options.mode == Mode::Find)
         return findStations(options, out, err);
     if (options.mode == Mode::Replay && !namesTags(options))
-        return tellCapture(options, out);
+        return tellCapture(options, out, err);
     return Program(options, out, err).run();
 }
 

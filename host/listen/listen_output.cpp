@@ -11,10 +11,11 @@ std::string quantity(std::uint64_t count, const std::string &one, const std::str
 
 } // namespace
 
-ListenOutput::ListenOutput(std::ostream &out, HeardForm form, const RegisterNames &names)
+ListenOutput::ListenOutput(std::ostream &out, HeardForm form, const RegisterNames &names, const LineTiming &timing)
     : m_out(out)
     , m_form(form)
     , m_names(names)
+    , m_statistics(timing)
 {
 }
 
@@ -33,9 +34,7 @@ void ListenOutput::onFrame(Role, const HeardBytes &frame)
 void ListenOutput::onTransaction(const Transaction &transaction)
 {
     m_registers.note(transaction);
-    ++(transaction.kind == ReplyKind::Good        ? m_good
-       : transaction.kind == ReplyKind::Exception ? m_exceptions
-                                                  : m_silent);
+    m_statistics.note(transaction);
     if (m_form == HeardForm::Json)
         print(heardJson(transaction, m_names));
     if (m_form != HeardForm::Lines)
@@ -47,7 +46,7 @@ void ListenOutput::onTransaction(const Transaction &transaction)
 void ListenOutput::onOpenRequest(const Transaction &request)
 {
     m_registers.note(request);
-    ++m_open;
+    m_statistics.noteOpen(request);
     if (m_form == HeardForm::Json)
         print(openJson(request, m_names));
     if (m_form == HeardForm::Lines)
@@ -72,11 +71,12 @@ void ListenOutput::onGarbage(const HeardBytes &garbage)
 
 std::string ListenOutput::summary() const
 {
-    std::string text = quantity(m_good + m_exceptions + m_silent, "transaction", "transactions") + ": "
-                       + std::to_string(m_good) + " good, " + quantity(m_exceptions, "exception", "exceptions") + ", "
-                       + std::to_string(m_silent) + " without a reply";
-    if (m_open > 0)
-        text += "; " + quantity(m_open, "request", "requests") + " still open";
+    const HeardStatistics::Counts &all = m_statistics.total();
+    std::string text = quantity(all.good + all.exceptions + all.silent, "transaction", "transactions") + ": "
+                       + std::to_string(all.good) + " good, " + quantity(all.exceptions, "exception", "exceptions")
+                       + ", " + std::to_string(all.silent) + " without a reply";
+    if (all.open > 0)
+        text += "; " + quantity(all.open, "request", "requests") + " still open";
     if (m_strays > 0)
         text += "; " + quantity(m_strays, "reply", "replies") + " to nothing that was heard";
     if (m_garbageBytes > 0)

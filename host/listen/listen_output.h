@@ -6,6 +6,7 @@
 #define RTU_HOST_LISTEN_LISTEN_OUTPUT_H
 
 #include "host/listen/capture_file.h"
+#include "host/listen/heard_statistics.h"
 #include "host/listen/heard_text.h"
 
 #include <ostream>
@@ -17,7 +18,9 @@ enum class HeardForm { Lines, Json, Nothing };
 class ListenOutput : public TrafficListener
 {
 public:
-    ListenOutput(std::ostream &out, HeardForm form, const RegisterNames &names);
+    /** @param timing of the line, for its share of it that each station takes */
+    ListenOutput(std::ostream &out, HeardForm form, const RegisterNames &names,
+                 const LineTiming &timing = LineTiming());
 
     /** Frames and garbage go there as well, until it fails. nullptr: nowhere. */
     void setCapture(CaptureWriter *capture) { m_capture = capture; }
@@ -28,6 +31,7 @@ public:
     void onStrayReply(const HeardBytes &reply) override;
     void onGarbage(const HeardBytes &garbage) override;
 
+    const HeardStatistics &statistics() const { return m_statistics; }
     const HeardRegisters &registers() const { return m_registers; }
     /** "120 transactions: 118 good, 1 exception, 1 without a reply; 1 request still open" */
     std::string summary() const;
@@ -40,10 +44,7 @@ private:
     const RegisterNames m_names;
     CaptureWriter *m_capture = nullptr;
     HeardRegisters m_registers;
-    std::uint64_t m_good = 0;
-    std::uint64_t m_exceptions = 0;
-    std::uint64_t m_silent = 0;
-    std::uint64_t m_open = 0;
+    HeardStatistics m_statistics;
     std::uint64_t m_strays = 0;
     std::uint64_t m_garbageBytes = 0;
 };

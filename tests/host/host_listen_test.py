@@ -78,6 +78,27 @@ class Listening(ListenTest):
         self.assertEqual((2, None), (refused["exception"], refused["values"]))
         self.assertEqual("", self.end(process))
 
+    def test_statistics_of_each_station(self):
+        process = self.listen("--stats", "-o", "3600")
+        self.say(READ, READ_REPLY, READ, frame("01 83 02"), frame("02 03 00 00 00 01"), READ)
+        for _ in range(6):
+            process.stdout.readline()
+        line, first, second = self.end(process).splitlines()[-3:]
+        self.assertRegex(line, r"^line: 4 requests, 1 good, 1 exception, 1 without a reply, 1 still open, reply ")
+        self.assertRegex(first, r"^station 1: 3 requests, 1 good, 1 exception, 0 without a reply, 1 still open, reply "
+                                r"\S+ \S+ median, \S+ \S+ 95 %, \d+\.\d % of the line$")
+        self.assertRegex(second, r"^station 2: 1 request, 0 good, 0 exceptions, 1 without a reply, \d")
+
+    def test_statistics_as_json(self):
+        process = self.listen("--stats", "--json")
+        self.say(READ, READ_REPLY)
+        process.stdout.readline()
+        total = json.loads(self.end(process))["statistics"]
+        self.assertEqual((1, 1, 0, 0, 0), tuple(total[key] for key in ("requests", "good", "exceptions", "silent",
+                                                                      "open")))
+        self.assertEqual(1, total["stations"][0]["station"])
+        self.assertGreaterEqual(total["stations"][0]["reply_median_ms"], 0)
+
     def test_a_log_has_the_rows_of_polling(self):
         tags = self.file("tags.csv", "name,type,address\nlevel,4x,109\n")
         log = self.file("log.csv")

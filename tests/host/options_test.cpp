@@ -322,6 +322,7 @@ TEST(Options, MisuseIsExplained)
         {{"--describe", "4x", "4x2"}, "\"4x2\" is too much"},
         {{"--list-types", "4x"}, "\"4x\" is too much"},
         {{"--condition-read", "--count", "2", "p"}, "--count is for polling"},
+        {{"--find", "--stats", "p"}, "--stats sums up what goes over a line"},
         {{"--recipe-write", "f", "p", "4x1"}, "takes the registers from its file"},
         {{"--recipe-write", "f", "-t", "4", "p"}, "takes the registers from its file"},
         {{"--serve", "f", "pty:"}, "wants the name of a link"},
