@@ -11,7 +11,7 @@ build_fuzz_targets()
 {
     scripts/install-dependencies build host fuzz test demo
     cmake -S . -B "$fuzz_build" -G Ninja -DCMAKE_BUILD_TYPE=Release -DCMAKE_CXX_COMPILER=clang++ \
-        -DMODBUS_BUILD_FUZZ=ON -DMODBUS_BUILD_TESTS=OFF -DMODBUS_BUILD_HOST=OFF "$@" >/dev/null
+        -DMODBUS_BUILD_FUZZ=ON -DMODBUS_BUILD_TESTS=OFF -DMODBUS_BUILD_HOST=OFF -DCMAKE_UNITY_BUILD=ON "$@" >/dev/null
     ninja -C "$fuzz_build" -j "${MODBUS_JOBS:-$(nproc)}" "${fuzz_targets[@]/#/fuzz_}" >"$fuzz_build/build.log" || {
         tail -n 40 "$fuzz_build/build.log" >&2
         return 1

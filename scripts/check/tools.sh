@@ -97,6 +97,19 @@ notices_changes_of_library()
     attempt "notices symbol versions" notices library_change versions "$names" -Wl,--default-symver
 }
 
+# clang's analyzer looks into sources that are merged for it.
+analyzer_notices()
+{
+    local folder=build/tools/UnifiedSources
+    mkdir -p "$folder"
+    printf '%s\n' 'int least(int *number, int other);' 'int least(int *number, int other)' '{' \
+        '    if (!number)' '        other = 1;' '    return *number + other;' '}' >"$folder/null.cpp"
+    echo '#include "null.cpp"' >"$folder/merged.cxx"
+    clang-tidy --quiet --config-file=.clang-tidy --header-filter='.*' --checks=-bugprone-suspicious-include \
+        "$folder/merged.cxx" -- -std=c++11 >"$folder/findings" 2>&1 || true
+    grep clang-analyzer-core.NullDereference "$folder/findings"
+}
+
 # The soak without one of the host's precautions must see disagreements.
 soak_notices()
 {
@@ -105,10 +118,11 @@ soak_notices()
 
 stage_tools()
 {
-    install_for build host demo test abi || return 1
+    install_for build host demo test abi clang style || return 1
     build_preset release --target modbus_rtu_master modbus_rtu_host soak || return 1
     notices_changes_of_headers
     notices_changes_of_kit
     notices_changes_of_library
+    attempt "the analyzer notices a null pointer" analyzer_notices
     attempt "the soak notices what goes wrong" soak_notices
 }

@@ -67,18 +67,18 @@ void PrintTo(const BitWriteCase &c, std::ostream *out)
     *out << c.name;
 }
 
-class BitWriteFrames : public BitWrite, public ::testing::WithParamInterface<BitWriteCase>
+class BitWriteCases : public BitWrite, public ::testing::WithParamInterface<BitWriteCase>
 {
 };
 
-std::string caseName(const ::testing::TestParamInfo<BitWriteCase> &info)
+std::string bitWriteCaseName(const ::testing::TestParamInfo<BitWriteCase> &info)
 {
     return info.param.name;
 }
 
 } // namespace
 
-TEST_P(BitWriteFrames, ReadsAndWritesBack)
+TEST_P(BitWriteCases, ReadsAndWritesBack)
 {
     const BitWriteCase &c = GetParam();
     writeBits(c.start, c.bits);
@@ -99,7 +99,7 @@ TEST_P(BitWriteFrames, ReadsAndWritesBack)
 }
 
 INSTANTIATE_TEST_SUITE_P(
-    Bits, BitWriteFrames,
+    Bits, BitWriteCases,
     ::testing::Values(
         BitWriteCase{
             "SetInTheLowByte", 0x25, Bits{1}, "01 03 00 02 00 01", {0x1240}, "60 12", "01 10 00 02 00 01 02 12 60"},
@@ -147,7 +147,7 @@ INSTANTIATE_TEST_SUITE_P(
                      {0x0000},
                      "20 00",
                      "01 10 00 02 00 01 02 00 20"}),
-    caseName);
+    bitWriteCaseName);
 
 // --- end to end ------------------------------------------------------------------------
 

@@ -32,7 +32,7 @@ class ErrorText : public ::testing::TestWithParam<TextCase>
 {
 };
 
-std::string caseName(const ::testing::TestParamInfo<TextCase> &info)
+std::string textCaseName(const ::testing::TestParamInfo<TextCase> &info)
 {
     return info.param.name;
 }
@@ -57,7 +57,7 @@ INSTANTIATE_TEST_SUITE_P(
                       TextCase{"RecipeRead", TransferReadSent, "", "4x_double", 99, 1, 10, "R,1#4x_double100(10)"},
                       TextCase{"NoTransaction", NothingSent, "", "0x", 0, 1, 10, "R,1#0x1(10)"},
                       TextCase{"Coils", WriteSent, "", "0x", 65535, 1, 10, "W,1#0x65536(10)"}),
-    caseName);
+    textCaseName);
 
 INSTANTIATE_TEST_SUITE_P(
     Addresses, ErrorText,
@@ -73,7 +73,7 @@ INSTANTIATE_TEST_SUITE_P(
                       TextCase{"NegativeNumbers", CyclicReadSent, "", "4x", -2, -1, -3, "R,-1#4x-1(-3)"},
                       TextCase{"LargestAddressWraps", CyclicReadSent, "", "4x", INT_MAX, 1, 1, "R,1#4x-2147483648(1)"},
                       TextCase{"PlaceholdersInATypeAreText", CyclicReadSent, "", "%3", 0, 1, 2, "R,1#%31(2)"}),
-    caseName);
+    textCaseName);
 
 INSTANTIATE_TEST_SUITE_P(
     Exceptions, ErrorText,
@@ -93,4 +93,4 @@ INSTANTIATE_TEST_SUITE_P(
         TextCase{"FourBytesAreNoException", CyclicReadSent, "01 83 02 C0", "4x", 99, 1, 10, "R,1#4x100(10)"},
         TextCase{"SixBytesAreNoException", CyclicReadSent, "01 83 02 C0 F1 00", "4x", 99, 1, 10, "R,1#4x100(10)"},
         TextCase{"CrcIsNotChecked", CyclicReadSent, "FF 83 FF FF FF", "4x", 99, 1, 10, "R,1#4x100(10),error code:3"}),
-    caseName);
+    textCaseName);

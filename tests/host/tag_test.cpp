@@ -76,7 +76,7 @@ TEST_F(Tags, AreMadeForEachStation)
     EXPECT_EQ(2u, parse("4x1", 1, {8, 9}).size());
 }
 
-struct Refused
+struct RefusedTag
 {
     const char *text;
     const char *reason;
@@ -84,7 +84,7 @@ struct Refused
 
 TEST_F(Tags, AreRefusedWithTheReason)
 {
-    const Refused refusals[] = {
+    const RefusedTag refusals[] = {
         {"9x1", "must begin with one of 0x, 1x"},
         {"4x0", "out of range"},
         {"4x65537", "out of range"},
@@ -103,7 +103,7 @@ TEST_F(Tags, AreRefusedWithTheReason)
         {"4x1..", "nothing follows the \"..\""},
         {"4x1..@2", "nothing follows the \"..\""},
     };
-    for (const Refused &refused : refusals)
+    for (const RefusedTag &refused : refusals)
         EXPECT_TRUE(contains(refusal(refused.text), refused.reason)) << refused.text << ": " << refusal(refused.text);
 }
 
@@ -145,7 +145,7 @@ TEST_F(Tags, OfATableMayNameTheColumns)
 
 TEST_F(Tags, OfATableAreRefusedWithFileAndLine)
 {
-    const Refused refusals[] = {
+    const RefusedTag refusals[] = {
         {"a,1,4x,1\nb,1,5x,1\n", "tags.csv:2: unknown register type \"5x\""},
         {"a,1,4x,0\n", "tags.csv:1: 4x0: out of range"},
         {"a,0,4x,1\n", "tags.csv:1: \"0\": a station is from 1 to 247"},
@@ -175,7 +175,7 @@ TEST_F(Tags, OfATableAreRefusedWithFileAndLine)
         {"type,name\n4x,a\n", "columns type and address are needed"},
         {"address,name\n1,a\n", "tags.csv:2: the register type is missing"},
     };
-    for (const Refused &refused : refusals)
+    for (const RefusedTag &refused : refusals)
         EXPECT_TRUE(contains(tableRefusal(refused.text), refused.reason))
             << refused.text << ": " << tableRefusal(refused.text);
 }

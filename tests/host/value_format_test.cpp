@@ -66,7 +66,7 @@ TEST(ParseValue, TakesOtherWaysOfWriting)
     EXPECT_EQ(0x40490FDBu, rtu::parseValue("0x40490FDB", format(Format::Float, 2)));
 }
 
-struct Refused
+struct RefusedValue
 {
     Format kind;
     int width;
@@ -74,27 +74,31 @@ struct Refused
     const char *reason;
 };
 
-class ParseValueRefusal : public testing::TestWithParam<Refused>
+class ParseValueRefusal : public testing::TestWithParam<RefusedValue>
 {
 };
 
 TEST_P(ParseValueRefusal, SaysWhy)
 {
-    const Refused &refused = GetParam();
+    const RefusedValue &refused = GetParam();
     const std::string reason = refusalOf([&] { rtu::parseValue(refused.text, format(refused.kind, refused.width)); });
     EXPECT_TRUE(contains(reason, refused.reason)) << reason;
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Texts, ParseValueRefusal,
-    testing::Values(
-        Refused{Format::Bit, 0, "2", "0 or 1"}, Refused{Format::Unsigned, 1, "65536", "-32768 to 65535"},
-        Refused{Format::Signed, 1, "32768", "-32768 to 32767"}, Refused{Format::Unsigned, 1, "1.5", "whole numbers"},
-        Refused{Format::Unsigned, 1, "abc", "a number"}, Refused{Format::Unsigned, 1, "", "a number"},
-        Refused{Format::Unsigned, 1, "12x", "a number"}, Refused{Format::Unsigned, 1, "0x10000", "more than 16 bits"},
-        Refused{Format::Unsigned, 1, "nan", "must be from"}, Refused{Format::Signed, 2, "2147483648", "2147483647"},
-        Refused{Format::Float, 2, "1,5", "behind a point, as in 1.5"},
-        Refused{Format::Float, 2, "1e40", "beyond 3.4e38"}, Refused{Format::Float, 2, "-1e40", "beyond 3.4e38"}));
+INSTANTIATE_TEST_SUITE_P(Texts, ParseValueRefusal,
+                         testing::Values(RefusedValue{Format::Bit, 0, "2", "0 or 1"},
+                                         RefusedValue{Format::Unsigned, 1, "65536", "-32768 to 65535"},
+                                         RefusedValue{Format::Signed, 1, "32768", "-32768 to 32767"},
+                                         RefusedValue{Format::Unsigned, 1, "1.5", "whole numbers"},
+                                         RefusedValue{Format::Unsigned, 1, "abc", "a number"},
+                                         RefusedValue{Format::Unsigned, 1, "", "a number"},
+                                         RefusedValue{Format::Unsigned, 1, "12x", "a number"},
+                                         RefusedValue{Format::Unsigned, 1, "0x10000", "more than 16 bits"},
+                                         RefusedValue{Format::Unsigned, 1, "nan", "must be from"},
+                                         RefusedValue{Format::Signed, 2, "2147483648", "2147483647"},
+                                         RefusedValue{Format::Float, 2, "1,5", "behind a point, as in 1.5"},
+                                         RefusedValue{Format::Float, 2, "1e40", "beyond 3.4e38"},
+                                         RefusedValue{Format::Float, 2, "-1e40", "beyond 3.4e38"}));
 
 TEST(SignedReading, IsOfRegistersThatMayBeNegative)
 {

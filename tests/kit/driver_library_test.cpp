@@ -13,7 +13,7 @@ bool contains(const std::string &text, const std::string &part)
     return text.find(part) != std::string::npos;
 }
 
-std::string failureOf(const std::string &path)
+std::string loadFailure(const std::string &path)
 {
     try {
         rtu::DriverLibrary driver(path);
@@ -33,13 +33,13 @@ TEST(DriverLibrary, LoadsAFileAndAFolder)
 
 TEST(DriverLibrary, SaysWhichFileIsMissing)
 {
-    const std::string failure = failureOf("/nowhere/at/all.so");
+    const std::string failure = loadFailure("/nowhere/at/all.so");
     EXPECT_TRUE(contains(failure, "/nowhere/at/all.so")) << failure;
 }
 
 TEST(DriverLibrary, SaysWhichEntryPointAnotherLibraryLacks)
 {
-    const std::string failure = failureOf("libm.so.6");
+    const std::string failure = loadFailure("libm.so.6");
     EXPECT_TRUE(contains(failure, "not a driver")) << failure;
     EXPECT_TRUE(contains(failure, "intf_getProtocolType")) << failure;
 }

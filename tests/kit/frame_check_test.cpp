@@ -33,14 +33,14 @@ TEST(FrameCheck, WhatIsTooShortToCompareIsNoMismatch)
     EXPECT_EQ("", rtu::describeMismatch(array(frame("01 03 00 00 00 01")), array(hex("02 03 02 00"))));
 }
 
-struct Case
+struct ReplyCase
 {
     const char *request;
     const char *reply;
     const char *words; ///< that the description must have; empty: no mismatch
 };
 
-class Mismatch : public testing::TestWithParam<Case>
+class Mismatch : public testing::TestWithParam<ReplyCase>
 {
 };
 
@@ -55,17 +55,17 @@ TEST_P(Mismatch, IsDescribed)
 
 INSTANTIATE_TEST_SUITE_P(
     Replies, Mismatch,
-    testing::Values(Case{"01 03 00 00 00 01", "01 03 02 00 05", ""},
-                    Case{"01 03 00 00 00 01", "02 03 02 00 05", "from station 2, asked was station 1"},
-                    Case{"01 03 00 00 00 01", "01 04 02 00 05", "function 4, asked was function 3"},
-                    Case{"01 03 00 00 00 02", "01 03 02 00 05 00 00", "byte count"},
-                    Case{"01 01 00 00 00 09", "01 01 02 00 00", ""},
-                    Case{"01 02 00 00 00 09", "01 02 01 00 00", "byte count"},
-                    Case{"01 05 00 03 FF 00", "01 05 00 03 FF 00", ""},
-                    Case{"01 06 00 03 00 07", "01 06 00 04 00 07", "another write"},
-                    Case{"01 06 00 03 00 07", "01 06 00 03 00 08", "another write"},
-                    Case{"01 10 00 03 00 02 04 00 01 00 02", "01 10 00 03 00 02", ""},
-                    Case{"01 10 00 03 00 02 04 00 01 00 02", "01 10 00 03 00 01", "another write"}));
+    testing::Values(ReplyCase{"01 03 00 00 00 01", "01 03 02 00 05", ""},
+                    ReplyCase{"01 03 00 00 00 01", "02 03 02 00 05", "from station 2, asked was station 1"},
+                    ReplyCase{"01 03 00 00 00 01", "01 04 02 00 05", "function 4, asked was function 3"},
+                    ReplyCase{"01 03 00 00 00 02", "01 03 02 00 05 00 00", "byte count"},
+                    ReplyCase{"01 01 00 00 00 09", "01 01 02 00 00", ""},
+                    ReplyCase{"01 02 00 00 00 09", "01 02 01 00 00", "byte count"},
+                    ReplyCase{"01 05 00 03 FF 00", "01 05 00 03 FF 00", ""},
+                    ReplyCase{"01 06 00 03 00 07", "01 06 00 04 00 07", "another write"},
+                    ReplyCase{"01 06 00 03 00 07", "01 06 00 03 00 08", "another write"},
+                    ReplyCase{"01 10 00 03 00 02 04 00 01 00 02", "01 10 00 03 00 02", ""},
+                    ReplyCase{"01 10 00 03 00 02 04 00 01 00 02", "01 10 00 03 00 01", "another write"}));
 
 struct Judged
 {

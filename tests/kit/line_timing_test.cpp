@@ -18,14 +18,14 @@ TEST(LineTiming, CountsTheBitsOfACharacter)
     EXPECT_EQ(10, parameters(9600, 7, 'O', 1).bitsPerCharacter());
 }
 
-struct Case
+struct TimingCase
 {
     int baud;
     std::int64_t character; ///< ns
     std::int64_t silence;   ///< ns
 };
 
-class Timing : public testing::TestWithParam<Case>
+class Timing : public testing::TestWithParam<TimingCase>
 {
 };
 
@@ -38,9 +38,10 @@ TEST_P(Timing, FollowsFromTheBaudRate)
 }
 
 INSTANTIATE_TEST_SUITE_P(BaudRates, Timing,
-                         testing::Values(Case{0, 0, 0}, Case{1200, 9166666, 32083331}, Case{9600, 1145833, 4010415},
-                                         Case{19200, 572916, 2005206}, Case{19201, 572886, 1750000},
-                                         Case{38400, 286458, 1750000}, Case{115200, 95486, 1750000}));
+                         testing::Values(TimingCase{0, 0, 0}, TimingCase{1200, 9166666, 32083331},
+                                         TimingCase{9600, 1145833, 4010415}, TimingCase{19200, 572916, 2005206},
+                                         TimingCase{19201, 572886, 1750000}, TimingCase{38400, 286458, 1750000},
+                                         TimingCase{115200, 95486, 1750000}));
 
 TEST(LineTiming, TakesAnotherSilence)
 {

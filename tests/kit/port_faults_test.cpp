@@ -18,7 +18,6 @@ namespace {
 
 using namespace test_line;
 
-const rtu::Duration Never = std::chrono::hours(1);
 const std::string Message = "a request of eight and more";
 const std::size_t PieceBytes = 3; // so that each message takes many calls
 const int Calls = static_cast<int>((Message.size() + PieceBytes - 1) / PieceBytes);

@@ -17,8 +17,6 @@ using namespace test_line;
 using rtu::SteadyClock;
 using rtu::TimePoint;
 
-const rtu::Duration Never = std::chrono::hours(1);
-
 const unsigned char *bytes(const std::string &text)
 {
     return reinterpret_cast<const unsigned char *>(text.data());

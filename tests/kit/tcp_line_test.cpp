@@ -25,8 +25,6 @@ using namespace test_line;
 using rtu::LookupResult;
 using rtu::TcpSettings;
 
-const rtu::Duration Never = std::chrono::hours(1);
-
 /** Nothing depends on how long anything takes. */
 TcpSettings patient()
 {

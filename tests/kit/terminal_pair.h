@@ -7,6 +7,7 @@
 #define TESTS_KIT_TERMINAL_PAIR_H
 
 #include "kit/line/descriptor.h"
+#include "kit/modbus_rtu_host/line.h"
 
 #include <fcntl.h>
 #include <stdlib.h>
@@ -16,6 +17,9 @@
 #include <string>
 
 namespace test_line {
+
+/** Nothing that works takes this long. */
+const rtu::Duration Never = std::chrono::hours(1);
 
 class TerminalPair
 {

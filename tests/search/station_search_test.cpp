@@ -173,14 +173,14 @@ TEST(StationSearch, AsksTheLikeliestFirst)
     EXPECT_GE(33u, port.requests.size());
 }
 
-struct Cause
+struct SearchCase
 {
     const char *name;
     Bytes (*answer)(const Bytes &request);
     const char *words;
 };
 
-class SearchInVain : public testing::TestWithParam<Cause>
+class SearchInVain : public testing::TestWithParam<SearchCase>
 {
 };
 
@@ -199,11 +199,12 @@ TEST_P(SearchInVain, NamesTheCause)
 
 INSTANTIATE_TEST_SUITE_P(
     Lines, SearchInVain,
-    testing::Values(Cause{"silence", [](const Bytes &) { return Bytes(); }, "not one byte"},
-                    Cause{"an echo", [](const Bytes &request) { return request; }, "hears itself"},
-                    Cause{"garbage", [](const Bytes &) { return hex("FE 00 F8 80"); }, "not so that it can be read"},
-                    Cause{"ascii", [](const Bytes &) { return hex("3A 30 31 38 33 30 32 0D 0A"); }, "Modbus ASCII"},
-                    Cause{"another's reply", [](const Bytes &) { return frame("F7 03 02 00 07"); }, "another master"}));
+    testing::Values(
+        SearchCase{"silence", [](const Bytes &) { return Bytes(); }, "not one byte"},
+        SearchCase{"an echo", [](const Bytes &request) { return request; }, "hears itself"},
+        SearchCase{"garbage", [](const Bytes &) { return hex("FE 00 F8 80"); }, "not so that it can be read"},
+        SearchCase{"ascii", [](const Bytes &) { return hex("3A 30 31 38 33 30 32 0D 0A"); }, "Modbus ASCII"},
+        SearchCase{"another's reply", [](const Bytes &) { return frame("F7 03 02 00 07"); }, "another master"}));
 
 TEST(StationSearch, TellsThatThePortTakesNoneOfTheParameters)
 {

@@ -183,18 +183,18 @@ TEST_F(ReplacedWrites, LeaveTheNewestValueInSlaveAndCache)
 
 TEST(FullQueue, KeepsTheFirst512WritesAndTheNewest)
 {
-    const int writersCount = 4;
-    const int writesOfAWriter = 300;
-    const int tagsOfAWriter = 1000;
+    const int numberOfWriters = 4;
+    const int writesOfEach = 300;
+    const int tagsOfEach = 1000;
     Panel panel(0);
     std::vector<int> ended;
     panel.onWriteEnd = [&ended](const VARIABLE &unit, threads::WriteEnd) { ended.push_back(unit.userData); };
     std::vector<std::thread> writers;
-    for (int w = 1; w <= writersCount; ++w) {
+    for (int w = 1; w <= numberOfWriters; ++w) {
         panel.slaves.station(w);
         writers.emplace_back([w] {
-            threads::WriteSource source(w, w * tagsOfAWriter, 1);
-            for (int i = 0; i < writesOfAWriter; ++i)
+            threads::WriteSource source(w, w * tagsOfEach, 1);
+            for (int i = 0; i < writesOfEach; ++i)
                 threads::handToDriver(source.nextSmall());
         });
     }
@@ -207,13 +207,13 @@ TEST(FullQueue, KeepsTheFirst512WritesAndTheNewest)
     ASSERT_EQ(ended.size(), 513u);
     // Of each thread the writes come in its order and without a gap; only the
     // newest write of all stands alone at the end.
-    std::vector<int> next(static_cast<size_t>(writersCount + 1), 0);
+    std::vector<int> next(static_cast<size_t>(numberOfWriters + 1), 0);
     for (size_t i = 0; i < 512; ++i) {
-        int &expected = next[static_cast<size_t>(ended[i] / tagsOfAWriter)];
-        ASSERT_EQ(ended[i] % tagsOfAWriter, expected) << "position " << i;
+        int &expected = next[static_cast<size_t>(ended[i] / tagsOfEach)];
+        ASSERT_EQ(ended[i] % tagsOfEach, expected) << "position " << i;
         ++expected;
     }
-    EXPECT_EQ(ended[512] % tagsOfAWriter, writesOfAWriter - 1);
+    EXPECT_EQ(ended[512] % tagsOfEach, writesOfEach - 1);
 }
 
 } // namespace

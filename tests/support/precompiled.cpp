@@ -1,2 +1,0 @@
-// Only a place to precompile the headers in.
-#include "support/precompiled.h"
