@@ -4,22 +4,11 @@ import os
 import pty
 import select
 import signal
-import struct
 import subprocess
 import tty
 import unittest
 
-from rtuhost_under_test import PATIENCE, RTUHOST, RtuHostTest, wait_for
-
-
-def frame(text):
-    content = bytes.fromhex(text)
-    crc = 0xFFFF
-    for byte in content:
-        crc ^= byte
-        for _ in range(8):
-            crc = (crc >> 1) ^ 0xA001 if crc & 1 else crc >> 1
-    return content + struct.pack("<H", crc)
+from rtuhost_under_test import PATIENCE, RTUHOST, RtuHostTest, frame, wait_for
 
 
 READ = frame("01 03 00 6B 00 03")

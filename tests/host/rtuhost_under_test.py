@@ -4,6 +4,7 @@ Nothing here measures time. Limits on waiting only turn a hang into a failure.
 """
 import os
 import signal
+import struct
 import subprocess
 import tempfile
 import time
@@ -47,6 +48,17 @@ def wait_for(condition, what):
             return result
         time.sleep(0.05)
     raise AssertionError("waited in vain for " + what)
+
+
+def frame(text):
+    """The bytes of hexadecimal text, and their check sum."""
+    content = bytes.fromhex(text)
+    crc = 0xFFFF
+    for byte in content:
+        crc ^= byte
+        for _ in range(8):
+            crc = (crc >> 1) ^ 0xA001 if crc & 1 else crc >> 1
+    return content + struct.pack("<H", crc)
 
 
 class Result:
