@@ -21,7 +21,8 @@ template <typename Change>
 void HeardStatistics::change(const Transaction &t, const Change &changeCounts)
 {
     // An adapter may hand a whole request over at once: when it began follows from its length.
-    const TimePoint begin = std::min(t.sent, t.requestEnd - m_timing.characters(static_cast<std::size_t>(t.request.size())));
+    const TimePoint begin =
+        std::min(t.sent, t.requestEnd - m_timing.characters(static_cast<std::size_t>(t.request.size())));
     if (m_total.requests == 0)
         m_begin = begin;
     m_end = std::max(m_end, t.finished);
@@ -56,10 +57,10 @@ double HeardStatistics::shareOf(const Counts &counts) const
 
 std::string HeardStatistics::lineOf(const std::string &name, const Counts &counts) const
 {
-    std::string text = name + ": " + std::to_string(counts.requests) + (counts.requests == 1 ? " request, " : " requests, ")
-                       + std::to_string(counts.good) + " good, " + std::to_string(counts.exceptions)
-                       + (counts.exceptions == 1 ? " exception, " : " exceptions, ") + std::to_string(counts.silent)
-                       + " without a reply";
+    std::string text = name + ": " + std::to_string(counts.requests)
+                       + (counts.requests == 1 ? " request, " : " requests, ") + std::to_string(counts.good) + " good, "
+                       + std::to_string(counts.exceptions) + (counts.exceptions == 1 ? " exception, " : " exceptions, ")
+                       + std::to_string(counts.silent) + " without a reply";
     if (counts.open > 0)
         text += ", " + std::to_string(counts.open) + " still open";
     if (!counts.reply.empty())
