@@ -7,7 +7,7 @@
 
 #include <cstring>
 #include <fstream>
-#include <iterator>
+#include <sstream>
 
 namespace checker {
 
@@ -73,7 +73,9 @@ std::string installedDriver()
 std::string contentOf(const std::string &path)
 {
     std::ifstream file(path.c_str(), std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    std::ostringstream content;
+    content << file.rdbuf();
+    return content.str();
 }
 
 } // namespace

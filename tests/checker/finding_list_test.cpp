@@ -2,12 +2,11 @@
 // the headings of the guide against both.
 
 #include "checker/finding_table.h"
+#include "support/file_content.h"
 
 #include <gtest/gtest.h>
 
 #include <cctype>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 #include <string>
@@ -16,8 +15,7 @@ namespace {
 
 std::string document(const std::string &name)
 {
-    std::ifstream file(DOCUMENTS_FOLDER "/" + name);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+    return support::fileContent(DOCUMENTS_FOLDER "/" + name);
 }
 
 /** "name severity" of each row of the list. */

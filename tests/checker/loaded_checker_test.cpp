@@ -2,6 +2,7 @@
 
 #include "loaded/elf_file.h"
 #include "loaded/loaded_driver.h"
+#include "support/file_content.h"
 
 #include <gtest/gtest.h>
 
@@ -11,19 +12,12 @@
 #include <algorithm>
 #include <atomic>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <sstream>
 #include <thread>
 #include <vector>
 
 namespace {
-
-std::string contentOf(const std::string &path)
-{
-    std::ifstream file(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
-}
 
 std::vector<std::string> filesIn(const std::string &folder)
 {
@@ -70,12 +64,12 @@ protected:
         ::rmdir(folder.c_str());
     }
 
-    std::string told() const { return contentOf(output); }
+    std::string told() const { return support::fileContent(output); }
 
     std::string copyOfChecker(const std::string &name) const
     {
         const std::string path = folder + "/" + name;
-        std::ofstream(path, std::ios::binary) << contentOf(DRIVER_LIBRARY_FILE);
+        std::ofstream(path, std::ios::binary) << support::fileContent(DRIVER_LIBRARY_FILE);
         return path;
     }
 

@@ -4,6 +4,7 @@
 #include "host/report/log_file.h"
 #include "host/text/csv.h"
 #include "host/text/wall_clock.h"
+#include "support/file_content.h"
 
 #include <sys/resource.h>
 #include <unistd.h>
@@ -187,11 +188,7 @@ protected:
         return [this](const std::string &text) { told.push_back(text); };
     }
 
-    std::string content() const
-    {
-        std::ifstream in(path);
-        return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    }
+    std::string content() const { return support::fileContent(path); }
 
     const std::string path = testing::TempDir() + "rows-" + std::to_string(::getpid()) + ".csv";
     std::vector<std::string> told;

@@ -1,27 +1,17 @@
 #include "elf_file.h"
 
+#include "support/file_content.h"
+
 #include <cstring>
-#include <fstream>
-#include <sstream>
 #include <stdexcept>
 
 namespace {
-
-std::string fileContent(const std::string &path)
-{
-    std::ifstream file(path.c_str(), std::ios::binary);
-    if (!file)
-        throw std::runtime_error("cannot read " + path);
-    std::ostringstream text;
-    text << file.rdbuf();
-    return text.str();
-}
 
 const unsigned char nativeClass = sizeof(void *) == 8 ? ELFCLASS64 : ELFCLASS32;
 
 } // namespace
 
-ElfFile::ElfFile(const std::string &path) : content(fileContent(path))
+ElfFile::ElfFile(const std::string &path) : content(support::fileContent(path))
 {
     const ElfW(Ehdr) header = recordAt<ElfW(Ehdr)>(0);
     if (std::memcmp(header.e_ident, ELFMAG, SELFMAG) != 0 || header.e_ident[EI_CLASS] != nativeClass)
