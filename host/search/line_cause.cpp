@@ -105,11 +105,6 @@ std::string causeText(Cause cause)
     return wordsOf(cause).text;
 }
 
-bool isGatewayCode(int code)
-{
-    return code == 10 || code == 11;
-}
-
 std::string exceptionAdvice(int code)
 {
     switch (code) {

@@ -41,9 +41,6 @@ const char *causeName(Cause cause);
 /** The cause in words, with what to do about it. */
 std::string causeText(Cause cause);
 
-/** Said by a gateway of a device that does not answer it. */
-bool isGatewayCode(int code);
-
 /** What one exception code says about what was asked, and what to do. */
 std::string exceptionAdvice(int code);
 

@@ -1,6 +1,7 @@
 #include "host/search/line_diagnosis.h"
 
 #include "host/report/trace.h"
+#include "kit/line/frame_check.h"
 
 namespace rtu {
 
@@ -57,7 +58,7 @@ std::string LineDiagnosis::textOf(const Diagnosis &diagnosis, const Transaction 
     const std::string text = causeText(diagnosis.cause);
     switch (diagnosis.cause) {
     case Cause::Exception:
-        if (isGatewayCode(t.exceptionCode))
+        if (isGatewaySilence(t.exceptionCode))
             return "a gateway answers in its place, " + replyMeaning(t) + ": " + exceptionAdvice(t.exceptionCode);
         return text + ", " + replyMeaning(t) + ": " + exceptionAdvice(t.exceptionCode);
     case Cause::OtherStation:

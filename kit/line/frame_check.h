@@ -14,6 +14,12 @@
 
 namespace rtu {
 
+/** A gateway's word for silence: it cannot reach the station, or the station does not answer it. */
+inline bool isGatewaySilence(int exceptionCode)
+{
+    return exceptionCode == 10 || exceptionCode == 11;
+}
+
 /** CRC-16 of Modbus, transmitted low byte first. */
 unsigned int crc16(const unsigned char *bytes, std::size_t size);
 

@@ -5,6 +5,7 @@
 #ifndef KIT_POLL_REQUEST_END_H
 #define KIT_POLL_REQUEST_END_H
 
+#include "kit/line/frame_check.h"
 #include "kit/tags/area.h"
 
 #include <modbus_rtu_host/transaction.h>
@@ -37,8 +38,7 @@ struct RequestEnd
     bool refused() const { return kind == ReplyKind::Exception && !gatewaySilence(); }
     /** Refused, and no earlier attempt can have been carried out. */
     bool changedNothing() const { return refused() && !writtenUnheard; }
-    /** A gateway's word for silence: it cannot reach the station, or the station does not answer it. */
-    bool gatewaySilence() const { return exceptionCode == 10 || exceptionCode == 11; }
+    bool gatewaySilence() const { return isGatewaySilence(exceptionCode); }
 };
 
 } // namespace rtu
