@@ -3,6 +3,7 @@
 #include "host/text/letters.h"
 #include "host/text/numbers.h"
 #include "kit/tags/float_bits.h"
+#include "kit/tags/value_range.h"
 
 #include <fmt/format.h>
 
@@ -51,7 +52,7 @@ int bits(const ValueFormat &format)
 
 std::uint32_t mask(const ValueFormat &format)
 {
-    return format.width == 2 ? 0xFFFFFFFFu : (1u << bits(format)) - 1u;
+    return valueMask(bits(format));
 }
 
 std::int64_t signedValue(std::uint32_t raw, const ValueFormat &format)
@@ -132,15 +133,11 @@ double parseNumber(const std::string &text)
 
 std::uint32_t parseInteger(const std::string &text, const ValueFormat &format)
 {
-    const bool isSigned = format.format == Format::Signed;
-    const int size = bits(format);
-    // Unsigned registers take negative numbers as well: everybody writes -1 for 0xFFFF.
-    const double lowest = -std::ldexp(1.0, size - 1);
-    const double highest = std::ldexp(1.0, isSigned ? size - 1 : size) - 1;
+    const ValueRange range = registerRange(bits(format), format.format == Format::Signed);
     const double stored = std::round(parseNumber(text) / format.scale);
-    if (!(stored >= lowest && stored <= highest))
-        refuse(text,
-               "it must be from " + general(lowest * format.scale, 15) + " to " + general(highest * format.scale, 15));
+    if (!range.holds(stored))
+        refuse(text, "it must be from " + general(range.lowest * format.scale, 15) + " to "
+                         + general(range.highest * format.scale, 15));
     if (isUnscaled(format) && stored != parseNumber(text))
         refuse(text, "whole numbers only");
     return static_cast<std::uint32_t>(static_cast<std::int64_t>(stored)) & mask(format);

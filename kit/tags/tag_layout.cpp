@@ -1,6 +1,7 @@
 #include "kit/tags/tag_layout.h"
 
 #include "kit/tags/float_bits.h"
+#include "kit/tags/value_range.h"
 
 #include <modbus_rtu_host/error.h>
 
@@ -20,9 +21,10 @@ int bitsOf(const RegisterType &type)
     return type.isBit() ? 1 : 16 * type.width;
 }
 
-std::uint32_t maskOf(const RegisterType &type)
+ValueRange rangeOf(const RegisterType &type, TagFormat format)
 {
-    return type.isDouble() ? 0xFFFFFFFFu : (1u << bitsOf(type)) - 1u;
+    const ValueRange bit = {0, 1};
+    return type.isBit() ? bit : registerRange(bitsOf(type), format == TagFormat::Signed);
 }
 
 QString plainText(double value)
@@ -188,17 +190,13 @@ std::uint32_t TagLayout::rawOf(double number) const
             throw Error(label() + QLatin1String(": the number lies beyond 3.4e38, where 32-bit floats end"));
         return bitsOfFloat(static_cast<float>(stored));
     }
-    const bool isSigned = m_definition.format == TagFormat::Signed;
-    const int bits = bitsOf(m_type);
-    // Unsigned registers take negative numbers as well: everybody writes -1 for 0xFFFF.
-    const double lowest = m_type.isBit() ? 0.0 : -std::ldexp(1.0, bits - 1);
-    const double highest = std::ldexp(1.0, isSigned ? bits - 1 : bits) - 1;
+    const ValueRange range = rangeOf(m_type, m_definition.format);
     const double whole = std::floor(stored + 0.5);
-    if (!(whole >= lowest && whole <= highest))
+    if (!range.holds(whole))
         throw Error(QString::fromLatin1("%1 cannot hold %2: it takes %3 to %4")
-                        .arg(label(), plainText(number), plainText(lowest * m_definition.scale),
-                             plainText(highest * m_definition.scale)));
-    return static_cast<std::uint32_t>(static_cast<std::int64_t>(whole)) & maskOf(m_type);
+                        .arg(label(), plainText(number), plainText(range.lowest * m_definition.scale),
+                             plainText(range.highest * m_definition.scale)));
+    return static_cast<std::uint32_t>(static_cast<std::int64_t>(whole)) & valueMask(bitsOf(m_type));
 }
 
 std::vector<std::uint32_t> TagLayout::rawOf(const std::vector<double> &numbers) const

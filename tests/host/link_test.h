@@ -55,39 +55,31 @@ protected:
             line->sleepUntil(std::min(link().nextStep(), line->now() + milliseconds(100)));
     }
 
-    /** Slaves that keep the registers written to them; all others hold usual. */
+    /** The holding registers of a station: usual to begin with, then what is written to them. */
+    std::map<int, int> &registers(int station)
+    {
+        std::map<int, int> &kept = m_slaves[station].holdingRegisters;
+        if (kept.empty())
+            m_slaves[station].setHolding(0, std::vector<int>(Registers, usual));
+        return kept;
+    }
+
     void serve(const Bytes &request)
     {
         if (silent.count(request[0]) != 0)
             return;
-        const int first = request[0] * 65536 + request[2] * 256 + request[3];
-        const int count = request[4] * 256 + request[5];
-        if (request[1] == 16) {
-            for (int i = 0; i < count; ++i)
-                registers[first + i] = wordAt(request, 7 + 2 * static_cast<std::size_t>(i));
-        } else if (request[1] == 6) {
-            registers[first] = count;
-        }
-        if (request[1] != 3)
-            return line->receive(milliseconds(20), goodReply(request));
-        Bytes reply = {request[0], request[1], static_cast<unsigned char>(2 * count)};
-        for (int i = 0; i < count; ++i) {
-            const auto kept = registers.find(first + i);
-            const int value = kept == registers.end() ? usual : kept->second;
-            reply.push_back(static_cast<unsigned char>(value >> 8));
-            reply.push_back(static_cast<unsigned char>(value));
-        }
-        line->receive(milliseconds(20), withCrc(reply));
+        registers(request[0]);
+        line->receive(milliseconds(20), bytesOf(m_slaves[request[0]].carryOut(array(request))));
     }
 
     rtu::LinkSettings settings;
-    std::map<int, int> registers; ///< by station x 65536 + zero-based address
     int usual = 42;
     std::set<int> silent; ///< stations that do not answer
 
 private:
-    static int wordAt(const Bytes &bytes, std::size_t position) { return bytes[position] * 256 + bytes[position + 1]; }
+    enum { Registers = 1100 }; ///< that a station has
 
+    std::map<int, support::SlaveTables> m_slaves;
     std::unique_ptr<VirtualLine> m_owned{new VirtualLine};
 
 protected:

@@ -98,7 +98,7 @@ TEST_F(LiveScreen, NeverCutsAValueInSilence)
     show({"4x1:bin", "4x_double3:bin", "4x_double5:float", "4x_double7:int32"});
     usual = 0;
     for (int upper : {2, 4, 6})
-        registers[65536 + upper] = 0x8080; // as a float the longest text that there is
+        registers(1)[upper] = 0x8080; // as a float the longest text that there is
     poll();
     for (int columns : {80, 100, 200}) {
         const rtu::Screen screen = paint(24, columns);
@@ -202,7 +202,7 @@ TEST_F(LiveScreen, DrawsTheTrendOfTheChosenValue)
 {
     show({"4x1"});
     for (int value : {10, 20, 30}) {
-        registers[65536] = value;
+        registers(1)[0] = value;
         poll();
     }
     state->press('g');
@@ -227,7 +227,7 @@ TEST_F(LiveScreen, SortsByWhatTheUserLooksFor)
     silent = {2};
     show({"4x9", "4x1@2", "4x5"});
     poll(2);
-    registers[65536 + 4] = 7;
+    registers(1)[4] = 7;
     poll();
     const auto first = [&](rtu::RowOrder order) { return rtu::orderedRows(order, feed->board()).front().tag; };
     EXPECT_EQ(0u, first(rtu::RowOrder::AsGiven));
@@ -358,7 +358,7 @@ TEST_F(LiveScreen, HighlightsChanges)
     usual = 0;
     show({"4x9", "4x1"});
     poll();
-    registers[65536] = 5;
+    registers(1)[0] = 5;
     poll();
     EXPECT_TRUE(contains(lineWith(paint(), "1:4x1 "), "new"));
     EXPECT_FALSE(contains(lineWith(paint(), "1:4x9 "), "new"));

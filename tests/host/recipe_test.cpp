@@ -66,11 +66,11 @@ TEST_P(WordOrder, SlaveAndFileAgreeAfterSaveAndLoad)
     property.swapAll = GetParam();
     const rtu::Recipe recipe = read(RecipeText);
     ASSERT_TRUE(move(recipe, true, property).complete());
-    EXPECT_EQ(5, registers[65536 + 9]);
-    EXPECT_EQ(0xFFE7, registers[65536 + 19]);
-    EXPECT_EQ(10, registers[2 * 65536 + 29]);
-    EXPECT_EQ(GetParam() ? 0x5678 : 0x1234, registers[65536 + 12]);
-    EXPECT_EQ(GetParam() ? 0x1234 : 0x5678, registers[65536 + 13]);
+    EXPECT_EQ(5, registers(1)[9]);
+    EXPECT_EQ(0xFFE7, registers(1)[19]);
+    EXPECT_EQ(10, registers(2)[29]);
+    EXPECT_EQ(GetParam() ? 0x5678 : 0x1234, registers(1)[12]);
+    EXPECT_EQ(GetParam() ? 0x1234 : 0x5678, registers(1)[13]);
 
     rtu::Recipe saved;
     saved.tags = recipe.tags;

@@ -70,8 +70,8 @@ protected:
 TEST_F(TagBoard, ValuesAreUnknownUntilRead)
 {
     watch({"4x5", "4x_double10:hex"});
-    registers[65536 + 9] = 0x1234;
-    registers[65536 + 10] = 0x5678;
+    registers(1)[9] = 0x1234;
+    registers(1)[10] = 0x5678;
     EXPECT_FALSE(board->state(0).known);
     poll();
     EXPECT_TRUE(board->state(0).known);
@@ -114,7 +114,7 @@ TEST_F(TagBoard, ChangesAreNotedAtTheirValue)
     watch({"4x1..5"});
     poll();
     EXPECT_EQ(TimePoint(), board->changed(0, 2));
-    registers[65536 + 2] = 7;
+    registers(1)[2] = 7;
     poll();
     EXPECT_EQ(line->now(), board->changed(0, 2));
     EXPECT_EQ(TimePoint(), board->changed(0, 0));
