@@ -1,8 +1,11 @@
 #include "host/cli/option_groups.h"
 
+#include "host/cli/negative_values.h"
 #include "host/tags/tag.h"
 #include "host/text/numbers.h"
+#include "host/text/output_path.h"
 
+#include <cctype>
 #include <cmath>
 #include <limits>
 
@@ -70,10 +73,17 @@ void addMilliseconds(CLI::App &app, const char *group, const char *name, Value &
         ->group(group);
 }
 
-void addWhat(CLI::App &app, Options &options, RawOptions &raw)
+bool given(const CLI::App &app, const char *name)
+{
+    return app.count(name) > 0;
+}
+
+} // namespace
+
+void WhatOptions::declare(CLI::App &app, Options &options)
 {
     const char *const group = "What to read and write";
-    app.add_option("-a", raw.stations, "Stations, as in 1,3,5-7; 0 broadcasts writes (1)")
+    app.add_option("-a", stations, "Stations, as in 1,3,5-7; 0 broadcasts writes (1)")
         ->type_name("STATIONS")
         ->group(group);
     app.add_option("-t", options.typeText,
@@ -89,7 +99,7 @@ void addWhat(CLI::App &app, Options &options, RawOptions &raw)
         ->type_name("N")
         ->transform(wholeNumberFrom(1, 65536))
         ->group(group);
-    CLI::Option *const highFirst = app.add_flag("-B,--high-word-first", raw.highWordFirst,
+    CLI::Option *const highFirst = app.add_flag("-B,--high-word-first", highWordFirst,
                                                 "32-bit values have the high word in the first register (usual)")
                                        ->group(group);
     app.add_flag("--low-word-first", options.lowWordFirst, "32-bit values have the low word in the first register")
@@ -100,20 +110,40 @@ void addWhat(CLI::App &app, Options &options, RawOptions &raw)
         ->type_name("FILE")
         ->group(group);
     app.add_flag("--verify", options.verify, "Read back what was written, and compare")->group(group);
-    app.add_flag("--condition-read", raw.conditionRead, "Read once by one-off reads instead of the cyclic plan")
+    app.add_flag("--condition-read", conditionRead, "Read once by one-off reads instead of the cyclic plan")
         ->group(group);
-    app.add_option("--recipe-read", raw.recipeRead, "Read the addresses (or those in FILE) as a recipe and save it")
+    app.add_option("--recipe-read", recipeRead, "Read the addresses (or those in FILE) as a recipe and save it")
         ->type_name("FILE")
         ->group(group);
-    app.add_option("--recipe-write", raw.recipeWrite, "Write the recipe in FILE to the slaves")
+    app.add_option("--recipe-write", recipeWrite, "Write the recipe in FILE to the slaves")
         ->type_name("FILE")
         ->group(group);
-    app.add_option("--recipe-compare", raw.recipeCompare, "Compare the recipe in FILE with the slaves, row by row")
+    app.add_option("--recipe-compare", recipeCompare, "Compare the recipe in FILE with the slaves, row by row")
         ->type_name("FILE")
         ->group(group);
 }
 
-void addLine(CLI::App &app, Options &options, RawOptions &raw)
+void WhatOptions::settle(const CLI::App &app, Options &options) const
+{
+    options.stations = parseNumberList(stations, 0, HighestStation, "station");
+    options.stationsGiven = given(app, "-a");
+    options.wordOrderGiven = given(app, "-B") || given(app, "--low-word-first");
+    options.typeOrReferenceGiven = given(app, "-t") || given(app, "-r");
+}
+
+void WhatOptions::addChoices(const CLI::App &app, ModeChoices &choices) const
+{
+    if (conditionRead)
+        choices.push_back({Mode::ConditionRead, ""});
+    if (given(app, "--recipe-read"))
+        choices.push_back({Mode::RecipeRead, recipeRead, &Options::recipeFile});
+    if (given(app, "--recipe-write"))
+        choices.push_back({Mode::RecipeWrite, recipeWrite, &Options::recipeFile});
+    if (given(app, "--recipe-compare"))
+        choices.push_back({Mode::RecipeCompare, recipeCompare, &Options::recipeFile});
+}
+
+void LineOptions::declare(CLI::App &app, Options &options)
 {
     const char *const group = "Line";
     app.add_option("-b", options.bauds, "Baud rate; 0: no pace and no silences (19200)")
@@ -130,11 +160,11 @@ void addLine(CLI::App &app, Options &options, RawOptions &raw)
         ->type_name("BITS")
         ->transform(wholeNumberFrom(1, 2))
         ->group(group);
-    app.add_option("-P,-p", raw.parity, "Parity: none, even or odd (even)")
+    app.add_option("-P,-p", parity, "Parity: none, even or odd (even)")
         ->type_name("PARITY")
         ->check(judgeParity)
         ->group(group);
-    app.add_option("-m", raw.protocol, "The protocol: rtu")->type_name("rtu")->check(judgeProtocol)->group(group);
+    app.add_option("-m", protocol, "The protocol: rtu")->type_name("rtu")->check(judgeProtocol)->group(group);
     CLI::Option *const rtsWhenSending =
         app.add_flag("-F", options.line.rs485, "RS-485: the kernel switches RTS on while sending")->group(group);
     app.add_flag("-R", options.line.rtsInverted, "The same, RTS being off while sending, on afterwards")
@@ -142,40 +172,62 @@ void addLine(CLI::App &app, Options &options, RawOptions &raw)
         ->group(group);
     addExplained(app, "-u", "stations are not asked what they are; --probe STATION tells what one takes");
     addExplained(app, "-W", "one register is always written with function 6, several with 16");
-    addMilliseconds(app, group, "--silence", raw.silenceMilliseconds,
+    addMilliseconds(app, group, "--silence", silenceMilliseconds,
                     "Silence before each frame in ms (3.5 characters, 1.75 above 19200 baud)");
-    addMilliseconds(app, group, "--gap", raw.gapMilliseconds,
+    addMilliseconds(app, group, "--gap", gapMilliseconds,
                     "Pause in ms that ends a reply of other than the expected length (50)", 0.001);
-    addMilliseconds(app, group, "--late-guard", raw.lateGuardMilliseconds,
+    addMilliseconds(app, group, "--late-guard", lateGuardMilliseconds,
                     "How long in ms a late reply is listened for before the next request (as -o)");
-    addMilliseconds(app, group, "--broadcast-delay", raw.broadcastMilliseconds, "Pause in ms after a broadcast (100)");
+    addMilliseconds(app, group, "--broadcast-delay", broadcastMilliseconds, "Pause in ms after a broadcast (100)");
     app.add_flag("--remove-echo", options.removeEcho, "The RS-485 adapter hears itself: drop the echo")->group(group);
 }
 
-void addHow(CLI::App &app, Options &options, RawOptions &raw)
+void LineOptions::settle(const CLI::App &app, Options &options) const
+{
+    if (!options.bauds.empty())
+        options.line.baud = options.bauds.front();
+    options.parityGiven = given(app, "-P");
+    options.stopBitsGiven = given(app, "-s");
+    options.line.rs485 = given(app, "-F") || given(app, "-R");
+    options.line.parity = static_cast<char>(std::toupper(parity[0]));
+    options.silence = silenceMilliseconds / 1000;
+    options.replyGap = gapMilliseconds / 1000;
+    options.lateGuard = lateGuardMilliseconds / 1000;
+    options.broadcastDelay = broadcastMilliseconds / 1000;
+}
+
+void PaceOptions::declare(CLI::App &app, Options &options)
 {
     const char *const group = "How long and how often";
-    addMilliseconds(app, group, "-l", raw.pollMilliseconds, "Poll interval in ms, from round to round (1000)");
+    addMilliseconds(app, group, "-l", pollMilliseconds, "Poll interval in ms, from round to round (1000)");
     app.add_option("-o", options.replyTimeout, "Reply time-out in seconds (1)")
         ->type_name("SECONDS")
         ->transform(numberFrom(0.001, 3600.0))
         ->group(group);
-    CLI::Option *const once = app.add_flag("-1", raw.once, "One round, then end")->group(group);
+    CLI::Option *const endsAfterOne = app.add_flag("-1", once, "One round, then end")->group(group);
     app.add_option("--count", options.rounds, "So many rounds, then end")
         ->type_name("N")
         ->transform(wholeNumberFrom(1, 1000000000))
-        ->excludes(once)
+        ->excludes(endsAfterOne)
         ->group(group);
 }
 
-void addDriver(CLI::App &app, Options &options, RawOptions &raw)
+void PaceOptions::settle(const CLI::App &app, Options &options) const
+{
+    options.timeoutGiven = given(app, "-o");
+    options.pollInterval = pollMilliseconds / 1000;
+    if (once > 0)
+        options.rounds = 1;
+}
+
+void DriverOptions::declare(CLI::App &app, Options &options)
 {
     const char *const group = "Driver";
     app.add_option("--driver", options.driverPath,
                    "The library, or its folder (beside the program, its lib folders, then the system)")
         ->type_name("PATH")
         ->group(group);
-    app.add_option("--property", raw.rawProperty,
+    app.add_option("--property", property,
                    "Property string for the driver as it is: link#local#spare#attempts#words[#swap_stations]")
         ->type_name("TEXT")
         ->group(group);
@@ -191,20 +243,28 @@ void addDriver(CLI::App &app, Options &options, RawOptions &raw)
         ->group(group);
     app.add_flag("--swap", options.property.swapAll, "Recipes: low word of 32-bit values first, all stations")
         ->group(group);
-    app.add_option("--swap-stations", raw.swapStations, "The same for these stations, as in 1,5")
+    app.add_option("--swap-stations", swapStations, "The same for these stations, as in 1,5")
         ->type_name("STATIONS")
         ->group(group);
 }
 
-void addOutput(CLI::App &app, Options &options, RawOptions &raw)
+void DriverOptions::settle(const CLI::App &app, Options &options) const
+{
+    if (!swapStations.empty())
+        options.property.swapStations = parseNumberList(swapStations, 0, 255, "station");
+    if (given(app, "--property"))
+        options.property.adopt(property);
+}
+
+void OutputOptions::declare(CLI::App &app, Options &options)
 {
     const char *const group = "Output";
     app.add_flag("-v,--verbose", options.trace, "Print each frame, decoded")->group(group);
     app.add_flag("-q,--quiet", options.quiet, "Values and errors only")->group(group);
-    CLI::Option *const json =
-        app.add_flag("--json", raw.json, "One JSON object a line; --json=FILE: into a new FILE, beside the rest")
+    CLI::Option *const toJson =
+        app.add_flag("--json", json, "One JSON object a line; --json=FILE: into a new FILE, beside the rest")
             ->group(group);
-    app.add_flag("--csv", raw.csv, "CSV with time stamps; --csv=FILE: as --json=FILE")->excludes(json)->group(group);
+    app.add_flag("--csv", csv, "CSV with time stamps; --csv=FILE: as --json=FILE")->excludes(toJson)->group(group);
     app.add_option("--log", options.logFile,
                    "Add a row for each value, write and event to FILE.csv or FILE.jsonl, also beside the live view")
         ->type_name("FILE")
@@ -216,22 +276,36 @@ void addOutput(CLI::App &app, Options &options, RawOptions &raw)
         ->group(group);
 }
 
-void addEditor(CLI::App &app, Options &options, RawOptions &raw)
+/** --json and --csv are for standard output, unless a file is named behind an equals sign. */
+void OutputOptions::settle(const CLI::App &app, Options &options) const
+{
+    const std::string flagAlone = "true"; // as CLI11 has it
+    const std::string &file = given(app, "--json") ? json : csv;
+    const OutputForm form = given(app, "--json") ? OutputForm::Json : OutputForm::Csv;
+    if ((given(app, "--json") || given(app, "--csv")) && file == flagAlone) {
+        options.form = form;
+    } else if (!file.empty()) {
+        options.recordFile = file;
+        options.recordForm = form;
+    }
+    if (hasEnding(options.logFile, ".json") || hasEnding(options.logFile, ".jsonl"))
+        options.logForm = OutputForm::Json;
+}
+
+void EditorOptions::declare(CLI::App &app, Options &options)
 {
     const char *const group = "Without a line";
-    app.add_option("--plan", raw.plan, "The cyclic plan that the driver makes; as a picture with FILE.svg")
+    app.add_option("--plan", plan, "The cyclic plan that the driver makes; as a picture with FILE.svg")
         ->type_name("[FILE.svg]")
         ->expected(0, 1)
         ->group(group);
-    app.add_flag("--list-types", raw.listTypes, "The register types")->group(group);
-    app.add_option("--describe", raw.describe, "Notation and range of a register type")
-        ->type_name("TYPE")
-        ->group(group);
-    app.add_option("--check", raw.check, "What the driver says about addresses, ranges, and the tags of --tags")
+    app.add_flag("--list-types", listTypes, "The register types")->group(group);
+    app.add_option("--describe", describe, "Notation and range of a register type")->type_name("TYPE")->group(group);
+    app.add_option("--check", check, "What the driver says about addresses, ranges, and the tags of --tags")
         ->type_name("[ADDRESS...]")
         ->expected(0, 1)
         ->group(group);
-    app.add_option("--multi-copy", raw.multiCopy, "Step an address for copies")->type_name("ADDRESS")->group(group);
+    app.add_option("--multi-copy", multiCopy, "Step an address for copies")->type_name("ADDRESS")->group(group);
     app.add_option("--copies", options.copies, "Number of copies (10)")
         ->type_name("N")
         ->transform(wholeNumberFrom(0, 65536))
@@ -242,13 +316,36 @@ void addEditor(CLI::App &app, Options &options, RawOptions &raw)
         ->group(group);
 }
 
-void addSimulation(CLI::App &app, Options &options, RawOptions &raw)
+/** What follows --plan is a picture's name, or already the first address. */
+void EditorOptions::settle(Options &options) const
+{
+    if (hasEnding(plan, ".svg"))
+        options.planPicture = plan;
+    else if (!plan.empty())
+        options.arguments.insert(options.arguments.begin(), unmarked(plan));
+}
+
+void EditorOptions::addChoices(const CLI::App &app, ModeChoices &choices) const
+{
+    if (given(app, "--plan"))
+        choices.push_back({Mode::Plan, ""});
+    if (listTypes)
+        choices.push_back({Mode::ListTypes, ""});
+    if (given(app, "--describe"))
+        choices.push_back({Mode::Describe, describe, &Options::subject});
+    if (given(app, "--check"))
+        choices.push_back({Mode::Check, check, &Options::subject});
+    if (given(app, "--multi-copy"))
+        choices.push_back({Mode::MultiCopy, multiCopy, &Options::subject});
+}
+
+void SimulationOptions::declare(CLI::App &app, Options &options)
 {
     const char *const group = "Simulated slaves";
     app.add_option("--sim", options.simFile, "Simulated slaves described in FILE, in place of PORT")
         ->type_name("FILE")
         ->group(group);
-    app.add_option("--serve", raw.serve,
+    app.add_option("--serve", serve,
                    "Put simulated slaves on a port for another master; pty or pty:LINK as PORT makes a pseudo-terminal")
         ->type_name("FILE PORT")
         ->expected(2)
@@ -260,9 +357,23 @@ void addSimulation(CLI::App &app, Options &options, RawOptions &raw)
         ->group(group);
 }
 
-void addListening(CLI::App &app, Options &options, RawOptions &raw)
+void SimulationOptions::settle(Options &options) const
 {
-    app.add_option("--find", raw.find, "Who answers on a port, and with which line parameters; only reads are sent")
+    if (serve.empty())
+        return;
+    options.serveFile = serve[0];
+    options.port = serve[1];
+}
+
+void SimulationOptions::addChoices(ModeChoices &choices) const
+{
+    if (!serve.empty())
+        choices.push_back({Mode::Serve, ""});
+}
+
+void ListeningOptions::declare(CLI::App &app, Options &options)
+{
+    app.add_option("--find", find, "Who answers on a port, and with which line parameters; only reads are sent")
         ->type_name("PORT")
         ->expected(0, 1)
         ->group("Line");
@@ -273,7 +384,7 @@ void addListening(CLI::App &app, Options &options, RawOptions &raw)
         ->transform(wholeNumberFrom(1, HighestStation))
         ->group("Line");
     const char *const group = "Traffic of others, and captures";
-    app.add_option("--listen", raw.listen, "Listen to another master and its slaves; never sends")
+    app.add_option("--listen", listen, "Listen to another master and its slaves; never sends")
         ->type_name("PORT")
         ->expected(0, 1)
         ->group(group);
@@ -286,18 +397,59 @@ void addListening(CLI::App &app, Options &options, RawOptions &raw)
         ->group(group);
 }
 
-} // namespace
-
-void addOptionGroups(CLI::App &app, Options &options, RawOptions &raw)
+void ListeningOptions::addChoices(const CLI::App &app, ModeChoices &choices) const
 {
-    addWhat(app, options, raw);
-    addLine(app, options, raw);
-    addHow(app, options, raw);
-    addDriver(app, options, raw);
-    addOutput(app, options, raw);
-    addEditor(app, options, raw);
-    addSimulation(app, options, raw);
-    addListening(app, options, raw);
+    if (given(app, "--listen"))
+        choices.push_back({Mode::Listen, listen, &Options::port});
+    if (given(app, "--probe"))
+        choices.push_back({Mode::Probe, ""});
+    if (given(app, "--find"))
+        choices.push_back({Mode::Find, find, &Options::port});
+    if (given(app, "--replay"))
+        choices.push_back({Mode::Replay, ""});
+}
+
+void OptionGroups::declare(CLI::App &app, Options &options)
+{
+    what.declare(app, options);
+    line.declare(app, options);
+    pace.declare(app, options);
+    driver.declare(app, options);
+    output.declare(app, options);
+    editor.declare(app, options);
+    simulation.declare(app, options);
+    listening.declare(app, options);
+}
+
+void OptionGroups::settle(const CLI::App &app, Options &options) const
+{
+    what.settle(app, options);
+    line.settle(app, options);
+    pace.settle(app, options);
+    settleMode(app, options);
+    output.settle(app, options);
+    editor.settle(options);
+    driver.settle(app, options);
+    simulation.settle(options);
+}
+
+void OptionGroups::settleMode(const CLI::App &app, Options &options) const
+{
+    ModeChoices choices;
+    what.addChoices(app, choices);
+    editor.addChoices(app, choices);
+    simulation.addChoices(choices);
+    listening.addChoices(app, choices);
+    if (choices.size() > 1)
+        throw Misuse("two things at once: choose one of --condition-read, --recipe-read, --recipe-write, "
+                     "--recipe-compare, --plan, --list-types, --describe, --check, --multi-copy, --serve, "
+                     "--listen, --replay, --find, --probe");
+    if (choices.empty())
+        return;
+    const ModeChoice &choice = choices.front();
+    options.mode = choice.mode;
+    if (choice.target)
+        options.*choice.target = choice.subject;
 }
 
 } // namespace rtu

@@ -3,7 +3,7 @@
 #include "host/cli/help_text.h"
 #include "host/cli/negative_values.h"
 #include "host/cli/option_groups.h"
-#include "host/tags/tag.h"
+#include "host/text/output_path.h"
 #include "kit/line/tcp_line.h"
 #include "version.h"
 
@@ -21,15 +21,6 @@ namespace rtu {
 namespace {
 
 const std::string Excludes = " excludes "; ///< as CLI11 says it
-
-/** Whether a file's name has this ending, in whatever case. */
-bool endsWith(const std::string &name, const std::string &ending)
-{
-    if (name.size() <= ending.size())
-        return false;
-    return std::equal(ending.begin(), ending.end(), name.end() - static_cast<std::ptrdiff_t>(ending.size()),
-                      [](char wanted, char c) { return wanted == std::tolower(static_cast<unsigned char>(c)); });
-}
 
 bool isDevice(const std::string &text)
 {
@@ -58,11 +49,7 @@ private:
     void run(int argc, const char *const *argv);
     std::string explained(const CLI::ParseError &error) const;
     void settle();
-    void settleMode();
-    void settleProperty();
-    void settleRecords();
-    void settlePlan();
-    void settleArguments();
+    void settlePort();
     void settleOnlyPort();
     void check() const;
     void checkProperty() const;
@@ -77,7 +64,8 @@ private:
 
     CLI::App m_app;
     Options m_options;
-    RawOptions m_raw;
+    OptionGroups m_groups;
+    std::vector<std::string> m_arguments; ///< as typed
 };
 
 Parser::Parser() : m_app(HelpDescription, "rtuhost")
@@ -87,9 +75,8 @@ Parser::Parser() : m_app(HelpDescription, "rtuhost")
     m_app.footer(HelpFooter);
     m_app.set_help_flag("-h,--help", "This text");
     m_app.set_version_flag("-V,--version", "rtuhost " MODBUS_RTU_VERSION_TEXT)->description("The version");
-    m_app.add_option("PORT", m_raw.arguments,
-                     "Serial port, pseudo-terminal or tcp:HOST:PORT, then addresses and values");
-    addOptionGroups(m_app, m_options, m_raw);
+    m_app.add_option("PORT", m_arguments, "Serial port, pseudo-terminal or tcp:HOST:PORT, then addresses and values");
+    m_groups.declare(m_app, m_options);
 }
 
 void Parser::run(int argc, const char *const *argv)
@@ -144,103 +131,10 @@ Options Parser::parse(int argc, const char *const *argv)
 
 void Parser::settle()
 {
-    m_options.stations = parseNumberList(m_raw.stations, 0, HighestStation, "station");
-    if (!m_options.bauds.empty())
-        m_options.line.baud = m_options.bauds.front();
-    m_options.parityGiven = given("-P");
-    m_options.stopBitsGiven = given("-s");
-    m_options.stationsGiven = given("-a");
-    m_options.timeoutGiven = given("-o");
-    m_options.wordOrderGiven = given("-B") || given("--low-word-first");
-    m_options.line.rs485 = given("-F") || given("-R");
-    m_options.line.parity = static_cast<char>(std::toupper(m_raw.parity[0]));
-    m_options.typeOrReferenceGiven = given("-t") || given("-r");
-    m_options.pollInterval = m_raw.pollMilliseconds / 1000;
-    m_options.silence = m_raw.silenceMilliseconds / 1000;
-    m_options.replyGap = m_raw.gapMilliseconds / 1000;
-    m_options.lateGuard = m_raw.lateGuardMilliseconds / 1000;
-    m_options.broadcastDelay = m_raw.broadcastMilliseconds / 1000;
-    if (m_raw.once > 0)
-        m_options.rounds = 1;
-    settleMode();
-    settleRecords();
-    settlePlan();
-    settleProperty();
-    settleArguments();
-}
-
-void Parser::settleMode()
-{
-    struct Choice
-    {
-        bool chosen;
-        Mode mode;
-        const std::string *subject;
-        std::string *target;
-    };
-    const std::string none;
-    const Choice choices[] = {
-        {m_raw.conditionRead, Mode::ConditionRead, nullptr, nullptr},
-        {given("--recipe-read"), Mode::RecipeRead, &m_raw.recipeRead, &m_options.recipeFile},
-        {given("--recipe-write"), Mode::RecipeWrite, &m_raw.recipeWrite, &m_options.recipeFile},
-        {given("--recipe-compare"), Mode::RecipeCompare, &m_raw.recipeCompare, &m_options.recipeFile},
-        {given("--plan"), Mode::Plan, nullptr, nullptr},
-        {m_raw.listTypes, Mode::ListTypes, nullptr, nullptr},
-        {given("--describe"), Mode::Describe, &m_raw.describe, &m_options.subject},
-        {given("--check"), Mode::Check, &m_raw.check, &m_options.subject},
-        {given("--multi-copy"), Mode::MultiCopy, &m_raw.multiCopy, &m_options.subject},
-        {given("--serve"), Mode::Serve, nullptr, nullptr},
-        {given("--listen"), Mode::Listen, &m_raw.listen, &m_options.port},
-        {given("--probe"), Mode::Probe, nullptr, nullptr},
-        {given("--find"), Mode::Find, &m_raw.find, &m_options.port},
-        {given("--replay"), Mode::Replay, nullptr, nullptr},
-    };
-    for (const Choice &choice : choices) {
-        if (!choice.chosen)
-            continue;
-        if (m_options.mode != Mode::Poll)
-            throw Misuse("two things at once: choose one of --condition-read, --recipe-read, --recipe-write, "
-                         "--recipe-compare, --plan, --list-types, --describe, --check, --multi-copy, --serve, "
-                         "--listen, --replay, --find, --probe");
-        m_options.mode = choice.mode;
-        if (choice.target)
-            *choice.target = *choice.subject;
-    }
-}
-
-/** --json and --csv are for standard output, unless a file is named behind an equals sign. */
-void Parser::settleRecords()
-{
-    const std::string flagAlone = "true"; // as CLI11 has it
-    const std::string &file = given("--json") ? m_raw.json : m_raw.csv;
-    const OutputForm form = given("--json") ? OutputForm::Json : OutputForm::Csv;
-    if ((given("--json") || given("--csv")) && file == flagAlone) {
-        m_options.form = form;
-    } else if (!file.empty()) {
-        m_options.recordFile = file;
-        m_options.recordForm = form;
-    }
-    if (endsWith(m_options.logFile, ".json") || endsWith(m_options.logFile, ".jsonl"))
-        m_options.logForm = OutputForm::Json;
-}
-
-/** What follows --plan is a picture's name, or already the first address. */
-void Parser::settlePlan()
-{
-    if (m_raw.plan.empty())
-        return;
-    if (endsWith(m_raw.plan, ".svg"))
-        m_options.planPicture = m_raw.plan;
-    else
-        m_raw.arguments.insert(m_raw.arguments.begin(), m_raw.plan);
-}
-
-void Parser::settleProperty()
-{
-    if (!m_raw.swapStations.empty())
-        m_options.property.swapStations = parseNumberList(m_raw.swapStations, 0, 255, "station");
-    if (given("--property"))
-        m_options.property.adopt(m_raw.rawProperty);
+    for (const std::string &argument : m_arguments)
+        m_options.arguments.push_back(unmarked(argument));
+    m_groups.settle(m_app, m_options);
+    settlePort();
 }
 
 bool Parser::usesLine() const
@@ -263,14 +157,8 @@ bool Parser::needsPort() const
     return usesLine() && m_options.simFile.empty();
 }
 
-void Parser::settleArguments()
+void Parser::settlePort()
 {
-    for (const std::string &argument : m_raw.arguments)
-        m_options.arguments.push_back(unmarked(argument));
-    if (m_options.mode == Mode::Serve) {
-        m_options.serveFile = m_raw.serve[0];
-        m_options.port = m_raw.serve[1];
-    }
     if (m_options.mode == Mode::Find || m_options.mode == Mode::Listen)
         return settleOnlyPort();
     if (!needsPort())
@@ -317,10 +205,10 @@ void Parser::checkProperty() const
 {
     if (!given("--property"))
         return;
-    if (m_raw.rawProperty.empty())
+    if (m_groups.driver.property.empty())
         throw Misuse("--property is empty; a property string is written as 1#0#0#3#120#0");
-    if (!DriverProperty::wellFormed(m_raw.rawProperty))
-        throw Misuse("--property \"" + m_raw.rawProperty
+    if (!DriverProperty::wellFormed(m_groups.driver.property))
+        throw Misuse("--property \"" + m_groups.driver.property
                      + "\": five or six fields with # between them, each a number, as in 1#0#0#3#120#0; behind the "
                        "sixth may stand stations, as in 0_1,5");
     for (const char *field : {"--local-only", "--retries", "--max-words", "--swap", "--swap-stations"}) {
@@ -378,7 +266,7 @@ void Parser::checkRecords() const
             throw Misuse(option + std::string(" with a file records what is polled; here nothing is"));
     }
     const std::string &log = m_options.logFile;
-    if (given("--log") && !endsWith(log, ".csv") && !endsWith(log, ".json") && !endsWith(log, ".jsonl"))
+    if (given("--log") && !hasEnding(log, ".csv") && !hasEnding(log, ".json") && !hasEnding(log, ".jsonl"))
         throw Misuse("--log " + log + ": the name ends in .csv, .json or .jsonl and so says what the rows look like");
 }
 

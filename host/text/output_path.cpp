@@ -4,6 +4,8 @@
 #include <sys/sysmacros.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <cctype>
 #include <climits>
 #include <cstdlib>
 #include <stdexcept>
@@ -33,6 +35,14 @@ bool isOwnTerminal(const struct stat &info)
 }
 
 } // namespace
+
+bool hasEnding(const std::string &name, const std::string &ending)
+{
+    if (name.size() <= ending.size())
+        return false;
+    return std::equal(ending.begin(), ending.end(), name.end() - static_cast<std::ptrdiff_t>(ending.size()),
+                      [](char wanted, char c) { return wanted == std::tolower(static_cast<unsigned char>(c)); });
+}
 
 void refuseDevice(const std::string &path)
 {

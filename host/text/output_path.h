@@ -9,6 +9,9 @@
 
 namespace rtu {
 
+/** Whether a file's name has this ending, in whatever case; the ending alone is no name. */
+bool hasEnding(const std::string &name, const std::string &ending);
+
 /**
  * Rows in a disk or in a serial port would do harm: taken are files, pipes, the devices
  * null and full, and the terminal of the program itself.
