@@ -56,8 +56,23 @@ PollStep Poller::step()
     return send();
 }
 
-/** What the driver has been handed must not go out to whatever is plugged in next. */
 PollStep Poller::noPort()
+{
+    dropHanded();
+    m_nextStep = std::min(m_nextOpen, m_client.nextFeed());
+    return PollStep::NoPort;
+}
+
+/** A port that is back at once was lost all the same: another device may be at its end by now. */
+void Poller::portLost()
+{
+    dropHanded();
+    setPort(false);
+    openPort();
+}
+
+/** What the driver has been handed must not go out to whatever is plugged in next. */
+void Poller::dropHanded()
 {
     if (m_inRequest)
         drop();
@@ -66,8 +81,6 @@ PollStep Poller::noPort()
         drop();
     }
     m_client.portAway();
-    m_nextStep = std::min(m_nextOpen, m_client.nextFeed());
-    return PollStep::NoPort;
 }
 
 void Poller::drop()
@@ -91,12 +104,17 @@ bool Poller::openPort()
     const bool open = m_line.ensureOpen();
     if (!open)
         m_nextOpen = m_line.now() + m_settings.reopenInterval;
-    if (open != m_portOpen || !m_portKnown) {
-        m_portKnown = true;
-        m_portOpen = open;
-        m_client.portChanged(open);
-    }
+    setPort(open);
     return open;
+}
+
+void Poller::setPort(bool open)
+{
+    if (m_portKnown && open == m_portOpen)
+        return;
+    m_portKnown = true;
+    m_portOpen = open;
+    m_client.portChanged(open);
 }
 
 /**
@@ -156,8 +174,7 @@ PollStep Poller::send()
     if (end == ExchangeEnd::Stopped)
         return PollStep::Stopped;
     if (end == ExchangeEnd::NotSent) {
-        drop();
-        openPort();
+        portLost();
         return noPort();
     }
     m_request.written = m_request.written || isWriteFrame();
@@ -185,7 +202,7 @@ void Poller::handOver()
     if (!m_resend && !readHalf)
         endRequest();
     if (t.end == ReplyEnd::PortLost)
-        openPort();
+        portLost();
 }
 
 /** No further attempt would bring anything: a dead station gets one, and a refusal is an answer. */

@@ -49,8 +49,11 @@ public:
 private:
     PollStep idle(TimePoint until);
     PollStep noPort();
+    void portLost();
+    void dropHanded();
     void drop();
     bool openPort();
+    void setPort(bool open);
     bool nextFrame();
     void beginRequest();
     bool skipped();

@@ -1,18 +1,10 @@
 // A pseudo-terminal whose system calls take some of the bytes, none yet, or fail, at
 // every place of a request and of a reply.
 
-#include "kit/line/port_line.h"
-
-#include "kit/line/serial_port.h"
+#include "kit/faulty_port.h"
 #include "kit/terminal_pair.h"
-#include "support/line_parameters.h"
 
 #include <gtest/gtest.h>
-
-#include <unistd.h>
-
-#include <algorithm>
-#include <cerrno>
 
 namespace {
 
@@ -22,68 +14,13 @@ const std::string Message = "a request of eight and more";
 const std::size_t PieceBytes = 3; // so that each message takes many calls
 const int Calls = static_cast<int>((Message.size() + PieceBytes - 1) / PieceBytes);
 
-/** A port that moves a few bytes a call; the call of a given number fails, once. */
-class FaultyPort : public rtu::PortLine
-{
-public:
-    explicit FaultyPort(const std::string &device) : PortLine(device)
-    {
-        setParameters(test_line::unpaced());
-        open();
-    }
-
-    void open() override { m_port.open(name(), parameters()); }
-    void close() override { m_port.close(); }
-
-    bool ensureOpen() override
-    {
-        if (!m_port.isOpen())
-            open();
-        return true;
-    }
-
-    void failAt(int call, int error)
-    {
-        m_call = 0;
-        m_faultyCall = call;
-        m_error = error;
-    }
-
-    std::size_t taken = 0; ///< bytes of the last requests
-
-protected:
-    int descriptor() const override { return m_port.descriptor(); }
-
-    ssize_t put(const unsigned char *bytes, std::size_t size) override
-    {
-        if (fails())
-            return -1;
-        const ssize_t count = ::write(descriptor(), bytes, std::min(size, PieceBytes));
-        taken += count > 0 ? static_cast<std::size_t>(count) : 0;
-        return count;
-    }
-
-    ssize_t get(unsigned char *out, std::size_t room) override
-    {
-        return fails() ? -1 : ::read(descriptor(), out, std::min(room, PieceBytes));
-    }
-
-private:
-    bool fails()
-    {
-        errno = m_error;
-        return m_call++ == m_faultyCall;
-    }
-
-    rtu::SerialPort m_port;
-    int m_call = 0;
-    int m_faultyCall = -1;
-    int m_error = 0;
-};
-
 class PortFaults : public testing::TestWithParam<int>
 {
 protected:
+    PortFaults() { port.open(); }
+
+    void failAt(PortCall kind, int call) { port.failAt(kind, call, {PortFault::Fails, GetParam()}); }
+
     bool send() { return port.write(reinterpret_cast<const unsigned char *>(Message.data()), Message.size()); }
 
     /** So many bytes at the far end. */
@@ -119,7 +56,7 @@ protected:
     }
 
     TerminalPair pair;
-    FaultyPort port{pair.path()};
+    FaultyPort port{pair.path(), PieceBytes};
 };
 
 class PassingFaults : public PortFaults
@@ -129,7 +66,7 @@ class PassingFaults : public PortFaults
 TEST_P(PassingFaults, LoseNoByteOfARequest)
 {
     for (int call = 0; call < Calls; ++call) {
-        port.failAt(call, GetParam());
+        failAt(PortCall::Write, call);
         EXPECT_TRUE(send()) << call;
         EXPECT_EQ(Message, heard(Message.size())) << call;
     }
@@ -139,7 +76,7 @@ TEST_P(PassingFaults, LoseNoByteOfAReply)
 {
     for (int call = 0; call < Calls; ++call) {
         arrive();
-        port.failAt(call, GetParam());
+        failAt(PortCall::Read, call);
         EXPECT_EQ(Message, received()) << call;
     }
 }
@@ -153,12 +90,12 @@ class LastingFaults : public PortFaults
 TEST_P(LastingFaults, EndARequestAndAreMended)
 {
     for (int call = 0; call < Calls; ++call) {
-        port.taken = 0;
-        port.failAt(call, GetParam());
+        const std::size_t before = static_cast<std::size_t>(call) * PieceBytes;
+        failAt(PortCall::Write, call);
         EXPECT_FALSE(send()) << call;
-        EXPECT_EQ(static_cast<std::size_t>(call) * PieceBytes, port.taken) << "nothing follows the fault";
+        EXPECT_EQ(call + 1, port.callsMade()) << "nothing follows the fault";
         EXPECT_FALSE(send()) << "closed by now";
-        EXPECT_EQ(Message.substr(0, port.taken), heard(port.taken));
+        EXPECT_EQ(Message.substr(0, before), heard(before));
         ASSERT_TRUE(port.ensureOpen());
         EXPECT_TRUE(send()) << call;
         EXPECT_EQ(Message, heard(Message.size())) << call;
@@ -169,7 +106,7 @@ TEST_P(LastingFaults, EndAReplyAndAreMended)
 {
     for (int call = 0; call < Calls; ++call) {
         arrive();
-        port.failAt(call, GetParam());
+        failAt(PortCall::Read, call);
         EXPECT_EQ(Message.substr(0, static_cast<std::size_t>(call) * PieceBytes) + "-1", received()) << call;
         EXPECT_EQ("-1", received()) << "closed by now";
         ASSERT_TRUE(port.ensureOpen()); // which drops what came before
