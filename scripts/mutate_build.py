@@ -1,35 +1,71 @@
 """A private copy of the project in which mutants are built and tested.
 
-The driver becomes a shared library there, so that a mutant costs compiling what
-it touches and linking one library; the test programs are built once. Functions
-of the library call each other and not what the programs have of the same name.
+What is mutated becomes a shared library there, so that a mutant costs compiling
+what it touches and linking one library; the test programs are built once.
 """
 
 import os
 import resource
 import subprocess
+from dataclasses import dataclass
 from pathlib import Path
 
-PRODUCT = ("address", "cache", "driver", "frames", "planning")
-COPIED = PRODUCT + ("bench", "cmake", "tests")
-# The test programs in the order in which they are asked, those of the mutant's own folder before all.
-PROGRAMS = {
-    "address": "tests/address/address_tests",
-    "cache": "tests/cache/cache_tests",
-    "driver": "tests/driver/driver_tests",
-    "frames": "tests/frames/frames_tests",
-    "planning": "tests/planning/planning_tests",
-    "unloaded": "tests/driver/before_initialisation_tests",
-    "threads": "tests/threads/concurrency_tests",
-    "property": "tests/property/property_test",
-    "model": "tests/model/model_test",
-    "soak": "bench/soak/soak",
-}
 ARGUMENTS = {"soak": ["--transactions", "30000"]}
 SANITIZERS = {"plain": "", "sanitize": "address,undefined"}
 SANITIZER_OPTIONS = {"ASAN_OPTIONS": "detect_leaks=0:detect_stack_use_after_return=1:hard_rss_limit_mb=4096",
                      "UBSAN_OPTIONS": "halt_on_error=1"}
 MEMORY_LIMIT = 4 << 30
+
+
+@dataclass(frozen=True)
+class Subject:
+    """What is mutated, and the test programs that are asked, those of the mutant's own folder before all."""
+    folders: tuple   # with the mutated sources
+    programs: dict   # folder or name -> path in the build folder
+    library: str     # the target that the test programs link
+    described: str   # the file that describes it
+    built: tuple     # the targets that a mutant changes
+    kinds: tuple     # of build; what survives one is tried in the next
+    options: tuple   # of CMake
+
+
+DRIVER = Subject(
+    folders=("address", "cache", "driver", "frames", "planning"),
+    programs={
+        "address": "tests/address/address_tests",
+        "cache": "tests/cache/cache_tests",
+        "driver": "tests/driver/driver_tests",
+        "frames": "tests/frames/frames_tests",
+        "planning": "tests/planning/planning_tests",
+        "unloaded": "tests/driver/before_initialisation_tests",
+        "threads": "tests/threads/concurrency_tests",
+        "property": "tests/property/property_test",
+        "model": "tests/model/model_test",
+        "soak": "bench/soak/soak",
+    },
+    library="driver_static", described="CMakeLists.txt", built=("driver_static", "modbus_rtu_master"),
+    kinds=("plain", "sanitize"),
+    # Functions of the library call each other and not what the programs have of the same name.
+    options=("-DMODBUS_BUILD_KIT=OFF", "-DMODBUS_BUILD_CHECKER=OFF", "-DMODBUS_BUILD_HOST=OFF",
+             "-DCMAKE_SHARED_LINKER_FLAGS=-Wl,-Bsymbolic-functions"))
+
+# The tests of the kit take too long under sanitizers to be asked again; those of its ports put
+# another port below the library, which must call it.
+KIT = Subject(
+    folders=("kit/driver", "kit/line", "kit/link", "kit/modbus_rtu_host", "kit/poll", "kit/tags", "kit/transfer"),
+    programs={
+        "kit/line": "tests/kit/kit_line_test",
+        "serial": "tests/kit/kit_serial_test",
+        "port": "tests/kit/kit_serial_port_test",
+        "tcp": "tests/kit/kit_tcp_test",
+        "control": "tests/kit/kit_port_control_test",
+        "kit/driver": "tests/kit/kit_driver_test",
+        "links": "tests/kit/kit_link_test",
+        "threads": "tests/kit/kit_thread_test",
+        "soak of the kit": "tests/kit/kit_soak_test",
+    },
+    library="host_kit_static", described="kit/CMakeLists.txt", built=("host_kit_static",),
+    kinds=("plain",), options=())
 
 
 class BuildFailed(Exception):
@@ -39,24 +75,24 @@ class BuildFailed(Exception):
 class Workshop:
     """One copy of the sources with a build folder for each kind of build."""
 
-    def __init__(self, root, folder, jobs):
+    def __init__(self, subject, root, folder, jobs):
+        self.subject = subject
         self.root = Path(root)
         self.source = Path(folder) / "source"
-        self.builds = {kind: Path(folder) / kind for kind in SANITIZERS}
+        self.builds = {kind: Path(folder) / kind for kind in subject.kinds}
         self.jobs = str(jobs)
         self.seconds = {}  # (kind, program) -> processor time of the tests without a mutant
 
     def copy_sources(self):
         """Brings the copy up to date; files that did not change keep their time, so they are not built again."""
-        wanted = {Path("CMakeLists.txt")}
-        for folder in COPIED:
-            wanted |= {path.relative_to(self.root) for path in (self.root / folder).rglob("*") if path.is_file()}
+        listed = subprocess.run(["git", "-C", self.root, "ls-files", "-z"], check=True, capture_output=True, text=True)
+        wanted = {Path(name) for name in listed.stdout.split("\0") if name}
         for path in [path for path in self.source.rglob("*") if path.is_file()]:
             if path.relative_to(self.source) not in wanted:
                 path.unlink()
-        for path in wanted - {Path("CMakeLists.txt")}:
-            self._update(path, (self.root / path).read_bytes())
-        self._update("CMakeLists.txt", self._with_shared_driver().encode())
+        for path in wanted:
+            content = (self.root / path).read_bytes()
+            self._update(path, self._with_shared_library(content) if str(path) == self.subject.described else content)
 
     def _update(self, path, content):
         target = self.source / path
@@ -64,26 +100,25 @@ class Workshop:
         if not target.exists() or target.read_bytes() != content:
             target.write_bytes(content)
 
-    def _with_shared_driver(self):
-        text = (self.root / "CMakeLists.txt").read_text()
-        text = text.replace("add_library(driver_static STATIC", "add_library(driver_static SHARED")
+    def _with_shared_library(self, content):
+        text = content.decode()
+        text = text.replace(f"add_library({self.subject.library} STATIC", f"add_library({self.subject.library} SHARED")
         text = text.replace("CXX_VISIBILITY_PRESET hidden", "CXX_VISIBILITY_PRESET default")
-        return text.replace("VISIBILITY_INLINES_HIDDEN ON", "VISIBILITY_INLINES_HIDDEN OFF")
+        return text.replace("VISIBILITY_INLINES_HIDDEN ON", "VISIBILITY_INLINES_HIDDEN OFF").encode()
 
     def prepare(self, kind):
         """Builds all test programs and measures them; a failing test here makes all results worthless."""
         build = self.builds[kind]
         command = ["cmake", "-S", self.source, "-B", build, "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
                    "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DCMAKE_CXX_FLAGS=-w", "-DMODBUS_WERROR=OFF",
-                   "-DMODBUS_BUILD_HOST=OFF", f"-DMODBUS_SANITIZE={SANITIZERS[kind]}",
-                   "-DCMAKE_SHARED_LINKER_FLAGS=-Wl,-Bsymbolic-functions"]
+                   "-DMODBUS_QUICK_TESTS=ON", f"-DMODBUS_SANITIZE={SANITIZERS[kind]}", *self.subject.options]
         subprocess.run(command, check=True, stdout=subprocess.DEVNULL)
-        targets = [Path(program).name for program in PROGRAMS.values()]
+        targets = [Path(program).name for program in self.subject.programs.values()]
         self._ninja(build, targets)
-        for name in PROGRAMS:
+        for name in self.subject.programs:
             before = resource.getrusage(resource.RUSAGE_CHILDREN)
             if not self._passes(kind, name, 600):
-                raise SystemExit(f"mutate: {PROGRAMS[name]} fails without a mutant ({kind} build)")
+                raise SystemExit(f"mutate: {self.subject.programs[name]} fails without a mutant ({kind} build)")
             after = resource.getrusage(resource.RUSAGE_CHILDREN)
             self.seconds[kind, name] = after.ru_utime + after.ru_stime - before.ru_utime - before.ru_stime
 
@@ -93,8 +128,8 @@ class Workshop:
         if done.returncode != 0:
             raise BuildFailed(done.stdout[-2000:])
 
-    def build_driver(self, kind):
-        self._ninja(self.builds[kind], ["driver_static", "modbus_rtu_master"])
+    def build_library(self, kind):
+        self._ninja(self.builds[kind], self.subject.built)
 
     def _passes(self, kind, name, seconds):
         """Processor time limits a test, and so a busy machine does not; the clock only ends what sleeps for good."""
@@ -105,8 +140,8 @@ class Workshop:
             if not SANITIZERS[kind]:
                 resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
 
-        command = [self.builds[kind] / PROGRAMS[name], *ARGUMENTS.get(name, ["--gtest_fail_fast", "--gtest_brief=1"])]
-        environment = dict(os.environ, **SANITIZER_OPTIONS, LD_LIBRARY_PATH=str(self.builds[kind]))
+        command = [self.builds[kind] / self.subject.programs[name], *ARGUMENTS.get(name, ["--gtest_fail_fast", "--gtest_brief=1"])]
+        environment = dict(os.environ, **SANITIZER_OPTIONS, LD_LIBRARY_PATH=f"{self.builds[kind]}:{self.builds[kind]}/kit")
         try:
             done = subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=environment,
                                   preexec_fn=limit, timeout=20 * seconds, check=False)
@@ -116,7 +151,7 @@ class Workshop:
 
     def killer(self, kind, folder):
         """The first test program that fails, None when all pass."""
-        order = sorted(PROGRAMS, key=lambda name: name != folder)
+        order = sorted(self.subject.programs, key=lambda name: name != folder)
         for name in order:
             if not self._passes(kind, name, int(3 * self.seconds[kind, name]) + 5):
                 return name

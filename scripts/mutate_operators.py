@@ -61,7 +61,8 @@ def code_lines(text):
 
 
 def changed_number(literal, suffix, by):
-    value = int(literal, 0) + by
+    octal = len(literal) > 1 and literal.isdigit() and literal[0] == "0"
+    value = int(literal, 8 if octal else 0) + by
     if value < 0:
         return None
     return (hex(value) if literal.startswith("0x") else str(value)) + suffix
