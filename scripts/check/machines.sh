@@ -82,7 +82,8 @@ report_sum()
 
 check_machine()
 {
-    local machine=$1 status=0
+    local machine=$1 status=0 preset_options=()
+    is_packaged "$machine" || preset_options=("$merged_sources")
     install_for build host "$machine" || return 1
     machine_root "$machine" || status=$?
     [ "$status" -ne 3 ] || return 0
