@@ -3,6 +3,8 @@
 #include "host/cli/help_text.h"
 #include "host/cli/negative_values.h"
 #include "host/cli/option_groups.h"
+#include "host/cli/port_name.h"
+#include "host/text/numbers.h"
 #include "host/text/output_path.h"
 #include "kit/line/tcp_line.h"
 #include "version.h"
@@ -34,6 +36,18 @@ bool looksLikeAddress(const std::string &text)
 {
     const bool table = text.size() > 2 && std::string("0134").find(text[0]) != std::string::npos && text[1] == 'x';
     return table && (std::isdigit(static_cast<unsigned char>(text[2])) || text[2] == '_') && !std::ifstream(text);
+}
+
+/** "-R 12": whoever writes that expects the option to take a number, or a value to be written. */
+void refuseNumberBehindDirection(const std::vector<std::string> &arguments)
+{
+    double number = 0;
+    for (std::size_t i = 1; i < arguments.size(); ++i) {
+        const std::string &option = arguments[i - 1];
+        if ((option == "-R" || option == "-F") && arguments[i][0] != '-' && readNumber(arguments[i], &number))
+            throw Misuse(option + " takes no number: \"" + option + " PORT ...\" leaves " + arguments[i]
+                         + " out, and as a value it stands behind its address, as in 4x5=" + arguments[i]);
+    }
 }
 
 class Parser
@@ -85,9 +99,10 @@ void Parser::run(int argc, const char *const *argv)
         const CLI::Option *option = text[0] == '-' ? m_app.get_option_no_throw(text) : nullptr;
         return option && option->get_items_expected_min() > 0;
     };
+    const std::vector<std::string> typed(argv + std::min(argc, 1), argv + argc);
+    refuseNumberBehindDirection(typed);
     try {
-        std::vector<std::string> arguments =
-            markNegativeValues(std::vector<std::string>(argv + std::min(argc, 1), argv + argc), takesArgument);
+        std::vector<std::string> arguments = markNegativeValues(typed, takesArgument);
         std::reverse(arguments.begin(), arguments.end()); // CLI11 takes them from the end
         m_app.parse(std::move(arguments));
     } catch (const std::invalid_argument &error) {
@@ -178,17 +193,19 @@ void Parser::settlePort()
                      + "\" stands where the recipe's file is named: " + "--recipe-read FILE PORT ADDRESS...");
     if (looksLikeAddress(m_options.port))
         throw Misuse("\"" + m_options.port + "\" is an address, and stands where the port is named");
+    judgePortName(m_options.port);
 }
 
 /** "--find -b 9600 PORT": behind other options the port does as well. */
 void Parser::settleOnlyPort()
 {
     if (!m_options.port.empty())
-        return;
+        return judgePortName(m_options.port);
     if (m_options.arguments.empty())
         throw Misuse(std::string(m_options.mode == Mode::Find ? "--find" : "--listen") + " takes PORT");
     m_options.port = m_options.arguments.front();
     m_options.arguments.erase(m_options.arguments.begin());
+    judgePortName(m_options.port);
 }
 
 void Parser::check() const
