@@ -150,13 +150,22 @@ void LineRecorder::finishRound()
     flush();
 }
 
+/** A station that a write found silent has never been asked for its values. */
+TagState LineRecorder::unreadState(std::size_t tag) const
+{
+    TagState state = m_board->state(tag);
+    if (!state.known && !state.failed && m_silent.count(m_board->tags()[tag].station) != 0)
+        state.error = "not asked: station silent";
+    return state;
+}
+
 void LineRecorder::printUnread(std::size_t tag, TimePoint now)
 {
     const std::vector<bool> &recorded = m_recorded[tag];
     for (auto from = std::find(recorded.begin(), recorded.end(), false); from != recorded.end();) {
         const auto to = std::find(from, recorded.end(), true);
         const ValueSpan span{static_cast<int>(from - recorded.begin()), static_cast<int>(to - from)};
-        printValues(m_board->tags()[tag], span, m_board->state(tag), now);
+        printValues(m_board->tags()[tag], span, unreadState(tag), now);
         from = std::find(to, recorded.end(), false);
     }
 }

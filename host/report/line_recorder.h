@@ -38,6 +38,7 @@ private:
     void noteValues(const Transaction &transaction);
     void notePort(bool open);
     void finishRound();
+    TagState unreadState(std::size_t tag) const;
     void printUnread(std::size_t tag, TimePoint now);
     void printEvent(int station, LineChange change, const std::string &error = std::string());
     void flush();

@@ -72,6 +72,8 @@ void ValuePrinter::printLine(const TagRange &tag, int value, std::uint32_t raw, 
     text += hasValue(state) ? bothReadings(raw, tag.format) + (tag.unit.empty() ? "" : " " + tag.unit) : "-";
     if (state.failed)
         text += "   error " + state.error;
+    else if (!state.error.empty())
+        text += "   " + state.error;
     m_out << text << '\n';
 }
 

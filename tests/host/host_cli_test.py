@@ -157,6 +157,15 @@ class Output(RtuHostTest):
         rows = [(row["station"], row["address"], row["status"]) for row in csv.DictReader(io.StringIO(result.out))]
         self.assertEqual([("3", "", "station silent"), ("3", "1", "error")], rows)
 
+    def test_what_is_not_asked_of_a_silent_station_says_so(self):
+        arguments = ("-1", "-q", "-o", "0.05", "--retries", "1", "4x1@3=5", "4x2@3", "4x1")
+        lines = self.simulate(*arguments, status=1).lines
+        self.assertIn("3:4x2            -   not asked: station silent", lines)
+        rows = [json.loads(line) for line in self.simulate("--json", *arguments, status=1).lines]
+        unread = next(row for row in rows if row.get("station") == 3 and row.get("address") == "2")
+        self.assertEqual((None, "unknown", "not asked: station silent"),
+                         (unread["value"], unread["status"], unread["error"]))
+
     def test_log_is_appended_to_beside_the_output(self):
         log = self.file("rows.csv")
         for _ in range(2):
