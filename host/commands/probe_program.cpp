@@ -110,6 +110,11 @@ Json runsJson(const RegisterType &type, const std::vector<ElementRun> &runs)
     return json;
 }
 
+std::string noneText(const ProbeResult &result)
+{
+    return "no element of the range can be read: " + result.refusal;
+}
+
 std::string blockText(const ProbeResult &result)
 {
     const std::string block = std::to_string(result.largestBlock);
@@ -131,8 +136,10 @@ void printText(const ProbeResult &result, const TagRange &range, const Advice &a
 {
     out << "readable:       " << runsText(range.type, result.readable) << '\n'
         << "holes:          " << runsText(range.type, result.holes) << '\n';
-    if (result.readable.empty())
+    if (result.readable.empty()) {
+        out << "why:            " << noneText(result) << '\n';
         return;
+    }
     out << "largest block:  " << blockText(result) << '\n'
         << "replies begin:  after " << durationText(result.replyMedian) << " (median), "
         << durationText(result.replyLongest) << " (longest)\n"
@@ -151,7 +158,10 @@ std::string probeJson(const ProbeResult &result, const TagRange &range, const Ad
                  {"holes", runsJson(range.type, result.holes)},
                  {"largest_block", result.largestBlock},
                  {"block_is_limit", result.blockIsLimit}};
-    if (!result.readable.empty()) {
+    if (result.readable.empty()) {
+        json["cause"] = causeName(result.exceptionCode > 0 ? Cause::Exception : Cause::StationSilent);
+        json["text"] = noneText(result);
+    } else {
         json["reply_median_ms"] = jsonNumber(1e3 * toSeconds(result.replyMedian), 3);
         json["reply_longest_ms"] = jsonNumber(1e3 * toSeconds(result.replyLongest), 3);
         json["block_ms"] = jsonNumber(1e3 * toSeconds(result.blockTime), 3);

@@ -101,8 +101,10 @@ bool StationProbe::read(int address, int count, std::string *refusal)
             m_result.lost += attempt - 1;
             return true;
         }
-        if (refusal)
+        if (refusal) {
             *refusal = replyMeaning(t);
+            m_result.exceptionCode = t.kind == ReplyKind::Exception ? t.exceptionCode : 0;
+        }
         if (!mayBeOtherwiseLater(t))
             return false;
     }
@@ -145,7 +147,7 @@ bool StationProbe::readOrDivide(int address, int count)
 {
     if (over())
         return false;
-    if (read(address, count)) {
+    if (read(address, count, &m_result.refusal)) {
         addTo(m_result.readable, address, count);
         return true;
     }

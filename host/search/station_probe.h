@@ -39,7 +39,8 @@ struct ProbeResult
     std::vector<ElementRun> holes;
     int largestBlock = 0;      ///< 0: nothing can be read
     bool blockIsLimit = false; ///< one more is refused; false: the range has no more in a row
-    std::string refusal;       ///< in words, of one more
+    std::string refusal;       ///< in words, of one more; where nothing can be read, of the last element
+    int exceptionCode = 0;     ///< with refusal; 0: it was no exception
     Duration replyMedian{0};   ///< from the end of a request to the begin of its reply
     Duration replyLongest{0};  ///< the same
     Duration blockTime{0};     ///< a request for the largest block and its reply, from begin to end

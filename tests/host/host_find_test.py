@@ -61,6 +61,10 @@ class Finding(RtuHostTest):
         told = json.loads(self.run_host("--probe", "7", "--json", port, "3x1..8").out)
         self.assertEqual((7, ["3x1..5"], ["3x6..8"], 5, "1#0#0#3#4#0"),
                          (told["station"], told["readable"], told["holes"], told["largest_block"], told["property"]))
+        nothing = self.run_host("--probe", "7", "--json", port, "4x100..103", status=1)
+        self.assertEqual(([], "exception", "no element of the range can be read: exception 2: illegal data address"),
+                         tuple(json.loads(nothing.out)[key] for key in ("readable", "cause", "text")))
+        self.assertIn("why:            no element", self.run_host("--probe", "7", port, "4x100..103", status=1).out)
         silent = self.run_host("--probe", "8", "--json", "-o", "0.05", port, status=1)
         self.assertEqual((8, "silent"), (json.loads(silent.out)["station"], json.loads(silent.out)["cause"]))
         self.assertIn("why: station 8: after 3 attempts", silent.err)
