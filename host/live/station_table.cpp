@@ -74,11 +74,15 @@ std::string pairText(Duration median, Duration percentile95)
 {
     if (median <= Duration(0))
         return "-";
+    // In the unit of the longer one: two units have no room, and the one that is cut off says a thousandth.
     const std::string low = durationText(median);
     const std::string high = durationText(percentile95);
     const std::size_t unit = low.find(' ');
-    const bool sameUnit = low.substr(unit) == high.substr(high.find(' '));
-    return (sameUnit ? low.substr(0, unit) : low) + "/" + high;
+    const std::string highUnit = high.substr(high.find(' '));
+    if (low.substr(unit) == highUnit)
+        return low.substr(0, unit) + "/" + high;
+    const int digits = 2;
+    return general(toSeconds(median) * (highUnit == " s" ? 1 : 1e3), digits) + "/" + high;
 }
 
 std::string stationHeader(int columns)

@@ -4,6 +4,7 @@
 #include "host/live/live_layout.h"
 #include "host/live/live_painter.h"
 #include "host/live/row_order.h"
+#include "host/live/station_table.h"
 #include "host/live/trend.h"
 
 #include <clocale>
@@ -481,6 +482,28 @@ TEST_F(LiveScreen, HelpNamesTheSlavesKeysOnlyWhereThereAreAny)
     actions.hasSlaves = false;
     state->press('?');
     EXPECT_TRUE(lineWith(paint(), "add a fault").empty());
+}
+
+TEST(PairText, HasOneUnitForBoth)
+{
+    using std::chrono::microseconds;
+    struct Case
+    {
+        long median;
+        long percentile95; ///< in microseconds
+        const char *text;
+    };
+    const Case cases[] = {
+        {12000, 15000, "12.0/15.0 ms"},    {999960, 1040000, "1/1.0 s"},   {850, 12000, "0.85/12.0 ms"},
+        {20000, 1500000, "0.02/1.5 s"},    {999000, 999000000, "1/999 s"}, {2000000, 2100000, "2.0/2.1 s"},
+        {1234, 999000000, "0.0012/999 s"},
+    };
+    for (const Case &each : cases) {
+        const std::string text = rtu::pairText(microseconds(each.median), microseconds(each.percentile95));
+        EXPECT_EQ(each.text, text);
+        EXPECT_GE(12u, text.size()) << "what the column has room for";
+    }
+    EXPECT_EQ("-", rtu::pairText(rtu::Duration(0), rtu::Duration(0)));
 }
 
 } // namespace
