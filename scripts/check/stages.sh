@@ -151,7 +151,7 @@ stage_quick()
     local preset preset_options=(-DMODBUS_BUILD_QUICK=ON)
     install_for build host demo test quick quick6 abi || return 1
     for preset in release quick-qt6; do
-        build_preset "$preset" --target quick_module_tests panel || return 1
+        build_preset "$preset" --target quick_module_tests panel modbus_rtu_host || return 1
         run_tests "build/$preset" -L quick
     done
     step "interface of the kit is that of the baseline" scripts/abi-check build/quick-qt6/lib/libmodbus_rtu_host.so.1
