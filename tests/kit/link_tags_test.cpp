@@ -237,6 +237,15 @@ TEST_F(LinkTags, WithATagOfItsOwnPaceAreReadThatOften)
     EXPECT_EQ(Quality::Good, tag.value().quality);
 }
 
+TEST_F(LinkTags, WithAPaceOfTheirOwnAloneAreReadInTheStepInWhichTheyAreDue)
+{
+    TagDefinition slow(1, "4x50");
+    slow.pace = std::chrono::seconds(2);
+    link().addTag(slow);
+    steps(1);
+    EXPECT_EQ(1u, requests.size());
+}
+
 TEST_F(LinkTags, TheEndOfARoundIsTold)
 {
     settings.attempts = 1;

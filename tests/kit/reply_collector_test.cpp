@@ -115,6 +115,17 @@ TEST_F(ReplyCollector, FindsAnExceptionOfAStationThatItKnows)
     EXPECT_LE(elapsed(), milliseconds(10) + 5 * character());
 }
 
+TEST_F(ReplyCollector, DoesNotTakeAReplyWhoseFirstBytesHaveACheckSumForAnException)
+{
+    Bytes reply = frame("01 03 04"); // the first register is the check sum of what is in front of it
+    reply.insert(reply.end(), {0x00, 0x07});
+    reply = withCrc(reply);
+    line.receivePaced(milliseconds(10), character(), reply);
+    const rtu::Transaction t = collect(frame("01 03 00 00 00 02"), 9);
+    EXPECT_EQ(ReplyEnd::Complete, t.end);
+    EXPECT_EQ(array(reply), t.reply);
+}
+
 TEST_F(ReplyCollector, DoesNotSleepThroughLongDelays)
 {
     const Bytes big = frame("01 03 00 00 00 7D");
