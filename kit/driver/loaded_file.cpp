@@ -32,15 +32,6 @@ LoadedFile::~LoadedFile()
         return;
     const std::lock_guard<std::mutex> alone(loader());
     ::dlclose(m_handle);
-    if (!m_copy.isOpen())
-        return;
-    // A library may refuse to go. Its path must not become that of another copy then: the
-    // loader would hand the old one out again.
-    void *still = ::dlopen(descriptorPath(m_copy.number()).c_str(), RTLD_LAZY | RTLD_NOLOAD);
-    if (!still)
-        return;
-    ::dlclose(still);
-    (void)m_copy.release();
 }
 
 bool LoadedFile::load(const std::string &path)

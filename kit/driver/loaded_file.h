@@ -46,7 +46,7 @@ private:
     bool loadFrom(int descriptor, const std::string &content);
 
     std::string m_reason;
-    Descriptor m_copy; ///< open, so that no other copy gets its path
+    Descriptor m_copy; ///< debuggers find the library by its path as long as it is open
     void *m_handle = nullptr;
 };
 

@@ -1,6 +1,7 @@
 #include "kit/driver/private_copy.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -20,6 +21,19 @@
 #endif
 
 namespace rtu {
+
+namespace {
+
+/** A number as steps on a path that lead nowhere. */
+std::string stepsOf(unsigned long long number)
+{
+    std::string steps;
+    for (; number != 0; number /= 2)
+        steps += number % 2 ? "./" : "/";
+    return steps;
+}
+
+} // namespace
 
 std::string fileContent(const std::string &path)
 {
@@ -89,7 +103,9 @@ bool writeContent(int descriptor, const std::string &content)
 
 std::string descriptorPath(int descriptor)
 {
-    return "/proc/self/fd/" + std::to_string(descriptor);
+    struct stat file = {};
+    (void)::fstat(descriptor, &file);
+    return "/proc/self/fd/" + stepsOf(file.st_dev) + "../fd/" + stepsOf(file.st_ino) + std::to_string(descriptor);
 }
 
 } // namespace rtu

@@ -4,8 +4,8 @@
  * that the loader takes it for a library of its own.
  *
  * The loader knows a library by its path and by its file. A memory file or a file
- * without a name is another file each time, and its path, which names the descriptor,
- * is not used again while the descriptor is open.
+ * without a name is another file each time, and so is its path: it spells out which
+ * file it is, as a descriptor's number may stand for another one later.
  */
 #ifndef KIT_DRIVER_PRIVATE_COPY_H
 #define KIT_DRIVER_PRIVATE_COPY_H
@@ -37,7 +37,10 @@ std::vector<std::string> temporaryFolders();
 /** Writes all of it. False: the place is full, or not to be written to. */
 bool writeContent(int descriptor, const std::string &content);
 
-/** A path by which the file of an open descriptor can be opened once more. */
+/**
+ * A path by which the file of an open descriptor can be opened once more. While a file is
+ * open or in use as a library, no other file is given its path.
+ */
 std::string descriptorPath(int descriptor);
 
 } // namespace rtu

@@ -170,11 +170,13 @@ TEST_F(LoadedChecker, HasADriverOfItsOwnInEveryCopy)
 TEST_F(LoadedChecker, LeavesNothingBehind)
 {
     ::setenv("TMPDIR", folder.c_str(), 1);
+    const std::size_t descriptors = filesIn("/proc/self/fd").size();
     for (int i = 0; i < 5; ++i) {
         const LoadedDriver checker;
         setUp(checker);
         EXPECT_EQ(memoryFiles(), 1);
     }
+    EXPECT_EQ(filesIn("/proc/self/fd").size(), descriptors);
     EXPECT_EQ(memoryFiles(), 0);
     EXPECT_EQ(filesIn(folder), std::vector<std::string>(1, "findings"));
     EXPECT_FALSE(LoadedDriver::isLoaded());

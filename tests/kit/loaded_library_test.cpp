@@ -72,6 +72,15 @@ TEST(LoadedLibrary, AsACopyOfTheCheckerFindsTheDriverBesideTheOriginal)
     }
 }
 
+TEST(LoadedLibrary, AsACopyOfTheCheckerTakesItsDriverAlong)
+{
+    const std::size_t descriptors = namesIn("/proc/self/fd").size();
+    for (int i = 0; i < 3; ++i)
+        copyOf(TEST_CHECKER);
+    EXPECT_EQ(descriptors, namesIn("/proc/self/fd").size());
+    EXPECT_EQ(0, mappedPieces());
+}
+
 #endif
 
 TEST(LoadedLibrary, SixteenCopiesAreApart)

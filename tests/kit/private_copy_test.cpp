@@ -33,6 +33,21 @@ TEST(PrivateCopy, IsWrittenAndReadByItsPath)
     }
 }
 
+TEST(PrivateCopy, HasAPathOfItsOwnUnderTheSameDescriptor)
+{
+    std::string earlier;
+    int inUse = -1;
+    {
+        const Descriptor file(rtu::openMemoryFile());
+        earlier = rtu::descriptorPath(file.number());
+        inUse = ::dup(file.number());
+    }
+    const Descriptor held(inUse);
+    const Descriptor file(rtu::openMemoryFile());
+    EXPECT_NE(earlier, rtu::descriptorPath(file.number()));
+    EXPECT_EQ(earlier.substr(earlier.rfind('/')), "/" + std::to_string(file.number())) << "the test shows nothing";
+}
+
 TEST(PrivateCopy, NeedsAFolderAndRoom)
 {
     EXPECT_GT(0, rtu::openUnnamedFile("/nowhere"));
