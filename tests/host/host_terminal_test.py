@@ -133,7 +133,7 @@ class OnTheScreen(LiveViewTest):
         self.assertIn("open", screen.lines()[0])
         self.assertRegex(screen.line("frames/s"), r"line \d+ % in use   reply .+/.+   age .+/.+")
         self.assertIn("given up", screen.line("resent"))
-        self.assertRegex(screen.line_with("answers", " 2 "), r"^ +2  answers +\d+ ")
+        self.assertRegex(screen.line("  2  answers "), r"^ +2  answers +\d+ ")
 
     def test_the_trace_is_decoded(self):
         screen = self.open()
@@ -352,11 +352,11 @@ class Keys(LiveViewTest):
     def test_station_is_switched_off_and_on(self):
         screen = self.open()
         screen.press("End", "o")
-        screen.line_with("2", "silent")
+        screen.line("  2  silent ")
         screen.line_with("2:4x10 ", "error")
         screen.line_with("given up", "time-outs")
         screen.press("o")
-        screen.line_with(" 2 ", "answers")
+        screen.line("  2  answers ")
         wait_for(lambda: "error" not in screen.line("2:4x10 "), "the error mark to vanish")
 
     def test_plug_is_pulled_and_put_in(self):
