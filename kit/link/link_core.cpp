@@ -450,6 +450,7 @@ void LinkCore::stationSilent(int station)
 
 void LinkCore::stationBack(int station)
 {
+    m_paced.stationBack(station);
     const Locked held(m_lock->mutex);
     m_record.setSilent(station, false);
 }

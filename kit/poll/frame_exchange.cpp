@@ -1,6 +1,7 @@
 #include "kit/poll/frame_exchange.h"
 
 #include "kit/line/frame_check.h"
+#include "kit/poll/reply_timeout.h"
 
 #include <algorithm>
 
@@ -45,13 +46,6 @@ void FrameExchange::setTiming(const LineTiming &timing)
     m_collector.setTiming(m_timing);
 }
 
-Duration FrameExchange::replyTimeout(int station) const
-{
-    const auto own = m_settings.stations.find(station);
-    const bool set = own != m_settings.stations.end() && own->second.replyTimeout >= Duration(0);
-    return set ? own->second.replyTimeout : m_settings.replyTimeout;
-}
-
 Duration FrameExchange::silence(int station) const
 {
     const auto own = m_settings.stations.find(station);
@@ -73,8 +67,10 @@ ExchangeEnd FrameExchange::exchange(const FRAME_PRO &frame, const Sending &sendi
     m_collector.setReplyTimeout(sending.timeout);
     m_collector.setRemoveEcho(m_echoes);
     collect();
-    if (transaction.end == ReplyEnd::Interrupted)
+    if (transaction.end == ReplyEnd::Interrupted) {
+        expectCutShort(sending.timeout);
         return ExchangeEnd::Stopped;
+    }
     judgeReply(transaction, m_settings.checkReplies);
     detectEcho();
     m_expectLate = expectLate(sending);
@@ -169,11 +165,19 @@ bool FrameExchange::expectLate(const Sending &sending)
         return m_unheard && t.kind != ReplyKind::Damaged; // this may have been the answer to an earlier attempt
     }
     if (sending.question) {
-        m_lateUntil[t.station] = t.requestEnd + replyTimeout(t.station) + m_settings.lateReplyGuard;
+        m_lateUntil[t.station] = t.requestEnd + replyTimeoutOf(m_settings, t.station) + m_settings.lateReplyGuard;
         return false;
     }
     const auto vain = m_listenedInVain.find(t.station);
     return vain == m_listenedInVain.end() || vain->second < DeadAfter;
+}
+
+/** The frame is sent again when polling goes on; the answer to this sending would be taken for that to a later one. */
+void FrameExchange::expectCutShort(Duration timeout)
+{
+    m_expectLate = m_settings.lateReplyGuard > Duration(0);
+    m_lateStation = m_transaction->station;
+    m_lateDeadline = m_transaction->requestEnd + timeout + m_settings.lateReplyGuard;
 }
 
 void FrameExchange::giveUp()
@@ -191,8 +195,8 @@ void FrameExchange::giveUp()
 void FrameExchange::awaitLateReplies(int station)
 {
     if (m_expectLate) {
-        m_expectLate = false;
         listen(m_lateDeadline, m_lateStation);
+        m_expectLate = stopping(); // the rest of the time is listened when polling goes on
     }
     const auto late = m_lateUntil.find(station);
     if (late == m_lateUntil.end())

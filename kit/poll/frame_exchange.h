@@ -41,7 +41,6 @@ public:
     /** The request was given up: a reply that is still missing is listened for before its station is asked again. */
     void giveUp();
 
-    Duration replyTimeout(int station) const;
     /** Quiet time before a frame to this station. */
     Duration silence(int station) const;
     /** How long characters last from now on; what the settings say of it holds whatever the line has. */
@@ -56,6 +55,7 @@ private:
     void detectEcho();
     bool beginsAsAnswer() const;
     bool expectLate(const Sending &sending);
+    void expectCutShort(Duration timeout);
     bool stopping() const { return m_stopping.load(std::memory_order_relaxed); }
 
     Line &m_line;

@@ -8,6 +8,9 @@ namespace rtu {
 
 namespace {
 
+/** A slave may refuse everything until it has started. */
+const Duration HopelessFor = std::chrono::minutes(1);
+
 bool belongsHere(const TagRecord &record)
 {
     return record.alone || record.layout->definition().pace > Duration(0);
@@ -34,6 +37,16 @@ void PacedReads::portLost()
     m_areas.clear();
     m_suspects.clear();
     m_readable.clear();
+    for (const TagRecordPtr &record : m_parts.tags.records())
+        record->due = TimePoint();
+}
+
+void PacedReads::stationBack(int station)
+{
+    for (const TagRecordPtr &record : m_parts.tags.records()) {
+        if (record->layout->definition().station == station)
+            record->due = TimePoint();
+    }
 }
 
 void PacedReads::ask(const Area &area)
@@ -70,18 +83,19 @@ bool PacedReads::feed()
 void PacedReads::schedule(TagRecord &record, TimePoint now) const
 {
     const Duration pace = std::max(record.layout->definition().pace, m_parts.settings.roundInterval);
-    record.due = std::max(record.due + pace, now + (record.alone ? pace : Duration(0)));
+    const TimePoint since = std::min(record.due, now); // what is asked of a dead station is ahead of its time
+    record.due = std::max(since + pace, now + (record.alone ? pace : Duration(0)));
     if (record.due <= now && pace > Duration(0))
         record.due = now + pace;
 }
 
-/** A dead station is read only when it is its turn to be asked. */
+/** A dead station is read when it is its turn to be asked, however slow its tags: the others wait behind it. */
 bool PacedReads::due(const TagRecord &record, TimePoint now)
 {
-    if (!belongsHere(record) || record.due > now || (record.alone && now < m_nextAlone))
+    if (!belongsHere(record) || (record.alone && now < m_nextAlone))
         return false;
     const int station = record.layout->definition().station;
-    return !m_health.dead(station) || m_health.mayAsk(station, now);
+    return m_health.dead(station) ? m_health.mayAsk(station, now) : record.due <= now;
 }
 
 TagRecordPtr PacedReads::mostOverdue(TimePoint now)
@@ -121,10 +135,12 @@ TimePoint PacedReads::nextDue()
     for (const TagRecordPtr &record : m_parts.tags.records()) {
         if (!belongsHere(*record))
             continue;
-        TimePoint when = record->alone ? std::max(record->due, m_nextAlone) : record->due;
-        if (m_health.dead(record->layout->definition().station))
-            when = std::max(when, m_health.nextQuestion(m_parts.line.now()));
-        next = std::min(next, when);
+        const int station = record->layout->definition().station;
+        const bool dead = m_health.dead(station);
+        if (dead && !m_health.isTurnOf(station))
+            continue; // another one is asked first, and may be one of the plan
+        const TimePoint when = dead ? m_health.nextQuestion(m_parts.line.now()) : record->due;
+        next = std::min(next, record->alone ? std::max(when, m_nextAlone) : when);
     }
     return next;
 }
@@ -141,19 +157,31 @@ void PacedReads::requestDone(const RequestEnd &done)
     else if (done.refused())
         m_parts.tags.readRefused(done.area, done.exceptionCode);
     else
-        m_parts.tags.readSilent(done.area);
+        silent(done);
     if (m_probe < m_suspects.size())
         probed(done.good());
     else if (done.refused() && (done.exceptionCode == 2 || done.exceptionCode == 3))
         blockRefused(done.area);
 }
 
+/** Silence tells nothing of holes: the next refusal of their block begins anew. Nor is more asked of the station now. */
+void PacedReads::silent(const RequestEnd &done)
+{
+    m_parts.tags.readSilent(done.area);
+    m_areas.clear();
+    m_suspects.clear();
+}
+
 void PacedReads::blockRefused(const Area &area)
 {
     if (!m_parts.settings.findHoles || m_probe < m_suspects.size())
         return;
-    for (const Area &known : m_hopeless) {
-        if (sameArea(known, area))
+    const TimePoint now = m_parts.line.now();
+    m_hopeless.erase(std::remove_if(m_hopeless.begin(), m_hopeless.end(),
+                                    [now](const Hopeless &known) { return now >= known.until; }),
+                     m_hopeless.end());
+    for (const Hopeless &known : m_hopeless) {
+        if (sameArea(known.area, area))
             return;
     }
     const std::vector<TagRecordPtr> inside = m_parts.tags.inArea(area);
@@ -188,7 +216,7 @@ void PacedReads::probed(bool readable)
 void PacedReads::conclude()
 {
     if (m_readable.empty()) {
-        m_hopeless.push_back(m_refused);
+        m_hopeless.push_back(Hopeless{m_refused, m_parts.line.now() + HopelessFor});
     } else {
         QString names;
         for (const TagRecordPtr &record : m_suspects) {

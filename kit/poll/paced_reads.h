@@ -36,10 +36,21 @@ public:
 
     /** The tags have changed. @param planned the cyclic plan has something to read */
     void reset(bool planned);
+    /** What was read before is silent now, and read as soon as the port is back. */
     void portLost();
+    /** The same of one station. */
+    void stationBack(int station);
 
 private:
+    /** A block that is refused, and so is each tag in it. */
+    struct Hopeless
+    {
+        Area area;
+        TimePoint until; ///< it is looked at again
+    };
+
     void ask(const Area &area);
+    void silent(const RequestEnd &end);
     bool feedProbe();
     bool due(const TagRecord &record, TimePoint now);
     TagRecordPtr mostOverdue(TimePoint now);
@@ -58,7 +69,7 @@ private:
     std::vector<TagRecordPtr> m_suspects;
     std::size_t m_probe = 0; ///< of the suspects
     std::vector<TagRecordPtr> m_readable;
-    std::vector<Area> m_hopeless; ///< refused, and so is each tag in it
+    std::vector<Hopeless> m_hopeless;
     Area m_refused;
     QString m_finding;
 };

@@ -1,5 +1,7 @@
 #include "kit/poll/poller.h"
 
+#include "kit/poll/reply_timeout.h"
+
 #include <algorithm>
 
 namespace rtu {
@@ -19,7 +21,7 @@ Poller::Poller(DriverLibrary &driver, Line &line, const LinkSettings &settings, 
     , m_line(line)
     , m_settings(settings)
     , m_client(client)
-    , m_health(settings.replyTimeout, settings.questionInterval)
+    , m_health(settings)
     , m_exchange(line, settings, m_stopping)
 {
 }
@@ -168,7 +170,7 @@ PollStep Poller::send()
     sending.resend = m_resend;
     sending.question = m_wasDead;
     const int station = m_request.area.station;
-    sending.timeout = question() ? m_health.questionTime(station) : m_exchange.replyTimeout(station);
+    sending.timeout = question() ? m_health.questionTime(station) : replyTimeoutOf(m_settings, station);
     m_exchangeStart = m_line.now();
     const ExchangeEnd end = m_exchange.exchange(m_frame, sending, m_transaction);
     if (end == ExchangeEnd::Stopped)

@@ -1,5 +1,7 @@
 #include "kit/poll/station_health.h"
 
+#include "kit/poll/reply_timeout.h"
+
 #include <algorithm>
 
 namespace rtu {
@@ -13,7 +15,18 @@ const int FittedBetween = 8;                                     ///< fitted que
 
 } // namespace
 
-StationHealth::StationHealth(Duration fullTimeout, Duration interval) : m_full(fullTimeout), m_interval(interval) {}
+StationHealth::StationHealth(const LinkSettings &settings) : m_settings(settings), m_mostCredit(settings.replyTimeout)
+{
+    for (const auto &station : settings.stations)
+        m_mostCredit = std::max(m_mostCredit, station.second.replyTimeout);
+}
+
+StationHealth::Station &StationHealth::known(int number)
+{
+    Station &station = m_stations[number];
+    station.full = replyTimeoutOf(m_settings, number);
+    return station;
+}
 
 bool StationHealth::dead(int station) const
 {
@@ -34,16 +47,17 @@ Duration StationHealth::fittedTime(const Station &station) const
         for (const auto &other : m_stations)
             usual = std::max(usual, other.second.usual);
     }
-    const Duration wanted = usual > Duration(0) ? std::max(ShortestQuestion, usual * Patience) : m_full / Patience;
-    return std::min(wanted, m_full);
+    const Duration wanted =
+        usual > Duration(0) ? std::max(ShortestQuestion, usual * Patience) : station.full / Patience;
+    return std::min(wanted, station.full);
 }
 
 Duration StationHealth::longTime(const Station &station) const
 {
     Duration time = fittedTime(station);
-    for (int i = 0; i < station.step && time < m_full; ++i)
+    for (int i = 0; i < station.step && time < station.full; ++i)
         time *= 2;
-    return std::min(time, m_full);
+    return std::min(time, station.full);
 }
 
 bool StationHealth::asksLong(const Station &station) const
@@ -55,14 +69,14 @@ Duration StationHealth::questionTime(int station) const
 {
     const auto found = m_stations.find(station);
     if (found == m_stations.end())
-        return m_full;
+        return replyTimeoutOf(m_settings, station);
     return asksLong(found->second) ? longTime(found->second) : fittedTime(found->second);
 }
 
 void StationHealth::earn(TimePoint now)
 {
     if (now > m_earned && m_earned != TimePoint())
-        m_credit = std::min(m_full, m_credit + (now - m_earned) / ShareOfLine);
+        m_credit = std::min(m_mostCredit, m_credit + (now - m_earned) / ShareOfLine);
     m_earned = std::max(m_earned, now);
 }
 
@@ -80,6 +94,12 @@ const StationHealth::Station *StationHealth::first(int *number) const
     return chosen;
 }
 
+bool StationHealth::isTurnOf(int station) const
+{
+    int number = 0;
+    return first(&number) && number == station;
+}
+
 bool StationHealth::mayAsk(int station, TimePoint now)
 {
     earn(now);
@@ -91,20 +111,20 @@ bool StationHealth::mayAsk(int station, TimePoint now)
 void StationHealth::asked(int number, TimePoint now, Duration cost)
 {
     earn(now);
-    Station &station = m_stations[number];
+    Station &station = known(number);
     if (asksLong(station)) {
         station.fitted = 0;
-        station.step = longTime(station) < m_full ? station.step + 1 : 1;
+        station.step = longTime(station) < station.full ? station.step + 1 : 1;
     } else {
         ++station.fitted;
     }
     m_credit -= cost;
-    station.next = now + m_interval;
+    station.next = now + m_settings.questionInterval;
 }
 
 bool StationHealth::heard(int number, Duration delay)
 {
-    Station &station = m_stations[number];
+    Station &station = known(number);
     const Duration kept = station.usual - (station.usual - delay) / 16; // follows slower replies at once
     station.usual = std::max(std::max(delay, kept), Duration(std::chrono::milliseconds(1)));
     const bool back = station.dead;
@@ -116,13 +136,13 @@ bool StationHealth::heard(int number, Duration delay)
 
 bool StationHealth::silent(int number, TimePoint now)
 {
-    Station &station = m_stations[number];
+    Station &station = known(number);
     if (station.dead)
         return false;
     if (m_earned == TimePoint())
         m_earned = now;
     station.dead = true;
-    station.next = now + m_interval;
+    station.next = now + m_settings.questionInterval;
     return true;
 }
 

@@ -11,7 +11,7 @@
 #ifndef KIT_POLL_STATION_HEALTH_H
 #define KIT_POLL_STATION_HEALTH_H
 
-#include <modbus_rtu_host/line.h>
+#include <modbus_rtu_host/link_settings.h>
 
 #include <map>
 #include <set>
@@ -21,11 +21,8 @@ namespace rtu {
 class StationHealth
 {
 public:
-    /**
-     * @param fullTimeout the reply time-out of stations that answer
-     * @param interval between two questions to one station, at least
-     */
-    StationHealth(Duration fullTimeout, Duration interval);
+    /** The full time-out of a question is the reply time-out of its station. */
+    explicit StationHealth(const LinkSettings &settings);
 
     bool dead(int station) const;
 
@@ -34,6 +31,9 @@ public:
 
     /** Whether it is this dead station's turn to be asked, and there is line time to spare. */
     bool mayAsk(int station, TimePoint now);
+
+    /** Whether this dead station is the next to be asked. */
+    bool isTurnOf(int station) const;
 
     /** How long a question to this station waits for the first byte. */
     Duration questionTime(int station) const;
@@ -55,19 +55,21 @@ private:
     {
         bool dead = false;
         Duration usual{0}; ///< end of request to first byte; 0 for never heard
+        Duration full{0};  ///< its reply time-out
         TimePoint next;    ///< not asked before
         int step = 1;      ///< the next long question is this many doublings of the fitted one
         int fitted = 0;    ///< fitted questions since the last long one
     };
 
+    Station &known(int number);
     Duration fittedTime(const Station &station) const;
     Duration longTime(const Station &station) const;
     bool asksLong(const Station &station) const;
     void earn(TimePoint now);
     const Station *first(int *number) const;
 
-    Duration m_full;
-    Duration m_interval;
+    LinkSettings m_settings;
+    Duration m_mostCredit; ///< what the longest question takes
     std::map<int, Station> m_stations;
     std::set<int> m_polled;
     Duration m_credit{0};

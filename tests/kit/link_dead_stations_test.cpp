@@ -230,4 +230,90 @@ TEST_F(LinkDeadStations, AreSilentUntilTheyTakeAWrite)
     EXPECT_FALSE(link().statistics().stations.at(9).silent) << "no tag of it is read";
 }
 
+TEST_F(LinkDeadStations, AreGivenTheirOwnTimeOutToAnswer)
+{
+    settings.stations[5].replyTimeout = std::chrono::seconds(3);
+    watch(5);
+    plant.setTurnaround(5, std::chrono::seconds(2));
+    run(std::chrono::seconds(5));
+    ASSERT_EQ(Quality::Good, tags[4].value().quality);
+    kill(1);
+    run(std::chrono::minutes(1));
+    plant.setStationOn(5, true);
+    EXPECT_LE(backAfter(tags[4]), std::chrono::minutes(1)) << "twenty times what asking it takes";
+}
+
+TEST_F(LinkDeadStations, AreAskedNoLongerThanTheirOwnTimeOut)
+{
+    settings.stations[5].replyTimeout = milliseconds(100);
+    watch(5);
+    kill(1);
+    run(std::chrono::seconds(5));
+    EXPECT_LE(rounds(std::chrono::minutes(2)).back(), milliseconds(300));
+}
+
+TEST_F(LinkDeadStations, WithSlowTagsAloneAreAskedLikeTheOthersAndHoldUpNone)
+{
+    watch(2);
+    plant.define(3, Table::HoldingRegisters, 0, 10);
+    plant.define(3, Table::InputRegisters, 0, 10);
+    plant.setStationOn(3, false);
+    TagDefinition slow(3, "4x1");
+    slow.pace = std::chrono::hours(1);
+    const rtu::Tag first = link().addTag(slow);
+    slow.address = QString::fromLatin1("3x1");
+    const rtu::Tag second = link().addTag(slow);
+    run(std::chrono::seconds(10));
+    kill(1);
+    run(std::chrono::minutes(1));
+    EXPECT_EQ(Quality::StationSilent, first.value().quality);
+    plant.setStationOn(2, true);
+    EXPECT_LE(backAfter(tags[1]), std::chrono::seconds(10));
+    plant.setStationOn(3, true);
+    EXPECT_LE(backAfter(first), std::chrono::seconds(10));
+    EXPECT_LE(backAfter(second), std::chrono::seconds(10)) << "it is read when its station is back";
+}
+
+TEST_F(LinkDeadStations, OfThePlanAndBesideItLetTheThreadSleep)
+{
+    settings.roundInterval = std::chrono::seconds(10);
+    watch(1);
+    plant.define(3, Table::HoldingRegisters, 0, 10);
+    plant.setStationOn(3, false);
+    TagDefinition slow(3, "4x1");
+    slow.pace = std::chrono::hours(1);
+    link().addTag(slow);
+    kill(1);
+    run(std::chrono::seconds(35));
+    line->wakeUps = 0;
+    run(std::chrono::seconds(20));
+    EXPECT_LE(line->wakeUps, 60);
+}
+
+TEST_F(LinkDeadStations, OfManyComeBackWithinTwentyTimesWhatAskingThemTakes)
+{
+    watch(30);
+    run(std::chrono::seconds(10));
+    kill(10);
+    run(std::chrono::minutes(2));
+    transactions.clear();
+    run(std::chrono::minutes(3));
+    std::map<int, rtu::Duration> longest;
+    for (const rtu::Transaction &t : transactions) {
+        if (t.station > 20)
+            longest[t.station] = std::max(longest[t.station], t.finished - t.sent);
+    }
+    ASSERT_EQ(10u, longest.size()) << "each is asked";
+    rtu::Duration asking{0};
+    for (const auto &one : longest)
+        asking += one.second;
+    for (const int station : {21, 26, 30}) {
+        plant.setStationOn(station, true);
+        const rtu::Duration back = backAfter(tags[static_cast<std::size_t>(station) - 1]);
+        EXPECT_LE(back, std::max<rtu::Duration>(std::chrono::seconds(10), 20 * asking)) << station;
+        plant.setStationOn(station, false);
+        run(std::chrono::minutes(1));
+    }
+}
+
 } // namespace

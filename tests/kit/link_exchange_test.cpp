@@ -295,6 +295,24 @@ TEST_F(LinkExchange, AreStoppedInTheMiddleOfAWaitWithoutTellingAnybody)
     EXPECT_TRUE(transactions.empty());
 }
 
+TEST_F(LinkExchange, TheAnswerToARequestThatAStopCutShortIsNotTakenForTheNext)
+{
+    const rtu::Tag first = watch("4x8");
+    const rtu::Tag second = watch("4x300");
+    script.push_back([this](const Bytes &request) {
+        replyAfter(milliseconds(100), request);
+        link().stop();
+    });
+    late(milliseconds(130)); // comes before the next answer does
+    late(milliseconds(100));
+    EXPECT_EQ(LinkStep::Stopped, link().step());
+    steps(3);
+    EXPECT_EQ(7.0, first.value().number());
+    EXPECT_EQ(299.0, second.value().number());
+    for (const rtu::TagChange &change : changes)
+        EXPECT_TRUE(change.tag != second || change.after.number() != 7.0);
+}
+
 struct Accepted
 {
     const char *reply;

@@ -70,7 +70,7 @@ TEST_F(LinkPartsTest, EndsOfRequestsThatNobodyAskedForChangeNothing)
     rtu::WriteQueue writes(parts);
     rtu::ReadQueue reads(parts);
     rtu::TransferQueue transfers(parts, memory, 1);
-    rtu::StationHealth health(settings.replyTimeout, settings.questionInterval);
+    rtu::StationHealth health(settings);
     rtu::PacedReads paced(parts, health);
     writes.requestDone(end);
     writes.readBackDone(nullptr, line.now());
@@ -145,6 +145,27 @@ TEST(LineRecord, NeverCountsMoreThanTheWholeLine)
     record.add(transaction(start + milliseconds(24), 4, 1), milliseconds(2));
     EXPECT_EQ(milliseconds(28), record.statistics(start + milliseconds(25)).total.busy);
     EXPECT_DOUBLE_EQ(1.0, record.statistics(start + milliseconds(25)).total.share);
+}
+
+TEST(LineRecord, HasThePercentilesOfTheRepliesAndOfTheAges)
+{
+    const rtu::TimePoint start{std::chrono::seconds(1000)};
+    rtu::LineRecord record(start);
+    const rtu::Area area = rtu::areaOf(1, QString::fromLatin1("4x"), 0, 1);
+    rtu::TimePoint when = start;
+    record.refreshed(area, when);
+    for (int i = 1; i <= 100; ++i) { // replies after 1 to 100 ms, values of 10 to 1000 ms of age
+        record.add(transaction(when, 4, 4 + i), milliseconds(2));
+        when += milliseconds(10 * i);
+        record.refreshed(area, when);
+    }
+    const rtu::LinkStatistics all = record.statistics(when);
+    for (const rtu::StationStatistics &s : {all.total, all.stations.at(1)}) {
+        EXPECT_EQ(milliseconds(51), s.replyMedian);
+        EXPECT_EQ(milliseconds(96), s.reply95);
+        EXPECT_EQ(milliseconds(510), s.ageMedian);
+        EXPECT_EQ(milliseconds(960), s.age95);
+    }
 }
 
 TEST(LineRecord, HasNoPercentilesOfNothing)

@@ -272,6 +272,34 @@ TEST_F(LinkReplies, HolesAreLeftAloneOnRequest)
         EXPECT_EQ("01 03 00 13 00 0B", text(request));
 }
 
+TEST_F(LinkReplies, ASilenceWhileHolesAreLookedForSaysNothingAboutThem)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    const rtu::Tag before = link().addTag(TagDefinition(1, "4x20"));
+    const rtu::Tag behind = link().addTag(TagDefinition(1, "4x30"));
+    script.push_back(nullptr);           // the block is refused,
+    loseRequests(settings.attempts + 1); // and then the station hears nothing for a while
+    run(std::chrono::minutes(1));
+    EXPECT_EQ(Quality::Good, before.value().quality);
+    EXPECT_EQ(Quality::Good, behind.value().quality);
+    EXPECT_EQ(1u, notices.size());
+}
+
+TEST_F(LinkReplies, HolesOfASlaveThatRefusedAllAtFirstAreFoundLater)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    const rtu::Tag before = link().addTag(TagDefinition(1, "4x20"));
+    link().addTag(TagDefinition(1, "4x30"));
+    plant::Fault starting;
+    starting.kind = plant::FaultKind::Exception;
+    starting.value = 2;
+    starting.times = 5;
+    plant.addFault(starting);
+    run(std::chrono::minutes(2));
+    EXPECT_EQ(Quality::Good, before.value().quality);
+    EXPECT_EQ(1u, notices.size());
+}
+
 TEST_F(LinkReplies, LateOnesThatComeInLumpsAreLeftToEnd)
 {
     settings.lateReplyGuard = rtu::Duration(0);
@@ -286,6 +314,18 @@ TEST_F(LinkReplies, LateOnesThatComeInLumpsAreLeftToEnd)
     ASSERT_EQ(2u, transactions.size());
     EXPECT_EQ(7u, transactions[1].strayBytes);
     EXPECT_EQ(ReplyKind::Good, transactions[1].kind);
+}
+
+TEST_F(LinkReplies, ValuesThatNobodyWatchedHaveNoAge)
+{
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
+    steps(3);
+    link().removeTag(tag);
+    run(std::chrono::hours(1));
+    link().addTag(TagDefinition(1, "4x10"));
+    steps(3);
+    EXPECT_GT(link().statistics().total.age95, rtu::Duration(0));
+    EXPECT_LT(link().statistics().total.age95, std::chrono::seconds(1));
 }
 
 TEST_F(LinkReplies, TheShareOfAShortRunIsNotMoreThanTheWholeLine)

@@ -27,6 +27,16 @@ TEST_F(LinkTags, NeverReadAtFirst)
     EXPECT_EQ(0.0, tag.value().number());
 }
 
+TEST_F(LinkTags, KeepWhatTheirCallerSaysOfThem)
+{
+    TagDefinition level(1, "4x10");
+    level.name = QString::fromLatin1("level");
+    level.unit = QString::fromLatin1("bar");
+    const rtu::Tag tag = link().addTag(level);
+    EXPECT_EQ("level", tag.definition().name.toStdString());
+    EXPECT_EQ("bar", tag.definition().unit.toStdString());
+}
+
 TEST_F(LinkTags, AReadBringsValueTimeAndQuality)
 {
     plant.poke(1, Table::HoldingRegisters, 9, 1234);
@@ -235,6 +245,21 @@ TEST_F(LinkTags, WithATagOfItsOwnPaceAreReadThatOften)
         reads += request[3] == 49 ? 1 : 0;
     EXPECT_EQ(5, reads);
     EXPECT_EQ(Quality::Good, tag.value().quality);
+}
+
+TEST_F(LinkTags, WithAPaceOfTheirOwnAreReadWhenThePortIsBack)
+{
+    TagDefinition slow(1, "4x50");
+    slow.pace = std::chrono::hours(1);
+    const rtu::Tag tag = link().addTag(slow);
+    run(std::chrono::seconds(1));
+    line->plugged = false;
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(Quality::StationSilent, tag.value().quality);
+    line->plugged = true;
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+    EXPECT_EQ(2u, requests.size());
 }
 
 TEST_F(LinkTags, WithAPaceOfTheirOwnAloneAreReadInTheStepInWhichTheyAreDue)

@@ -9,9 +9,17 @@ using std::chrono::seconds;
 
 const rtu::TimePoint Start{seconds(1000)};
 
+rtu::LinkSettings settings()
+{
+    rtu::LinkSettings settings;
+    settings.replyTimeout = milliseconds(800);
+    settings.questionInterval = seconds(2);
+    return settings;
+}
+
 TEST(StationHealth, KnowsNobodyAtFirst)
 {
-    rtu::StationHealth health(milliseconds(800), seconds(2));
+    rtu::StationHealth health(settings());
     EXPECT_FALSE(health.dead(1));
     EXPECT_FALSE(health.mayAsk(1, Start));
     EXPECT_EQ(milliseconds(800), health.questionTime(1));
@@ -20,7 +28,7 @@ TEST(StationHealth, KnowsNobodyAtFirst)
 
 TEST(StationHealth, TellsEachTurnOnce)
 {
-    rtu::StationHealth health(milliseconds(800), seconds(2));
+    rtu::StationHealth health(settings());
     EXPECT_TRUE(health.silent(1, Start));
     EXPECT_FALSE(health.silent(1, Start));
     EXPECT_TRUE(health.dead(1));
@@ -31,7 +39,7 @@ TEST(StationHealth, TellsEachTurnOnce)
 
 TEST(StationHealth, AsksOnlyThePolledInTurnAndNotBeforeTheIntervalIsOver)
 {
-    rtu::StationHealth health(milliseconds(800), seconds(2));
+    rtu::StationHealth health(settings());
     health.silent(1, Start);
     health.silent(2, Start + milliseconds(1));
     health.silent(3, Start);
