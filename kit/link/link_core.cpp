@@ -307,10 +307,10 @@ void LinkCore::shutDown()
         m_ended = true;
     }
     takeTasks();
-    const bool sent = m_poller.inRequest() && m_poller.request().source == Source::Write && m_poller.request().written;
-    m_writes.endAll(sent);
+    const bool sent = m_poller.inRequest() && m_poller.request().written;
+    m_writes.endAll(sent && m_poller.request().source == Source::Write);
     m_reads.endAll();
-    m_transfers.endAll();
+    m_transfers.endAll(sent && m_poller.request().source == Source::Transfer);
     tell();
     m_listeners = LinkListeners();
 }

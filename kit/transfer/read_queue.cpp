@@ -48,6 +48,8 @@ void ReadQueue::requestDone(const RequestEnd &done)
     if (!m_current || !m_inDriver)
         return;
     m_inDriver = false;
+    if (m_current->oldest == TimePoint())
+        m_current->oldest = done.time;
     if (done.good() && m_current->handed < m_current->layout->definition().values)
         return; // the next piece follows
     endCurrent(done);
@@ -62,7 +64,7 @@ void ReadQueue::endCurrent(const RequestEnd &done)
         result.end = ReadEnd::Good;
         result.value = TagValue(job->layout, cachedValues(m_parts.driver, *job->layout));
         result.value.quality = Quality::Good;
-        result.value.time = done.time;
+        result.value.time = job->oldest;
     } else {
         result.end = done.refused() ? ReadEnd::Refused : ReadEnd::Silent;
         result.exceptionCode = done.refused() ? done.exceptionCode : 0;

@@ -22,6 +22,7 @@ struct ReadJob : Job<ReadResult>
     // Of the link's thread alone:
     std::function<void(const ReadResult &)> inside; ///< the link's own receiver, told at once
     int handed = 0;                                 ///< values, those on the line included
+    TimePoint oldest;                               ///< reply that brought some of them
 };
 
 using ReadJobPtr = std::shared_ptr<ReadJob>;

@@ -200,14 +200,17 @@ void TransferQueue::takeValues(const Piece &piece, int offset, TimePoint when)
 {
     const TagLayout &where = layout(piece);
     std::vector<std::uint32_t> &values = m_values[piece.row];
+    RowResult &row = result(piece);
+    if (values.empty())
+        row.value.time = when; // the oldest of them
     const std::vector<std::uint32_t> read = where.decode(m_memory.wordBytes() + 2 * offset, piece.values);
     values.insert(values.end(), read.begin(), read.end());
     if (static_cast<int>(values.size()) < where.definition().values)
         return;
-    RowResult &row = result(piece);
+    const TimePoint oldest = row.value.time;
     row.value = TagValue(m_current->layouts[piece.row], values);
     row.value.quality = Quality::Good;
-    row.value.time = when;
+    row.value.time = oldest;
     if (m_current->kind == TransferKind::Compare && values != m_current->raw[piece.row])
         row.end = RowEnd::Differs;
 }
@@ -246,9 +249,14 @@ void TransferQueue::portAway()
         finish();
 }
 
-void TransferQueue::endAll()
+void TransferQueue::endAll(bool sent)
 {
-    m_end = m_next;
+    for (; m_next < m_end; ++m_next) {
+        if (sent)
+            result(m_pieces[m_next]).end = RowEnd::Unconfirmed;
+        else
+            abandon(m_pieces[m_next]);
+    }
     portAway();
 }
 

@@ -48,7 +48,8 @@ public:
     void requestDone(const RequestEnd &end);
     void stationSilent(int station) { m_silent.insert(station); }
     void portAway();
-    void endAll();
+    /** The link goes. @param sent the block in the driver may have been sent */
+    void endAll(bool sent);
 
 private:
     /** A part of a row that one request takes. */

@@ -98,7 +98,7 @@ TEST_F(LinkPartsTest, ATransferUnderWayIsNeitherHandedTwiceNorEndedByAPortThatIs
     transfers.portAway();
     EXPECT_TRUE(transfers.underWay());
     EXPECT_FALSE(job->ended());
-    transfers.endAll();
+    transfers.endAll(false);
     EXPECT_TRUE(job->ended());
 }
 

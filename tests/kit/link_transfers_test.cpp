@@ -79,6 +79,7 @@ TEST_F(LinkTransfers, ALongReadEndsOnce)
     EXPECT_EQ(3u, requests.size());
     ASSERT_EQ(1u, reads.size());
     EXPECT_EQ(1.0, reads[0].value.number(1999));
+    EXPECT_EQ(transactions[0].finished, reads[0].value.time) << "of several replies, the oldest";
 }
 
 TEST_F(LinkTransfers, BitsThatReachIntoTheNextRegisterAreAllRead)
@@ -201,6 +202,22 @@ TEST_F(LinkTransfers, RowsBehindASilentOneOfTheSameStationAreNotTried)
     EXPECT_EQ((std::vector<RowEnd>{RowEnd::Unconfirmed, RowEnd::NotTried, RowEnd::Done}), rowEnds());
 }
 
+TEST_F(LinkTransfers, ADeadStationGetsOneAttemptOfEachKind)
+{
+    read(TagDefinition(3, "4x1"));
+    steps(3); // found dead
+    ASSERT_EQ(3u, requests.size());
+    read(TagDefinition(3, "4x1"));
+    steps(1);
+    ASSERT_EQ(2u, reads.size());
+    EXPECT_EQ(ReadEnd::Silent, reads[1].end);
+    link().load({row(3, "4x1", {1}), row(3, "4x10", {1})}, noted());
+    steps(1);
+    EXPECT_EQ((std::vector<RowEnd>{RowEnd::Unconfirmed, RowEnd::NotTried}), rowEnds());
+    EXPECT_EQ(LinkStep::Idle, link().step());
+    EXPECT_EQ(5u, requests.size());
+}
+
 TEST_F(LinkTransfers, ComparesARecipeWithTheSlaves)
 {
     plant.poke(1, Table::HoldingRegisters, 0, 1);
@@ -317,6 +334,7 @@ TEST_F(LinkTransfers, SavesARowLongerThanARequest)
     steps(3);
     EXPECT_EQ((std::vector<RowEnd>{RowEnd::Done}), rowEnds());
     EXPECT_EQ(7.0, results[0].rows[0].value.number(249));
+    EXPECT_EQ(transactions[0].finished, results[0].rows[0].value.time) << "of several replies, the oldest";
 }
 
 TEST_F(LinkTransfers, ALongRowStoppedInTheMiddleIsNeitherOldNorNew)
@@ -359,6 +377,16 @@ TEST_F(LinkTransfers, RowsOfOtherTypesAndStationsGoOutByThemselves)
     EXPECT_EQ((std::vector<RowEnd>(4, RowEnd::Done)), rowEnds());
     EXPECT_EQ(3u, requests.size());
     EXPECT_EQ("02 10 00 03 00 02 04 00 03 00 04", lastRequest());
+}
+
+TEST_F(LinkTransfers, ARowOnTheLineWhenTheLinkEndsIsUnconfirmed)
+{
+    loseReplies(1);
+    link().load({row(1, "4x1", {7}), row(2, "4x1", {8})}, noted());
+    steps(1);
+    destroyLink();
+    EXPECT_EQ((std::vector<RowEnd>{RowEnd::Unconfirmed, RowEnd::NotTried}), rowEnds());
+    EXPECT_EQ(7, held(0));
 }
 
 } // namespace
