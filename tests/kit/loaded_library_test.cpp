@@ -10,8 +10,11 @@
 
 #include <gtest/gtest.h>
 
+#include <sched.h>
 #include <signal.h>
+#include <sys/mount.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <memory>
@@ -141,6 +144,44 @@ TEST(LoadedLibrary, IsCopiedToAFolderWhereMemoryHasNoFiles)
     const LoadedLibrary second(TEST_DRIVER, LibraryUse::OwnCopy, places);
     EXPECT_NE(first.symbol(EntryPoint), second.symbol(EntryPoint));
     EXPECT_TRUE(namesIn(folder.path()).empty());
+}
+
+/**
+ * In a process that sees a file system of its own, where the user may make one.
+ *
+ * @return 0: as it should be; 1: otherwise; 2: the user may not
+ */
+int copiedBeside(const std::string &forbidding, const std::string &allowing)
+{
+    const pid_t child = ::fork();
+    if (child == 0) {
+        const bool mounted = ::unshare(CLONE_NEWNS) == 0
+                             && ::mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0
+                             && ::mount("none", forbidding.c_str(), "tmpfs", MS_NOEXEC, nullptr) == 0;
+        if (!mounted)
+            ::_exit(2);
+        CopyPlaces places;
+        places.memory = false;
+        places.folders = {forbidding};
+        const std::string refusal = failureOfLoading(TEST_DRIVER, LibraryUse::OwnCopy, places);
+        places.folders = {forbidding, allowing};
+        const std::string beside = failureOfLoading(TEST_DRIVER, LibraryUse::OwnCopy, places);
+        const std::string none = failureOf([] {});
+        ::_exit(refusal != none && beside == none ? 0 : 1);
+    }
+    int status = 0;
+    EXPECT_EQ(child, ::waitpid(child, &status, 0));
+    return WEXITSTATUS(status);
+}
+
+TEST(LoadedLibrary, IsCopiedElsewhereWhereAFolderForbidsExecution)
+{
+    const TemporaryFolder forbidding;
+    const TemporaryFolder allowing;
+    const int result = copiedBeside(forbidding.path(), allowing.path());
+    if (result == 2)
+        GTEST_SKIP() << "file systems are for the system's user here";
+    EXPECT_EQ(0, result);
 }
 
 TEST(LoadedLibrary, SaysThatThereIsNoPlaceForACopy)

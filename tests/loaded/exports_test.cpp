@@ -71,15 +71,19 @@ TEST_F(BuiltLibrary, CarriesTheNameThatHostsLoad)
     EXPECT_EQ(library.soname(), "libmodbus_rtu_master.so.1");
 }
 
-TEST_F(BuiltLibrary, NeedsOnlyQtCoreAndTheLanguageRuntime)
+void expectOnlyQtCoreAndTheLanguageRuntime(const std::set<std::string> &needed)
 {
-    const std::set<std::string> needed = library.neededLibraries();
     EXPECT_FALSE(needed.empty());
     for (const std::string &name : needed)
         EXPECT_TRUE(isExpected(name) || isSanitizer(name)) << name;
     EXPECT_EQ(std::count_if(needed.begin(), needed.end(),
                             [](const std::string &name) { return name.find("Core.so.") != std::string::npos; }),
               1);
+}
+
+TEST_F(BuiltLibrary, NeedsOnlyQtCoreAndTheLanguageRuntime)
+{
+    expectOnlyQtCoreAndTheLanguageRuntime(library.neededLibraries());
 }
 
 TEST_F(BuiltLibrary, IsPositionIndependentThroughout)
@@ -94,15 +98,43 @@ TEST_F(BuiltLibrary, TellsTheVersionItWasBuiltFrom)
 
 #ifdef KIT_LIBRARY_FILE
 
+class BuiltKit : public ::testing::Test
+{
+protected:
+    bool uses(const std::string &name) const { return std::find(used.begin(), used.end(), name) != used.end(); }
+
+    ElfFile library{KIT_LIBRARY_FILE};
+    std::vector<std::string> used = library.undefinedDynamicSymbols();
+};
+
+TEST_F(BuiltKit, NeedsOnlyQtCoreAndTheLanguageRuntime)
+{
+    expectOnlyQtCoreAndTheLanguageRuntime(library.neededLibraries());
+}
+
 // Someone who sets the clock, or a time server, must not hold up a line or hurry it: all times
 // are those since the start of the machine.
-TEST(BuiltKit, KnowsNoClockThatJumps)
+TEST_F(BuiltKit, KnowsNoClockThatJumps)
 {
-    const std::vector<std::string> used = ElfFile(KIT_LIBRARY_FILE).undefinedDynamicSymbols();
-    const auto uses = [&](const std::string &name) { return std::find(used.begin(), used.end(), name) != used.end(); };
     EXPECT_TRUE(uses("_ZNSt6chrono3_V212steady_clock3nowEv")) << "or the names are not found";
     for (const char *const name : {"_ZNSt6chrono3_V212system_clock3nowEv", "clock_gettime", "gettimeofday", "time",
                                    "pthread_cond_timedwait", "nanosleep", "usleep", "poll", "select"})
+        EXPECT_FALSE(uses(name)) << name;
+}
+
+TEST_F(BuiltKit, HasNoObjectsAndNoEventLoopOfQt)
+{
+    EXPECT_FALSE(used.empty());
+    for (const std::string &name : used) {
+        for (const char *const part : {"QObject", "QMetaObject", "QEventLoop", "QCoreApplication", "QThread", "QTimer"})
+            EXPECT_EQ(std::string::npos, name.find(part)) << name;
+    }
+}
+
+TEST_F(BuiltKit, TakesNoConnections)
+{
+    EXPECT_TRUE(uses("connect")) << "or the names are not found";
+    for (const char *const name : {"bind", "listen", "accept", "accept4"})
         EXPECT_FALSE(uses(name)) << name;
 }
 
