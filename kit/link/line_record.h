@@ -25,6 +25,8 @@ public:
     void add(const Transaction &transaction, Duration silence);
     /** A cyclic read brought values. */
     void refreshed(const Area &area, TimePoint when);
+    /** A tag of this area is no longer read: how long ago that was says nothing about the next one there. */
+    void unwatched(const Area &area) { m_read.erase(Block(area.station, area.table, area.first)); }
     void setSilent(int station, bool silent) { m_stations[station].counts.silent = silent; }
     void callbackFailed(int times) { m_failedCallbacks += static_cast<std::uint64_t>(times); }
 

@@ -39,6 +39,18 @@ void checkTimes(const LinkSettings &settings)
         throw Error(QLatin1String("no time may be longer than a year"));
 }
 
+void checkParameters(const LineParameters &parameters)
+{
+    if (parameters.dataBits != 8)
+        throw Error(QLatin1String("RTU frames need 8 data bits"));
+    if (parameters.parity != 'N' && parameters.parity != 'E' && parameters.parity != 'O')
+        throw Error(QLatin1String("the parity is 'N', 'E' or 'O'"));
+    if (parameters.stopBits != 1 && parameters.stopBits != 2)
+        throw Error(QLatin1String("a character has 1 or 2 stop bits"));
+    if (parameters.baud < 0)
+        throw Error(QLatin1String("baud must be a rate, or 0 for a port without a pace"));
+}
+
 const LinkSettings &checked(const LinkSettings &settings)
 {
     checkTimes(settings);
@@ -50,8 +62,7 @@ const LinkSettings &checked(const LinkSettings &settings)
     if (settings.replyTimeout <= Duration(0) || settings.reopenInterval <= Duration(0)
         || settings.questionInterval <= Duration(0))
         throw Error(QLatin1String("replyTimeout, reopenInterval and questionInterval must be more than 0"));
-    if (settings.parameters.dataBits != 8)
-        throw Error(QLatin1String("RTU frames need 8 data bits"));
+    checkParameters(settings.parameters);
     return settings;
 }
 
@@ -111,7 +122,7 @@ bool LinkCore::post(Task task)
     return true;
 }
 
-/** For what is to have an end, which a link that has ended tells nobody. */
+/** For what the caller is to hear of, which a link that has ended tells nobody. */
 void LinkCore::postRequest(Task task)
 {
     if (!post(std::move(task)))
@@ -120,14 +131,12 @@ void LinkCore::postRequest(Task task)
 
 void LinkCore::add(const TagRecordPtr &record)
 {
-    {
-        const Locked held(m_lock->mutex);
-        m_known.push_back(record);
-    }
-    post([this, record] {
+    postRequest([this, record] {
         m_tags.add(record);
         m_replan = true;
     });
+    const Locked held(m_lock->mutex);
+    m_known.push_back(record);
 }
 
 void LinkCore::remove(const TagRecordPtr &record)
@@ -139,6 +148,9 @@ void LinkCore::remove(const TagRecordPtr &record)
     post([this, record] {
         m_tags.remove(record);
         m_replan = true;
+        const Locked held(m_lock->mutex);
+        for (const TagPiece &piece : record->pieces)
+            m_record.unwatched(piece.area);
     });
 }
 
@@ -179,7 +191,10 @@ TimePoint LinkCore::nextStep() const
 
 void LinkCore::open()
 {
-    if (running() || m_line->ensureOpen()) // one thread uses a line
+    if (running()) // one thread uses a line
+        return;
+    m_line->clearInterrupt(); // a stop ends what was waited for then, not this
+    if (m_line->ensureOpen())
         return;
     if (!m_port)
         throw Error(QLatin1String("cannot open the line: it is not there"));
@@ -280,6 +295,11 @@ PollStep LinkCore::step()
 PollStep LinkCore::stepFromOutside()
 {
     const std::shared_ptr<LinkCore> self = shared_from_this(); // a callback may destroy the link
+    if (!onOwnThread()) {
+        const Locked alone(m_startStop);
+        if (!running())
+            joinThread(); // stopped in a callback before, it may still be in that one
+    }
     const PollStep done = step();
     if (done == PollStep::Stopped) { // told once; the next step goes on
         m_poller.stopping() = false;

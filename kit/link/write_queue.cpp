@@ -217,7 +217,7 @@ void WriteQueue::stationSilent(int station)
 void WriteQueue::portAway(TimePoint now)
 {
     const Duration kept = m_parts.settings.keepWrites;
-    endWaiting([=](const WriteJob &job) { return now >= job.asked + kept; }, WriteEnd::NotSent,
+    endWaiting([=](const WriteJob &job) { return job.takenBack() || now >= job.asked + kept; }, WriteEnd::NotSent,
                QLatin1String("the port is away"));
     if (m_current && !m_inDriver)
         endCurrent(resultOf(WriteEnd::Unconfirmed, QLatin1String("the port was lost"), now)); // between two pieces

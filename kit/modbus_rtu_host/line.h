@@ -29,7 +29,7 @@ enum LineResult {
 /**
  * Derive from it to put a link on a transport of your own.
  *
- * One thread uses a line, except for interrupt(), which may be called from any.
+ * One thread uses a line, except for interrupt() and now(), which may be called from any.
  * No function may throw.
  */
 class MODBUS_RTU_HOST_EXPORT Line

@@ -64,7 +64,7 @@ public:
     /** The same over a line of the caller's, such as one on virtual time. settings.port is not looked at. */
     Link(const LinkSettings &settings, std::unique_ptr<Line> line);
     /**
-     * Stops. What has not ended, ends: writes as not sent, or unconfirmed when on the line.
+     * Stops. What has not ended, ends: writes as not sent, rows as not tried, or unconfirmed when on the line.
      * Whoever is told of it and asks this link for more gets an Error.
      */
     ~Link();
@@ -118,7 +118,7 @@ public:
     Write write(const Tag &tag, double number, const WriteOptions &options = WriteOptions());
     /** All values of a tag. */
     Write write(const Tag &tag, const std::vector<double> &numbers, const WriteOptions &options = WriteOptions());
-    /** A text, for tags of TagFormat::Text. */
+    /** A text of characters of Latin-1, for tags of TagFormat::Text. */
     Write write(const Tag &tag, const QString &text, const WriteOptions &options = WriteOptions());
     /** Values that no tag watches; station 0 writes to all slaves. */
     Write write(const TagDefinition &where, const std::vector<double> &numbers,

@@ -218,6 +218,8 @@ std::vector<std::uint32_t> TagLayout::rawOfText(const QString &text) const
     if (m_definition.format != TagFormat::Text)
         throw Error(label() + QLatin1String(" holds numbers; only tags of TagFormat::Text take a text"));
     const QByteArray bytes = text.toLatin1();
+    if (QString::fromLatin1(bytes.constData(), bytes.size()) != text)
+        throw Error(label() + QLatin1String(": texts have a byte a character, which takes those of Latin-1"));
     if (bytes.size() > 2 * m_definition.values)
         throw Error(QString::fromLatin1("%1 holds %2 characters, the text has %3")
                         .arg(label())

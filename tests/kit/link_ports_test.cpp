@@ -79,6 +79,15 @@ TEST_F(LinkPorts, WithoutADescriptorLeftAreAnErrorOfTheKit)
     EXPECT_EQ("cannot create an event descriptor", errorOf([&] { rtu::Link link(settings); }));
 }
 
+TEST_F(LinkPorts, AreOpenedAfterAStopAsBefore)
+{
+    LoopbackPeer peer;
+    settings.port = QString::fromStdString(peer.name());
+    rtu::Link link(settings);
+    link.stop();
+    EXPECT_EQ("nothing thrown", errorOf([&] { link.open(); }));
+}
+
 /** Steps a link with one tag until a frame has been answered, and gives the account of it. */
 rtu::Transaction oneRead(const rtu::LinkSettings &settings)
 {

@@ -104,6 +104,7 @@ TEST_F(RefusedRequests, TextsThatDoNotFit)
     const rtu::Tag text = link().addTag(TagDefinition(1, "4x1", TagFormat::Text));
     EXPECT_TRUE(contains(refusalOf([&] { link().write(number, QString("A")); }), "TagFormat::Text"));
     EXPECT_TRUE(contains(refusalOf([&] { link().write(text, QString("ABC")); }), "holds 2 characters"));
+    EXPECT_TRUE(contains(refusalOf([&] { link().write(text, QString(QChar(0x416))); }), "Latin-1"));
     EXPECT_TRUE(contains(refusalOf([&] { link().write(rtu::Tag(), 1); }), "no tag"));
 }
 
@@ -151,6 +152,9 @@ TEST_F(RefusedRequests, SettingsThatCannotWork)
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.attempts = 0; }), "attempts"));
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.replyTimeout = rtu::Duration(0); }), "more than 0"));
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.parameters.dataBits = 7; }), "8 data bits"));
+    EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.parameters.parity = 'n'; }), "'N', 'E' or 'O'"));
+    EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.parameters.stopBits = 3; }), "1 or 2 stop bits"));
+    EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.parameters.baud = -1; }), "baud"));
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.driver = "/nowhere.so"; }), "/nowhere.so"));
     EXPECT_TRUE(contains(refusalOf([] { rtu::Link link{rtu::LinkSettings()}; }), "the port is missing"));
     EXPECT_TRUE(contains(refusalOf([&] { rtu::Link(settings, nullptr); }), "the line is missing"));

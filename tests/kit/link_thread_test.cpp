@@ -3,6 +3,8 @@
 
 #include "kit/link_test.h"
 
+#include <pthread.h>
+#include <sched.h>
 #include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -255,6 +257,78 @@ TEST_F(LinkThread, StoppedInACallbackIsStartedAgainAfterIt)
     EXPECT_TRUE(contains(words.get_future().get(), "after the callback"));
     link->start();
     untilFive();
+}
+
+TEST_F(LinkThread, StoppedInACallbackIsSteppedAfterIt)
+{
+    std::promise<void> stopped;
+    std::atomic<bool> over{false};
+    link->onTransaction([&](const rtu::Transaction &) {
+        if (frames != 1)
+            return;
+        link->stop();
+        stopped.set_value();
+        std::this_thread::sleep_for(milliseconds(50)); // long enough for a step that does not wait for this call
+        over = true;
+    });
+    link->start();
+    stopped.get_future().wait();
+    link->step();
+    EXPECT_TRUE(over) << "two threads would step at a time";
+}
+
+/** Without that, this test would not end. */
+TEST_F(LinkThread, CallsBackOnItsThreadWithNoLockHeld)
+{
+    std::promise<std::thread::id> caller;
+    const auto askForAll = [this] {
+        const rtu::Tag tag = link->addTag(TagDefinition(1, "4x20"));
+        rtu::RecipeRow row;
+        row.where = TagDefinition(1, "4x30");
+        link->write(tag, 1).cancel();
+        link->read(row.where).cancel();
+        link->save({row}).cancel();
+        EXPECT_EQ(0.0, tag.value().number());
+        EXPECT_EQ(2u, link->tags().size());
+        EXPECT_TRUE(link->running());
+        link->removeTag(tag);
+        link->nextStep();
+        link->statistics();
+    };
+    link->onTransaction([&](const rtu::Transaction &) {
+        if (frames != 1)
+            return;
+        std::async(std::launch::async, askForAll).get();
+        caller.set_value(std::this_thread::get_id());
+    });
+    link->start();
+    EXPECT_NE(std::this_thread::get_id(), caller.get_future().get());
+}
+
+int schedulingClass()
+{
+    int policy = 0;
+    sched_param parameters = sched_param();
+    EXPECT_EQ(0, ::pthread_getschedparam(::pthread_self(), &policy, &parameters));
+    return policy;
+}
+
+TEST_F(LinkThread, HasTheSchedulingClassOfWhoeverStartsIt)
+{
+    sched_param parameters = sched_param();
+    ASSERT_EQ(0, ::pthread_setschedparam(::pthread_self(), SCHED_BATCH, &parameters));
+    std::promise<int> found;
+    link->onTransaction([&](const rtu::Transaction &) {
+        if (frames == 1)
+            found.set_value(schedulingClass());
+    });
+    link->start();
+    EXPECT_EQ(SCHED_BATCH, found.get_future().get());
+    link->stop();
+    link->step();
+    link->step();
+    EXPECT_EQ(SCHED_BATCH, schedulingClass());
+    EXPECT_EQ(0, ::pthread_setschedparam(::pthread_self(), SCHED_OTHER, &parameters));
 }
 
 TEST_F(LinkThread, RestsUntilItIsAskedForSomething)

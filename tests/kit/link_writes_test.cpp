@@ -392,6 +392,18 @@ TEST_F(LinkWrites, WaitingOnesAreKeptForAStatedTime)
     EXPECT_EQ(WriteEnd::NotSent, ends[1].second.end);
 }
 
+TEST_F(LinkWrites, KeptOnesThatAreCancelledEndWithoutThePort)
+{
+    settings.keepWrites = std::chrono::hours(1);
+    link();
+    line->plugged = false;
+    rtu::Write write = link().write(TagDefinition(1, "4x10"), {7}, noted(1));
+    steps(1);
+    EXPECT_TRUE(write.cancel());
+    steps(1);
+    EXPECT_EQ(WriteEnd::Cancelled, theEnd().end);
+}
+
 TEST_F(LinkWrites, HandedToTheDriverAreNotSentAfterThePortWasLost)
 {
     leaveOneWithTheDriver();
@@ -577,11 +589,12 @@ TEST_F(LinkWrites, CannotBeAskedForByWhoIsToldOfTheEndOfTheLink)
     options.done = [&words, ending](const rtu::WriteResult &result) {
         EXPECT_EQ(rtu::WriteEnd::NotSent, result.end);
         words.push_back(refusalOf([&] { ending->write(TagDefinition(1, "4x10"), {8}); }));
+        words.push_back(refusalOf([&] { ending->addTag(TagDefinition(1, "4x10")); }));
     };
     link().write(TagDefinition(1, "4x10"), {7}, options);
     destroyLink();
-    ASSERT_EQ(1u, words.size());
-    EXPECT_TRUE(contains(words[0], "is being destroyed")) << words[0];
+    ASSERT_EQ(2u, words.size());
+    EXPECT_TRUE(contains(words[0], "is being destroyed") && contains(words[1], "is being destroyed")) << words[1];
 }
 
 } // namespace
