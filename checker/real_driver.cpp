@@ -1,13 +1,14 @@
 #include "checker/real_driver.h"
 
+#include "kit/driver/private_copy.h"
+
 #include <dlfcn.h>
 #include <limits.h>
 #include <link.h>
 #include <stdlib.h>
 
 #include <cstring>
-#include <fstream>
-#include <sstream>
+#include <stdexcept>
 
 namespace checker {
 
@@ -70,14 +71,6 @@ std::string installedDriver()
     return path;
 }
 
-std::string contentOf(const std::string &path)
-{
-    std::ifstream file(path.c_str(), std::ios::binary);
-    std::ostringstream content;
-    content << file.rdbuf();
-    return content.str();
-}
-
 } // namespace
 
 std::string driverPath()
@@ -105,7 +98,13 @@ RealDriver::RealDriver()
 
 void RealDriver::load(const std::string &path)
 {
-    const std::string content = contentOf(path);
+    std::string content;
+    try {
+        content = rtu::fileContent(path);
+    } catch (const std::runtime_error &error) {
+        reason = error.what();
+        return;
+    }
     if (content.find(Mark) != std::string::npos) {
         reason = path + " is a checker, not a driver";
         return;

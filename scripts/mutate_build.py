@@ -140,8 +140,10 @@ class Workshop:
             if not SANITIZERS[kind]:
                 resource.setrlimit(resource.RLIMIT_AS, (MEMORY_LIMIT, MEMORY_LIMIT))
 
-        command = [self.builds[kind] / self.subject.programs[name], *ARGUMENTS.get(name, ["--gtest_fail_fast", "--gtest_brief=1"])]
-        environment = dict(os.environ, **SANITIZER_OPTIONS, LD_LIBRARY_PATH=f"{self.builds[kind]}:{self.builds[kind]}/kit")
+        build = self.builds[kind]
+        arguments = ARGUMENTS.get(name, ["--gtest_fail_fast", "--gtest_brief=1"])
+        command = [build / self.subject.programs[name], *arguments]
+        environment = dict(os.environ, **SANITIZER_OPTIONS, LD_LIBRARY_PATH=f"{build}:{build}/kit")
         try:
             done = subprocess.run(command, stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL, env=environment,
                                   preexec_fn=limit, timeout=20 * seconds, check=False)

@@ -141,7 +141,7 @@ bool checkNotation(DriverLibrary &driver, const RegisterCatalog &catalog, const 
     for (const TagRange &tag : parseTags(driver, catalog, text, options.stations, options.values)) {
         const std::string whole = tag.label() + ":" + formatName(tag.format.format, tag.format.width);
         Verdict result = verdictOn(driver, catalog, whole, tag.values);
-        result.address = std::to_string(tag.station) + ":" + tag.rangeLabel();
+        result.address = tag.place();
         printVerdict(result, options, out);
         good = good && result.reading.result == 0;
     }

@@ -3,6 +3,7 @@
 #include "host/tags/link_tags.h"
 #include "host/report/statistics.h"
 #include "host/report/trace.h"
+#include "host/text/numbers.h"
 #include "host/text/wall_clock.h"
 
 #include <algorithm>
@@ -15,16 +16,6 @@ const Duration LongestRest = std::chrono::milliseconds(500);
 const int StepsToEnd = 100; ///< for the block that is on the line, its attempts included
 
 /** "1:4x1..125" */
-std::string placeOf(const TagRange &tag)
-{
-    return std::to_string(tag.station) + ":" + tag.rangeLabel();
-}
-
-std::string quantity(std::size_t count, const std::string &what)
-{
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 bool wentWell(WriteEnd end)
 {
     return end == WriteEnd::Acknowledged || end == WriteEnd::Broadcast || end == WriteEnd::KeptLocal;
@@ -163,7 +154,7 @@ void PollProgram::tellWrite(const TagWrite &write, const TagState &old, const Wr
     if (wentWell(result.end) || errorTold)
         return;
     ++m_errors;
-    m_err << "error: " << placeOf(write.tag) << " was not written: " << result.text.toStdString() << '\n';
+    m_err << "error: " << write.tag.place() << " was not written: " << result.text.toStdString() << '\n';
 }
 
 int PollProgram::poll(const TagSelection &selection, std::size_t requestsARound)
@@ -208,7 +199,7 @@ int PollProgram::readOnce(const std::vector<TagRange> &tags)
 void PollProgram::printRead(const TagRange &tag, const ReadResult &result, const std::string &error)
 {
     const bool good = result.end == ReadEnd::Good;
-    say("condition read of " + placeOf(tag) + (good ? ": done" : ": failed"));
+    say("condition read of " + tag.place() + (good ? ": done" : ": failed"));
     TagState state;
     state.known = good;
     state.failed = !good;

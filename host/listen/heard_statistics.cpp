@@ -55,12 +55,15 @@ double HeardStatistics::shareOf(const Counts &counts) const
     return elapsed > 0 ? std::min(1.0, toSeconds(counts.busy) / elapsed) : 0.0;
 }
 
+std::string HeardStatistics::Counts::text() const
+{
+    return std::to_string(good) + " good, " + quantity(exceptions, "exception") + ", " + std::to_string(silent)
+           + " without a reply";
+}
+
 std::string HeardStatistics::lineOf(const std::string &name, const Counts &counts) const
 {
-    std::string text = name + ": " + std::to_string(counts.requests)
-                       + (counts.requests == 1 ? " request, " : " requests, ") + std::to_string(counts.good) + " good, "
-                       + std::to_string(counts.exceptions) + (counts.exceptions == 1 ? " exception, " : " exceptions, ")
-                       + std::to_string(counts.silent) + " without a reply";
+    std::string text = name + ": " + quantity(counts.requests, "request") + ", " + counts.text();
     if (counts.open > 0)
         text += ", " + std::to_string(counts.open) + " still open";
     if (!counts.reply.empty())

@@ -29,6 +29,9 @@ public:
         std::uint64_t open = 0;
         Quantiles reply;  ///< end of request to first byte of reply
         Duration busy{0}; ///< request, waiting and reply
+
+        /** "118 good, 1 exception, 1 without a reply" */
+        std::string text() const;
     };
 
     /** @param timing of the line, without pace where it is not known: times are those of arrival then */

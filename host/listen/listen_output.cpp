@@ -1,15 +1,8 @@
 #include "host/listen/listen_output.h"
 
+#include "host/text/numbers.h"
+
 namespace rtu {
-
-namespace {
-
-std::string quantity(std::uint64_t count, const std::string &one, const std::string &more)
-{
-    return std::to_string(count) + " " + (count == 1 ? one : more);
-}
-
-} // namespace
 
 ListenOutput::ListenOutput(std::ostream &out, HeardForm form, const RegisterNames &names, const LineTiming &timing)
     : m_out(out)
@@ -72,15 +65,13 @@ void ListenOutput::onGarbage(const HeardBytes &garbage)
 std::string ListenOutput::summary() const
 {
     const HeardStatistics::Counts &all = m_statistics.total();
-    std::string text = quantity(all.good + all.exceptions + all.silent, "transaction", "transactions") + ": "
-                       + std::to_string(all.good) + " good, " + quantity(all.exceptions, "exception", "exceptions")
-                       + ", " + std::to_string(all.silent) + " without a reply";
+    std::string text = quantity(all.good + all.exceptions + all.silent, "transaction") + ": " + all.text();
     if (all.open > 0)
-        text += "; " + quantity(all.open, "request", "requests") + " still open";
+        text += "; " + quantity(all.open, "request") + " still open";
     if (m_strays > 0)
         text += "; " + quantity(m_strays, "reply", "replies") + " to nothing that was heard";
     if (m_garbageBytes > 0)
-        text += "; " + quantity(m_garbageBytes, "byte", "bytes") + " of no frame";
+        text += "; " + quantity(m_garbageBytes, "byte") + " of no frame";
     return text;
 }
 

@@ -1,5 +1,6 @@
 #include "host/report/trace.h"
 
+#include "host/text/numbers.h"
 #include "host/text/wall_clock.h"
 #include "kit/line/frame_bytes.h"
 #include "kit/line/frame_check.h"
@@ -77,18 +78,13 @@ std::string wordValues(const QByteArray &bytes, int first, int count)
     return text + (count > ValuesShown ? " ..." : "");
 }
 
-std::string quantity(int count, const char *what)
-{
-    return std::to_string(count) + " " + what + (count == 1 ? "" : "s");
-}
-
 std::string readReplyMeaning(const Transaction &t)
 {
     const bool bits = byteAt(t.request, 1) <= 2;
     const int payload = static_cast<int>(t.reply.size()) - 5;
     const int count = std::min(wordAt(t.request, 4), bits ? payload * 8 : payload / 2);
-    return bits ? quantity(count, "bit") + ": " + bitValues(t.reply, 3, count)
-                : quantity(count, "register") + ": " + wordValues(t.reply, 3, count);
+    const std::string size = quantity(static_cast<std::uint64_t>(std::max(count, 0)), bits ? "bit" : "register");
+    return size + ": " + (bits ? bitValues(t.reply, 3, count) : wordValues(t.reply, 3, count));
 }
 
 std::string goodReplyMeaning(const Transaction &t)
@@ -166,7 +162,8 @@ std::string replyMeaning(const Transaction &t)
     if (t.kind == ReplyKind::Foreign)
         return describeMismatch(t.request, t.reply);
     if (t.reply.size() != t.expectedReply)
-        return quantity(static_cast<int>(t.reply.size()), "byte") + " instead of " + std::to_string(t.expectedReply);
+        return quantity(static_cast<std::uint64_t>(t.reply.size()), "byte") + " instead of "
+               + std::to_string(t.expectedReply);
     return crcIsRight(t.reply) ? "refused" : "wrong CRC";
 }
 

@@ -13,11 +13,6 @@ namespace {
 
 using Raw = std::vector<std::uint32_t>;
 
-std::string placeOf(const TagRange &tag)
-{
-    return std::to_string(tag.station) + ":" + tag.rangeLabel();
-}
-
 std::string rowText(const RowResult &row)
 {
     switch (row.end) {
@@ -162,11 +157,11 @@ void TransferReport::printLines(const Recipe &recipe, const TransferResult &resu
         const RowResult &row = result.rows[i];
         const bool done = row.end == RowEnd::Done || row.end == RowEnd::Differs;
         if (!done)
-            m_err << "error: " << placeOf(recipe.tags[i]) << ": " << rowText(row) << '\n';
+            m_err << "error: " << recipe.tags[i].place() << ": " << rowText(row) << '\n';
         else if (kind == TransferKind::Compare)
             printComparison(recipe.tags[i], recipe.values[i], row);
         else if (kind == TransferKind::Write && !result.complete())
-            m_err << placeOf(recipe.tags[i]) << ": " << rowText(row) << '\n';
+            m_err << recipe.tags[i].place() << ": " << rowText(row) << '\n';
     }
 }
 
@@ -174,7 +169,7 @@ void TransferReport::printComparison(const TagRange &tag, const Raw &values, con
 {
     if (row.end == RowEnd::Done && m_quiet)
         return;
-    m_out << placeOf(tag) << (tag.name.empty() ? "" : " " + tag.name) << ": ";
+    m_out << tag.place() << (tag.name.empty() ? "" : " " + tag.name) << ": ";
     if (row.end == RowEnd::Done)
         m_out << "same\n";
     else

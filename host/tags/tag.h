@@ -38,6 +38,8 @@ struct TagRange
     {
         return values > 1 ? label() + ".." + addressText(type, addressOf(values - 1)) : label();
     }
+    /** "7:4x100..109" */
+    std::string place() const { return std::to_string(station) + ":" + rangeLabel(); }
 };
 
 /** A write given on the command line. */

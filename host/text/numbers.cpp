@@ -85,4 +85,9 @@ std::string general(double number, int digits)
     return fmt::format("{:.{}g}", number, digits);
 }
 
+std::string quantity(std::uint64_t count, const std::string &one, const std::string &more)
+{
+    return std::to_string(count) + " " + (count == 1 ? one : more.empty() ? one + "s" : more);
+}
+
 } // namespace rtu

@@ -23,6 +23,8 @@ bool readPrefixed(const std::string &text, std::uint64_t *value);
 std::string fixed(double number, int digits);
 /** So many digits that count, and an exponent where it is shorter. */
 std::string general(double number, int digits);
+/** "1 reply", "2 replies"; @param more by default with an s */
+std::string quantity(std::uint64_t count, const std::string &one, const std::string &more = std::string());
 
 } // namespace rtu
 

@@ -61,6 +61,11 @@ PollStep Poller::step()
 PollStep Poller::noPort()
 {
     dropHanded();
+    return awaitPort();
+}
+
+PollStep Poller::awaitPort()
+{
     m_nextStep = std::min(m_nextOpen, m_client.nextFeed());
     return PollStep::NoPort;
 }
@@ -177,7 +182,7 @@ PollStep Poller::send()
         return PollStep::Stopped;
     if (end == ExchangeEnd::NotSent) {
         portLost();
-        return noPort();
+        return awaitPort();
     }
     m_request.written = m_request.written || isWriteFrame();
     handOver();

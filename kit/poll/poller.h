@@ -49,6 +49,7 @@ public:
 private:
     PollStep idle(TimePoint until);
     PollStep noPort();
+    PollStep awaitPort();
     void portLost();
     void dropHanded();
     void drop();
