@@ -4,6 +4,8 @@
 #include "host/text/json.h"
 #include "host/text/wall_clock.h"
 
+#include <algorithm>
+
 namespace rtu {
 
 namespace {
@@ -107,7 +109,8 @@ double RecentRates::lineShare() const
 {
     const Sample first = m_samples.front();
     const Sample last = m_samples.back();
-    return perSecond(toSeconds(last.busy - first.busy), last.elapsed - first.elapsed);
+    // The frame under way at the first sample is counted whole, when it ends: a line without a pause would be over 1.
+    return std::min(1.0, perSecond(toSeconds(last.busy - first.busy), last.elapsed - first.elapsed));
 }
 
 } // namespace rtu

@@ -66,6 +66,13 @@ show_failure()
     tail -n 60 "$1"
 }
 
+# What the first tests that failed have printed, when LOG is that of CTest.
+show_failed_tests()
+{
+    echo "  ... the tests that failed, in $1:"
+    awk '/^ *[0-9]+\/[0-9]+ Test/ { shown = /\*\*\*/ } shown && ++lines <= 200' "$1" | sed 's/\.\{4,\}/.../'
+}
+
 # Reads the number in ATTRIBUTE="N" of the first line that carries it.
 junit_number()
 {
@@ -98,6 +105,7 @@ run_tests()
         return 0
     fi
     [ "$failed" -gt 0 ] || count 0 1 0
+    show_failed_tests "$log"
     show_failure "$log"
     return 1
 }

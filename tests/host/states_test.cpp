@@ -201,6 +201,24 @@ TEST(RecentRates, AreThoseOfTheLastSeconds)
     EXPECT_EQ(0.25, rates.lineShare());
 }
 
+TEST(RecentRates, TakeNoMoreThanTheWholeLine)
+{
+    rtu::RecentRates rates;
+    rtu::LinkStatistics statistics;
+    statistics.elapsed = milliseconds(5900); // in the middle of a frame that ends at 6000
+    statistics.total.busy = milliseconds(5500);
+    rates.add(statistics);
+    for (int frame = 0; frame < 12; ++frame) {
+        statistics.elapsed += milliseconds(500);
+        statistics.total.busy += milliseconds(500);
+        rates.add(statistics);
+    }
+    statistics.elapsed += milliseconds(10);
+    statistics.total.busy += milliseconds(500);
+    rates.add(statistics);
+    EXPECT_EQ(1.0, rates.lineShare());
+}
+
 struct Meaning
 {
     const char *request;
