@@ -2,10 +2,11 @@
 
 #include "kit/line/tcp_line.h"
 
+#include <arpa/inet.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <regex>
+#include <cstddef>
 #include <stdexcept>
 
 namespace rtu {
@@ -58,6 +59,29 @@ bool startsWith(const std::string &text, const char *start)
     return text.rfind(start, 0) == 0;
 }
 
+/** "COM3" */
+bool isPortElsewhere(const std::string &name)
+{
+    return (startsWith(name, "COM") || startsWith(name, "com")) && isAllDigits(name.substr(3));
+}
+
+/** "gateway.example:4001" */
+bool isHostAndPort(const std::string &name)
+{
+    const std::size_t colon = name.rfind(':');
+    if (colon == std::string::npos || colon == 0 || !isAllDigits(name.substr(colon + 1)))
+        return false;
+    return std::all_of(name.begin(), name.begin() + static_cast<std::ptrdiff_t>(colon), [](char c) {
+        return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '.' || c == '-';
+    });
+}
+
+bool isInternetAddress(const std::string &name)
+{
+    in_addr address;
+    return ::inet_pton(AF_INET, name.c_str(), &address) == 1;
+}
+
 } // namespace
 
 void judgePortName(const std::string &name)
@@ -70,11 +94,11 @@ void judgePortName(const std::string &name)
         refusePort("\"" + name + "\" is a number, and stands where the port is named");
     if (startsWith(name, "tty") || exists("/dev/" + name))
         refusePort("there is no " + name + " in this folder; did you mean /dev/" + name + "?");
-    if (std::regex_match(name, std::regex("(COM|com)[0-9]+")))
+    if (isPortElsewhere(name))
         refusePort(name + " is a port's name elsewhere; here they are called /dev/ttyUSB0, /dev/ttyS0 and so on");
-    if (std::regex_match(name, std::regex("[A-Za-z0-9.-]+:[0-9]+")))
+    if (isHostAndPort(name))
         refusePort(name + " is no file; did you mean tcp:" + name + "?");
-    if (std::regex_match(name, std::regex("([0-9]{1,3}\\.){3}[0-9]{1,3}")))
+    if (isInternetAddress(name))
         refusePort(name + " is no file; did you mean tcp:" + name + ":PORT, " + TcpExample + "?");
 }
 

@@ -5,8 +5,6 @@
 #include "kit/tags/float_bits.h"
 #include "kit/tags/value_range.h"
 
-#include <fmt/format.h>
-
 #include <algorithm>
 #include <cmath>
 #include <limits>
@@ -248,7 +246,7 @@ std::string rawText(std::uint32_t raw, const ValueFormat &format)
 {
     if (format.width == 0)
         return raw ? "1" : "0";
-    return fmt::format("0x{:0{}X}", raw, 4 * format.width);
+    return hexadecimal(raw, 4 * format.width);
 }
 
 bool isJsonNumber(const std::string &text)

@@ -85,6 +85,16 @@ std::string general(double number, int digits)
     return fmt::format("{:.{}g}", number, digits);
 }
 
+std::string zeroPadded(int number, int digits)
+{
+    return fmt::format("{:0{}}", number, digits);
+}
+
+std::string hexadecimal(std::uint32_t number, int digits)
+{
+    return fmt::format("0x{:0{}X}", number, digits);
+}
+
 std::string quantity(std::uint64_t count, const std::string &one, const std::string &more)
 {
     return std::to_string(count) + " " + (count == 1 ? one : more.empty() ? one + "s" : more);

@@ -23,6 +23,10 @@ bool readPrefixed(const std::string &text, std::uint64_t *value);
 std::string fixed(double number, int digits);
 /** So many digits that count, and an exponent where it is shorter. */
 std::string general(double number, int digits);
+/** With zeros in front until there are so many digits. */
+std::string zeroPadded(int number, int digits);
+/** "0x00FF" for 255 and four digits; none is cut off. */
+std::string hexadecimal(std::uint32_t number, int digits);
 /** "1 reply", "2 replies"; @param more by default with an s */
 std::string quantity(std::uint64_t count, const std::string &one, const std::string &more = std::string());
 

@@ -2,8 +2,6 @@
 
 #include "host/text/numbers.h"
 
-#include <fmt/format.h>
-
 #include <atomic>
 #include <cmath>
 #include <ctime>
@@ -80,14 +78,14 @@ std::string rounded(double number, const char *unit)
 std::string timeOfDay(TimePoint time)
 {
     const DayTime day = dayTime(time);
-    return print("%H:%M:%S.", day.calendar) + fmt::format("{:03}", day.milliseconds);
+    return print("%H:%M:%S.", day.calendar) + zeroPadded(day.milliseconds, 3);
 }
 
 std::string timeStamp(TimePoint time)
 {
     const DayTime day = dayTime(time);
     const std::string zone = print("%z", day.calendar); // +0200, without the colon that RFC 3339 wants
-    return print("%Y-%m-%dT%H:%M:%S.", day.calendar) + fmt::format("{:03}", day.milliseconds) + zone.substr(0, 3) + ":"
+    return print("%Y-%m-%dT%H:%M:%S.", day.calendar) + zeroPadded(day.milliseconds, 3) + zone.substr(0, 3) + ":"
            + zone.substr(3);
 }
 
