@@ -82,8 +82,7 @@ report_sum()
 
 check_machine()
 {
-    local machine=$1 status=0 preset_options=()
-    is_packaged "$machine" || preset_options=("$merged_sources")
+    local machine=$1 status=0
     install_for build host "$machine" || return 1
     machine_root "$machine" || status=$?
     [ "$status" -ne 3 ] || return 0
