@@ -13,7 +13,7 @@ import unittest
 RTUHOST = os.environ["RTUHOST"]
 SOURCE = os.environ["RTUHOST_SOURCE"]
 # In the driver's place, such as the contract checker: see tests/support/driver_file.h.
-DRIVER = ["--driver", os.environ["MODBUS_TEST_DRIVER"]] if "MODBUS_TEST_DRIVER" in os.environ else []
+DRIVER = ["--driver", os.environ["MODBUS_TEST_DRIVER"]] if os.environ.get("MODBUS_TEST_DRIVER") else []
 COMMAND = [RTUHOST] + DRIVER
 PATIENCE = 60  # seconds until something that must come counts as missing
 
