@@ -94,6 +94,8 @@ protected:
             place.station = random.between(1, FaultySlaves::Stations);
             place.count = random.chance(20) ? random.between(2, 24) : 1;
             place.first = random.below(FaultySlaves::BroadcastRegister - place.count);
+        } else {
+            place.count = 1; // the reply carries the value: those to as many registers twice are the same
         }
         const bool toAll = random.chance(5);
         std::unique_ptr<Asked> next(new Asked);
