@@ -15,7 +15,6 @@ namespace {
 const Duration LongestRest = std::chrono::milliseconds(500);
 const int StepsToEnd = 100; ///< for the block that is on the line, its attempts included
 
-/** "1:4x1..125" */
 bool wentWell(WriteEnd end)
 {
     return end == WriteEnd::Acknowledged || end == WriteEnd::Broadcast || end == WriteEnd::KeptLocal;
