@@ -1,5 +1,6 @@
 #include "kit/line/port_control.h"
 
+#include <fcntl.h>
 #include <linux/serial.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -11,6 +12,12 @@
 namespace rtu {
 
 namespace port_control {
+
+int open(const char *device)
+{
+    // O_NONBLOCK: without it a port with modem lines waits for a carrier.
+    return ::open(device, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+}
 
 /** Unix 98 pseudo-terminals have the major numbers 136 to 143. */
 bool isPseudoTerminal(int descriptor)

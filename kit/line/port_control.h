@@ -13,6 +13,9 @@ namespace rtu {
 /** The functions answer false with the reason in errno. */
 namespace port_control {
 
+/** A descriptor of the device that waits for nothing, neither here nor later; below 0: there is none. */
+int open(const char *device);
+
 bool isPseudoTerminal(int descriptor);
 
 /** False: in use by another program (EWOULDBLOCK), or no locks here. Programs that do not ask for it are not kept out. */

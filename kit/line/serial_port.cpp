@@ -2,8 +2,6 @@
 
 #include "kit/line/port_control.h"
 
-#include <fcntl.h>
-
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
@@ -46,8 +44,7 @@ void SerialPort::open(const std::string &device, const LineParameters &parameter
     m_device = device;
     m_parameters = parameters;
     m_notice.clear();
-    // O_NONBLOCK: without it a port with modem lines waits for a carrier.
-    m_descriptor.reset(::open(device.c_str(), O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC));
+    m_descriptor.reset(port_control::open(device.c_str()));
     if (!isOpen() && errno == EBUSY)
         throw PortInUse(device);
     if (!isOpen())

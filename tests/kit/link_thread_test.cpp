@@ -25,7 +25,8 @@ class QuickLine : public rtu::Line
 public:
     std::atomic<bool> answers{true};
     std::atomic<int> sent{0};
-    std::function<void()> ended; ///< called when the link has let its driver go, and lets the line go
+    std::atomic<bool> openedByMaker{false}; ///< by the thread that made this line, not the link's
+    std::function<void()> ended;            ///< called when the link has let its driver go, and lets the line go
 
     ~QuickLine() override
     {
@@ -35,7 +36,13 @@ public:
 
     rtu::TimePoint now() override { return rtu::SteadyClock::now(); }
     void sleepUntil(rtu::TimePoint) override {}
-    bool ensureOpen() override { return true; }
+
+    bool ensureOpen() override
+    {
+        if (std::this_thread::get_id() == m_maker)
+            openedByMaker = true;
+        return true;
+    }
 
     bool write(const unsigned char *bytes, std::size_t size) override
     {
@@ -82,6 +89,7 @@ public:
     }
 
 private:
+    const std::thread::id m_maker = std::this_thread::get_id();
     std::mutex m_mutex;
     std::condition_variable m_changed;
     bool m_interrupted = false;
@@ -123,6 +131,16 @@ TEST_F(LinkThread, PollsAndStops)
     EXPECT_FALSE(link->running());
     const int sent = line->sent;
     EXPECT_EQ(sent, line->sent);
+}
+
+TEST_F(LinkThread, IsTheOnlyOneToOpenItsLine)
+{
+    link->start();
+    link->open();
+    EXPECT_FALSE(line->openedByMaker);
+    link->stop();
+    link->open();
+    EXPECT_TRUE(line->openedByMaker);
 }
 
 TEST_F(LinkThread, StartsAgain)

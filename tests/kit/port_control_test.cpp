@@ -33,6 +33,16 @@ private:
     Descriptor m_file;
 };
 
+TEST_F(PortControl, OpensADeviceWithoutWaiting)
+{
+    const Descriptor opened(port_control::open(path().c_str()));
+    ASSERT_LE(0, opened.number());
+    EXPECT_EQ(O_RDWR | O_NONBLOCK, ::fcntl(opened.number(), F_GETFL) & (O_ACCMODE | O_NONBLOCK));
+    EXPECT_EQ(FD_CLOEXEC, ::fcntl(opened.number(), F_GETFD));
+    EXPECT_GT(0, port_control::open("/nowhere/port"));
+    EXPECT_EQ(ENOENT, errno);
+}
+
 TEST_F(PortControl, KnowsPseudoTerminals)
 {
     EXPECT_TRUE(port_control::isPseudoTerminal(terminal()));

@@ -2,6 +2,8 @@
 
 #include "kit/line/port_control.h"
 
+#include <fcntl.h>
+
 #include <cerrno>
 
 namespace test_line {
@@ -27,6 +29,14 @@ namespace port_control {
 
 using test_line::fail;
 using test_line::scriptedPort;
+
+int open(const char *device)
+{
+    if (scriptedPort.openError == 0)
+        return ::open(device, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
+    errno = scriptedPort.openError;
+    return -1;
+}
 
 bool isPseudoTerminal(int)
 {

@@ -13,6 +13,7 @@ namespace test_line {
 struct ScriptedPort
 {
     bool pseudoTerminal = false;
+    int openError = 0;         ///< EBUSY: another program has it for itself
     int lockError = 0;         ///< EWOULDBLOCK: another program has it; 0: none has
     tcflag_t missingFlags = 0; ///< of c_cflag: accepted and not kept
     bool refusesSettings = false;

@@ -110,6 +110,7 @@ TEST_P(SerialPortRefusal, IsNamed)
 INSTANTIATE_TEST_SUITE_P(
     All, SerialPortRefusal,
     testing::Values(
+        Refusal{[](ScriptedPort &port) { port.openError = EBUSY; }, " is in use by another program"},
         Refusal{[](ScriptedPort &port) { port.lockError = EWOULDBLOCK; }, " is in use by another program"},
         Refusal{[](ScriptedPort &port) { port.refusesSettings = true; }, " does not take 8E1: Input/output error"},
         Refusal{[](ScriptedPort &port) { port.missingFlags = PARENB; }, " does not take 8E1: Invalid argument"},

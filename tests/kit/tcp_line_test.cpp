@@ -126,6 +126,7 @@ TEST_P(TcpFamily, CarriesBytes)
     EXPECT_EQ("0", line.receive(rtu::Duration(0)));
     EXPECT_EQ("", line.notice());
     EXPECT_TRUE(line.ensureOpen());
+    EXPECT_FALSE(line.errors().known) << "no receiver that counts";
 }
 
 INSTANTIATE_TEST_SUITE_P(Both, TcpFamily, testing::Values(AF_INET, AF_INET6));

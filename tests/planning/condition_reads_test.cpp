@@ -427,6 +427,23 @@ TEST_F(ConditionReads, LongRangeGivesItsTagToEveryEqualEntryOfTheFullQueue)
     EXPECT_EQ(unitText(driver.conditionReadList.at(512)), "1:4x 100003+1");
 }
 
+// A register that no bit address reaches, however long the range is, is none of its pieces.
+TEST_F(ConditionReads, LongBitRangeSparesRegistersBeyondAllBitAddresses)
+{
+    init("1#0#0#3#2");
+    for (int start : {0, INT_MAX, INT_MIN, INT_MAX / 16, INT_MIN / 16})
+        request(1, "4x", start, 1, WordObject, 1);
+    while (driver.conditionReadList.size() < QueueLimit)
+        request(2, "4x", static_cast<int>(driver.conditionReadList.size()), 1);
+    request(1, "4x_bit", 16, INT_MAX, BitObject, 7000);
+    ASSERT_EQ(driver.conditionReadList.size(), QueueLimit);
+    EXPECT_EQ(unitText(driver.conditionReadList.at(1)), "1:4x 2147483647+1");
+    EXPECT_EQ(queuedTag(1), 1);
+    EXPECT_EQ(queuedTag(2), 1) << "-2147483648";
+    EXPECT_EQ(queuedTag(3), 7000) << "134217727, with bit 2147483647";
+    EXPECT_EQ(queuedTag(4), 7000) << "-134217728, with bit -2147483648";
+}
+
 TEST_F(ConditionReads, LastPlaceKeepsThePieceThatIsNotQueuedElsewhere)
 {
     init("1#0#0#3#1");
