@@ -74,6 +74,13 @@ struct Job
         return true;
     }
 
+    /** It can be cancelled again. */
+    void putBack()
+    {
+        const Locked held(lock->mutex);
+        state = JobState::Waiting;
+    }
+
     bool takenBack() const
     {
         const Locked held(lock->mutex);

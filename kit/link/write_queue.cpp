@@ -130,6 +130,13 @@ bool WriteQueue::handPiece()
     return false;
 }
 
+/** Nothing of the write was sent, so that it may wait for the port as those behind it do. */
+bool WriteQueue::isKept(const RequestEnd &done) const
+{
+    return done.kind == ReplyKind::PortLost && !done.written && m_current->acknowledged == 0
+           && done.time < m_current->asked + m_parts.settings.keepWrites;
+}
+
 void WriteQueue::requestDone(const RequestEnd &done)
 {
     if (!m_current || !m_inDriver)
@@ -137,6 +144,13 @@ void WriteQueue::requestDone(const RequestEnd &done)
     m_inDriver = false;
     m_parts.tags.refresh(done.area);
     const int values = m_current->layout->definition().values;
+    if (isKept(done)) {
+        m_current->handed = 0;
+        m_current->putBack();
+        m_waiting.push_front(m_current);
+        m_current.reset();
+        return;
+    }
     if (done.good())
         m_current->acknowledged = m_current->handed;
     if (done.good() && m_current->handed < values)

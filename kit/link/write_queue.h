@@ -64,6 +64,7 @@ public:
 private:
     bool handPiece();
     void takeNext();
+    bool isKept(const RequestEnd &end) const;
     void finish(const RequestEnd &end);
     void end(const WriteJobPtr &job, WriteResult result);
     void endCurrent(const WriteResult &result);

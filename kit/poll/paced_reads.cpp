@@ -44,14 +44,23 @@ void PacedReads::portLost()
 void PacedReads::stationBack(int station)
 {
     for (const TagRecordPtr &record : m_parts.tags.records()) {
-        if (record->layout->definition().station == station)
+        if (record->layout->definition().station == station && !isAsked(*record))
             record->due = TimePoint();
     }
+}
+
+/** The reply that is being taken brings it, or the rest of it is asked for next. */
+bool PacedReads::isAsked(const TagRecord &record) const
+{
+    return m_inDriver && std::any_of(record.pieces.begin(), record.pieces.end(), [this](const TagPiece &piece) {
+               return piece.area.overlaps(m_askedArea);
+           });
 }
 
 void PacedReads::ask(const Area &area)
 {
     askForArea(m_parts.driver, area, Source::Paced);
+    m_askedArea = area;
     m_asked = m_parts.line.now();
     m_inDriver = true;
 }

@@ -50,6 +50,7 @@ private:
     };
 
     void ask(const Area &area);
+    bool isAsked(const TagRecord &record) const;
     void silent(const RequestEnd &end);
     bool feedProbe();
     bool due(const TagRecord &record, TimePoint now);
@@ -65,6 +66,7 @@ private:
     bool m_inDriver = false;
     bool m_planned = false;
     TimePoint m_asked;
+    Area m_askedArea;
     TimePoint m_nextAlone; ///< tags alone take half of the line at most
     std::vector<TagRecordPtr> m_suspects;
     std::size_t m_probe = 0; ///< of the suspects

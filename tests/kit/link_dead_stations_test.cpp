@@ -274,6 +274,23 @@ TEST_F(LinkDeadStations, WithSlowTagsAloneAreAskedLikeTheOthersAndHoldUpNone)
     EXPECT_LE(backAfter(second), std::chrono::seconds(10)) << "it is read when its station is back";
 }
 
+TEST_F(LinkDeadStations, FoundBackByASlowTagAreReadOnce)
+{
+    watch(1);
+    plant.define(3, Table::HoldingRegisters, 0, 10);
+    plant.setStationOn(3, false);
+    TagDefinition slow(3, "4x1");
+    slow.pace = std::chrono::hours(1);
+    link().addTag(slow);
+    run(std::chrono::seconds(10));
+    plant.setStationOn(3, true);
+    transactions.clear();
+    run(std::chrono::minutes(1));
+    EXPECT_EQ(1, std::count_if(transactions.begin(), transactions.end(), [](const rtu::Transaction &t) {
+                  return t.station == 3 && t.kind == rtu::ReplyKind::Good;
+              }));
+}
+
 TEST_F(LinkDeadStations, OfThePlanAndBesideItLetTheThreadSleep)
 {
     settings.roundInterval = std::chrono::seconds(10);

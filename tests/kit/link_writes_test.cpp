@@ -416,6 +416,49 @@ TEST_F(LinkWrites, HandedToTheDriverAreNotSentAfterThePortWasLost)
     EXPECT_EQ(0, held(10));
 }
 
+TEST_F(LinkWrites, HandedToTheDriverAreKeptWithTheOthers)
+{
+    settings.keepWrites = std::chrono::hours(1);
+    leaveOneWithTheDriver();
+    line->plugged = false;
+    link().step();
+    EXPECT_EQ(10u, ends.size());
+    line->plugged = true;
+    run(std::chrono::seconds(2));
+    ASSERT_EQ(11u, ends.size());
+    EXPECT_EQ(WriteEnd::Acknowledged, ends[10].second.end);
+    EXPECT_EQ(1, held(10));
+}
+
+TEST_F(LinkWrites, HandedToTheDriverAndKeptCanBeCancelledAgain)
+{
+    settings.keepWrites = std::chrono::hours(1);
+    link().addTag(TagDefinition(1, "4x100"));
+    for (int i = 1; i <= 10; ++i)
+        link().write(TagDefinition(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
+    rtu::Write last = link().write(TagDefinition(1, "4x11"), {1}, noted(11));
+    steps(11);
+    EXPECT_FALSE(last.cancel()) << "the driver has it";
+    line->plugged = false;
+    link().step();
+    EXPECT_TRUE(last.cancel());
+    line->plugged = true;
+    run(std::chrono::seconds(2));
+    ASSERT_EQ(11u, ends.size());
+    EXPECT_EQ(WriteEnd::Cancelled, ends[10].second.end);
+    EXPECT_EQ(0, held(10));
+}
+
+TEST_F(LinkWrites, HandedToTheDriverAreKeptNoLongerThanStated)
+{
+    settings.keepWrites = std::chrono::milliseconds(1);
+    leaveOneWithTheDriver();
+    line->plugged = false;
+    link().step();
+    ASSERT_EQ(11u, ends.size());
+    EXPECT_EQ(WriteEnd::NotSent, ends[10].second.end);
+}
+
 TEST_F(LinkWrites, WaitingForAnotherAttemptAreNotSentAgainAfterThePortWasLost)
 {
     loseRequests(1);

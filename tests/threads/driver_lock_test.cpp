@@ -15,7 +15,8 @@ namespace {
 bool refusesAttributes = false;
 bool refusesInheritance = false;
 
-template <typename Function> Function systemsOwn(const char *name)
+template <typename Function>
+Function systemsOwn(const char *name)
 {
     return reinterpret_cast<Function>(::dlsym(RTLD_NEXT, name));
 }
