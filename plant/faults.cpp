@@ -1,7 +1,8 @@
 #include "plant/faults.h"
 
+#include "plant/number_text.h"
+
 #include <cmath>
-#include <cstdlib>
 #include <sstream>
 
 namespace plant {
@@ -65,10 +66,8 @@ bool takeNumber(std::istringstream &words, const NumberWord &word, double *numbe
 {
     std::string text;
     words >> text;
-    char *end = nullptr;
-    *number = std::strtod(text.c_str(), &end);
     const bool whole = std::string(word.name) != "rate";
-    const bool good = !text.empty() && *end == '\0' && *number >= word.lowest && *number <= word.highest
+    const bool good = readNumber(text, number) && *number >= word.lowest && *number <= word.highest
                       && (!whole || *number == std::floor(*number));
     if (good)
         return true;

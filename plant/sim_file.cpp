@@ -1,6 +1,7 @@
 #include "plant/sim_file.h"
 
-#include <cstdlib>
+#include "plant/number_text.h"
+
 #include <sstream>
 #include <stdexcept>
 
@@ -59,10 +60,10 @@ const TypeName *typeNamed(const std::string &name)
 
 long long integer(const std::string &word)
 {
-    char *end = nullptr;
-    const bool hex = word.compare(0, 2, "0x") == 0 || word.compare(0, 3, "-0x") == 0;
-    const long long value = std::strtoll(word.c_str(), &end, hex ? 16 : 10);
-    if (word.empty() || *end != '\0')
+    const std::string sign = word.compare(0, 1, "-") == 0 ? "-" : "";
+    const bool hex = word.compare(sign.size(), 2, "0x") == 0;
+    long long value = 0;
+    if (!readNumber(hex ? sign + word.substr(sign.size() + 2) : word, &value, hex ? 16 : 10))
         refuse(quoted(word) + " is not a whole number");
     return value;
 }
@@ -77,9 +78,8 @@ long long integer(const std::string &word, long long low, long long high, const 
 
 std::chrono::nanoseconds milliseconds(const std::string &word)
 {
-    char *end = nullptr;
-    const double value = std::strtod(word.c_str(), &end);
-    if (word.empty() || *end != '\0' || !(value >= 0 && value < 1e7))
+    double value = 0;
+    if (!readNumber(word, &value) || !(value >= 0 && value < 1e7))
         refuse(quoted(word) + " is not a time in milliseconds");
     return std::chrono::nanoseconds(static_cast<std::int64_t>(value * 1e6));
 }

@@ -202,6 +202,7 @@ TEST(SimulationFile, FillsTables)
                                "station 3 # a comment\n"
                                "4x 100 = 1 0x00FF -5\n"
                                "4x 1..6 = 7 8\n"
+                               "4x 7 = -0x10\n"
                                "4x_double 200 = 305419896 -2\n"
                                "0x 1..5 = 0 1\n"
                                "hole 4x 2..3\n"
@@ -218,6 +219,7 @@ TEST(SimulationFile, FillsTables)
     EXPECT_EQ(plant.peek(3, Table::HoldingRegisters, 101), 0xFFFB);
     EXPECT_EQ(plant.peek(3, Table::HoldingRegisters, 4), 7);
     EXPECT_EQ(plant.peek(3, Table::HoldingRegisters, 5), 8);
+    EXPECT_EQ(plant.peek(3, Table::HoldingRegisters, 6), 0xFFF0);
     EXPECT_EQ(plant.peek(3, Table::HoldingRegisters, 1), 0) << "a hole";
     EXPECT_EQ(plant.peekDouble(3, Table::HoldingRegisters, 199), 0x12345678u);
     EXPECT_EQ(plant.peekDouble(3, Table::HoldingRegisters, 201), 0xFFFFFFFEu);
@@ -251,6 +253,9 @@ TEST(SimulationFile, SaysWhereAndWhatIsWrong)
         {"station 1\nhole 5x 1", "sim:2: \"5x\" is not a register type"},
         {"4x 1 = 1", "sim:1: a \"station N\" line has to come first"},
         {"baud fast", "sim:1: \"fast\" is not a whole number"},
+        {"station 1\n4x 1 = 0x", "sim:2: \"0x\" is not a whole number"},
+        {"station 1\n4x 1 = -0x-5", "sim:2: \"-0x-5\" is not a whole number"},
+        {"station 1\n4x 1 ramp 0 9223372036854775808 every 10", "sim:2: \"9223372036854775808\" is not a whole number"},
         {"baud 9600 8N1", "sim:1: what does \"8N1\" mean here?"},
         {"fault exception", "sim:1: \"exception\" needs a whole number from 1 to 255"},
         {"fault wrong-crc rate 2", "sim:1: \"rate\" needs a number from 0 to 1, not \"2\""},
