@@ -11,7 +11,8 @@
 namespace plant {
 
 /** Takes the whole text, or leaves the value alone and returns false. @param how a base, for whole numbers */
-template <typename Number, typename... How> bool readNumber(const std::string &text, Number *value, How... how)
+template <typename Number, typename... How>
+bool readNumber(const std::string &text, Number *value, How... how)
 {
     const char *const end = text.data() + text.size();
     Number read{};

@@ -1,5 +1,6 @@
 #include "host/cli/negative_values.h"
 
+#include "host/tags/address_hint.h"
 #include "host/text/numbers.h"
 
 #include <stdexcept>
@@ -24,10 +25,9 @@ bool isNegative(const std::string &text)
 }
 
 /** "4x211", and what may stand behind it; not "4x211=5", which has its values. */
-bool isAddress(const std::string &text)
+bool awaitsValues(const std::string &text)
 {
-    const bool type = text.size() > 2 && std::string("0134").find(text[0]) != std::string::npos && text[1] == 'x';
-    return type && text.find('=') == std::string::npos;
+    return beginsWithTable(text) && text.find('=') == std::string::npos;
 }
 
 bool isOption(const std::string &text)
@@ -67,7 +67,7 @@ std::vector<std::string> markNegativeValues(const std::vector<std::string> &argu
         const bool negative = number && isNegative(text);
         marked.push_back(negative ? Mark + text : text);
         value = number ? text : std::string();
-        if (!belongs && isAddress(text))
+        if (!belongs && awaitsValues(text))
             address = text;
         else if (!number)
             address.clear();

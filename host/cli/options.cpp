@@ -4,6 +4,7 @@
 #include "host/cli/negative_values.h"
 #include "host/cli/option_groups.h"
 #include "host/cli/port_name.h"
+#include "host/tags/address_hint.h"
 #include "host/text/numbers.h"
 #include "host/text/output_path.h"
 #include "kit/line/tcp_line.h"
@@ -34,8 +35,8 @@ bool isDevice(const std::string &text)
 /** "4x100", and no file of that name is there. */
 bool looksLikeAddress(const std::string &text)
 {
-    const bool table = text.size() > 2 && std::string("0134").find(text[0]) != std::string::npos && text[1] == 'x';
-    return table && (std::isdigit(static_cast<unsigned char>(text[2])) || text[2] == '_') && !std::ifstream(text);
+    return beginsWithTable(text) && (std::isdigit(static_cast<unsigned char>(text[2])) || text[2] == '_')
+           && !std::ifstream(text);
 }
 
 /** "-R 12": whoever writes that expects the option to take a number, or a value to be written. */

@@ -45,7 +45,7 @@ TableType tableType(const std::string &text)
 }
 
 /** Such as 9x1 or 4X1: of no type that there is, but no value either. */
-bool beginsLikeTable(const std::string &text)
+bool triesATable(const std::string &text)
 {
     return text.size() > 2 && text[0] >= '1' && text[0] <= '9' && (text[1] == 'x' || text[1] == 'X');
 }
@@ -198,7 +198,7 @@ private:
             throw std::invalid_argument(argument + " may be a value for 4x1 or an address; did you mean " + numbered
                                         + "? Write 4x1=" + argument + " for the value");
         const bool meantAsValue = !m_targetIsUsual || looksLikeValue(argument);
-        if (!m_target.empty() && !beginsLikeTable(argument) && meantAsValue)
+        if (!m_target.empty() && !triesATable(argument) && meantAsValue)
             return;
         const bool plan = m_options.mode == Mode::Plan;
         throw std::invalid_argument(

@@ -88,6 +88,11 @@ std::string formatHint(const RegisterType &type, const std::string &rest)
 
 } // namespace
 
+bool beginsWithTable(const std::string &text)
+{
+    return text.size() > 2 && std::string("0134").find(text[0]) != std::string::npos && text[1] == 'x';
+}
+
 std::string fromNumberedTables(const std::string &text)
 {
     const bool digits = text.find_first_not_of("0123456789") == std::string::npos;

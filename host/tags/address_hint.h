@@ -19,6 +19,9 @@ namespace rtu {
  */
 std::string addressHint(const RegisterCatalog &catalog, const std::string &text);
 
+/** "4x100", and whatever else begins with a table of the driver: asked before a driver is there. */
+bool beginsWithTable(const std::string &text);
+
 /** "4x100" for 40100 or 400100, as other tools count; empty for other numbers. */
 std::string fromNumberedTables(const std::string &text);
 
