@@ -404,6 +404,17 @@ TEST_F(RecipeTransfer, RowsBeforeTheFirstOfTheirBlockReadNothingOutsideTheReply)
     EXPECT_EQ(words(8, 2), Words({0x1234, 0x0304}));
 }
 
+// Twice the distance is no 32-bit number: were it cut down to one, the row would begin inside the reply.
+TEST_F(RecipeTransfer, ARowAsFarBelowTheFirstAsNumbersGoReadsNothing)
+{
+    registerRows("1:4x 5+3@270 | 1:4x -2147483640+2@224");
+    ASSERT_EQ(unitsText(driver.rcpBlocks), "1:4x 5+3");
+    setWords(224, {7});
+    EXPECT_EQ(readBlock(wordsReply(1, 3, {1, 2, 3})), ReplyAccepted);
+    EXPECT_EQ(words(270, 3), Words({1, 2, 3}));
+    EXPECT_EQ(words(224, 2), Words({0, 0}));
+}
+
 TEST_F(RecipeTransfer, BlockPositionsBeyondTheRowsAreSurvived)
 {
     registerRows("1:4x 0+2@0 | 1:4x 10+2@2");

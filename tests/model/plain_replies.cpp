@@ -9,11 +9,11 @@ using plain::withByte;
 namespace {
 
 // A byte outside the reply reads as 0.
-unsigned char replyByte(const QByteArray &reply, int position)
+unsigned char replyByte(const QByteArray &reply, long long position)
 {
     if (position < 0 || position >= static_cast<int>(reply.size()))
         return 0;
-    return static_cast<unsigned char>(reply.at(position));
+    return static_cast<unsigned char>(reply.at(static_cast<int>(position)));
 }
 
 bool typeIs(const FRAME_PRO &frame, const char *type)
@@ -191,20 +191,20 @@ void PlainDriver::unpackRecipeRows(const FRAME_PRO &head, const QByteArray &rece
     const bool plainWords = typeIs(head, "3x") || typeIs(head, "4x");
     for (int i = first; i <= last - 1 && i < static_cast<int>(rcpAddrs.size()); ++i) {
         const _RCP_VAR_PRO row = rcpAddrs.at(i);
-        const int base =
-            sum(head.frameKind, product(2, plain::difference(row.startAddr, rcpAddrs.at(first).startAddr)));
+        // A row whose address lies far below that of the first begins before the reply, however far.
+        const long long base = head.frameKind + 2LL * plain::difference(row.startAddr, rcpAddrs.at(first).startAddr);
         if (plainWords) {
             for (int j = 0; j <= row.count - 1; ++j) {
-                const int at = sum(base, 2 * j);
-                storeHostWord(row.hostOffset + j, replyByte(received, sum(at, 1)), replyByte(received, at));
+                const long long at = base + 2LL * j;
+                storeHostWord(row.hostOffset + j, replyByte(received, at + 1), replyByte(received, at));
                 report(0, -1, QLatin1String("RWI"), row.hostOffset + j);
             }
             continue;
         }
         const unsigned char b0 = replyByte(received, base);
-        const unsigned char b1 = replyByte(received, sum(base, 1));
-        const unsigned char b2 = replyByte(received, sum(base, 2));
-        const unsigned char b3 = replyByte(received, sum(base, 3));
+        const unsigned char b1 = replyByte(received, base + 1);
+        const unsigned char b2 = replyByte(received, base + 2);
+        const unsigned char b3 = replyByte(received, base + 3);
         const int w = row.hostOffset;
         if (!swapsWords(row.station)) {
             storeHostWord(w, b3, b2);
