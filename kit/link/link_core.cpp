@@ -12,6 +12,9 @@ namespace {
 
 const int LinkId = 1;
 
+/** The driver has no turn for one-off reads while writes wait, which may be always. */
+const int WritesInRow = 10;
+
 /** Half a second is soon enough for a clock that may not be this machine's. */
 const Duration LongestRest = std::chrono::milliseconds(500);
 
@@ -367,12 +370,21 @@ bool LinkCore::feed()
     if (m_replan && m_poller.betweenRounds())
         plan();
     const bool transfer = m_transfers.feed();
-    const bool write = m_writes.feed();
+    const bool readsFirst = m_writesInRow >= WritesInRow && feedReads();
+    const bool write = (!readsFirst || m_writes.handed()) && m_writes.feed();
     feedReadBack();
-    // One read in the driver at a time: a failure would take the others with it.
-    const bool read = !m_paced.underWay() && m_reads.feed();
-    const bool paced = !read && m_paced.feed();
-    return transfer || write || read || paced;
+    const bool read = feedReads();
+    return transfer || write || read;
+}
+
+/** One read in the driver at a time: a failure would take the others with it. The two kinds take turns. */
+bool LinkCore::feedReads()
+{
+    if (m_reads.handed() || m_paced.underWay())
+        return true;
+    if (m_pacedNext && m_paced.feed())
+        return true;
+    return m_reads.feed() || m_paced.feed();
 }
 
 void LinkCore::feedReadBack()
@@ -412,14 +424,19 @@ void LinkCore::requestDone(const RequestEnd &end)
         cyclicDone(end);
         break;
     case Source::Write:
+        ++m_writesInRow;
         m_writes.requestDone(end);
         break;
     case Source::OneOff:
+        m_writesInRow = 0;
+        m_pacedNext = true;
         if (end.good())
             m_tags.readGood(end.area, end.time, true);
         m_reads.requestDone(end);
         break;
     case Source::Paced:
+        m_writesInRow = 0;
+        m_pacedNext = false;
         m_paced.requestDone(end);
         if (m_paced.takeRound())
             roundDone();
@@ -450,7 +467,7 @@ void LinkCore::cyclicDone(const RequestEnd &end)
         const Locked held(m_lock->mutex);
         m_record.refreshed(end.area, end.time);
     } else if (end.refused()) {
-        m_tags.readRefused(end.area, end.exceptionCode);
+        m_tags.readRefused(end.area, end.exceptionCode, [](const TagRecord &record) { return record.isPlanned(); });
         if (end.exceptionCode == 2 || end.exceptionCode == 3)
             m_paced.blockRefused(end.area);
     } else {

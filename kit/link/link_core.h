@@ -77,6 +77,7 @@ private:
     PollStep step();
     void run();
     void rest();
+    bool feedReads();
     void feedReadBack();
     void tell();
     void joinThread();
@@ -116,6 +117,8 @@ private:
     Poller m_poller;
     PacedReads m_paced;
     LineRecord m_record;
+    int m_writesInRow = 0;    ///< since the last read that is none of the plan
+    bool m_pacedNext = false; ///< a one-off read had the last turn
     bool m_replan = true;
     bool m_changed = false;            ///< the driver reported a change since the last request ended
     ReadJobPtr m_readBack;             ///< under way

@@ -11,9 +11,20 @@ namespace {
 /** A slave may refuse everything until it has started. */
 const Duration HopelessFor = std::chrono::minutes(1);
 
-bool belongsHere(const TagRecord &record)
+/** The tags that a request for several of them is for. */
+bool sharesRequests(const TagRecord &record)
 {
-    return record.alone || record.layout->definition().pace > Duration(0);
+    return !record.isPlanned() && !record.alone;
+}
+
+bool isPlanned(const TagRecord &record)
+{
+    return record.isPlanned();
+}
+
+bool isNone(const TagRecord &)
+{
+    return false;
 }
 
 bool sameArea(const Area &left, const Area &right)
@@ -79,6 +90,7 @@ bool PacedReads::feed()
         if (record->pieces.size() == 1 && !record->alone) {
             m_areas.push_back(widened(record, now));
         } else {
+            m_shared = false;
             for (const TagPiece &piece : record->pieces)
                 m_areas.push_back(piece.area);
         }
@@ -91,7 +103,8 @@ bool PacedReads::feed()
 
 void PacedReads::schedule(TagRecord &record, TimePoint now) const
 {
-    const Duration pace = std::max(record.layout->definition().pace, m_parts.settings.roundInterval);
+    const Duration own = record.layout->definition().pace;
+    const Duration pace = own > Duration(0) ? own : m_parts.settings.roundInterval;
     const TimePoint since = std::min(record.due, now); // what is asked of a dead station is ahead of its time
     record.due = std::max(since + pace, now + (record.alone ? pace : Duration(0)));
     if (record.due <= now && pace > Duration(0))
@@ -101,7 +114,7 @@ void PacedReads::schedule(TagRecord &record, TimePoint now) const
 /** A dead station is read when it is its turn to be asked, however slow its tags: the others wait behind it. */
 bool PacedReads::due(const TagRecord &record, TimePoint now)
 {
-    if (!belongsHere(record) || (record.alone && now < m_nextAlone))
+    if (record.isPlanned() || (record.alone && now < m_nextAlone))
         return false;
     const int station = record.layout->definition().station;
     return m_health.dead(station) ? m_health.mayAsk(station, now) : record.due <= now;
@@ -121,6 +134,7 @@ TagRecordPtr PacedReads::mostOverdue(TimePoint now)
 Area PacedReads::widened(const TagRecordPtr &record, TimePoint now)
 {
     Area area = record->pieces.front().area;
+    m_shared = false;
     const int limit = area.isBits() ? 8 * m_parts.settings.maxWords : m_parts.settings.maxWords;
     for (const TagRecordPtr &other : m_parts.tags.records()) {
         const Area &piece = other->pieces.front().area;
@@ -132,6 +146,7 @@ Area PacedReads::widened(const TagRecordPtr &record, TimePoint now)
             continue;
         schedule(*other, now);
         area = both;
+        m_shared = true;
     }
     return area;
 }
@@ -142,7 +157,7 @@ TimePoint PacedReads::nextDue()
         return TimePoint();
     TimePoint next = TimePoint::max();
     for (const TagRecordPtr &record : m_parts.tags.records()) {
-        if (!belongsHere(*record))
+        if (record->isPlanned())
             continue;
         const int station = record->layout->definition().station;
         const bool dead = m_health.dead(station);
@@ -164,13 +179,13 @@ void PacedReads::requestDone(const RequestEnd &done)
     if (done.good())
         m_parts.tags.readGood(done.area, done.time, true);
     else if (done.refused())
-        m_parts.tags.readRefused(done.area, done.exceptionCode);
+        m_parts.tags.readRefused(done.area, done.exceptionCode, m_shared ? sharesRequests : isNone);
     else
         silent(done);
     if (m_probe < m_suspects.size())
         probed(done.good());
-    else if (done.refused() && (done.exceptionCode == 2 || done.exceptionCode == 3))
-        blockRefused(done.area);
+    else if (m_shared && done.refused() && (done.exceptionCode == 2 || done.exceptionCode == 3))
+        lookForHoles(done.area, sharesRequests);
 }
 
 /** Silence tells nothing of holes: the next refusal of their block begins anew. Nor is more asked of the station now. */
@@ -183,6 +198,12 @@ void PacedReads::silent(const RequestEnd &done)
 
 void PacedReads::blockRefused(const Area &area)
 {
+    lookForHoles(area, isPlanned);
+}
+
+/** @param asked tells the tags for which the area was read: others in it have requests of their own */
+void PacedReads::lookForHoles(const Area &area, bool (*asked)(const TagRecord &))
+{
     if (!m_parts.settings.findHoles || m_probe < m_suspects.size())
         return;
     const TimePoint now = m_parts.line.now();
@@ -193,7 +214,10 @@ void PacedReads::blockRefused(const Area &area)
         if (sameArea(known.area, area))
             return;
     }
-    const std::vector<TagRecordPtr> inside = m_parts.tags.inArea(area);
+    std::vector<TagRecordPtr> inside = m_parts.tags.inArea(area);
+    inside.erase(
+        std::remove_if(inside.begin(), inside.end(), [&](const TagRecordPtr &record) { return !asked(*record); }),
+        inside.end());
     if (inside.size() < 2)
         return;
     m_refused = area;
@@ -206,6 +230,7 @@ bool PacedReads::feedProbe()
 {
     if (m_probe >= m_suspects.size())
         return false;
+    m_shared = false;
     const std::vector<TagPiece> &pieces = m_suspects[m_probe]->pieces;
     // A suspect is one because of a piece in the refused area.
     ask(std::find_if(pieces.begin(), pieces.end(), [this](const TagPiece &piece) {

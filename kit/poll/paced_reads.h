@@ -53,6 +53,7 @@ private:
     bool isAsked(const TagRecord &record) const;
     void silent(const RequestEnd &end);
     bool feedProbe();
+    void lookForHoles(const Area &area, bool (*asked)(const TagRecord &));
     bool due(const TagRecord &record, TimePoint now);
     TagRecordPtr mostOverdue(TimePoint now);
     Area widened(const TagRecordPtr &record, TimePoint now);
@@ -63,6 +64,7 @@ private:
     LinkParts &m_parts;
     StationHealth &m_health;
     std::deque<Area> m_areas; ///< of the record in turn, to be asked for
+    bool m_shared = false;    ///< the area in turn is that of several records
     bool m_inDriver = false;
     bool m_planned = false;
     TimePoint m_asked;

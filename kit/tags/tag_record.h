@@ -24,6 +24,7 @@ struct TagPiece
     Quality quality = Quality::NeverRead;
     int exceptionCode = 0;
     TimePoint time;
+    bool stale = false; ///< another request brought news of a part of it
 };
 
 struct TagRecord : std::enable_shared_from_this<TagRecord>
@@ -39,6 +40,9 @@ struct TagRecord : std::enable_shared_from_this<TagRecord>
     bool alone = false;                 ///< left out of the plan: its block is refused, it alone is not
     TimePoint due;                      ///< of a tag that is not in the plan
     bool hadTurn = false;               ///< of a tag alone: in this round
+
+    /** Read by the cyclic plan. */
+    bool isPlanned() const { return !alone && layout->definition().pace == Duration(0); }
 };
 
 } // namespace rtu

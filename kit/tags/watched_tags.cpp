@@ -81,6 +81,7 @@ void WatchedTags::updateIndex()
         return;
     m_indexed = true;
     m_places.clear();
+    m_longest = 0;
     for (const TagRecordPtr &record : m_records) {
         for (std::size_t i = 0; i < record->pieces.size(); ++i) {
             const Area &area = record->pieces[i].area;
@@ -88,6 +89,7 @@ void WatchedTags::updateIndex()
             place.first = area.first;
             place.record = record;
             place.piece = i;
+            m_longest = std::max(m_longest, area.count);
             m_places[TableKey(area.station, area.table)].push_back(place);
         }
     }
@@ -101,7 +103,7 @@ QList<KEY_ADDRESS> WatchedTags::planKeys() const
     QList<KEY_ADDRESS> keys;
     for (const TagRecordPtr &record : m_records) {
         const TagLayout &layout = *record->layout;
-        if (record->alone || layout.definition().pace > Duration(0))
+        if (!record->isPlanned())
             continue;
         for (const TagPiece &piece : record->pieces) {
             KEY_ADDRESS key = KEY_ADDRESS();
@@ -115,6 +117,7 @@ QList<KEY_ADDRESS> WatchedTags::planKeys() const
     return keys;
 }
 
+/** Calls action(record, piece) for each piece that has something in the area. */
 template <typename Action>
 void WatchedTags::forPieces(const Area &area, Action action)
 {
@@ -122,35 +125,46 @@ void WatchedTags::forPieces(const Area &area, Action action)
     const auto table = m_places.find(TableKey(area.station, area.table));
     if (table == m_places.end())
         return;
-    // A piece lies whole inside the block that reads it, so those that begin before the block are others'.
-    auto place = std::lower_bound(table->second.begin(), table->second.end(), area.first,
+    auto place = std::lower_bound(table->second.begin(), table->second.end(), area.first - m_longest,
                                   [](const Place &left, int first) { return left.first < first; });
     for (; place != table->second.end() && place->first < area.end(); ++place) {
         TagPiece &piece = place->record->pieces[place->piece];
-        if (area.covers(piece.area))
+        if (area.overlaps(piece.area))
             action(*place->record, piece);
     }
 }
 
+/** The same for those that lie whole in the area, as a piece does in the block that reads it. */
+template <typename Action>
+void WatchedTags::forCovered(const Area &area, Action action)
+{
+    forPieces(area, [&](TagRecord &record, TagPiece &piece) {
+        if (area.covers(piece.area))
+            action(record, piece);
+    });
+}
+
 std::vector<TagRecordPtr> WatchedTags::inArea(const Area &area)
 {
-    updateIndex();
     std::vector<TagRecordPtr> found;
-    const auto table = m_places.find(TableKey(area.station, area.table));
-    if (table == m_places.end())
-        return found;
-    for (const Place &place : table->second) {
-        if (area.overlaps(place.record->pieces[place.piece].area)
-            && std::find(found.begin(), found.end(), place.record) == found.end())
-            found.push_back(place.record);
-    }
+    forPieces(area, [&](TagRecord &record, const TagPiece &) {
+        const TagRecordPtr shared = record.shared_from_this();
+        if (std::find(found.begin(), found.end(), shared) == found.end())
+            found.push_back(shared);
+    });
     return found;
 }
 
 void WatchedTags::readGood(const Area &area, TimePoint when, bool changed)
 {
     forPieces(area, [&](TagRecord &record, TagPiece &piece) {
-        const bool news = changed || piece.quality != Quality::Good;
+        if (!area.covers(piece.area)) { // shown when it is read whole: half of a value is none
+            piece.stale = piece.stale || changed;
+            return;
+        }
+        // The driver reports changes of what is planned alone.
+        const bool news = changed || piece.stale || piece.quality != Quality::Good || !record.isPlanned();
+        piece.stale = false;
         piece.quality = Quality::Good;
         piece.exceptionCode = 0;
         piece.time = when;
@@ -167,9 +181,11 @@ void WatchedTags::fail(TagPiece &piece, Quality quality, int exceptionCode)
     piece.exceptionCode = exceptionCode;
 }
 
-void WatchedTags::readRefused(const Area &area, int exceptionCode)
+void WatchedTags::readRefused(const Area &area, int exceptionCode, bool (*asked)(const TagRecord &))
 {
-    forPieces(area, [&](TagRecord &record, TagPiece &piece) {
+    forCovered(area, [&](TagRecord &record, TagPiece &piece) {
+        if (!piece.area.covers(area) && !asked(record))
+            return;
         fail(piece, Quality::Refused, exceptionCode);
         show(record, false);
     });
@@ -177,7 +193,7 @@ void WatchedTags::readRefused(const Area &area, int exceptionCode)
 
 void WatchedTags::readSilent(const Area &area)
 {
-    forPieces(area, [&](TagRecord &record, TagPiece &piece) {
+    forCovered(area, [&](TagRecord &record, TagPiece &piece) {
         fail(piece, Quality::StationSilent, 0);
         show(record, false);
     });

@@ -46,7 +46,8 @@ public:
      * @param changed the driver reported a change, or does not report any here
      */
     void readGood(const Area &area, TimePoint when, bool changed);
-    void readRefused(const Area &area, int exceptionCode);
+    /** @param asked whom the area was read for: tags inside it with reads of their own are not refused */
+    void readRefused(const Area &area, int exceptionCode, bool (*asked)(const TagRecord &));
     void readSilent(const Area &area);
     void stationSilent(int station);
     void allSilent();
@@ -71,6 +72,8 @@ private:
     void cut(TagRecord &record) const;
     template <typename Action>
     void forPieces(const Area &area, Action action);
+    template <typename Action>
+    void forCovered(const Area &area, Action action);
     static void touch(TagRecord &record);
     void show(TagRecord &record, bool readCache);
     static void fail(TagPiece &piece, Quality quality, int exceptionCode);
@@ -81,6 +84,7 @@ private:
     std::vector<TagRecordPtr> m_records;
     bool m_indexed = true;                           ///< m_places is that of m_records
     std::map<TableKey, std::vector<Place>> m_places; ///< sorted by address
+    int m_longest = 0;                               ///< of their pieces, in bits or registers
 };
 
 /** The longest run of values of this type that one request reads whole. */

@@ -191,7 +191,8 @@ void TransferQueue::pieceDone(const Piece &piece, const RequestEnd &done, int of
             takeValues(piece, offset, done.time);
         return;
     }
-    const bool sent = done.kind != ReplyKind::PortLost || done.written;
+    const bool begun = m_current->kind == TransferKind::Load && piece.firstValue > 0;
+    const bool sent = done.kind != ReplyKind::PortLost || done.written || begun;
     row.end = done.changedNothing() ? RowEnd::Refused : sent ? RowEnd::Unconfirmed : RowEnd::NotTried;
     row.exceptionCode = done.changedNothing() ? done.exceptionCode : 0;
 }

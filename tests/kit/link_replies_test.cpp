@@ -261,6 +261,53 @@ TEST_F(LinkReplies, ReadsOfATagsOwnPaceThatAreRefusedLookForHolesOnlyWhereAddres
         EXPECT_EQ("01 03 00 13 00 02", text(request));
 }
 
+TEST_F(LinkReplies, HolesInsideATagAreLookedForOnce)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    TagDefinition wide(1, "4x20");
+    wide.values = 10;
+    const rtu::Tag all = link().addTag(wide);
+    const rtu::Tag first = link().addTag(TagDefinition(1, "4x20"));
+    run(std::chrono::seconds(5));
+    EXPECT_EQ(1u, notices.size());
+    changes.clear();
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(Quality::Refused, all.value().quality);
+    EXPECT_EQ(Quality::Good, first.value().quality);
+    EXPECT_TRUE(changes.empty()) << "what is refused of one says nothing of the other";
+}
+
+TEST_F(LinkReplies, HolesInsideATagOfItsOwnPaceSayNothingOfOthers)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    TagDefinition wide(1, "4x20");
+    wide.values = 10;
+    wide.pace = std::chrono::seconds(1);
+    link().addTag(wide);
+    const rtu::Tag inPlan = link().addTag(TagDefinition(1, "4x20"));
+    run(std::chrono::seconds(5));
+    EXPECT_EQ(Quality::Good, inPlan.value().quality);
+    EXPECT_TRUE(notices.empty());
+    changes.clear();
+    run(std::chrono::seconds(3));
+    EXPECT_TRUE(changes.empty());
+}
+
+TEST_F(LinkReplies, HolesInsideOneOfTwoSlowTagsThatWereReadTogetherAreLookedForOnce)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    TagDefinition slow(1, "4x20");
+    slow.pace = std::chrono::seconds(1);
+    const rtu::Tag first = link().addTag(slow);
+    slow.values = 10;
+    link().addTag(slow);
+    const rtu::Tag inPlan = link().addTag(TagDefinition(1, "4x20"));
+    run(std::chrono::seconds(10));
+    EXPECT_EQ(Quality::Good, first.value().quality);
+    EXPECT_EQ(Quality::Good, inPlan.value().quality);
+    EXPECT_EQ(1u, notices.size());
+}
+
 TEST_F(LinkReplies, HolesAreLeftAloneOnRequest)
 {
     settings.findHoles = false;

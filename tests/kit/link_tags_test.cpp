@@ -327,6 +327,95 @@ TEST_F(LinkTags, NeighboursThatNoRequestCoversAreReadByThemselves)
     EXPECT_EQ("02 03 00 78 00 01", text(requests[1]));
 }
 
+TEST_F(LinkTags, OfWhichAnotherRequestBroughtAPartShowItWhenTheyAreReadThemselves)
+{
+    TagDefinition two(1, "4x10");
+    two.values = 2;
+    const rtu::Tag tag = link().addTag(two);
+    steps(3);
+    plant.poke(1, Table::HoldingRegisters, 10, 77);
+    link().read(TagDefinition(1, "4x11"));
+    steps(4);
+    EXPECT_EQ(77.0, tag.value().number(1));
+}
+
+TEST_F(LinkTags, OfWhichAnotherBlockOfThePlanBroughtAPartShowItWhenTheyAreReadThemselves)
+{
+    const rtu::Tag both = link().addTag(TagDefinition(1, "4x_double10"));
+    link().addTag(TagDefinition(1, "4x11"));
+    for (int i = 0; i < 10 && lastRequest() != "01 03 00 09 00 02"; ++i)
+        steps(1);
+    plant.poke(1, Table::HoldingRegisters, 10, 77);
+    steps(1);
+    ASSERT_EQ("01 03 00 0A 00 01", lastRequest());
+    const std::vector<std::uint32_t> before = both.value().raw();
+    steps(1);
+    EXPECT_NE(before, both.value().raw());
+}
+
+TEST_F(LinkTags, WithAPaceOfTheirOwnInsideABlockOfOthersShowWhatItBrings)
+{
+    TagDefinition slow(1, "4x11");
+    slow.pace = std::chrono::hours(1);
+    const rtu::Tag tag = link().addTag(slow);
+    link().addTag(TagDefinition(1, "4x10"));
+    link().addTag(TagDefinition(1, "4x12"));
+    run(std::chrono::seconds(1));
+    plant.poke(1, Table::HoldingRegisters, 10, 77);
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(77.0, tag.value().number());
+}
+
+TEST_F(LinkTags, WithAPaceShorterThanARoundAreReadThatOften)
+{
+    settings.roundInterval = std::chrono::seconds(10);
+    TagDefinition fast(1, "3x1");
+    fast.pace = std::chrono::seconds(1);
+    link().addTag(fast);
+    link().addTag(TagDefinition(1, "4x10"));
+    run(std::chrono::seconds(30));
+    const auto ofIts = [](const Bytes &request) { return request[1] == 4; };
+    EXPECT_NEAR(30, static_cast<double>(std::count_if(requests.begin(), requests.end(), ofIts)), 1);
+}
+
+TEST_F(LinkTags, WithAPaceOfTheirOwnHaveTheirTurnAmongReadsThatNeverEnd)
+{
+    TagDefinition slow(1, "3x1");
+    slow.pace = std::chrono::seconds(1);
+    const rtu::Tag tag = link().addTag(slow);
+    bool goesOn = true;
+    const std::function<void(const rtu::ReadResult &)> again = [&](const rtu::ReadResult &) {
+        if (goesOn)
+            link().read(TagDefinition(1, "4x10"), again);
+    };
+    again(rtu::ReadResult());
+    run(std::chrono::seconds(5));
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+    goesOn = false;
+    destroyLink();
+}
+
+TEST_F(LinkTags, AndReadsHaveTheirTurnAmongWritesThatNeverEnd)
+{
+    TagDefinition slow(1, "3x1");
+    slow.pace = std::chrono::seconds(1);
+    const rtu::Tag tag = link().addTag(slow);
+    int reads = 0;
+    link().read(TagDefinition(1, "4x11"), [&](const rtu::ReadResult &) { ++reads; });
+    bool goesOn = true;
+    rtu::WriteOptions again;
+    again.done = [&](const rtu::WriteResult &) {
+        if (goesOn)
+            link().write(TagDefinition(1, "4x10"), {1}, again);
+    };
+    again.done(rtu::WriteResult());
+    run(std::chrono::seconds(5));
+    EXPECT_EQ(1, reads);
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+    goesOn = false;
+    destroyLink();
+}
+
 TEST_F(LinkTags, ThatAreNoneAreNotRemoved)
 {
     link().addTag(TagDefinition(1, "4x10"));

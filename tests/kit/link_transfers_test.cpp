@@ -352,6 +352,15 @@ TEST_F(LinkTransfers, ALongRowStoppedInTheMiddleIsNeitherOldNorNew)
     EXPECT_EQ((std::vector<RowEnd>{RowEnd::NotTried}), rowEnds());
 }
 
+TEST_F(LinkTransfers, ALongRowWhosePortGoesInTheMiddleIsNeitherOldNorNew)
+{
+    link().load({row(1, "4x1", std::vector<double>(250, 4))}, noted());
+    steps(1);
+    line->unplugAfter(microseconds(1)); // in the silence before the second request
+    steps(2);
+    EXPECT_EQ(std::vector<RowEnd>{RowEnd::Unconfirmed}, rowEnds());
+}
+
 TEST_F(LinkTransfers, ALongRowRefusedInTheMiddleIsNotTriedFurther)
 {
     plant.makeHole(1, Table::HoldingRegisters, 150, 1);
