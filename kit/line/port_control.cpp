@@ -1,6 +1,7 @@
 #include "kit/line/port_control.h"
 
 #include <fcntl.h>
+#include <linux/major.h>
 #include <linux/serial.h>
 #include <sys/file.h>
 #include <sys/ioctl.h>
@@ -19,14 +20,13 @@ int open(const char *device)
     return ::open(device, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
 }
 
-/** Unix 98 pseudo-terminals have the major numbers 136 to 143. */
 bool isPseudoTerminal(int descriptor)
 {
     struct stat info;
     if (::fstat(descriptor, &info) != 0 || !S_ISCHR(info.st_mode))
         return false;
-    const unsigned int number = major(info.st_rdev);
-    return number >= 136 && number <= 143;
+    // Smaller numbers wrap round to great ones.
+    return major(info.st_rdev) - UNIX98_PTY_SLAVE_MAJOR < UNIX98_PTY_MAJOR_COUNT;
 }
 
 bool lock(int descriptor)

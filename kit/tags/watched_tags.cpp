@@ -6,8 +6,6 @@ namespace rtu {
 
 namespace {
 
-const int BitsPerRequest = 2000;
-
 TagValue valueOf(const TagRecord &record, const std::vector<std::uint32_t> &raw)
 {
     TagValue value(record.layout, raw);
@@ -35,10 +33,8 @@ bool differ(const TagValue &left, const TagValue &right)
 int valuesPerRequest(const RegisterType &type, int maxWords)
 {
     if (type.bitInRegister)
-        return std::max(1, (maxWords - 1) * 16); // the first bit may be anywhere in its register
-    if (type.isBit())
-        return std::min(BitsPerRequest, 8 * maxWords);
-    return std::max(1, maxWords / type.unitsPerValue());
+        return (maxWords - 1) * 16; // the first bit may be anywhere in its register
+    return type.isBit() ? 8 * maxWords : maxWords / type.unitsPerValue();
 }
 
 WatchedTags::WatchedTags(DriverLibrary &driver, int maxWords, ChangeListener listener)
