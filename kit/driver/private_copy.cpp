@@ -94,7 +94,7 @@ bool writeContent(int descriptor, const std::string &content)
     std::size_t done = 0;
     while (done < content.size()) {
         const ssize_t count = ::write(descriptor, content.data() + done, content.size() - done);
-        if (count <= 0)
+        if (count <= 0) // no file takes nothing without an error; were there one, this would never end
             return false;
         done += static_cast<std::size_t>(count);
     }

@@ -10,6 +10,8 @@ namespace rtu {
 
 namespace {
 
+// How far is slept and what is awaited costs or saves a wake-up: no reply is lost by a little more or less.
+
 /**
  * The end of a reply is awaited instead of slept for, at least its last byte: its
  * own arrival ends the wait, so that late wake-ups do not add up. Brief replies,

@@ -24,6 +24,8 @@ TEST(ElfNeeds, NamesTheDriversLibraries)
     const Names names = rtu::neededLibraries(rtu::fileContent(TEST_DRIVER));
     EXPECT_TRUE(has(names, rtu::ownQt())) << rtu::ownQt();
     EXPECT_TRUE(has(names, "libc.so.6"));
+    for (const std::string &name : names)
+        EXPECT_NE(std::string::npos, name.find(".so")) << name;
 }
 
 struct Foreign

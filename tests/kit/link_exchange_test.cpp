@@ -80,6 +80,54 @@ TEST_F(LinkExchange, KeepsThreeAndAHalfCharactersBetweenFrames)
               std::chrono::duration_cast<std::chrono::microseconds>(timing.silence()));
 }
 
+TEST_F(LinkExchange, KeepsNoPauseWhereNoneIsWanted)
+{
+    settings.silence = rtu::Duration(0);
+    watch("4x1");
+    steps(1);
+    const rtu::TimePoint end = line->now();
+    steps(1);
+    EXPECT_EQ(end, line->sent.at(1).when);
+}
+
+TEST_F(LinkExchange, ListensBehindTheFirstBytesOfAnotherReplyOnly)
+{
+    struct Piece
+    {
+        const char *bytes;
+        bool otherReply;
+    };
+    for (const Piece &piece :
+         {Piece{"01", false}, Piece{"01 03", false}, Piece{"01 83", false}, Piece{"02", true}, Piece{"01 10", true}}) {
+        destroyLink();
+        transactions.clear();
+        watch("4x1");
+        reply(hex(piece.bytes));
+        steps(2);
+        EXPECT_EQ(ReplyKind::Damaged, transactions.at(0).kind) << piece.bytes;
+        EXPECT_EQ(piece.otherReply, pauseBefore(1) > Timeout) << piece.bytes;
+    }
+}
+
+TEST_F(LinkExchange, AnAdapterThatNoLongerEchoesIsBelievedTheThirdTime)
+{
+    for (const std::size_t without : {2u, 3u}) {
+        destroyLink();
+        watch("4x1");
+        const Bytes request = frame("01 03 00 00 00 01");
+        Bytes both = request;
+        const Bytes good = goodReply(request);
+        both.insert(both.end(), good.begin(), good.end());
+        reply(request);
+        reply(both);
+        steps(static_cast<int>(2 + without));
+        EXPECT_EQ(ReplyKind::Good, transactions.back().kind);
+        reply(hex("01")); // behind the echo, this would be something else
+        steps(2);
+        EXPECT_EQ(without<3, pauseBefore(line->sent.size() - 1)> Timeout) << without;
+    }
+}
+
 TEST_F(LinkExchange, SendsTheSameFrameAgainAfterADamagedReply)
 {
     watch("4x1");
@@ -155,6 +203,30 @@ TEST_F(LinkExchange, ALateReplyAfterGivingUpIsNotTakenForTheNext)
     EXPECT_EQ(299.0, second.value().number());
     for (const rtu::TagChange &change : changes)
         EXPECT_TRUE(change.tag != second || change.after.number() != 7.0);
+}
+
+TEST_F(LinkExchange, ALateReplyAfterGivingUpIsListenedForBeforeItsStationIsAskedAgain)
+{
+    settings.attempts = 1;
+    watch("4x8");
+    late(Timeout);
+    steps(1);
+    double number = 0;
+    link().read(TagDefinition(1, "4x300"), [&](const rtu::ReadResult &result) { number = result.value.number(); });
+    steps(1);
+    EXPECT_EQ(299.0, number);
+    EXPECT_LT(0u, transactions.back().strayBytes);
+}
+
+TEST_F(LinkExchange, NoOtherStationWaitsForALateReplyAfterGivingUp)
+{
+    settings.attempts = 1;
+    watch("4x8");
+    watch("4x20", 2);
+    loseRequests(1);
+    steps(2);
+    EXPECT_EQ(2, transactions.back().station);
+    EXPECT_GT(2 * Timeout, pauseBefore(1));
 }
 
 TEST_F(LinkExchange, LateRepliesAreListenedForInVainThreeTimesOnly)

@@ -146,6 +146,7 @@ TEST_F(LinkReplies, ObserversSeeBytesTimesAndVerdict)
     EXPECT_EQ(1, transactions[0].attempt);
     EXPECT_EQ(2, transactions[1].attempt);
     EXPECT_EQ(1, transactions[1].verdict);
+    EXPECT_EQ(rtu::CyclicTag, transactions[1].tag);
     EXPECT_EQ(array(frame("01 03 00 09 00 01")), transactions[1].request);
     EXPECT_EQ(array(frame("01 03 02 00 05")), transactions[1].reply);
     EXPECT_GT(transactions[1].finished, transactions[1].requestEnd);
@@ -200,7 +201,9 @@ TEST_F(LinkReplies, HolesAreFoundAndTheTagsAroundThemReadAlone)
     EXPECT_EQ(Quality::Refused, inside.value().quality);
     EXPECT_EQ(Quality::Good, other.value().quality);
     ASSERT_EQ(1u, notices.size());
-    EXPECT_TRUE(contains(notices[0], "station 1 4x20")) << notices[0];
+    EXPECT_EQ("the slave refuses addresses between tags that it has; read one by one: station 1 4x20, station 1 4x22, "
+              "station 1 4x30",
+              notices[0]);
     plant.poke(1, Table::HoldingRegisters, 29, 77);
     run(std::chrono::seconds(2));
     EXPECT_EQ(77.0, behind.value().number()) << "read in turn from then on";
@@ -220,6 +223,41 @@ TEST_F(LinkReplies, ARoundOfTagsReadAloneEndsWhenEachHadItsTurn)
     ASSERT_GE(requestsAtEnd.size(), 15u);
     for (std::size_t i = 2; i < requestsAtEnd.size(); ++i)
         EXPECT_EQ(3u, requestsAtEnd[i] - requestsAtEnd[i - 1]);
+}
+
+TEST_F(LinkReplies, HolesAreFoundWhereTheFirstTagAloneIsReadable)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    const rtu::Tag readable = link().addTag(TagDefinition(1, "4x20"));
+    const rtu::Tag inside = link().addTag(TagDefinition(1, "4x23"));
+    run(std::chrono::seconds(2));
+    EXPECT_EQ(Quality::Good, readable.value().quality);
+    EXPECT_EQ(Quality::Refused, inside.value().quality);
+}
+
+TEST_F(LinkReplies, HolesAreLookedForWhileThePlanRests)
+{
+    settings.roundInterval = std::chrono::minutes(1);
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    for (const char *address : {"4x20", "4x30"})
+        link().addTag(TagDefinition(1, address));
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(1u, notices.size());
+}
+
+TEST_F(LinkReplies, TagsOfAPaceOfTheirOwnAreReadWhileThePlanRests)
+{
+    settings.roundInterval = std::chrono::minutes(1);
+    link().addTag(TagDefinition(2, "4x1"));
+    std::vector<rtu::Tag> tags;
+    for (const char *address : {"4x1", "3x1", "1x1", "0x1", "4x200"}) {
+        TagDefinition slow(1, address);
+        slow.pace = std::chrono::minutes(1);
+        tags.push_back(link().addTag(slow));
+    }
+    run(std::chrono::seconds(1));
+    for (const rtu::Tag &tag : tags)
+        EXPECT_NE(Quality::NeverRead, tag.value().quality) << tag.definition().address.toStdString();
 }
 
 TEST_F(LinkReplies, BlocksThatAreRefusedWholeAreLeftInThePlan)

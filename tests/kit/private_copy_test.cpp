@@ -48,6 +48,14 @@ TEST(PrivateCopy, HasAPathOfItsOwnUnderTheSameDescriptor)
     EXPECT_EQ(earlier.substr(earlier.rfind('/')), "/" + std::to_string(file.number())) << "the test shows nothing";
 }
 
+TEST(PrivateCopy, MayHaveTheFirstDescriptor)
+{
+    const Descriptor input(::dup(0));
+    ::close(0);
+    EXPECT_EQ(0, rtu::openMemoryFile()) << "a program may have closed its input";
+    ::dup2(input.number(), 0);
+}
+
 TEST(PrivateCopy, NeedsAFolderAndRoom)
 {
     EXPECT_GT(0, rtu::openUnnamedFile("/nowhere"));
@@ -62,6 +70,8 @@ TEST(PrivateCopy, LooksForAPlaceWhereTheUserWantsItFirst)
     const std::vector<std::string> folders = rtu::temporaryFolders();
     EXPECT_EQ("/somewhere", folders[0]);
     EXPECT_EQ("/tmp", folders[1]);
+    const test_line::Environment ofTheSession("XDG_RUNTIME_DIR", "/run/session");
+    EXPECT_EQ("/run/session", rtu::temporaryFolders()[1]);
 }
 
 } // namespace

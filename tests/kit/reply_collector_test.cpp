@@ -136,6 +136,20 @@ TEST_F(ReplyCollector, DoesNotSleepThroughLongDelays)
     EXPECT_EQ(milliseconds(5) + 254 * character(), elapsed());
 }
 
+TEST_F(ReplyCollector, SleepsThroughDelaysOfUpToTwentyMilliseconds)
+{
+    const Bytes big = frame("01 03 00 00 00 7D");
+    for (const bool longer : {false, true}) {
+        collector.reset();
+        const rtu::Duration delay = milliseconds(20) + (longer ? microseconds(1) : microseconds(0));
+        for (int i = 0; i < 2; ++i) {
+            line.receivePaced(timing.characters(big.size()) + delay + character(), character(), readReply(big));
+            collect(big, 255);
+        }
+        EXPECT_EQ(longer ? 4 : 3, line.wakeUps);
+    }
+}
+
 TEST_F(ReplyCollector, ANewDelayCostsAFewWakeUpsOnly)
 {
     setBaud(115200);

@@ -92,7 +92,7 @@ TEST_P(TcpName, IsUnderstood)
 
 INSTANTIATE_TEST_SUITE_P(All, TcpName,
                          testing::Values(Name{"tcp:192.168.1.5:4001", "192.168.1.5", "4001"},
-                                         Name{"tcp:gateway:1", "gateway", "1"},
+                                         Name{"tcp:gateway:1", "gateway", "1"}, Name{"tcp:gate~way:1", "gate~way", "1"},
                                          Name{"tcp:[fe80::1%eth0]:65535", "fe80::1%eth0", "65535"},
                                          Name{"tcp:fe80::1:4001", "", ""}, Name{"tcp:gateway", "", ""},
                                          Name{"tcp::4001", "", ""}, Name{"tcp:gateway:", "", ""},
@@ -392,6 +392,7 @@ TEST(NameLookup, KnowsThisComputer)
     EXPECT_FALSE(known.addresses.empty());
     EXPECT_EQ("", known.problem);
     EXPECT_NE("", rtu::lookUpName("127.0.0.1", "no number").problem);
+    EXPECT_EQ(1u, rtu::lookUpName("127.0.0.1", "80").addresses.size()) << "each is tried in turn";
 }
 
 TEST(TcpLine, SaysThatTheProcessHasNoDescriptorLeft)
