@@ -43,7 +43,6 @@ public:
 
     bool isOpen() const { return m_descriptor.isOpen(); }
     int descriptor() const { return m_descriptor.number(); }
-    bool isPseudoTerminal() const { return m_pseudoTerminal; }
 
     /** The parameters in use: as asked for, or 8N2. */
     const LineParameters &parameters() const { return m_parameters; }

@@ -261,7 +261,6 @@ void PacedReads::conclude()
     }
     m_suspects.clear();
     m_readable.clear();
-    m_probe = 0;
 }
 
 bool PacedReads::takeRound()
