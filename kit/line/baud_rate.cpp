@@ -34,6 +34,7 @@ int setBaudRate(int descriptor, int baud)
         return -1;
     settings.c_cflag &= ~static_cast<tcflag_t>(CBAUD);
     settings.c_cflag |= BOTHER;
+    // Looked at only where another program has set a rate of its own for receiving.
     settings.c_ispeed = static_cast<speed_t>(baud);
     settings.c_ospeed = static_cast<speed_t>(baud);
     const bool set =

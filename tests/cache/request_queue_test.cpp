@@ -405,6 +405,18 @@ TEST_F(WriteQueue, FullQueueStillReplacesEqualRanges)
     }
 }
 
+TEST_F(WriteQueue, FullQueueKeepsALongerRequestWhereTheLastPieceBegins)
+{
+    setData(1, "4x", 9, 1, "09 00");
+    setData(1, "4x", 7100, 100, numbered(200), 77);
+    fillQueue(511);
+    ASSERT_EQ(queued(), 513);
+    setData(1, "4x", 7000, 150, numbered(300), 88);
+    expectUnit(1, "4x", 7100, 100);
+    EXPECT_EQ(driver.writeList.at(1).userData, 77);
+    expectUnit(512, "4x", 7100, 50);
+}
+
 TEST_F(WriteQueue, FullQueueSparesTheHeadAndTakesTheLastPlace)
 {
     fillQueue(513);

@@ -40,6 +40,14 @@ public:
     explicit Line(const std::string &name, const TcpSettings &settings = patient()) : TcpLine(name, settings) {}
     using TcpLine::descriptor;
 
+    int looks = 0; ///< for bytes
+
+    ssize_t get(unsigned char *out, std::size_t room) override
+    {
+        ++looks;
+        return TcpLine::get(out, room);
+    }
+
     /** What has come, or the result when that is not a number of bytes. */
     std::string receive(rtu::Duration patience = Never)
     {
@@ -160,6 +168,16 @@ TEST(TcpLine, OpensWithoutWaiting)
     peer.accept();
     peer.send("x");
     EXPECT_EQ("x", line.receive());
+}
+
+TEST(TcpLine, DoesNotLookForBytesOverAndOverWhileItWaits)
+{
+    LoopbackPeer peer;
+    Line line(peer.name());
+    line.open();
+    peer.accept();
+    EXPECT_EQ("0", line.receive(std::chrono::milliseconds(20)));
+    EXPECT_LE(line.looks, 2);
 }
 
 // --- a peer that goes ---------------------------------------------------------------
@@ -303,6 +321,27 @@ TEST(TcpLine, GivesUpOnAPeerThatDoesNotAnswer)
     settings.connectTimeout = std::chrono::milliseconds(20);
     Line line(full.peer.name(), settings);
     EXPECT_EQ("cannot connect to " + full.peer.name() + ": no answer within 20 ms", failureOf([&] { line.open(); }));
+}
+
+/** Its clock is long behind the system's, so that nothing is waited for, and two seconds on at each look. */
+class HurriedLine : public Line
+{
+public:
+    using Line::Line;
+
+    rtu::TimePoint now() override { return m_clock += std::chrono::seconds(2); }
+
+private:
+    rtu::TimePoint m_clock;
+};
+
+TEST(TcpLine, SaysInSecondsHowLongAPeerDidNotAnswer)
+{
+    const FullPeer full;
+    TcpSettings settings = patient();
+    settings.connectTimeout = std::chrono::seconds(2);
+    HurriedLine line(full.peer.name(), settings);
+    EXPECT_EQ("cannot connect to " + full.peer.name() + ": no answer within 2 s", failureOf([&] { line.open(); }));
 }
 
 TEST(TcpLine, IsInterruptedWhileItConnects)
