@@ -12,9 +12,13 @@ namespace {
 const int largestRun = 3000;
 const int mostRequests = 600;
 // Long runs are worth a try and cost a thousand short ones: an input has so many
-// elements in all, and small counts when they are used up.
-const int elementsAnInput = 6000;
+// elements in all, and small counts when they are used up. They are enough to fill a
+// queue, and for a cache that is indexed, and indexed anew when it has grown.
+const int elementsAnInput = 1200;
 const int smallRun = 24;
+// A plan pays when it is polled: long, and the less the longer its replies are.
+const unsigned int mostRounds = 256;
+const int polledBytes = 4000;
 const int deepestCallBack = 3;
 
 int stationOf(const CallRecord &record)
@@ -260,10 +264,17 @@ void CallPlayer::poll(const CallRecord &record)
     Noise noise(record.address);
     std::vector<unsigned char> content = noise.bytes(static_cast<int>(record.count % 16) + 1);
     const unsigned int changing = record.extra >> 8 & 3u; // none, or one reply of so many
-    for (unsigned int left = record.extra % 64 + 1; left > 0 && host.nextFrame(); --left) {
+    int bytes = polledBytes;
+    for (unsigned int left = record.extra % mostRounds + 1; left > 0 && bytes > 0; --left) {
+        if (left % 2 == 0)
+            host.askForSomething(noise);
+        if (!host.nextFrame())
+            return;
         if (changing != 0 && left % (4 * changing) == 0)
             content[left % content.size()] ^= noise.byte();
-        host.deal(host.wholeReply(content));
+        const QByteArray reply = host.wholeReply(content);
+        bytes -= static_cast<int>(reply.size());
+        host.deal(reply);
     }
 }
 

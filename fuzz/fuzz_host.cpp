@@ -90,11 +90,22 @@ QString typeText(unsigned int number)
     return QString::fromLatin1(texts[number % TypeTexts]);
 }
 
-unsigned char Noise::byte()
+void Noise::advance()
 {
     state ^= state << 13;
     state ^= state >> 17;
     state ^= state << 5;
+}
+
+int Noise::below(int limit)
+{
+    advance();
+    return static_cast<int>((state >> 8) % static_cast<std::uint32_t>(limit));
+}
+
+unsigned char Noise::byte()
+{
+    advance();
     // Mostly small values: they are what coils and bits look at.
     const unsigned char value = static_cast<unsigned char>(state >> 8);
     return (state & 3u) == 0 ? value : value & 1u;
@@ -169,6 +180,35 @@ std::vector<unsigned char> Host::getData(int station, const QString &regType, in
     out.shrink_to_fit();
     require(intf_getData(station, &type, address, count, out.data()) == 1, "intf_getData");
     return out;
+}
+
+void Host::askForSomething(Noise &noise)
+{
+    // Inputs are left alone: what a slave says of them is what the host must see then.
+    static const char *const types[] = {"0x", "4x", "4x_bit", "4x_double"};
+    QString type = QString::fromLatin1(types[noise.below(4)]);
+    const int station = 1 + noise.below(3);
+    const int address = noise.below(64);
+    const int count = 1 + noise.below(8);
+    switch (noise.below(8)) {
+    case 0:
+        getData(station, type, address, count);
+        return;
+    case 1:
+    case 2:
+    case 3: {
+        KEY_ADDRESS key = KEY_ADDRESS();
+        key.station = station;
+        key.regType = type;
+        key.startAddr = address;
+        key.count = count;
+        require(intf_addConditionRead(&key, count) == 1, "intf_addConditionRead");
+        return;
+    }
+    default:
+        setData(station, type, address, count, static_cast<std::uint32_t>(noise.below(1 << 16)), count);
+        return;
+    }
 }
 
 bool Host::nextFrame()

@@ -36,8 +36,12 @@ public:
 
     unsigned char byte();
     std::vector<unsigned char> bytes(int count);
+    /** One of the numbers from 0 on that are less than @p limit, each as likely. */
+    int below(int limit);
 
 private:
+    void advance();
+
     std::uint32_t state;
 };
 
@@ -72,6 +76,9 @@ public:
 
     /** intf_getData() into exactly the bytes that a host owes. */
     std::vector<unsigned char> getData(int station, const QString &regType, int address, int count);
+
+    /** One thing that screens ask for between two polls: mostly a write, of a few coils or holding registers. */
+    void askForSomething(Noise &noise);
 
     /** intf_getSendFrame(); the frame is then in lastFrame. */
     bool nextFrame();

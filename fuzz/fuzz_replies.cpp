@@ -5,6 +5,7 @@
 
 #include <fuzzer/FuzzedDataProvider.h>
 
+#include <algorithm>
 #include <cstdio>
 
 namespace {
@@ -15,7 +16,36 @@ using fuzz::require;
 const int retryLimits[] = {3, 1, 0, 2};
 const int blockLimits[] = {40, 125, 8, 600, 0, -1};
 
-void initialise(Host &host, FuzzedDataProvider &input)
+// Long blocks are worth a try and cost a thousand short ones: the calls of an input
+// are for so many elements in all, and for few each when those are used up. One block
+// is longer than the largest limit, and the cache grows beyond what is scanned.
+const int elementsAnInput = 800;
+const int smallCount = 20;
+
+// A plan pays when it is polled: long after it was made, and the less the longer its replies are.
+const int mostRounds = 255;
+const int roundsBetween = 5; // two things that the screens ask for
+const int repeatedBytes = 8000;
+
+/** An input, and how many elements its calls may still be for. */
+class Input : public FuzzedDataProvider
+{
+public:
+    Input(const std::uint8_t *bytes, std::size_t size) : FuzzedDataProvider(bytes, size), room(elementsAnInput) {}
+
+    /** As many of @p count elements as there are still to be had. */
+    int granted(int count)
+    {
+        const int taken = std::min(count, std::max(room, smallCount));
+        room -= std::max(taken, 0);
+        return taken;
+    }
+
+private:
+    int room;
+};
+
+void initialise(Host &host, Input &input)
 {
     char property[64];
     std::snprintf(property, sizeof property, "1#0#0#%d#%d#%d_2", input.PickValueInArray(retryLimits),
@@ -24,32 +54,33 @@ void initialise(Host &host, FuzzedDataProvider &input)
     host.useCallBack(input.ConsumeBool());
 }
 
-int stationFrom(FuzzedDataProvider &input)
+int stationFrom(Input &input)
 {
-    return input.ConsumeIntegralInRange(0, 3);
+    return (1 + input.ConsumeIntegralInRange(0, 3)) % 4; // no frames for station 0
 }
 
-int addressFrom(FuzzedDataProvider &input)
+int addressFrom(Input &input)
 {
     return input.ConsumeBool() ? input.ConsumeIntegralInRange(0, 40) : input.ConsumeIntegralInRange(-40, 0x100010);
 }
 
-/** Seldom large: a plan of long blocks costs as much as a hundred of short ones. */
-int countFrom(FuzzedDataProvider &input)
+/** Where an input has ended, its numbers are the least there are: also then a block of some elements. */
+int countFrom(Input &input)
 {
-    return input.ConsumeIntegralInRange(0, 7) > 0 ? input.ConsumeIntegralInRange(-1, 20)
-                                                  : input.ConsumeIntegralInRange(-30, 2100);
+    if (input.ConsumeIntegralInRange(0, 7) < 7)
+        return input.granted(smallCount - input.ConsumeIntegralInRange(0, smallCount + 1));
+    return input.granted(input.ConsumeIntegralInRange(-30, 2100));
 }
 
-QString typeFrom(FuzzedDataProvider &input)
+QString typeFrom(Input &input)
 {
     return fuzz::typeText(input.ConsumeIntegralInRange(0u, 9u));
 }
 
-void plan(FuzzedDataProvider &input)
+void plan(Input &input)
 {
     QList<KEY_ADDRESS> keys;
-    for (int n = input.ConsumeIntegralInRange(0, 6); n > 0; --n) {
+    for (int n = input.PickValueInArray({2, 1, 3, 4, 5, 6, 0}); n > 0; --n) {
         KEY_ADDRESS key = KEY_ADDRESS();
         key.station = stationFrom(input);
         key.regType = typeFrom(input);
@@ -64,7 +95,7 @@ void plan(FuzzedDataProvider &input)
     intf_addrMerge(&keys);
 }
 
-void registerRecipe(Host &host, FuzzedDataProvider &input)
+void registerRecipe(Host &host, Input &input)
 {
     QVector<_RCP_VAR_PRO> rows;
     for (int n = input.ConsumeIntegralInRange(0, 3); n > 0; --n) {
@@ -119,14 +150,26 @@ void deal(Host &host, const QByteArray &reply, bool seen)
     host.check();
 }
 
-/** Goes on polling slaves that have the same to say, all of them and in each round. */
-void repeat(Host &host, const std::vector<unsigned char> &content, int replies, bool seen)
+/** Goes on polling: the slaves say what they said before, but for a byte now and then. */
+void repeat(Host &host, std::vector<unsigned char> content, Input &input, bool seen)
 {
-    for (; replies > 0 && host.nextFrame(); --replies)
-        deal(host, host.wholeReply(content), seen);
+    fuzz::Noise noise(input.ConsumeIntegral<std::uint16_t>());
+    const int changing = input.ConsumeIntegralInRange(0, 3); // one reply of so many, or none
+    int bytes = repeatedBytes;
+    for (int rounds = input.ConsumeIntegralInRange(0, mostRounds); rounds > 0 && bytes > 0; --rounds) {
+        if (rounds % roundsBetween == 0)
+            host.askForSomething(noise);
+        if (!host.nextFrame())
+            return;
+        if (changing != 0 && rounds % changing == 0 && !content.empty())
+            content[static_cast<std::size_t>(rounds) % content.size()] ^= noise.byte();
+        const QByteArray reply = host.wholeReply(content);
+        bytes -= static_cast<int>(reply.size());
+        deal(host, reply, seen);
+    }
 }
 
-QByteArray replyFrom(Host &host, FuzzedDataProvider &input, const std::vector<unsigned char> &content)
+QByteArray replyFrom(Host &host, Input &input, const std::vector<unsigned char> &content)
 {
     QByteArray reply = host.wholeReply(content);
     const int size = static_cast<int>(reply.size());
@@ -150,7 +193,7 @@ QByteArray replyFrom(Host &host, FuzzedDataProvider &input, const std::vector<un
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t size)
 {
-    FuzzedDataProvider input(bytes, size);
+    Input input(bytes, size);
     Host host;
     initialise(host, input);
     plan(input);
@@ -168,7 +211,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t *bytes, std::size_t siz
         const std::vector<unsigned char> content =
             input.ConsumeBytes<unsigned char>(input.ConsumeIntegralInRange(0u, 40u));
         deal(host, replyFrom(host, input, content), !written);
-        repeat(host, content, input.ConsumeIntegralInRange(0, 31), !written);
+        repeat(host, content, input, !written);
     }
     host.checkCache();
     return 0;
