@@ -425,6 +425,15 @@ TEST(NameLookup, SaysThatThereIsNoThread)
     EXPECT_TRUE(nameLookup.result().addresses.empty());
 }
 
+TEST(NameLookup, AsksNobodyForFigures)
+{
+    rtu::Lookup lookup = ThreadLess();
+    lookup.target<ThreadLess>()->armed = true;
+    const rtu::NameLookup nameLookup("127.0.0.1", "1", lookup);
+    EXPECT_EQ("", nameLookup.result().problem);
+    EXPECT_EQ(1u, nameLookup.result().addresses.size());
+}
+
 TEST(NameLookup, KnowsThisComputer)
 {
     const LookupResult known = rtu::lookUpName("localhost", "80");
