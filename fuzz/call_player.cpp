@@ -19,6 +19,7 @@ const int smallRun = 24;
 // A plan pays when it is polled: long, and the less the longer its replies are.
 const unsigned int mostRounds = 256;
 const int polledBytes = 4000;
+const int bytesForNone = 500; // no reply is as long as such a request wants: it is tried some times, and given up
 const int deepestCallBack = 3;
 
 int stationOf(const CallRecord &record)
@@ -273,7 +274,7 @@ void CallPlayer::poll(const CallRecord &record)
         if (changing != 0 && left % (4 * changing) == 0)
             content[left % content.size()] ^= noise.byte();
         const QByteArray reply = host.wholeReply(content);
-        bytes -= static_cast<int>(reply.size());
+        bytes -= reply.isEmpty() ? bytesForNone : static_cast<int>(reply.size());
         host.deal(reply);
     }
 }
