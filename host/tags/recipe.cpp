@@ -80,7 +80,7 @@ std::string valuesText(const TagRange &tag, const std::vector<std::uint32_t> &ra
 {
     std::string text;
     for (std::uint32_t value : raw)
-        text += (text.empty() ? "" : " ") + valueText(value, tag.format);
+        text += (text.empty() ? "" : " ") + storedText(value, tag.format);
     return text;
 }
 

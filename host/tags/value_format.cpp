@@ -7,7 +7,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <limits>
 #include <stdexcept>
 
 namespace rtu {
@@ -58,26 +57,25 @@ std::int64_t signedValue(std::uint32_t raw, const ValueFormat &format)
     return format.width == 2 ? static_cast<std::int32_t>(raw) : static_cast<std::int16_t>(raw);
 }
 
-/** The shortest text that gives the same number again. */
-std::string shortestPrinted(double value, int mostDigits)
+/** The shortest text that reads back as the same, by the judgement of @p same. */
+template <typename Same>
+std::string shortestPrinted(double value, int mostDigits, const Same &same)
 {
     for (int digits = 6; digits < mostDigits; ++digits) {
         const std::string text = general(value, digits);
         double back = 0;
         readNumber(text, &back);
-        const bool same = mostDigits == 9 ? static_cast<float>(back) == static_cast<float>(value)
-                                          : std::abs(back - value) <= 1e-12 * std::abs(value);
-        if (same)
+        if (same(back))
             return text;
     }
     return general(value, mostDigits);
 }
 
 /** As that, but a million is 1000000 and not 1e+06. */
-std::string shortest(double value, int mostDigits)
+template <typename Same>
+std::string shortest(double value, int mostDigits, double exactUpTo, const Same &same)
 {
-    const std::string text = shortestPrinted(value, mostDigits);
-    const double exactUpTo = mostDigits == 9 ? 1e10 : 1e15;
+    const std::string text = shortestPrinted(value, mostDigits, same);
     const bool wholeNumber = text.find("e+") != std::string::npos && std::abs(value) < exactUpTo;
     return wholeNumber ? fixed(value, 0) : text;
 }
@@ -100,6 +98,21 @@ double numericValue(std::uint32_t raw, const ValueFormat &format)
     if (format.format == Format::Float)
         return static_cast<double>(floatOf(raw));
     return format.format == Format::Signed ? static_cast<double>(signedValue(raw, format)) : static_cast<double>(raw);
+}
+
+/** What counts is the float that is stored, not the scaled number that is shown. */
+std::string shortestFloat(std::uint32_t raw, const ValueFormat &format)
+{
+    const float stored = floatOf(raw);
+    const double shown = static_cast<double>(stored) * format.scale;
+    return shortest(shown, 17, 1e10,
+                    [&](double back) { return bitsOfFloat(static_cast<float>(back / format.scale)) == raw; });
+}
+
+std::string shortestScaled(std::uint32_t raw, const ValueFormat &format)
+{
+    const double shown = numericValue(raw, format) * format.scale;
+    return shortest(shown, 15, 1e15, [&](double back) { return std::abs(back - shown) <= 1e-12 * std::abs(shown); });
 }
 
 [[noreturn]] void refuse(const std::string &text, const std::string &wanted)
@@ -144,10 +157,10 @@ std::uint32_t parseInteger(const std::string &text, const ValueFormat &format)
 std::uint32_t parseFloat(const std::string &text, const ValueFormat &format)
 {
     const double stored = parseNumber(text) / format.scale;
-    const double highest = static_cast<double>(std::numeric_limits<float>::max());
-    if (std::isfinite(stored) && std::abs(stored) > highest)
+    const float rounded = static_cast<float>(stored); // the greatest float may be written a little too great
+    if (std::isfinite(stored) && std::isinf(rounded))
         refuse(text, "it lies beyond 3.4e38, where 32-bit floats end");
-    return bitsOfFloat(static_cast<float>(stored));
+    return bitsOfFloat(rounded);
 }
 
 } // namespace
@@ -226,13 +239,18 @@ std::string valueText(std::uint32_t raw, const ValueFormat &format)
     case Format::Binary:
         return binaryText(raw, bits(format));
     case Format::Float:
-        return isUnscaled(format) ? shortest(static_cast<double>(floatOf(raw)), 9)
-                                  : shortest(numericValue(raw, format) * format.scale, 9);
+        return shortestFloat(raw, format);
     default:
         if (isUnscaled(format))
             return fixed(numericValue(raw, format), 0);
-        return shortest(numericValue(raw, format) * format.scale, 15);
+        return shortestScaled(raw, format);
     }
+}
+
+std::string storedText(std::uint32_t raw, const ValueFormat &format)
+{
+    const bool number = format.format != Format::Float || !std::isnan(floatOf(raw));
+    return number ? valueText(raw, format) : rawText(raw, format);
 }
 
 std::string signedReading(std::uint32_t raw, const ValueFormat &format)

@@ -43,6 +43,9 @@ int driverFormatCode(Format format, int width);
 /** The value as people read it, scaled. */
 std::string valueText(std::uint32_t raw, const ValueFormat &format);
 
+/** As that, but parseValue() makes the same bits of it: a float that is no number is written as bits. */
+std::string storedText(std::uint32_t raw, const ValueFormat &format);
+
 /** "-1" for a register that holds 65535 and may be meant so; empty where there is no doubt. */
 std::string signedReading(std::uint32_t raw, const ValueFormat &format);
 

@@ -55,6 +55,20 @@ INSTANTIATE_TEST_SUITE_P(
         Shown{Format::Unsigned, 1, 0.1, 255, "25.5"}, Shown{Format::Signed, 1, 0.01, 0xFFFF, "-0.01"},
         Shown{Format::Unsigned, 1, 10, 7, "70"}));
 
+// Scaled floats divide again, the greatest float ends where floats do, and a NaN has bits of its own.
+TEST(StoredText, ComesBackAsTheSameBits)
+{
+    for (double scale : {1.0, 0.1, 3.0, -0.01}) {
+        for (std::uint32_t raw : {0x43BE4695u, 0x3F800001u, 0x80000000u, 0x00000001u, 0x7F7FFFFFu, 0xFF7FFFFFu,
+                                  0x7F800000u, 0x7FC00000u, 0x7F800001u, 0xFFFFFFFFu}) {
+            const ValueFormat f = format(Format::Float, 2, scale);
+            EXPECT_EQ(raw, rtu::parseValue(rtu::storedText(raw, f), f)) << rtu::storedText(raw, f) << ", x " << scale;
+        }
+    }
+    EXPECT_EQ("0xFFFFFFFF", rtu::storedText(0xFFFFFFFF, format(Format::Float, 2)));
+    EXPECT_EQ("25.5", rtu::storedText(255, format(Format::Unsigned, 1, 0.1)));
+}
+
 TEST(ParseValue, TakesOtherWaysOfWriting)
 {
     EXPECT_EQ(1u, rtu::parseValue("on", format(Format::Bit, 0)));
