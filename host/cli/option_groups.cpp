@@ -83,7 +83,7 @@ bool given(const CLI::App &app, const char *name)
 void WhatOptions::declare(CLI::App &app, Options &options)
 {
     const char *const group = "What to read and write";
-    app.add_option("-a", stations, "Stations, as in 1,3,5-7; 0 broadcasts writes (1)")
+    app.add_option("-a", stations, "Stations of addresses given here, as in 1,3,5-7; 0 broadcasts writes (1)")
         ->type_name("STATIONS")
         ->group(group);
     app.add_option("-t", options.typeText,

@@ -71,6 +71,9 @@ private:
     void checkLimit() const;
     bool usesLine() const;
     void checkMode() const;
+    void checkNamingFile() const;
+    bool movesRecipe() const;
+    bool namesOnCommandLine() const;
     void checkRecords() const;
     void checkSimulation() const;
     void checkListening() const;
@@ -187,9 +190,7 @@ void Parser::settlePort()
         port = m_options.arguments.begin();
     m_options.port = *port;
     m_options.arguments.erase(port);
-    const bool recipe = m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite
-                        || m_options.mode == Mode::RecipeCompare;
-    if (recipe && (isDevice(m_options.recipeFile) || looksLikeAddress(m_options.recipeFile)))
+    if (movesRecipe() && (isDevice(m_options.recipeFile) || looksLikeAddress(m_options.recipeFile)))
         throw Misuse("\"" + m_options.recipeFile
                      + "\" stands where the recipe's file is named: " + "--recipe-read FILE PORT ADDRESS...");
     if (looksLikeAddress(m_options.port))
@@ -214,6 +215,7 @@ void Parser::check() const
     checkProperty();
     checkLimit();
     checkMode();
+    checkNamingFile();
     checkRecords();
     checkSimulation();
     checkListening();
@@ -273,6 +275,35 @@ void Parser::checkMode() const
         throw Misuse("--check wants addresses, or --tags FILE");
 }
 
+bool Parser::movesRecipe() const
+{
+    return m_options.mode == Mode::RecipeRead || m_options.mode == Mode::RecipeWrite
+           || m_options.mode == Mode::RecipeCompare;
+}
+
+bool Parser::namesOnCommandLine() const
+{
+    return !m_options.arguments.empty() || m_options.typeOrReferenceGiven;
+}
+
+/** Who gives a station beside a file that names others must not reach those instead. */
+void Parser::checkNamingFile() const
+{
+    if (movesRecipe() && given("--low-word-first"))
+        throw Misuse("--low-word-first is not for recipes: --swap or --swap-stations say where they have the low word "
+                     "first");
+    const bool tagFile = !m_options.tagFile.empty();
+    const bool search = m_options.mode == Mode::Find; // asks stations, not tags
+    if (namesOnCommandLine() || search || !(tagFile || movesRecipe()))
+        return;
+    for (const char *option : {"-a", "-c", "-0"}) {
+        if (given(option))
+            throw Misuse(option + std::string(" is for addresses on the command line; ")
+                         + (tagFile ? m_options.tagFile : m_options.recipeFile)
+                         + " names station, address and count itself");
+    }
+}
+
 void Parser::checkRecords() const
 {
     const bool values = m_options.mode == Mode::Poll || m_options.mode == Mode::ConditionRead || polledReplay();
@@ -290,8 +321,7 @@ void Parser::checkRecords() const
 
 bool Parser::polledReplay() const
 {
-    return m_options.mode == Mode::Replay
-           && (!m_options.arguments.empty() || !m_options.tagFile.empty() || m_options.typeOrReferenceGiven);
+    return m_options.mode == Mode::Replay && (namesOnCommandLine() || !m_options.tagFile.empty());
 }
 
 void Parser::checkSimulation() const

@@ -28,6 +28,16 @@ class Recipes(RtuHostTest):
             result = self.simulate("--recipe-write", recipe, "-v", *swapped)
             self.assertIn("write registers 4x101..102 = 22136 4660", result.out)
 
+    def test_options_of_addresses_do_not_turn_a_recipe(self):
+        recipe = self.file("recipe.csv", "address,type,values\n1,4x,77\n")
+        for arguments in (["-a", "2"], ["-c", "1"], ["-0"], ["--low-word-first"]):
+            for mode in ("--recipe-write", "--recipe-compare", "--recipe-read"):
+                result = self.simulate(mode, recipe, *arguments, status=2)
+                self.assertIn(arguments[0], result.err)
+        tags = self.file("tags.csv", "type,address\n4x,1\n")
+        for arguments in (["-a", "2"], ["-c", "1"], ["-0"]):
+            self.assertIn("tags.csv", self.simulate("-1", "--tags", tags, *arguments, status=2).err)
+
     def test_the_file_itself_may_name_the_registers(self):
         recipe = self.file("recipe.csv", "address,type,count,values\n1,4x,2,\n")
         self.simulate("--recipe-read", recipe)

@@ -330,6 +330,18 @@ TEST(Options, MisuseIsExplained)
         {{"--find", "--stats", "p"}, "--stats sums up what goes over a line"},
         {{"--recipe-write", "f", "p", "4x1"}, "takes the registers from its file"},
         {{"--recipe-write", "f", "-t", "4", "p"}, "takes the registers from its file"},
+        {{"--recipe-write", "w.csv", "-a", "5", "p"}, "-a is for addresses on the command line; w.csv names"},
+        {{"--recipe-write", "w.csv", "-c", "2", "p"}, "-c is for addresses on the command line"},
+        {{"--recipe-compare", "w.csv", "-0", "p"}, "-0 is for addresses on the command line"},
+        {{"--recipe-read", "w.csv", "-a", "5", "p"}, "-a is for addresses on the command line; w.csv names"},
+        {{"--recipe-read", "w.csv", "--tags", "t.csv", "-a", "5", "p"}, "t.csv names"},
+        {{"--recipe-read", "w.csv", "--low-word-first", "p", "4x_double1"}, "--swap"},
+        {{"--recipe-write", "w.csv", "--low-word-first", "p"}, "--swap"},
+        {{"--recipe-compare", "w.csv", "--low-word-first", "p"}, "--swap"},
+        {{"--tags", "t.csv", "-a", "5", "p"}, "-a is for addresses on the command line; t.csv names"},
+        {{"--tags", "t.csv", "-c", "5", "p"}, "-c is for addresses on the command line"},
+        {{"--condition-read", "--tags", "t.csv", "-0", "p"}, "-0 is for addresses on the command line"},
+        {{"--plan", "--tags", "t.csv", "-a", "5"}, "-a is for addresses on the command line"},
         {{"--serve", "f", "pty:"}, "wants the name of a link"},
         {{"-a", "300", "p"}, "a station is from 0 to 247"},
         {{"--json", "--csv", "p"}, "exclude each other"},
@@ -342,6 +354,14 @@ TEST(Options, MisuseIsExplained)
     };
     for (const MisuseCase &wrong : cases)
         EXPECT_TRUE(contains(misuse(wrong.arguments), wrong.reason)) << wrong.reason << ": " << misuse(wrong.arguments);
+}
+
+TEST(Options, OfAddressesGoWithAFileAsWell)
+{
+    EXPECT_EQ(5, parse({"--tags", "t.csv", "-a", "5", "p", "4x1"}).stations.front());
+    EXPECT_EQ(5, parse({"--recipe-read", "w.csv", "-a", "5", "-r", "3", "-c", "2", "p"}).stations.front());
+    EXPECT_EQ(5, parse({"--find", "p", "--tags", "t.csv", "-a", "5"}).stations.front());
+    EXPECT_TRUE(parse({"--tags", "t.csv", "--low-word-first", "p"}).lowWordFirst);
 }
 
 TEST(Options, HelpFitsATerminal)
