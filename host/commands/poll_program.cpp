@@ -71,7 +71,7 @@ bool PollProgram::awaitEnd(const Asked &asked)
 {
     while (!asked.ended()) {
         if (!step())
-            return false;
+            return asked.ended();
     }
     return true;
 }
@@ -116,19 +116,39 @@ void PollProgram::notePort(bool open)
     stop();
 }
 
+/** False when it ended before the last one; those that were left out are told as well. */
 bool PollProgram::write(const std::vector<TagWrite> &writes)
 {
+    for (const TagWrite &each : writes)
+        write(each);
+    return !m_stopped;
+}
+
+void PollProgram::write(const TagWrite &write)
+{
+    const TagState old = echoesWrites() && !m_stopped ? valueBefore(write) : TagState();
+    const std::uint64_t errors = m_errors;
+    if (m_stopped) {
+        WriteResult unsent;
+        unsent.text = QString::fromStdString(whyEnded());
+        return tellWrite(write, old, unsent, false);
+    }
     WriteOptions how;
     how.readBack = m_options.verify;
-    for (const TagWrite &write : writes) {
-        const TagState old = echoesWrites() ? valueBefore(write) : TagState();
-        const std::uint64_t errors = m_errors;
-        const Write asked = m_link.write(definitionOf(write.tag), numbersOf(write.raw), how);
-        if (!awaitEnd(asked))
-            return false;
-        tellWrite(write, old, asked.result(), m_errors != errors);
-    }
-    return true;
+    const Write asked = m_link.write(definitionOf(write.tag), numbersOf(write.raw), how);
+    awaitEnd(asked);
+    tellWrite(write, old, endOf(asked), m_errors != errors);
+}
+
+/** What is on the line when the user ends it is not sent again, and may have reached the slave. */
+WriteResult PollProgram::endOf(Write asked)
+{
+    if (asked.ended())
+        return asked.result();
+    WriteResult result;
+    result.end = asked.cancel() ? WriteEnd::NotSent : WriteEnd::Unconfirmed;
+    result.text = QString::fromStdString(whyEnded());
+    return result;
 }
 
 /** Not known where nobody answers, or nothing goes over the line anyway. */
@@ -153,7 +173,9 @@ void PollProgram::tellWrite(const TagWrite &write, const TagState &old, const Wr
     if (wentWell(result.end) || errorTold)
         return;
     ++m_errors;
-    m_err << "error: " << write.tag.place() << " was not written: " << result.text.toStdString() << '\n';
+    const bool unknown = result.end == WriteEnd::Unconfirmed;
+    m_err << "error: " << write.tag.place() << (unknown ? " may not have been written: " : " was not written: ")
+          << result.text.toStdString() << '\n';
 }
 
 int PollProgram::poll(const TagSelection &selection, std::size_t requestsARound)
@@ -185,14 +207,24 @@ void PollProgram::finishRound()
 int PollProgram::readOnce(const std::vector<TagRange> &tags)
 {
     m_records.printHeader();
-    for (const TagRange &tag : tags) {
-        m_lastError.clear();
-        const OneOffRead asked = m_link.read(definitionOf(tag));
-        if (!awaitEnd(asked))
-            break;
-        printRead(tag, asked.result(), m_lastError);
-    }
+    for (const TagRange &tag : tags)
+        readOnce(tag);
     return finish();
+}
+
+void PollProgram::readOnce(const TagRange &tag)
+{
+    m_lastError.clear();
+    if (!m_stopped) {
+        const OneOffRead asked = m_link.read(definitionOf(tag));
+        if (awaitEnd(asked))
+            return printRead(tag, asked.result(), m_lastError);
+    }
+    ReadResult unread;
+    unread.end = ReadEnd::Cancelled;
+    printRead(tag, unread, whyEnded());
+    ++m_errors;
+    m_err << "error: " << tag.place() << " was not read: " << whyEnded() << '\n';
 }
 
 void PollProgram::printRead(const TagRange &tag, const ReadResult &result, const std::string &error)

@@ -53,11 +53,15 @@ private:
     template <typename Asked>
     bool awaitEnd(const Asked &asked);
     bool write(const std::vector<TagWrite> &writes);
+    void write(const TagWrite &write);
+    WriteResult endOf(Write asked);
+    std::string whyEnded() const { return m_portLost ? "the port is gone" : "interrupted"; }
     TagState valueBefore(const TagWrite &write);
     void tellWrite(const TagWrite &write, const TagState &old, const WriteResult &result, bool errorTold);
     bool echoesWrites() const { return m_options.form != OutputForm::Lines || !m_options.quiet || recordsToFile(); }
     bool recordsToFile() const { return !m_options.logFile.empty() || !m_options.recordFile.empty(); }
     void poll(const std::vector<TagRange> &tags, std::size_t requestsARound);
+    void readOnce(const TagRange &tag);
     void finishRound();
     void printRead(const TagRange &tag, const ReadResult &result, const std::string &error);
     TransferResult resultOf(Transfer asked);

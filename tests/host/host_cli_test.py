@@ -3,14 +3,17 @@ import csv
 import io
 import json
 import os
+import pty
 import re
+import select
 import signal
 import subprocess
+import tty
 import unittest
 import unittest.mock
 import xml.etree.ElementTree
 
-from rtuhost_under_test import PATIENCE, RTUHOST, SOURCE, RtuHostTest, wait_for
+from rtuhost_under_test import PATIENCE, RTUHOST, SOURCE, RtuHostTest, frame, wait_for
 
 # What the contract checker advises against, and these tests are about.
 LOCAL_WRITES = unittest.mock.patch.dict(os.environ, MODBUS_RTU_CHECK_IGNORE="local-only")
@@ -634,6 +637,45 @@ class Ports(RtuHostTest):
             status, rest = self.end(host, number)
             self.assertEqual(0, status)
             self.assertIn("given up", rest)
+
+    def slave(self):
+        """A line whose far end is this test."""
+        line, port = pty.openpty()
+        tty.setraw(port)
+        self.addCleanup(os.close, line)
+        self.addCleanup(os.close, port)
+        return line, os.ttyname(port)
+
+    def expect(self, line, request):
+        got = b""
+        while len(got) < len(request):
+            self.assertTrue(select.select([line], [], [], PATIENCE)[0], "the request")
+            got += os.read(line, len(request) - len(got))
+        self.assertEqual(request, got)
+
+    def test_what_a_signal_kept_from_being_written_is_told(self):
+        line, port = self.slave()
+        host = self.start("-P", "none", "-s", "2", "-o", "3600", "--json", port, "4x1=5", "4x2=6", "4x3")
+        self.expect(line, frame("01 03 00 00 00 01"))
+        os.write(line, frame("01 03 02 00 07"))
+        self.expect(line, frame("01 06 00 00 00 05"))
+        status, rest = self.end(host)
+        self.assertEqual(1, status)
+        rows = [json.loads(row) for row in rest.splitlines() if row.startswith("{")]
+        self.assertEqual([("1", 7, 5, "unconfirmed", "interrupted"), ("2", None, 6, "not sent", "interrupted")],
+                         [tuple(row[key] for key in ("address", "old", "value", "status", "error")) for row in rows])
+        self.assertIn("error: 1:4x1 may not have been written: interrupted", rest)
+        self.assertIn("error: 1:4x2 was not written: interrupted", rest)
+        self.assertEqual([], select.select([line], [], [], 0)[0], "nothing further was sent")
+
+    def test_what_a_signal_kept_from_being_read_is_told(self):
+        line, port = self.slave()
+        host = self.start("-P", "none", "-s", "2", "-o", "3600", "--condition-read", port, "4x1", "4x2")
+        self.expect(line, frame("01 03 00 00 00 01"))
+        status, rest = self.end(host)
+        self.assertEqual(1, status)
+        for address in ("4x1", "4x2"):
+            self.assertIn("error: 1:%s was not read: interrupted" % address, rest)
 
     def test_ctrl_c_sums_up(self):
         host = self.start("--sim", self.sim, "-l", "50", "-o", "0.05", "4x1", "4x1@3")
