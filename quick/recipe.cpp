@@ -8,6 +8,7 @@
 #include <QtCore/QJsonDocument>
 #include <QtCore/QJsonObject>
 #include <QtCore/QSaveFile>
+#include <QtCore/QSet>
 
 namespace quick {
 
@@ -147,8 +148,28 @@ bool Recipe::fail(const QString &error)
     return false;
 }
 
+/** The file knows a row by its name alone. Empty where each has its own. */
+QString Recipe::faultOfNames() const
+{
+    QSet<QString> names;
+    for (const RecipeRow *row : m_rows) {
+        const QString name = row->name();
+        if (name.isEmpty())
+            return QStringLiteral("the row of station %1 %2 has no name, by which a file keeps its value")
+                .arg(row->station())
+                .arg(row->address());
+        if (names.contains(name))
+            return QStringLiteral("two rows have the name \"%1\", by which a file keeps their values").arg(name);
+        names.insert(name);
+    }
+    return QString();
+}
+
 bool Recipe::writeFile(const QUrl &file)
 {
+    const QString fault = faultOfNames();
+    if (!fault.isEmpty())
+        return fail(fault);
     QJsonObject values;
     for (const RecipeRow *row : m_rows)
         values.insert(row->name(), QJsonValue::fromVariant(row->value()));
@@ -162,13 +183,19 @@ bool Recipe::writeFile(const QUrl &file)
 
 bool Recipe::readFile(const QUrl &file)
 {
+    const QString fault = faultOfNames();
+    if (!fault.isEmpty())
+        return fail(fault);
     QFile in(pathOf(file));
     if (!in.open(QIODevice::ReadOnly))
         return fail(QStringLiteral("cannot read %1: %2").arg(in.fileName(), in.errorString()));
     QJsonParseError parsed;
-    const QJsonObject values = QJsonDocument::fromJson(in.readAll(), &parsed).object();
+    const QJsonDocument document = QJsonDocument::fromJson(in.readAll(), &parsed);
     if (parsed.error != QJsonParseError::NoError)
         return fail(QStringLiteral("%1 is no recipe: %2").arg(in.fileName(), parsed.errorString()));
+    if (!document.isObject())
+        return fail(QStringLiteral("%1 is no recipe: it has no names").arg(in.fileName()));
+    const QJsonObject values = document.object();
     for (RecipeRow *row : m_rows) {
         if (values.contains(row->name()))
             row->setValue(values.value(row->name()).toVariant());

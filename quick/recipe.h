@@ -53,7 +53,7 @@ public:
     /** Ends the transfer behind the rows that are on the line. */
     Q_INVOKABLE void cancel();
 
-    /** Keeps the values in a file (JSON: an object of names and values). False: see error */
+    /** Keeps the values in a file (JSON: an object of names and values, so each row needs its own). False: see error */
     Q_INVOKABLE bool writeFile(const QUrl &file);
     /** Takes the values of the rows that the file names. False: see error, and nothing has changed */
     Q_INVOKABLE bool readFile(const QUrl &file);
@@ -76,6 +76,7 @@ private:
     void showProgress(double progress);
     void setError(const QString &error);
     bool fail(const QString &error);
+    QString faultOfNames() const;
 
     QPointer<Link> m_link;
     QList<RecipeRow *> m_rows;

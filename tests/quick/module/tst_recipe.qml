@@ -24,6 +24,20 @@ TestCase {
         link: line
         RecipeRow { name: "input"; address: "3x1"; value: 1 }
     }
+    Recipe {
+        id: nameless
+        RecipeRow { name: "named"; address: "4x1"; value: 1 }
+        RecipeRow { address: "4x2"; value: 2 }
+    }
+    Recipe {
+        id: twice
+        RecipeRow { name: "same"; address: "4x1"; value: 1 }
+        RecipeRow { name: "same"; address: "4x2"; value: 2 }
+    }
+    Recipe {
+        id: list
+        RecipeRow { name: "values"; address: "4x1"; value: 5 }
+    }
     SignalSpy {
         id: finished
         signalName: "finished"
@@ -115,5 +129,28 @@ TestCase {
         verify(!recipe.readFile(Qt.resolvedUrl("plant.sim")))
         verify(/no recipe/.test(recipe.error), recipe.error)
         compare(surroundings.takeLog().length, 3)
+    }
+
+    function test_rowsThatAFileCannotTellApartAreRefused_data() {
+        return [{ tag: "no name", recipe: nameless, reason: /no name/ },
+                { tag: "the same name", recipe: twice, reason: /"same"/ }]
+    }
+
+    function test_rowsThatAFileCannotTellApartAreRefused(data) {
+        const file = surroundings.temporaryFile("apart.json")
+        verify(!data.recipe.writeFile(file))
+        verify(data.reason.test(data.recipe.error), data.recipe.error)
+        verify(recipe.writeFile(file))
+        verify(!data.recipe.readFile(file))
+        verify(data.reason.test(data.recipe.error), data.recipe.error)
+        compare([data.recipe.rows[0].value, data.recipe.rows[1].value], [1, 2])
+        compare(surroundings.takeLog().length, 2)
+    }
+
+    function test_aListIsNoRecipe() {
+        verify(!list.readFile(Qt.resolvedUrl("list.json")))
+        verify(/no recipe/.test(list.error), list.error)
+        compare(list.rows[0].value, 5)
+        compare(surroundings.takeLog().length, 1)
     }
 }
