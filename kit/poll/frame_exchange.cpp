@@ -69,7 +69,7 @@ ExchangeEnd FrameExchange::exchange(const FRAME_PRO &frame, const Sending &sendi
     collect();
     if (transaction.end == ReplyEnd::Interrupted) {
         expectCutShort(sending.timeout);
-        return ExchangeEnd::Stopped;
+        return ExchangeEnd::CutShort;
     }
     judgeReply(transaction, m_settings.checkReplies);
     detectEcho();

@@ -20,7 +20,8 @@ namespace rtu {
 enum class ExchangeEnd {
     Judged,  ///< sent; the transaction says what came
     NotSent, ///< the port is gone
-    Stopped
+    Stopped, ///< before it was sent
+    CutShort ///< sent, and stopped before it was known what came
 };
 
 /** How one frame is to be sent. */

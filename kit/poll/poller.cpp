@@ -185,6 +185,10 @@ PollStep Poller::send()
         return awaitPort();
     }
     m_request.written = m_request.written || isWriteFrame();
+    if (end == ExchangeEnd::CutShort) {
+        m_request.writtenUnheard = m_request.writtenUnheard || isWriteFrame();
+        return PollStep::Stopped;
+    }
     handOver();
     return PollStep::Done;
 }

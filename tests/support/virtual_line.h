@@ -40,6 +40,9 @@ public:
     /** Called for each request; schedules the reply with receive(). */
     std::function<void(VirtualLine &, const Bytes &)> slave;
 
+    /** Called when a read begins to wait. */
+    std::function<void()> waiting;
+
     std::vector<Sent> sent;
     int wakeUps = 0;              ///< sleeps and waiting reads that ended
     rtu::Duration wakeUpDelay{0}; ///< how late the next wake-up is, once
@@ -98,6 +101,10 @@ public:
             return count;
         if (lost())
             return loseLine();
+        if (waiting && deadline > m_now)
+            waiting();
+        if (m_interrupted)
+            return rtu::Interrupted;
         const rtu::TimePoint next = std::min(nextArrival(), m_unplug);
         if (next > deadline) {
             wakeAt(std::max(m_now, deadline));
