@@ -108,6 +108,12 @@ bool StationHealth::mayAsk(int station, TimePoint now)
     return turn && number == station && now >= turn->next && m_credit >= questionTime(number);
 }
 
+/** A late reply is waited for beside the others' requests, which a question that came sooner would hold up. */
+Duration StationHealth::pauseAfter(Duration outstanding) const
+{
+    return std::max(m_settings.questionInterval, outstanding + m_settings.lateReplyGuard);
+}
+
 void StationHealth::asked(int number, TimePoint now, Duration cost)
 {
     earn(now);
@@ -119,7 +125,7 @@ void StationHealth::asked(int number, TimePoint now, Duration cost)
         ++station.fitted;
     }
     m_credit -= cost;
-    station.next = now + m_settings.questionInterval;
+    station.next = now + pauseAfter(station.full);
 }
 
 bool StationHealth::heard(int number, Duration delay)
@@ -142,7 +148,7 @@ bool StationHealth::silent(int number, TimePoint now)
     if (m_earned == TimePoint())
         m_earned = now;
     station.dead = true;
-    station.next = now + m_settings.questionInterval;
+    station.next = now + pauseAfter(Duration(0));
     return true;
 }
 

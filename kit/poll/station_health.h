@@ -3,10 +3,11 @@
  * Which stations answer, and when a silent one is asked again.
  *
  * A station that was silent for a whole request is taken for dead: its cyclic reads
- * cost no line time any more. It is asked every few seconds, for not much longer than
- * it used to need; some questions wait longer, by turns up to the full time-out, so
- * that a station that came back slower is found as well. All questions together take
- * a twentieth of the line at most: time that passes earns credit, asking spends it.
+ * cost no line time any more. It is asked every few seconds, though not while a late
+ * reply to the question before may come, and for not much longer than it used to need;
+ * some questions wait longer, by turns up to the full time-out, so that a station that
+ * came back slower is found as well. All questions together take a twentieth of the
+ * line at most: time that passes earns credit, asking spends it.
  */
 #ifndef KIT_POLL_STATION_HEALTH_H
 #define KIT_POLL_STATION_HEALTH_H
@@ -65,6 +66,8 @@ private:
     Duration fittedTime(const Station &station) const;
     Duration longTime(const Station &station) const;
     bool asksLong(const Station &station) const;
+    /** Until the next question. @param outstanding that a reply in time may still take */
+    Duration pauseAfter(Duration outstanding) const;
     void earn(TimePoint now);
     const Station *first(int *number) const;
 

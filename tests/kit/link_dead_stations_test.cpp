@@ -243,6 +243,59 @@ TEST_F(LinkDeadStations, AreGivenTheirOwnTimeOutToAnswer)
     EXPECT_LE(backAfter(tags[4]), std::chrono::minutes(1)) << "twenty times what asking it takes";
 }
 
+TEST_F(LinkDeadStations, WithALongTimeOutDoNotKeepTheLineWaitingBetweenQuestions)
+{
+    settings.stations[5].replyTimeout = std::chrono::seconds(10);
+    watch(5);
+    run(std::chrono::seconds(5));
+    kill(1);
+    run(std::chrono::minutes(2)); // found dead meanwhile
+    transactions.clear();
+    run(std::chrono::minutes(5));
+    rtu::Duration longest{0};
+    int questions = 0;
+    for (std::size_t i = 1; i < transactions.size(); ++i) {
+        longest = std::max(longest, transactions[i].sent - transactions[i - 1].finished);
+        questions += transactions[i].station == 5 ? 1 : 0;
+    }
+    EXPECT_LE(longest, milliseconds(100)) << "its late replies are waited for beside the others";
+    EXPECT_GE(questions, 10);
+}
+
+TEST_F(LinkDeadStations, AreNotAskedWhileAReplyToTheQuestionBeforeMayCome)
+{
+    settings.replyTimeout = std::chrono::seconds(4);
+    watch(5);
+    run(std::chrono::seconds(5));
+    kill(1);
+    run(std::chrono::minutes(1));
+    transactions.clear();
+    run(std::chrono::minutes(2));
+    rtu::TimePoint before;
+    for (const rtu::Transaction &t : transactions) {
+        if (t.station != 5)
+            continue;
+        if (before != rtu::TimePoint()) {
+            EXPECT_GE(t.sent - before, settings.replyTimeout + settings.lateReplyGuard);
+        }
+        before = t.requestEnd;
+    }
+    EXPECT_NE(rtu::TimePoint(), before);
+}
+
+TEST_F(LinkDeadStations, AreNotAskedWhileAReplyToTheGivenUpRequestMayCome)
+{
+    settings.attempts = 1;
+    settings.questionInterval = milliseconds(100);
+    watch(2);
+    run(std::chrono::seconds(2));
+    kill(1);
+    transactions.clear();
+    run(std::chrono::seconds(10));
+    for (std::size_t i = 1; i < transactions.size(); ++i)
+        EXPECT_LE(transactions[i].sent - transactions[i - 1].finished, milliseconds(100)) << i;
+}
+
 TEST_F(LinkDeadStations, AreAskedNoLongerThanTheirOwnTimeOut)
 {
     settings.stations[5].replyTimeout = milliseconds(100);
