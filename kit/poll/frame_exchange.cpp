@@ -190,21 +190,22 @@ void FrameExchange::giveUp()
 
 /**
  * After a time-out the missing reply may still come, and would be taken for the answer
- * to what is sent next to that station. So the line is listened to for a while first.
+ * to what is sent next to that station. So the line is listened to for a while first;
+ * what is left of that when polling stops is listened for when it goes on.
  */
 void FrameExchange::awaitLateReplies(int station)
 {
     if (m_expectLate) {
         listen(m_lateDeadline, m_lateStation);
-        m_expectLate = stopping(); // the rest of the time is listened when polling goes on
+        m_expectLate = stopping();
     }
     const auto late = m_lateUntil.find(station);
     if (late == m_lateUntil.end())
         return;
-    const TimePoint deadline = late->second;
-    m_lateUntil.erase(late);
-    if (deadline > m_line.now())
-        listen(deadline, station);
+    if (late->second > m_line.now())
+        listen(late->second, station);
+    if (!stopping())
+        m_lateUntil.erase(late);
 }
 
 /** Drops what comes up to the deadline, and then until the line is quiet. */

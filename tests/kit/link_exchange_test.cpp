@@ -385,6 +385,27 @@ TEST_F(LinkExchange, TheAnswerToARequestThatAStopCutShortIsNotTakenForTheNext)
         EXPECT_TRUE(change.tag != second || change.after.number() != 7.0);
 }
 
+TEST_F(LinkExchange, AStopWhileALateReplyIsListenedForDoesNotForgetThatReply)
+{
+    settings.attempts = 1;
+    watch("4x8");
+    late(milliseconds(300));
+    late(milliseconds(150)); // to the read; without the rest of the listening the late reply comes before it
+    steps(1);
+    ASSERT_EQ(ReplyKind::Silent, transactions.at(0).kind);
+    line->waiting = [this] {
+        line->waiting = nullptr;
+        link().stop();
+    };
+    rtu::ReadResult result;
+    link().read(TagDefinition(1, "4x300"), [&](const rtu::ReadResult &read) { result = read; });
+    EXPECT_EQ(LinkStep::Stopped, link().step());
+    EXPECT_EQ(1u, line->sent.size());
+    steps(1);
+    EXPECT_EQ(rtu::ReadEnd::Good, result.end);
+    EXPECT_EQ(299.0, result.value.number());
+}
+
 struct Accepted
 {
     const char *reply;
