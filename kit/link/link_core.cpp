@@ -28,6 +28,9 @@ QByteArray propertyOf(const LinkSettings &settings)
         .toLatin1();
 }
 
+/** Each is one round trip through the driver, even where a request is given up at once. */
+const int MostAttempts = 1000;
+
 /** Far more than anybody waits, and far from the end of the clock. */
 const Duration LongestTime = std::chrono::hours(24 * 365);
 
@@ -57,14 +60,18 @@ void checkParameters(const LineParameters &parameters)
 const LinkSettings &checked(const LinkSettings &settings)
 {
     checkTimes(settings);
-    if (settings.attempts < 1)
-        throw Error(QLatin1String("attempts must be 1 or more"));
+    if (settings.attempts < 1 || settings.attempts > MostAttempts)
+        throw Error(QString::fromLatin1("attempts must be from 1 to %1").arg(MostAttempts));
     if (settings.maxWords < 2 || settings.maxWords > 120 || settings.maxWords % 2 != 0)
         throw Error(QLatin1String("maxWords must be an even number from 2 to 120: an odd one would tear 32-bit "
                                   "values, and slaves take no more"));
     if (settings.replyTimeout <= Duration(0) || settings.reopenInterval <= Duration(0)
         || settings.questionInterval <= Duration(0))
         throw Error(QLatin1String("replyTimeout, reopenInterval and questionInterval must be more than 0"));
+    for (const auto &station : settings.stations) {
+        if (station.second.replyTimeout == Duration(0))
+            throw Error(QLatin1String("a station's replyTimeout must be more than 0, or below 0 for the link's"));
+    }
     checkParameters(settings.parameters);
     return settings;
 }

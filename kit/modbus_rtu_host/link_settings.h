@@ -28,7 +28,7 @@ struct LinkSettings
     LineParameters parameters; ///< of a serial port
     QString driver;            ///< file or folder of the driver; empty: beside the program, then where the system looks
 
-    int attempts = 3;   ///< 1 or more: sendings until a request is given up
+    int attempts = 3;   ///< 1 to 1000: sendings until a request is given up
     int maxWords = 120; ///< even, 2 to 120: registers in the longest request
 
     Duration replyTimeout = std::chrono::milliseconds(1000); ///< from the end of a request to the first byte

@@ -13,7 +13,7 @@ namespace rtu {
 struct StationSettings
 {
     Duration silence{-1};      ///< quiet time before a frame to it
-    Duration replyTimeout{-1}; ///< from the end of the request to the first byte
+    Duration replyTimeout{-1}; ///< from the end of the request to the first byte; never 0
 };
 
 } // namespace rtu

@@ -150,7 +150,10 @@ TEST_F(RefusedRequests, SettingsThatCannotWork)
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.maxWords = 0; }), "even number from 2 to 120"));
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.maxWords = 7; }), "even number from 2 to 120"));
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.attempts = 0; }), "attempts"));
+    EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.attempts = 1001; }), "from 1 to 1000"));
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.replyTimeout = rtu::Duration(0); }), "more than 0"));
+    EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.stations[3].replyTimeout = rtu::Duration(0); }),
+                         "below 0 for the link's"));
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.parameters.dataBits = 7; }), "8 data bits"));
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.parameters.parity = 'n'; }), "'N', 'E' or 'O'"));
     EXPECT_TRUE(contains(refused([](rtu::LinkSettings &s) { s.parameters.stopBits = 3; }), "1 or 2 stop bits"));
