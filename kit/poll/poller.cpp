@@ -29,11 +29,17 @@ Poller::Poller(DriverLibrary &driver, Line &line, const LinkSettings &settings, 
 void Poller::setPlan(int roundLength, const std::set<int> &stations)
 {
     m_roundLength = roundLength;
+    beginRound();
+    m_health.setPolled(stations);
+}
+
+/** From wherever the driver is in its plan. */
+void Poller::beginRound()
+{
     m_cyclicDone = 0;
     m_askedInRound = false;
     m_restUntil = TimePoint();
     m_roundStart = m_line.now();
-    m_health.setPolled(stations);
 }
 
 PollStep Poller::step()
@@ -121,7 +127,16 @@ void Poller::setPort(bool open)
         return;
     m_portKnown = true;
     m_portOpen = open;
+    if (open) // what has been read in this round was lost with the port
+        beginRound();
     m_client.portChanged(open);
+}
+
+/** What is back is read in a round that begins now. */
+void Poller::endRest()
+{
+    m_restUntil = TimePoint();
+    m_roundStart = std::min(m_roundStart, m_line.now());
 }
 
 /**
@@ -274,8 +289,10 @@ void Poller::noteHealth()
     if (question()) // what callers want of a dead station is no question, and may cost more of the line
         m_health.asked(station, now, now - m_exchangeStart);
     if (m_heard) {
-        if (m_health.heard(station, m_transaction.firstByte - m_transaction.requestEnd))
-            m_client.stationBack(station);
+        if (!m_health.heard(station, m_transaction.firstByte - m_transaction.requestEnd))
+            return;
+        endRest();
+        m_client.stationBack(station);
         return;
     }
     m_health.silent(station, now);

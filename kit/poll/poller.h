@@ -55,6 +55,8 @@ private:
     void drop();
     bool openPort();
     void setPort(bool open);
+    void beginRound();
+    void endRest();
     bool nextFrame();
     void beginRequest();
     bool skipped();

@@ -296,6 +296,31 @@ TEST_F(LinkDeadStations, AreNotAskedWhileAReplyToTheGivenUpRequestMayCome)
         EXPECT_LE(transactions[i].sent - transactions[i - 1].finished, milliseconds(100)) << i;
 }
 
+TEST_F(LinkDeadStations, OfWhichThePlanIsMadeAreReadAtOnceWhenAWriteFindsThemBack)
+{
+    settings.questionInterval = std::chrono::hours(1);
+    watch(1);
+    kill(1);
+    run(std::chrono::seconds(20));
+    plant.setStationOn(1, true);
+    link().write(TagDefinition(1, "4x2"), {1});
+    run(milliseconds(200));
+    EXPECT_EQ(Quality::Good, tags[0].value().quality);
+}
+
+TEST_F(LinkDeadStations, AreReadAtOnceWhenTheyAreFoundBackBetweenTwoRounds)
+{
+    settings.roundInterval = std::chrono::hours(1);
+    watch(2);
+    kill(1);
+    run(std::chrono::seconds(20));
+    ASSERT_EQ(Quality::StationSilent, tags[1].value().quality);
+    plant.setStationOn(2, true);
+    link().write(TagDefinition(2, "4x2"), {1});
+    run(milliseconds(200));
+    EXPECT_EQ(Quality::Good, tags[1].value().quality);
+}
+
 TEST_F(LinkDeadStations, AreAskedNoLongerThanTheirOwnTimeOut)
 {
     settings.stations[5].replyTimeout = milliseconds(100);

@@ -348,6 +348,29 @@ TEST_F(LinkExchange, APortLostWhileListeningSaysNothingAboutTheStation)
     EXPECT_LE(2 * Timeout, pauseBefore(4));
 }
 
+/** @param frame of the round that is on the line when the port is lost */
+class LinkPortLost : public LinkExchange, public testing::WithParamInterface<int>
+{
+};
+
+TEST_P(LinkPortLost, ThePlanIsReadAtOnceWhenItIsBackHoweverSeldomItsRounds)
+{
+    settings.roundInterval = std::chrono::hours(1);
+    const std::vector<rtu::Tag> tags = {watch("4x1"), watch("4x200"), watch("4x1", 2)};
+    for (int i = 0; i < GetParam(); ++i)
+        late(rtu::Duration(0));
+    script.push_back([this](const Bytes &) { line->unplugAfter(milliseconds(2)); });
+    run(std::chrono::seconds(1));
+    ASSERT_EQ(Quality::StationSilent, tags[0].value().quality);
+    line->plugged = true;
+    run(std::chrono::seconds(2));
+    for (const rtu::Tag &tag : tags)
+        EXPECT_EQ(Quality::Good, tag.value().quality);
+    EXPECT_EQ(static_cast<std::size_t>(GetParam()) + 4, line->sent.size()) << "one round, and no more";
+}
+
+INSTANTIATE_TEST_SUITE_P(Frames, LinkPortLost, testing::Values(0, 1, 2));
+
 TEST_F(LinkExchange, AResentFrameDoesNotEndTheRoundEarly)
 {
     watch("4x1");
