@@ -201,14 +201,25 @@ TimePoint LinkCore::nextStep() const
 
 void LinkCore::open()
 {
-    if (running()) // one thread uses a line
+    if (running()) // its thread opens the line
         return;
-    m_line->clearInterrupt(); // a stop ends what was waited for then, not this
-    if (m_line->ensureOpen())
-        return;
-    if (!m_port)
-        throw Error(QLatin1String("cannot open the line: it is not there"));
-    m_port->open();
+    const Locked alone(m_lineUse);
+    {
+        const Locked held(m_lock->mutex);
+        if (m_threaded)
+            return;
+        if (m_stops > 0)
+            throw Error(QLatin1String("this link is being stopped: open it afterwards"));
+        m_line->clearInterrupt(); // a stop ends what was waited for then, not this
+    }
+    if (!m_line->ensureOpen()) {
+        if (!m_port)
+            throw Error(QLatin1String("cannot open the line: it is not there"));
+        m_port->open();
+    }
+    m_poller.portOpened();
+    const Locked held(m_lock->mutex);
+    m_nextStep = TimePoint();
 }
 
 void LinkCore::start()
@@ -263,8 +274,16 @@ void LinkCore::stop()
     if (onOwnThread())
         return endPolling();
     const Locked alone(m_startStop);
+    countStop(1);
     endPolling();
     joinThread();
+    countStop(-1);
+}
+
+void LinkCore::countStop(int change)
+{
+    const Locked held(m_lock->mutex);
+    m_stops += change;
 }
 
 void LinkCore::endPolling()
@@ -292,8 +311,12 @@ bool LinkCore::running() const
 
 PollStep LinkCore::step()
 {
-    takeTasks();
-    const PollStep done = m_poller.step();
+    PollStep done;
+    {
+        const Locked alone(m_lineUse);
+        takeTasks();
+        done = m_poller.step();
+    }
     {
         const Locked held(m_lock->mutex);
         m_nextStep = m_poller.nextStep();

@@ -82,6 +82,7 @@ private:
     void tell();
     void joinThread();
     void endPolling();
+    void countStop(int change);
     bool onOwnThread() const;
 
     bool feed() override;
@@ -126,6 +127,8 @@ private:
     std::vector<TagRecordPtr> m_known; ///< guarded by the lock: as callers see the tags
     TimePoint m_nextStep;              ///< guarded by the lock
     bool m_ended = false;              ///< guarded by the lock
+    int m_stops = 0;                   ///< guarded by the lock: under way
+    std::mutex m_lineUse;              ///< over what uses the line; no callback runs and no stop waits with it
     std::mutex m_startStop;            ///< over starting and joining the thread; never taken on it
     std::thread m_thread;              ///< guarded by m_startStop
     std::thread::id m_polling;         ///< guarded by the lock: the thread until it has been joined

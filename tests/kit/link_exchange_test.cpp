@@ -429,6 +429,18 @@ TEST_F(LinkExchange, AStopWhileALateReplyIsListenedForDoesNotForgetThatReply)
     EXPECT_EQ(299.0, result.value.number());
 }
 
+TEST_F(LinkExchange, APortThatIsOpenedByItsUserIsUsedByTheNextStep)
+{
+    watch("4x1");
+    line->plugged = false;
+    EXPECT_EQ(LinkStep::NoPort, link().step());
+    line->plugged = true;
+    EXPECT_EQ(LinkStep::NoPort, link().step()) << "it is not time to try again";
+    link().open();
+    EXPECT_LE(link().nextStep(), line->now());
+    EXPECT_EQ(LinkStep::Done, link().step());
+}
+
 struct Accepted
 {
     const char *reply;

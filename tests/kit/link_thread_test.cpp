@@ -27,6 +27,8 @@ public:
     std::atomic<int> sent{0};
     std::atomic<bool> openedByMaker{false}; ///< by the thread that made this line, not the link's
     std::function<void()> ended;            ///< called when the link has let its driver go, and lets the line go
+    std::function<void()> opening;          ///< called once, while the line is being opened
+    std::function<void()> interrupted;      ///< called once, when the line has been interrupted
 
     ~QuickLine() override
     {
@@ -41,6 +43,7 @@ public:
     {
         if (std::this_thread::get_id() == m_maker)
             openedByMaker = true;
+        callOnce(opening);
         return true;
     }
 
@@ -77,9 +80,12 @@ public:
 
     void interrupt() override
     {
-        const std::lock_guard<std::mutex> lock(m_mutex);
-        m_interrupted = true;
-        m_changed.notify_all();
+        {
+            const std::lock_guard<std::mutex> lock(m_mutex);
+            m_interrupted = true;
+            m_changed.notify_all();
+        }
+        callOnce(interrupted);
     }
 
     void clearInterrupt() override
@@ -89,6 +95,14 @@ public:
     }
 
 private:
+    static void callOnce(std::function<void()> &set)
+    {
+        std::function<void()> call;
+        call.swap(set);
+        if (call)
+            call();
+    }
+
     const std::thread::id m_maker = std::this_thread::get_id();
     std::mutex m_mutex;
     std::condition_variable m_changed;
@@ -141,6 +155,31 @@ TEST_F(LinkThread, IsTheOnlyOneToOpenItsLine)
     link->stop();
     link->open();
     EXPECT_TRUE(line->openedByMaker);
+}
+
+TEST_F(LinkThread, WaitsForAnotherThreadThatOpensItsLine)
+{
+    line->opening = [this] {
+        link->start();
+        std::this_thread::sleep_for(milliseconds(50)); // long enough for a thread that does not wait for this call
+        EXPECT_EQ(0, line->sent) << "two threads would use the line at a time";
+    };
+    link->open();
+    untilFive();
+}
+
+/** Without that, this test would not end. */
+TEST_F(LinkThread, OpeningItsLineDoesNotUndoAStop)
+{
+    line->answers = false;
+    link->start();
+    while (line->sent == 0)
+        std::this_thread::yield();
+    std::string words;
+    line->interrupted = [&] { words = refusalOf([this] { link->open(); }); };
+    link->stop();
+    EXPECT_TRUE(contains(words, "being stopped")) << words;
+    EXPECT_NO_THROW(link->open());
 }
 
 TEST_F(LinkThread, StartsAgain)
