@@ -243,7 +243,7 @@ std::vector<ReplayEntry> readCaptureFile(const Options &options)
 {
     std::ifstream file = openCapture(options);
     try {
-        return readCapture(file, CaptureClock(), readerSettings(options, LineTiming(options.line)));
+        return readPastCapture(file, readerSettings(options, LineTiming(options.line)));
     } catch (const std::runtime_error &error) {
         throw std::runtime_error(options.replayFile + ": " + error.what());
     }
@@ -255,7 +255,7 @@ int tellCapture(const Options &options, std::ostream &out, std::ostream &err)
     ListenOutput output(out, formOf(options), RegisterNames(), LineTiming(options.line));
     TrafficReader traffic(readerSettings(options, LineTiming(options.line)), output);
     try {
-        takeCapture(file, CaptureClock(), traffic);
+        takePastCapture(file, traffic);
     } catch (const std::runtime_error &error) {
         throw std::runtime_error(options.replayFile + ": " + error.what());
     }

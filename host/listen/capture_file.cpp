@@ -1,5 +1,7 @@
 #include "host/listen/capture_file.h"
 
+#include "host/text/wall_clock.h"
+
 #include <algorithm>
 #include <stdexcept>
 #include <string>
@@ -52,6 +54,11 @@ CaptureClock::CaptureClock()
     : m_offset(std::chrono::duration_cast<Time>(std::chrono::system_clock::now().time_since_epoch())
                - std::chrono::duration_cast<Time>(SteadyClock::now().time_since_epoch()))
 {
+}
+
+CaptureClock CaptureClock::ofPast(Time first)
+{
+    return CaptureClock(first - std::chrono::hours(1));
 }
 
 TimePoint CaptureClock::pointOf(Time time) const
@@ -141,28 +148,48 @@ bool CaptureReader::read(CaptureRecord &record)
 namespace {
 
 /** Times of a capture may run backwards, when the clock of the machine was set meanwhile. */
-void takeRecords(CaptureReader &reader, const CaptureClock &clock, TrafficReader &traffic)
+void takeRecords(CaptureReader &reader, CaptureRecord &record, const CaptureClock &clock, TrafficReader &traffic)
 {
     TimePoint latest = TimePoint::min();
-    for (CaptureRecord record; reader.read(record);) {
+    do {
         latest = std::max(latest, clock.pointOf(record.time));
         traffic.take(reinterpret_cast<const unsigned char *>(record.bytes.constData()),
                      static_cast<std::size_t>(record.bytes.size()), latest);
+    } while (reader.read(record));
+}
+
+/** @param clockOf gives the clock of a capture whose first record has this time */
+template <typename ClockOf>
+void takeAll(std::istream &in, const ClockOf &clockOf, TrafficReader &traffic)
+{
+    CaptureReader reader(in);
+    try {
+        CaptureRecord record;
+        if (reader.read(record))
+            takeRecords(reader, record, clockOf(record.time), traffic);
+    } catch (const std::runtime_error &) {
+        traffic.finish();
+        throw;
     }
+    traffic.finish();
 }
 
 } // namespace
 
 void takeCapture(std::istream &in, const CaptureClock &clock, TrafficReader &traffic)
 {
-    CaptureReader reader(in);
-    try {
-        takeRecords(reader, clock, traffic);
-    } catch (const std::runtime_error &) {
-        traffic.finish();
-        throw;
-    }
-    traffic.finish();
+    takeAll(
+        in, [&clock](CaptureClock::Time) { return clock; }, traffic);
+}
+
+void takePastCapture(std::istream &in, TrafficReader &traffic)
+{
+    const auto clockOf = [](CaptureClock::Time first) {
+        const CaptureClock clock = CaptureClock::ofPast(first);
+        setTimeOfDay(clock.timeOf(TimePoint()));
+        return clock;
+    };
+    takeAll(in, clockOf, traffic);
 }
 
 } // namespace rtu

@@ -25,6 +25,12 @@ public:
     CaptureClock();
     explicit CaptureClock(Time atOrigin) : m_offset(atOrigin) {}
 
+    /**
+     * Of a capture that begins at @p first, however long ago that was: its times lie behind the
+     * origin, which stands for "never" in many places.
+     */
+    static CaptureClock ofPast(Time first);
+
     Time timeOf(TimePoint time) const { return time.time_since_epoch() + m_offset; }
     TimePoint pointOf(Time time) const;
 
@@ -88,6 +94,9 @@ private:
  * @throws std::runtime_error as CaptureReader does; what stood in front of the fault has been told
  */
 void takeCapture(std::istream &in, const CaptureClock &clock, TrafficReader &traffic);
+
+/** The same by CaptureClock::ofPast(). From then on times of day are printed as those of the capture. */
+void takePastCapture(std::istream &in, TrafficReader &traffic);
 
 } // namespace rtu
 

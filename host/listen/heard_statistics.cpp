@@ -23,9 +23,9 @@ void HeardStatistics::change(const Transaction &t, const Change &changeCounts)
     // An adapter may hand a whole request over at once: when it began follows from its length.
     const TimePoint begin =
         std::min(t.sent, t.requestEnd - m_timing.characters(static_cast<std::size_t>(t.request.size())));
-    if (m_total.requests == 0)
-        m_begin = begin;
-    m_end = std::max(m_end, t.finished);
+    const bool first = m_total.requests == 0;
+    m_begin = first ? begin : m_begin;
+    m_end = first ? t.finished : std::max(m_end, t.finished);
     for (Counts *counts : {&m_total, &m_stations[t.station]}) {
         ++counts->requests;
         counts->busy += t.finished - begin;

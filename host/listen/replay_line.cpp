@@ -109,6 +109,14 @@ std::vector<ReplayEntry> readCapture(std::istream &in, const CaptureClock &clock
     return collector.entries;
 }
 
+std::vector<ReplayEntry> readPastCapture(std::istream &in, const ReaderSettings &settings)
+{
+    EntryCollector collector;
+    TrafficReader traffic(settings, collector);
+    takePastCapture(in, traffic);
+    return collector.entries;
+}
+
 ReplayLine::ReplayLine(const std::vector<ReplayEntry> &entries) : m_entries(entries)
 {
     for (std::size_t i = 0; i < m_entries.size(); ++i)

@@ -31,6 +31,9 @@ struct ReplayEntry
  */
 std::vector<ReplayEntry> readCapture(std::istream &in, const CaptureClock &clock, const ReaderSettings &settings);
 
+/** The same by takePastCapture(). */
+std::vector<ReplayEntry> readPastCapture(std::istream &in, const ReaderSettings &settings);
+
 /**
  * Time is that of the capture: it never waits, and jumps to where the next answer was
  * given. A request that is in the capture gets the answers that it got, one after the

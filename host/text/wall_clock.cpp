@@ -38,9 +38,15 @@ WallOffset measuredOffset()
     return offset;
 }
 
+const WallOffset::rep NotSet = WallOffset::min().count();
+std::atomic<WallOffset::rep> setOffset{NotSet};
+
 /** The same for every time, so that a time is always printed alike, until somebody sets the clock. */
 WallOffset wallOffset()
 {
+    const WallOffset::rep set = setOffset;
+    if (set != NotSet)
+        return WallOffset(set);
     const WallOffset nothing = std::chrono::milliseconds(2);
     static std::atomic<WallOffset::rep> kept{measuredOffset().count()};
     const WallOffset measured = measuredOffset();
@@ -74,6 +80,11 @@ std::string rounded(double number, const char *unit)
 }
 
 } // namespace
+
+void setTimeOfDay(std::chrono::nanoseconds atOrigin)
+{
+    setOffset = std::chrono::duration_cast<WallOffset>(atOrigin).count();
+}
 
 std::string timeOfDay(TimePoint time)
 {

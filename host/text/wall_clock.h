@@ -7,9 +7,13 @@
 
 #include <modbus_rtu_host/line.h>
 
+#include <chrono>
 #include <string>
 
 namespace rtu {
+
+/** From now on the time of day is this one, since 1970, at the origin of the line's clock, whatever this machine's is. */
+void setTimeOfDay(std::chrono::nanoseconds atOrigin);
 
 /** "14:03:07.125" in local time. */
 std::string timeOfDay(TimePoint time);

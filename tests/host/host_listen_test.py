@@ -1,9 +1,11 @@
 """rtuhost listening to a line that others use, and reading captures of it."""
+import datetime
 import json
 import os
 import pty
 import select
 import signal
+import struct
 import subprocess
 import tty
 import unittest
@@ -172,6 +174,34 @@ class Replaying(ListenTest):
     def test_what_was_polled_runs_through_driver_and_tags_again(self):
         capture, values = self.poll("4x1..3", "0x1..2")
         self.assertEqual(values, self.run_host("--replay", capture, "-q", "-l", "10", "4x1..3", "0x1..2").out)
+
+    def shifted(self, capture, years):
+        """The capture as if it had been made so many years before."""
+        with open(capture, "rb") as file:
+            content = file.read()
+        moved, at = content[:24], 24
+        while at < len(content):
+            seconds, parts, size, whole = struct.unpack_from("<IIII", content, at)
+            moved += struct.pack("<IIII", seconds - years * 365 * 86400, parts, size, whole)
+            moved += content[at + 16:at + 16 + size]
+            at += 16 + size
+        path = self.file("shifted.pcap")
+        with open(path, "wb") as file:
+            file.write(moved)
+        return path
+
+    def test_a_capture_from_before_the_machine_started_is_replayed_alike(self):
+        capture, values = self.poll("4x1..3")
+        old = self.shifted(capture, 20)
+        self.assertEqual(values, self.run_host("--replay", old, "-q", "-l", "10", "4x1..3").out)
+        told, toldOld = (self.run_host("--replay", path, "--stats", "--json").lines for path in (capture, old))
+        self.assertEqual(told[-1], toldOld[-1])
+        self.assertLess(json.loads(toldOld[-1])["statistics"]["seconds"], PATIENCE)
+        times = [[json.loads(line)["time"] for line in lines[:-1]] for lines in (told, toldOld)]
+        for now, then in zip(*times):
+            day = datetime.datetime.fromisoformat
+            self.assertEqual(datetime.timedelta(days=20 * 365), day(now) - day(then))
+        self.assertIn(times[1][0][:10], self.run_host("--replay", old, "--json", "-l", "10", "4x1").lines[0])
 
     def test_faults_come_again(self):
         capture = self.file("faults.pcap")
