@@ -200,8 +200,13 @@ void PollProgram::finishRound()
     if (!m_board || m_stopped)
         return;
     ++m_rounds;
-    if (!m_out.good() || (m_options.rounds > 0 && m_rounds >= m_options.rounds))
+    if (outputIsGone() || (m_options.rounds > 0 && m_rounds >= m_options.rounds))
         stop();
+}
+
+bool PollProgram::outputIsGone() const
+{
+    return !m_out.good() || (m_capture && !m_capture->problem().empty());
 }
 
 int PollProgram::readOnce(const std::vector<TagRange> &tags)

@@ -7,6 +7,7 @@
 #define RTU_HOST_POLL_PROGRAM_H
 
 #include "host/cli/options.h"
+#include "host/commands/capture_output.h"
 #include "host/commands/cause_report.h"
 #include "host/tags/recipe.h"
 #include "host/report/line_recorder.h"
@@ -43,6 +44,9 @@ public:
     /** Tells of each row whether the slaves hold what the recipe has. */
     int compareRecipe(const Recipe &recipe);
 
+    /** It ends when nobody reads @p capture any more. */
+    void endWith(const CaptureOutput &capture) { m_capture = &capture; }
+
     // From any thread:
     void stop();
     /** The user ends it, and is told what has been. */
@@ -63,6 +67,7 @@ private:
     void poll(const std::vector<TagRange> &tags, std::size_t requestsARound);
     void readOnce(const TagRange &tag);
     void finishRound();
+    bool outputIsGone() const;
     void printRead(const TagRange &tag, const ReadResult &result, const std::string &error);
     TransferResult resultOf(Transfer asked);
     void report(const Recipe &recipe, const TransferResult &result, TransferKind kind);
@@ -82,6 +87,7 @@ private:
     LineRecorder &m_recorder;
     Records m_records;
     std::unique_ptr<TagBoard> m_board;
+    const CaptureOutput *m_capture = nullptr; ///< on standard output
     std::uint64_t m_errors = 0;
     std::string m_lastError; ///< the driver's text of the last request that was given up
     int m_rounds = 0;

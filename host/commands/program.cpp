@@ -285,14 +285,14 @@ private:
             linkSettings(m_options, source.line().parameters(), source.line().timing(), m_driver.path());
         tellBlockLength(settings);
         std::unique_ptr<Link> link = makeLink(settings, source.takeLine());
-        const std::unique_ptr<CaptureOutput> capture = captureOf(*link);
+        openCapture(*link);
         RecordFiles files(m_options, [this](const std::string &text) { m_err << text << '\n'; });
         if (!showsLive(selection))
             trace(*link);
         LineRecorder recorder(*link, source.line());
         files.addTo(recorder);
         const int status = runLink(source, link, recorder, files, selection, recipe);
-        return statusAfterFiles(capture.get(), files, status);
+        return statusAfterFiles(files, status);
     }
 
     /** Ends the link before what it calls back goes. */
@@ -311,6 +311,8 @@ private:
         CauseReport causes(
             m_options, [&line] { return line.errors(); }, out, m_err);
         PollProgram polling(*link, line, recorder, causes, m_options, out, m_err);
+        if (isCapturePipe(m_options.captureFile))
+            polling.endWith(*m_capture);
         int status = ExitGood;
         {
             const StopTarget::Scope scope(m_stopTarget, [&polling] { polling.interrupt(); });
@@ -320,21 +322,19 @@ private:
         return status;
     }
 
-    /** Where every frame of a link goes as well; nothing when nobody asked for it. */
-    std::unique_ptr<CaptureOutput> captureOf(Link &link)
+    /** Every frame of the link goes there as well, when somebody asked for it. */
+    void openCapture(Link &link)
     {
         if (m_options.captureFile.empty())
-            return nullptr;
-        std::unique_ptr<CaptureOutput> capture(new CaptureOutput(m_options.captureFile, m_out));
-        CaptureWriter &writer = capture->writer();
+            return;
+        m_capture.reset(new CaptureOutput(m_options.captureFile, m_out));
+        CaptureWriter &writer = m_capture->writer();
         link.onTransaction([&writer](const Transaction &transaction) { writer.write(transaction); });
-        return capture;
     }
 
-    /** @param capture null for none */
-    int statusAfterFiles(const CaptureOutput *capture, const RecordFiles &files, int status)
+    int statusAfterFiles(const RecordFiles &files, int status)
     {
-        const std::string problem = capture ? capture->problem() : std::string();
+        const std::string problem = m_capture ? m_capture->problem() : std::string();
         if (!problem.empty())
             m_err << "error: " << problem << '\n';
         if (files.incomplete())
@@ -368,7 +368,7 @@ private:
             status = polling.poll(selection, planOf(selection.reads, line).blocks().size());
         }
         link.reset();
-        return statusAfterFiles(nullptr, files, status);
+        return statusAfterFiles(files, status);
     }
 
     int probe()
@@ -461,6 +461,7 @@ private:
     DriverLibrary m_driver; ///< judges addresses and makes plans; a link has its own
     RegisterCatalog m_catalog;
     StopTarget m_stopTarget;
+    std::unique_ptr<CaptureOutput> m_capture; ///< outlives the link that writes to it
 };
 
 /** What took a day to record is not to be lost by the same command given again. */

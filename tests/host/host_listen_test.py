@@ -228,6 +228,15 @@ class Replaying(ListenTest):
         self.assertEqual(bytes.fromhex("4D3CB2A1"), completed.stdout[:4])
         self.assertIn(b"10", completed.stderr)
 
+    def test_polling_ends_when_nobody_reads_the_capture_any_more(self):
+        command = [RTUHOST, "--sim", self.sim, "-l", "10", "-q", "--pcap", "-", "4x1"]
+        process = subprocess.Popen(command, stdin=subprocess.DEVNULL, stdout=subprocess.PIPE, stderr=subprocess.DEVNULL)
+        self.addCleanup(process.wait)
+        self.addCleanup(process.kill)
+        self.assertEqual(bytes.fromhex("4D3CB2A1"), process.stdout.read(4))
+        process.stdout.close()
+        self.assertEqual(1, process.wait(PATIENCE))
+
     def test_a_full_disk_is_told(self):
         self.assertIn("not whole", self.simulate("-1", "--pcap", "/dev/full", "4x1", status=1).err)
 
