@@ -88,6 +88,7 @@ void PollProgram::noteTransaction(const Transaction &transaction)
 void PollProgram::noteError(const Transaction &transaction)
 {
     ++m_errors;
+    ++m_givenUp;
     m_lastError = transaction.information.toStdString();
     m_err << "error: station " << transaction.station << ", " << requestMeaning(transaction.request) << ": "
           << replyMeaning(transaction) << ", given up (" << m_lastError << ")\n";
@@ -109,11 +110,10 @@ void PollProgram::notePort(bool open)
         m_err << "the port is back\n";
         return;
     }
-    m_err << (waitsForPort() ? "error: the port is gone, waiting for it\n" : "error: the port is gone\n");
-    if (waitsForPort())
-        return;
     ++m_errors;
-    stop();
+    m_err << (waitsForPort() ? "error: the port is gone, waiting for it\n" : "error: the port is gone\n");
+    if (!waitsForPort())
+        stop();
 }
 
 /** False when it ended before the last one; those that were left out are told as well. */
@@ -127,7 +127,7 @@ bool PollProgram::write(const std::vector<TagWrite> &writes)
 void PollProgram::write(const TagWrite &write)
 {
     const TagState old = echoesWrites() && !m_stopped ? valueBefore(write) : TagState();
-    const std::uint64_t errors = m_errors;
+    const std::uint64_t givenUp = m_givenUp;
     if (m_stopped) {
         WriteResult unsent;
         unsent.text = QString::fromStdString(whyEnded());
@@ -137,7 +137,7 @@ void PollProgram::write(const TagWrite &write)
     how.readBack = m_options.verify;
     const Write asked = m_link.write(definitionOf(write.tag), numbersOf(write.raw), how);
     awaitEnd(asked);
-    tellWrite(write, old, endOf(asked), m_errors != errors);
+    tellWrite(write, old, endOf(asked), m_givenUp != givenUp);
 }
 
 /** What is on the line when the user ends it is not sent again, and may have reached the slave. */

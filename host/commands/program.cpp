@@ -429,6 +429,8 @@ private:
             if (why.cause != Cause::None)
                 view.tell(diagnosisText(why));
         });
+        bool portLost = false; // on the link's thread, until the view has stopped it
+        link->onPort([&portLost](bool open) { portLost = portLost || !open; });
         {
             const StopTarget::Scope scope(m_stopTarget, [&view] { view.stop(); });
             view.run(*terminal, selection);
@@ -443,7 +445,7 @@ private:
         } else if (!m_options.quiet) {
             m_out << "-- " << trafficText(statistics) << '\n';
         }
-        return statistics.total.giveUps == 0 ? ExitGood : ExitErrors;
+        return statistics.total.giveUps == 0 && !portLost ? ExitGood : ExitErrors;
     }
 
     /** The first signal ends in good order, the next at once. */

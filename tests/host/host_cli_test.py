@@ -562,6 +562,7 @@ class Ports(RtuHostTest):
         self.serve(link)
         self.read_until(host, "the port is back")
         self.read_until(host, "1:4x1            10")
+        self.assertEqual(1, self.end(host)[0])
 
     def test_served_slaves_take_commands(self):
         link = self.file("port")

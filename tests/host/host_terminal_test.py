@@ -369,6 +369,8 @@ class Keys(LiveViewTest):
         screen.press("u")
         screen.gone("GONE")
         screen.line_with("1:4x1 ", "10")
+        screen.press("q")
+        screen.line("ended with 1")
 
     def test_faults_are_added_and_cleared(self):
         screen = self.open()
