@@ -75,6 +75,8 @@ private:
     bool movesRecipe() const;
     bool namesOnCommandLine() const;
     void checkRecords() const;
+    void checkOutput() const;
+    bool movesValues() const;
     void checkSimulation() const;
     void checkListening() const;
     bool needsPort() const;
@@ -217,6 +219,7 @@ void Parser::check() const
     checkMode();
     checkNamingFile();
     checkRecords();
+    checkOutput();
     checkSimulation();
     checkListening();
 }
@@ -253,8 +256,7 @@ void Parser::checkMode() const
     const std::string surplus = m_options.arguments.empty() ? std::string() : m_options.arguments.front();
     if (mode != Mode::Find && m_options.bauds.size() > 1)
         throw Misuse("-b takes several rates with --find alone");
-    const bool counts = usesLine() && mode != Mode::Probe;
-    if (m_options.printStatistics && !counts && mode != Mode::Listen && mode != Mode::Replay)
+    if (m_options.printStatistics && !movesValues() && mode != Mode::Listen && mode != Mode::Replay)
         throw Misuse("--stats sums up what goes over a line; leave it out here");
     if (mode != Mode::Poll && given("--count"))
         throw Misuse("--count is for polling; leave it out here");
@@ -324,6 +326,28 @@ bool Parser::polledReplay() const
     return m_options.mode == Mode::Replay && (namesOnCommandLine() || !m_options.tagFile.empty());
 }
 
+/** Over a line: a probe has findings in the place of values. */
+bool Parser::movesValues() const
+{
+    return usesLine() && m_options.mode != Mode::Probe;
+}
+
+void Parser::checkOutput() const
+{
+    const Mode mode = m_options.mode;
+    if (mode == Mode::Listen && m_options.form == OutputForm::Csv)
+        throw Misuse("--listen has no CSV; --json has one object a transaction");
+    if (m_options.form == OutputForm::Csv && !movesValues() && !polledReplay())
+        throw Misuse("--csv has rows of values and of recipes; here there are none");
+    const bool heard = mode == Mode::Listen || mode == Mode::Replay;
+    if (m_options.trace && !movesValues() && !heard)
+        throw Misuse("-v prints the frames of polling, recipes, --listen and --replay; leave it out here");
+    if (given("--pcap") && !movesValues() && mode != Mode::Listen)
+        throw Misuse("--pcap captures a line: give --listen PORT, or a port and what to poll");
+    if (m_options.captureFile == "-" && m_options.form == OutputForm::Json)
+        throw Misuse("--pcap - has standard output for itself: leave out --json, or give the capture a file");
+}
+
 void Parser::checkSimulation() const
 {
     const std::string surplus = m_options.arguments.empty() ? std::string() : m_options.arguments.front();
@@ -344,12 +368,6 @@ void Parser::checkListening() const
         throw Misuse("--find asks for register 1 alone: \"" + m_options.arguments.front() + "\" is too much");
     if (m_options.mode == Mode::Listen && !m_options.arguments.empty())
         throw Misuse("--listen tells all that is heard: \"" + m_options.arguments.front() + "\" is too much");
-    if (m_options.mode == Mode::Listen && m_options.form == OutputForm::Csv)
-        throw Misuse("--listen has no CSV; --json has one object a transaction");
-    if (given("--pcap") && m_options.mode != Mode::Listen && !usesLine())
-        throw Misuse("--pcap captures a line: give --listen PORT, or a port and what to poll");
-    if (m_options.captureFile == "-" && m_options.form == OutputForm::Json)
-        throw Misuse("--pcap - has standard output for itself: leave out --json, or give the capture a file");
 }
 
 } // namespace

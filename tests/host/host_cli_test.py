@@ -701,6 +701,15 @@ class Misuse(RtuHostTest):
             self.assertIn(reason, result.err)
             self.assertEqual("", result.out)
 
+    def test_no_output_that_was_asked_for_is_left_out_in_silence(self):
+        capture = self.file("line.pcap")
+        for arguments in (["--sim", self.sim, "--probe", "1", "--pcap", capture], ["--sim", self.sim, "--probe", "1", "-v"],
+                          ["--sim", self.sim, "--probe", "1", "--csv"], ["--find", "p", "--csv"],
+                          ["--replay", capture, "--csv"], ["--plan", "4x1", "--csv"], ["--list-types", "--csv"]):
+            result = self.run_host(*arguments, status=2)
+            self.assertIn(arguments[-1] if arguments[-1] != capture else "--pcap", result.err)
+        self.assertFalse(os.path.exists(capture))
+
     def test_tag_file_errors_name_the_line(self):
         tags = self.file("tags.csv", "a,1,4x,1\nb,1,4x,0\n")
         self.assertIn("tags.csv:2: 4x0: out of range", self.simulate("-1", "--tags", tags, status=2).err)

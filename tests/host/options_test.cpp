@@ -342,6 +342,17 @@ TEST(Options, MisuseIsExplained)
         {{"--tags", "t.csv", "-c", "5", "p"}, "-c is for addresses on the command line"},
         {{"--condition-read", "--tags", "t.csv", "-0", "p"}, "-0 is for addresses on the command line"},
         {{"--plan", "--tags", "t.csv", "-a", "5"}, "-a is for addresses on the command line"},
+        {{"--probe", "1", "--pcap", "p.pcap", "p"}, "--pcap captures a line"},
+        {{"--probe", "1", "-v", "p"}, "-v prints the frames"},
+        {{"--find", "p", "-v"}, "-v prints the frames"},
+        {{"--plan", "4x1", "-v"}, "-v prints the frames"},
+        {{"--probe", "1", "--csv", "p"}, "--csv has rows"},
+        {{"--find", "p", "--csv"}, "--csv has rows"},
+        {{"--replay", "f", "--csv"}, "--csv has rows"},
+        {{"--plan", "--csv", "--tags", "f"}, "--csv has rows"},
+        {{"--list-types", "--csv"}, "--csv has rows"},
+        {{"--describe", "4x", "--csv"}, "--csv has rows"},
+        {{"--check", "4x1", "--csv"}, "--csv has rows"},
         {{"--serve", "f", "pty:"}, "wants the name of a link"},
         {{"-a", "300", "p"}, "a station is from 0 to 247"},
         {{"--json", "--csv", "p"}, "exclude each other"},
@@ -354,6 +365,15 @@ TEST(Options, MisuseIsExplained)
     };
     for (const MisuseCase &wrong : cases)
         EXPECT_TRUE(contains(misuse(wrong.arguments), wrong.reason)) << wrong.reason << ": " << misuse(wrong.arguments);
+}
+
+TEST(Options, OfOutputGoWithWhatHasIt)
+{
+    EXPECT_EQ(rtu::OutputForm::Csv, parse({"--replay", "f", "--csv", "4x1"}).form);
+    EXPECT_EQ(rtu::OutputForm::Csv, parse({"--recipe-compare", "f", "--csv", "p"}).form);
+    EXPECT_TRUE(parse({"--replay", "f", "-v"}).trace);
+    EXPECT_TRUE(parse({"--listen", "p", "-v"}).trace);
+    EXPECT_EQ("f", parse({"--condition-read", "p", "--pcap", "f", "4x1"}).captureFile);
 }
 
 TEST(Options, OfAddressesGoWithAFileAsWell)
