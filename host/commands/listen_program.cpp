@@ -35,7 +35,7 @@ RegisterNames registerNames(const Options &options)
     DriverLibrary driver(options.driverPath);
     const RegisterCatalog catalog(driver);
     for (const TagRange &tag : readTagFile(driver, catalog, options.tagFile)) {
-        for (int value = 0; value < tag.values; ++value) {
+        for (int value = 0; value < tag.values && !tag.name.empty(); ++value) {
             HeardPlace place;
             place.station = tag.station;
             place.type = tag.type.name.substr(0, 2);

@@ -157,7 +157,8 @@ void LiveView::send(const LiveRow &row, std::uint32_t raw)
     const TagRange tag = tagOf(row);
     const std::vector<double> numbers = numbersOf({raw});
     // Recorded as the tag is defined, however it is shown just now.
-    const TagRange defined = singleValue(m_feed->board().tags()[row.tag], row.value);
+    TagRange defined = singleValue(m_feed->board().tags()[row.tag], row.value);
+    defined.name = valueName(m_feed->board().tags()[row.tag], row.value);
     const WriteOptions options = tellingTheEndOf(TagWrite{defined, {raw}}, stateOf(row));
     const Write write = m_feed->tags()[row.tag].values == 1
                             ? m_link.write(m_feed->board().handle(row.tag), numbers, options)

@@ -69,6 +69,13 @@ class Listening(ListenTest):
         self.assertEqual((2, None), (refused["exception"], refused["values"]))
         self.assertEqual("", self.end(process))
 
+    def test_tags_without_a_name_hide_none(self):
+        tags = self.file("tags.csv", "name,type,address,count\n,4x,108,3\nlevel,4x,109,1\n")
+        process = self.listen("--json", "--tags", tags)
+        self.say(READ, READ_REPLY)
+        self.assertEqual(["level"], json.loads(process.stdout.readline())["names"])
+        self.end(process)
+
     def test_statistics_of_each_station(self):
         process = self.listen("--stats", "-o", "3600")
         self.say(READ, READ_REPLY, READ, frame("01 83 02"), frame("02 03 00 00 00 01"), READ)

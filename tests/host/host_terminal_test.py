@@ -179,7 +179,7 @@ class Logging(LiveViewTest):
         screen.press("Enter")
         screen.type("77")
         screen.press("Enter")
-        wait_for(lambda: ",1,4x,1,level,77,0x004D,,acknowledged,,10" in self.read(log), "the write in the log")
+        wait_for(lambda: ",1,4x,1,level[0],77,0x004D,,acknowledged,,10" in self.read(log), "the write in the log")
         screen.press("End", "o")
         wait_for(lambda: ",2,,,,,,,station silent," in self.read(log), "the silence in the log")
         screen.press("o")
