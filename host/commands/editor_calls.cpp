@@ -31,7 +31,8 @@ AddressArgument split(const RegisterCatalog &catalog, const std::string &argumen
     result.typeName = result.type ? result.type->name : argument;
     const std::size_t colon = argument.find(':');
     const std::string format = colon == std::string::npos ? std::string() : argument.substr(colon + 1);
-    result.text = result.type ? argument.substr(result.typeName.size(), colon - result.typeName.size()) : std::string();
+    if (result.type)
+        result.text = inDecimals(argument.substr(result.typeName.size(), colon - result.typeName.size()));
     result.format = result.type ? formatFromName(format, *result.type) : Format::Unsigned;
     return result;
 }

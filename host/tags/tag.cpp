@@ -51,13 +51,6 @@ void setRange(DriverLibrary &driver, TagRange &tag, const std::string &first, co
     setAddress(driver, tag, first, Access::Read);
 }
 
-/** The driver knows no other notation of numbers. */
-std::string inDecimals(const std::string &text)
-{
-    std::uint64_t number = 0;
-    return readPrefixed(text, &number) ? std::to_string(number) : text;
-}
-
 std::vector<TagRange> readTags(DriverLibrary &driver, const RegisterCatalog &catalog, const std::string &text,
                                const std::vector<int> &stations, int values)
 {
@@ -129,6 +122,12 @@ std::string addressCheckText(int result, const std::string &typeName, const Regi
     default:
         return "refused by the driver with result " + std::to_string(result);
     }
+}
+
+std::string inDecimals(const std::string &text)
+{
+    std::uint64_t number = 0;
+    return readPrefixed(text, &number) ? std::to_string(number) : text;
 }
 
 void setAddress(DriverLibrary &driver, TagRange &tag, const std::string &typed, Access access)

@@ -75,6 +75,9 @@ AddressCheck checkAddress(DriverLibrary &driver, const RegisterType &type, const
 /** The result code of the driver's address checks in words, and what would be right. */
 std::string addressCheckText(int result, const std::string &typeName, const RegisterType *type);
 
+/** An address as the driver takes it, which knows no other notation of numbers: "100" for "0x64". */
+std::string inDecimals(const std::string &text);
+
 /**
  * Sets the address of a tag, its type, format and number of values being set.
  *

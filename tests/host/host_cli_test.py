@@ -390,6 +390,12 @@ class Editor(RtuHostTest):
         checked = json.loads(self.run_host("--check", "3x5", "--json").out)
         self.assertEqual((0, 6, 4), (checked["result"], checked["write_result"], checked["zero_based"]))
 
+    def test_addresses_in_any_notation_of_numbers(self):
+        for address in ("4x0x64", "4x0x64:hex", "4x0b1100100"):
+            self.assertIn("valid, zero-based address 99;", self.run_host("--check", address).out)
+            self.assertEqual(99, json.loads(self.run_host("--json", "--check", address).out)["zero_based"])
+        self.assertIn("4x100 (zero-based 99)", self.run_host("--multi-copy", "4x0x64", "--copies", "1").out)
+
     def test_several_addresses_ranges_and_stations(self):
         result = self.run_host("--check", "4x1", "4x10..12@2,3", "3x5", "4x_bit3.05", "4x100:float", "40100", status=1)
         for line in ("4x1: valid, zero-based address 0; writing: valid",
