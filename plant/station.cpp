@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <iterator>
 #include <stdexcept>
 #include <system_error>
 
@@ -31,6 +32,15 @@ void Tables::define(Table table, int first, int count, bool exists)
     const int last = std::min(first + count, static_cast<int>(TableSize));
     for (int address = std::max(first, 0); address < last; ++address)
         marks[static_cast<std::size_t>(address)] = exists;
+    stopMotions(table, first, last);
+}
+
+/** Also that of a 32-bit value which only reaches into the range. */
+void Tables::stopMotions(Table table, int first, int end)
+{
+    std::map<int, Mover> &movers = m_movers[static_cast<int>(table)];
+    for (auto mover = movers.lower_bound(first - 1); mover != movers.end() && mover->first < end;)
+        mover = mover->first + mover->second.registers > first ? movers.erase(mover) : std::next(mover);
 }
 
 bool Tables::covers(Table table, int first, int count) const

@@ -26,6 +26,7 @@ public:
     Tables(const Tables &) = delete;
     Tables &operator=(const Tables &) = delete;
 
+    /** Also ends what moves there. */
     void define(Table table, int first, int count, bool exists);
     /** True when all addresses exist. */
     bool covers(Table table, int first, int count) const;
@@ -45,6 +46,8 @@ private:
         Motion motion;
         int registers;
     };
+
+    void stopMotions(Table table, int first, int end);
 
     modbus_mapping_t *m_mapping;
     std::vector<bool> m_exists[TableCount];

@@ -304,6 +304,28 @@ TEST(PlantMotion, GoesOnByItselfAndCanBeHeld)
         std::this_thread::sleep_for(1ms);
 }
 
+TEST(SimulationFile, LaterValuesEndAMotion)
+{
+    Plant plant;
+    std::string error;
+    ASSERT_TRUE(plant.loadText("station 1\n"
+                               "4x 1 counter from 100 every 1\n"
+                               "4x 1 = 7\n"
+                               "4x_double 3 counter from 0x10000 every 1\n"
+                               "4x 4 = 9\n"
+                               "4x_double 5 counter from 0x10000 every 1\n"
+                               "4x 5 = 11\n"
+                               "4x 7 = 1\n"
+                               "4x 7 counter every 1\n",
+                               "test", &error))
+        << error;
+    while (plant.peek(1, Table::HoldingRegisters, 6) < 5)
+        std::this_thread::sleep_for(1ms);
+    EXPECT_EQ(7, plant.peek(1, Table::HoldingRegisters, 0));
+    EXPECT_EQ(9, plant.peek(1, Table::HoldingRegisters, 3)) << "the low word of a 32-bit value";
+    EXPECT_EQ(11, plant.peek(1, Table::HoldingRegisters, 4)) << "its high word";
+}
+
 // --- ports that exist ----------------------------------------------------------------------
 
 TEST(PlantOnAPort, AnswersThere)
