@@ -135,6 +135,14 @@ void ReplayLine::moveTo(TimePoint when)
     m_ended = m_ended || m_now >= m_last;
 }
 
+/** Whoever polls has set its deadlines before the request, and does not know of the pause in the capture. */
+void ReplayLine::jumpTo(TimePoint when)
+{
+    const TimePoint before = m_now;
+    m_now = std::max(m_now, when);
+    m_jump += m_now - before;
+}
+
 void ReplayLine::tellEnd()
 {
     const std::function<void()> end = std::move(m_end);
@@ -155,6 +163,7 @@ void ReplayLine::sleepUntil(TimePoint when)
 bool ReplayLine::write(const unsigned char *bytes, std::size_t size)
 {
     const QByteArray request(reinterpret_cast<const char *>(bytes), static_cast<int>(size));
+    m_jump = Duration(0);
     const auto unused = m_unused.find(request);
     const bool usedUp = unused != m_unused.end() && unused->second.empty();
     if (m_ended && (usedUp || !m_askedSinceEnd.insert(request).second))
@@ -166,7 +175,7 @@ bool ReplayLine::write(const unsigned char *bytes, std::size_t size)
     }
     const ReplayEntry &entry = m_entries[unused->second.front()];
     unused->second.pop_front();
-    m_now = std::max(m_now, entry.transaction.requestEnd);
+    jumpTo(entry.transaction.requestEnd);
     m_answer = entry.answer;
     m_answerTime = m_now + entry.delay;
     return true;
@@ -176,8 +185,10 @@ int ReplayLine::read(unsigned char *out, std::size_t room, TimePoint deadline)
 {
     if (m_interrupted)
         return Interrupted;
-    if (m_answer.isEmpty() || m_answerTime > std::max(deadline, m_now)) {
-        moveTo(deadline);
+    const TimePoint due = deadline + m_jump;
+    m_jump = Duration(0);
+    if (m_answer.isEmpty() || m_answerTime > std::max(due, m_now)) {
+        moveTo(due);
         return DeadlinePassed;
     }
     moveTo(m_answerTime);
@@ -210,7 +221,7 @@ QByteArray ReplayLine::answerFromValues(const QByteArray &request)
     showUpTo(m_now);
     QByteArray reply = replyOf(m_image, request);
     while (reply.isEmpty() && m_shown < m_entries.size()) {
-        m_now = std::max(m_now, m_entries[m_shown].transaction.finished);
+        jumpTo(m_entries[m_shown].transaction.finished);
         showUpTo(m_now);
         reply = replyOf(m_image, request);
     }

@@ -64,6 +64,7 @@ public:
 
 private:
     void moveTo(TimePoint when);
+    void jumpTo(TimePoint when);
     void tellEnd();
     void showUpTo(TimePoint when);
     QByteArray answerFromValues(const QByteArray &request);
@@ -76,7 +77,8 @@ private:
     QByteArray m_answer;         ///< arrives at m_answerTime
     TimePoint m_answerTime;
     TimePoint m_now;
-    TimePoint m_last; ///< when the capture ends
+    Duration m_jump{0}; ///< by which the last request went on, until its reply begins
+    TimePoint m_last;   ///< when the capture ends
     std::function<void()> m_end;
     std::set<QByteArray> m_askedSinceEnd;
     bool m_ended = false;

@@ -54,6 +54,28 @@ TEST(ReplayLine, GivesTheAnswersOfTheCaptureOneAfterTheOther)
     EXPECT_TRUE(line.ended());
 }
 
+// Whoever polls counts the time-out from when it asked, be that seconds before the capture goes on.
+TEST(ReplayLine, PausesOfTheCaptureCostNoAnswer)
+{
+    std::stringstream file;
+    rtu::CaptureWriter writer(file, Clock);
+    writer.write(array(Request), rtu::TimePoint(milliseconds(10)));
+    writer.write(array(First), rtu::TimePoint(milliseconds(20)));
+    writer.write(array(Request), rtu::TimePoint(milliseconds(5010)));
+    writer.write(array(Second), rtu::TimePoint(milliseconds(5020)));
+    rtu::ReplayLine line(rtu::readCapture(file, Clock, rtu::ReaderSettings()));
+    EXPECT_EQ(First, ask(line, Request));
+    line.sleepUntil(rtu::TimePoint(milliseconds(1000)));
+    const rtu::TimePoint deadline = line.now() + milliseconds(1000);
+    line.write(Request.data(), Request.size());
+    unsigned char bytes[300];
+    ASSERT_EQ(static_cast<int>(Second.size()), line.read(bytes, sizeof(bytes), deadline));
+    EXPECT_EQ(Second, Bytes(bytes, bytes + Second.size()));
+    EXPECT_EQ(rtu::TimePoint(milliseconds(5020)), line.now());
+    EXPECT_EQ(rtu::DeadlinePassed, line.read(bytes, sizeof(bytes), line.now() + milliseconds(50)));
+    EXPECT_EQ(rtu::TimePoint(milliseconds(5070)), line.now()) << "later deadlines know the time";
+}
+
 TEST(ReplayLine, GivesGarbageAndSilenceAgain)
 {
     const Bytes damaged = hex("01 03 04 00 07 00 08 00 00");
