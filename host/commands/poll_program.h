@@ -90,7 +90,7 @@ private:
     const CaptureOutput *m_capture = nullptr; ///< on standard output
     std::uint64_t m_errors = 0;
     std::uint64_t m_givenUp = 0; ///< requests; they are among the errors
-    std::string m_lastError; ///< the driver's text of the last request that was given up
+    std::string m_lastError;     ///< the driver's text of the last request that was given up
     int m_rounds = 0;
     bool m_portLost = false;
     bool m_readingOld = false; ///< a failure of that is no error: the write itself tells
