@@ -1,51 +1,13 @@
 // Writes of a link: each ends exactly once, and says how.
 
-#include "kit/link_test.h"
+#include "kit/link_write_test.h"
 
 namespace {
 
 using namespace test_kit;
-using rtu::WriteEnd;
-using rtu::WriteOptions;
-using rtu::WriteResult;
 
-class LinkWrites : public LinkTest
+class LinkWrites : public LinkWriteTest
 {
-protected:
-    LinkWrites()
-    {
-        plant.define(1, Table::HoldingRegisters, 0, 400);
-        plant.define(1, Table::Coils, 0, 2000);
-    }
-
-    /** Options whose end is noted under a number. */
-    WriteOptions noted(int number)
-    {
-        WriteOptions options;
-        options.done = [this, number](const WriteResult &result) { ends.push_back({number, result}); };
-        return options;
-    }
-
-    /** Of eleven writes ten are sent, then a read has its turn before the eleventh. */
-    void leaveOneWithTheDriver()
-    {
-        link().addTag(TagDefinition(1, "4x100"));
-        for (int i = 1; i <= 11; ++i)
-            link().write(TagDefinition(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
-        steps(11);
-        ASSERT_EQ(10u, ends.size());
-    }
-
-    /** The one end of the only write. */
-    WriteResult theEnd()
-    {
-        EXPECT_EQ(1u, ends.size());
-        return ends.empty() ? WriteResult() : ends.front().second;
-    }
-
-    std::uint16_t held(int address) { return plant.peek(1, Table::HoldingRegisters, address); }
-
-    std::vector<std::pair<int, WriteResult>> ends;
 };
 
 TEST_F(LinkWrites, AreAcknowledged)
@@ -360,126 +322,6 @@ TEST_F(LinkWrites, KeptLocal)
     EXPECT_EQ(WriteEnd::KeptLocal, ends[1].second.end);
 }
 
-TEST_F(LinkWrites, WaitingOnesAreNotSentWhenThePortIsLost)
-{
-    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
-    steps(1);
-    line->plugged = false;
-    link().write(tag, 7, noted(1));
-    link().step();
-    EXPECT_EQ(WriteEnd::NotSent, theEnd().end);
-    line->plugged = true;
-    run(std::chrono::seconds(2));
-    EXPECT_EQ(0, held(9)) << "nothing old goes out to what is plugged in next";
-}
-
-TEST_F(LinkWrites, WaitingOnesAreKeptForAStatedTime)
-{
-    settings.keepWrites = std::chrono::seconds(5);
-    link().addTag(TagDefinition(1, "4x10"));
-    steps(1);
-    line->plugged = false;
-    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
-    run(std::chrono::seconds(3));
-    EXPECT_TRUE(ends.empty());
-    line->plugged = true;
-    run(std::chrono::seconds(1));
-    EXPECT_EQ(WriteEnd::Acknowledged, theEnd().end);
-    line->plugged = false;
-    link().write(TagDefinition(1, "4x10"), {8}, noted(2));
-    run(std::chrono::seconds(6));
-    ASSERT_EQ(2u, ends.size());
-    EXPECT_EQ(WriteEnd::NotSent, ends[1].second.end);
-}
-
-TEST_F(LinkWrites, KeptOnesThatAreCancelledEndWithoutThePort)
-{
-    settings.keepWrites = std::chrono::hours(1);
-    link();
-    line->plugged = false;
-    rtu::Write write = link().write(TagDefinition(1, "4x10"), {7}, noted(1));
-    steps(1);
-    EXPECT_TRUE(write.cancel());
-    steps(1);
-    EXPECT_EQ(WriteEnd::Cancelled, theEnd().end);
-}
-
-TEST_F(LinkWrites, HandedToTheDriverAreNotSentAfterThePortWasLost)
-{
-    leaveOneWithTheDriver();
-    line->plugged = false;
-    link().step();
-    ASSERT_EQ(11u, ends.size());
-    EXPECT_EQ(WriteEnd::NotSent, ends[10].second.end);
-    line->plugged = true;
-    run(std::chrono::seconds(2));
-    EXPECT_EQ(0, held(10));
-}
-
-TEST_F(LinkWrites, HandedToTheDriverAreKeptWithTheOthers)
-{
-    settings.keepWrites = std::chrono::hours(1);
-    leaveOneWithTheDriver();
-    line->plugged = false;
-    link().step();
-    EXPECT_EQ(10u, ends.size());
-    line->plugged = true;
-    run(std::chrono::seconds(2));
-    ASSERT_EQ(11u, ends.size());
-    EXPECT_EQ(WriteEnd::Acknowledged, ends[10].second.end);
-    EXPECT_EQ(1, held(10));
-}
-
-TEST_F(LinkWrites, HandedToTheDriverAndKeptCanBeCancelledAgain)
-{
-    settings.keepWrites = std::chrono::hours(1);
-    link().addTag(TagDefinition(1, "4x100"));
-    for (int i = 1; i <= 10; ++i)
-        link().write(TagDefinition(1, QString::fromLatin1("4x%1").arg(i)), {1}, noted(i));
-    rtu::Write last = link().write(TagDefinition(1, "4x11"), {1}, noted(11));
-    steps(11);
-    EXPECT_FALSE(last.cancel()) << "the driver has it";
-    line->plugged = false;
-    link().step();
-    EXPECT_TRUE(last.cancel());
-    line->plugged = true;
-    run(std::chrono::seconds(2));
-    ASSERT_EQ(11u, ends.size());
-    EXPECT_EQ(WriteEnd::Cancelled, ends[10].second.end);
-    EXPECT_EQ(0, held(10));
-}
-
-TEST_F(LinkWrites, HandedToTheDriverAreKeptNoLongerThanStated)
-{
-    settings.keepWrites = std::chrono::milliseconds(1);
-    leaveOneWithTheDriver();
-    line->plugged = false;
-    link().step();
-    ASSERT_EQ(11u, ends.size());
-    EXPECT_EQ(WriteEnd::NotSent, ends[10].second.end);
-}
-
-TEST_F(LinkWrites, WaitingForAnotherAttemptAreNotSentAgainAfterThePortWasLost)
-{
-    loseRequests(1);
-    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
-    steps(1);
-    line->plugged = false;
-    link().step();
-    EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
-    line->plugged = true;
-    run(std::chrono::seconds(2));
-    EXPECT_EQ(0, held(9));
-}
-
-TEST_F(LinkWrites, OnTheLineWhenThePortIsLostAreUnconfirmed)
-{
-    script.push_back([this](const Bytes &) { line->unplugAfter(milliseconds(2)); });
-    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
-    steps(1);
-    EXPECT_EQ(WriteEnd::Unconfirmed, theEnd().end);
-}
-
 TEST_F(LinkWrites, ToADeadStationGetOneAttemptAndTheOthersEndAtOnce)
 {
     link().addTag(TagDefinition(2, "4x10"));
@@ -580,48 +422,6 @@ TEST_F(LinkWrites, ReadsOfThePlanGoOnBetweenTen)
     EXPECT_EQ(25u, ends.size());
     EXPECT_EQ(3, requests[10][1]);
     EXPECT_EQ(3, requests[21][1]);
-}
-
-TEST_F(LinkWrites, OfSeveralPiecesAreUnconfirmedWhenThePortIsLostBetweenThem)
-{
-    TagDefinition many(1, "4x1");
-    many.values = 150;
-    plant.define(1, Table::HoldingRegisters, 0, 200);
-    std::vector<rtu::WriteEnd> told;
-    rtu::WriteOptions options;
-    options.done = [&told](const rtu::WriteResult &result) { told.push_back(result.end); };
-    link().write(many, std::vector<double>(150, 3), options);
-    steps(1);
-    line->plugged = false;
-    steps(2);
-    EXPECT_EQ((std::vector<rtu::WriteEnd>{rtu::WriteEnd::Unconfirmed}), told);
-}
-
-TEST_F(LinkWrites, AreUnconfirmedOnceWhenThePortIsLostBeforeTheyAreReadBack)
-{
-    std::vector<rtu::WriteEnd> told;
-    rtu::WriteOptions options;
-    options.readBack = true;
-    options.done = [&told](const rtu::WriteResult &result) { told.push_back(result.end); };
-    link().write(TagDefinition(1, "4x10"), {7}, options);
-    steps(1);
-    line->plugged = false;
-    steps(2);
-    EXPECT_EQ((std::vector<rtu::WriteEnd>{rtu::WriteEnd::Unconfirmed}), told);
-}
-
-TEST_F(LinkWrites, AreNotSentWhenThePortGoesInTheSilenceBeforeThem)
-{
-    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
-    steps(1);
-    requests.clear();
-    const rtu::Write write = link().write(TagDefinition(1, "4x10"), {7});
-    line->unplugAfter(microseconds(1));
-    EXPECT_EQ(LinkStep::NoPort, link().step());
-    EXPECT_EQ(rtu::WriteEnd::NotSent, write.result().end);
-    EXPECT_EQ(Quality::StationSilent, tag.value().quality);
-    EXPECT_EQ((std::vector<bool>{true, false}), ports);
-    EXPECT_TRUE(requests.empty());
 }
 
 TEST_F(LinkWrites, CannotBeAskedForByWhoIsToldOfTheEndOfTheLink)
