@@ -206,8 +206,6 @@ void LinkCore::open()
     const Locked alone(m_lineUse);
     {
         const Locked held(m_lock->mutex);
-        if (m_threaded)
-            return;
         if (m_stops > 0)
             throw Error(QLatin1String("this link is being stopped: open it afterwards"));
         m_line->clearInterrupt(); // a stop ends what was waited for then, not this
@@ -410,9 +408,9 @@ bool LinkCore::feed()
 /** One read in the driver at a time: a failure would take the others with it. The two kinds take turns. */
 bool LinkCore::feedReads()
 {
-    if (m_reads.handed() || m_paced.underWay())
+    if (m_paced.underWay())
         return true;
-    if (m_pacedNext && m_paced.feed())
+    if (m_pacedNext && !m_reads.handed() && m_paced.feed())
         return true;
     return m_reads.feed() || m_paced.feed();
 }
