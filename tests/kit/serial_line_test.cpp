@@ -2,6 +2,7 @@
 
 #include "kit/line/serial_line.h"
 
+#include "kit/temporary_folder.h"
 #include "kit/terminal_pair.h"
 #include "support/line_parameters.h"
 
@@ -112,13 +113,20 @@ TEST_F(SerialLine, DropsWhatHasArrived)
 
 TEST_F(SerialLine, IsLostWithItsFarEnd)
 {
-    line.open();
+    // By a name of its own: whoever opens a pseudo-terminal next may get the pair's.
+    const TemporaryFolder folder;
+    const std::string name = folder.path() + "/port";
+    ASSERT_EQ(0, ::symlink(pair->path().c_str(), name.c_str()));
+    rtu::SerialLine named(name, unpaced());
+    named.open();
+    ::unlink(name.c_str());
     pair->unplug();
-    EXPECT_EQ(LostResult, read(now() + Never));
-    EXPECT_EQ(LostResult, read(now() + Never)) << "closed by now";
-    EXPECT_FALSE(line.write(bytes("x"), 1));
-    EXPECT_FALSE(line.ensureOpen());
-    EXPECT_EQ("cannot open " + pair->path() + ": No such file or directory", line.notice());
+    unsigned char out[1];
+    EXPECT_EQ(rtu::LineLost, named.read(out, sizeof(out), now() + Never));
+    EXPECT_EQ(rtu::LineLost, named.read(out, sizeof(out), now() + Never)) << "closed by now";
+    EXPECT_FALSE(named.write(bytes("x"), 1));
+    EXPECT_FALSE(named.ensureOpen());
+    EXPECT_EQ("cannot open " + name + ": No such file or directory", named.notice());
 }
 
 TEST_F(SerialLine, NoticesTheLossWhenSending)
