@@ -19,7 +19,10 @@ const int smallRun = 24;
 // A plan pays when it is polled: long, and the less the longer its replies are.
 const unsigned int mostRounds = 256;
 const int polledBytes = 4000;
-const int bytesForNone = 500; // no reply is as long as such a request wants: it is tried some times, and given up
+// No reply is as long as some requests want. Giving one up marks up to 32,768 areas, which costs what a
+// hundred polls do, and libFuzzer likes it: the polls of one input of eight try it, a few times.
+const int triesForNone = 6;
+const std::size_t oneOf = 8;
 const int deepestCallBack = 3;
 
 int stationOf(const CallRecord &record)
@@ -69,6 +72,7 @@ CallPlayer::CallPlayer(const std::uint8_t *bytes, std::size_t size)
     : script(bytes, size)
     , depth(0)
     , room(elementsAnInput)
+    , triesLeft(size / RecordBytes % oneOf == 0 ? triesForNone : 0)
 {
     host.onReport = [this](const Report &report) { onReport(report); };
 }
@@ -274,7 +278,9 @@ void CallPlayer::poll(const CallRecord &record)
         if (changing != 0 && left % (4 * changing) == 0)
             content[left % content.size()] ^= noise.byte();
         const QByteArray reply = host.wholeReply(content);
-        bytes -= reply.isEmpty() ? bytesForNone : static_cast<int>(reply.size());
+        if (reply.isEmpty() && triesLeft-- <= 0)
+            return;
+        bytes -= static_cast<int>(reply.size());
         host.deal(reply);
     }
 }

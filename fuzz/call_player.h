@@ -40,6 +40,7 @@ private:
     QVector<_RCP_VAR_PRO> rows;
     int depth;
     int room; ///< elements that the calls of this input may still carry
+    int triesLeft; ///< replies that polls may still owe to requests that none fits
 };
 
 } // namespace fuzz
