@@ -47,10 +47,9 @@ unsigned char payloadByte(const VARIABLE &request, long long index)
     return index >= 0 && index < ModbusRtuRecordBytes ? request.data[index] : static_cast<unsigned char>(0);
 }
 
+/** What the frame has room for of a payload; a count below zero leaves one of less than nothing. */
 int boundedPayload(int bytes)
 {
-    if (bytes < 0)
-        return 0;
     return bytes < static_cast<int>(LargestPayload) ? bytes : static_cast<int>(LargestPayload);
 }
 
@@ -182,8 +181,7 @@ void addBitWrite(FramesInFlight &frames, const VARIABLE &request)
     FRAME_PRO &f = startFrame(frames.add(), request, WriteMultipleRegisters, firstRegister, registers);
     f.frame[6] = low(wrapMul(registers, 2));
     putRegisters(f, registers);
-    const int payload = wrapMul(registers, 2);
-    closeFrame(f, WriteHeaderBytes + (payload < 0 ? payload : boundedPayload(payload)) + CrcBytes);
+    closeFrame(f, WriteHeaderBytes + boundedPayload(wrapMul(registers, 2)) + CrcBytes);
     expectEcho(f);
 }
 

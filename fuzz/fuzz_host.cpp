@@ -272,8 +272,9 @@ void Host::checkFrames() const
     require(driver.frameList.size() <= 2, "more than two frames of a transaction");
     for (int i = 0; i < static_cast<int>(driver.frameList.size()); ++i) {
         const FRAME_PRO &frame = driver.frameList.at(i);
-        // A bit write with a negative count is of no registers, or of less: its lengths are what they come to.
-        const bool odd = frame.var.count < 0 && frame.var.regType == QLatin1String("4x_bit");
+        // A write of fewer coils or bits than none has no payload, or less: its lengths are what they come to.
+        const bool odd = frame.var.count < 0
+                         && (frame.var.regType == QLatin1String("4x_bit") || frame.var.regType == QLatin1String("0x"));
         require(frame.frameLen >= (odd ? 0 : 8) && frame.frameLen <= ModbusRtuRecordBytes, "the length of a frame");
         const unsigned char *end = frame.frame + frame.frameLen;
         require(frame.frameLen < 2

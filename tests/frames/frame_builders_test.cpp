@@ -541,9 +541,41 @@ TEST_F(WriteFrames, CoilsOfAnySizeStayInsideTheFrame)
         master.getWriteFrame(variable(1, "0x", 0, count));
         for (int i = 0; i < master.frameList.size(); ++i) {
             const FRAME_PRO &frame = master.frameList.at(i);
-            ASSERT_GE(frame.frameLen, 8) << count;
+            ASSERT_GE(frame.frameLen, 0) << count;
             ASSERT_LE(frame.frameLen, 1024) << count;
-            EXPECT_EQ(requestBytes(frame), withCrc(requestBytes(frame).left(frame.frameLen - 2))) << count;
+            if (frame.frameLen >= 2) {
+                EXPECT_EQ(requestBytes(frame), withCrc(requestBytes(frame).left(frame.frameLen - 2))) << count;
+            }
+        }
+    }
+}
+
+// As of bits: a count below zero has the lengths that its byte count gives.
+TEST_F(WriteFrames, FewerCoilsThanNoneMakeTheFrameShorter)
+{
+    const struct
+    {
+        int count;
+        const char *frame; // without CRC; one too short for it has none
+        int length;
+    } cases[] = {
+        {0, "01 0F 00 20 00 00 00", 9},
+        {-7, "01 0F 00 20 FF F9 00", 9},
+        {-8, "01 0F 00 20 FF F8", 8},
+        {-15, "01 0F 00 20 FF F1", 8},
+        {-16, "01 0F 00 20 FF", 7},
+        {-56, "", 2},
+        {-64, "", 1},
+        {-72, "", 0},
+        {-80, "", 0},
+    };
+    for (const auto &c : cases) {
+        SCOPED_TRACE(c.count);
+        const FRAME_PRO &frame = write(variable(1, "0x", 32, c.count, Bytes(1024, 1)));
+        EXPECT_EQ(frame.frameLen, c.length);
+        EXPECT_EQ(frame.replyLen, 8);
+        if (c.length >= 2) {
+            EXPECT_EQ(requestBytes(frame), adu(c.frame));
         }
     }
 }

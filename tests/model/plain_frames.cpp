@@ -124,7 +124,7 @@ void PlainDriver::writeSingle(const VARIABLE &unit, int function, unsigned char 
 
 void PlainDriver::writeCoils(const VARIABLE &unit)
 {
-    const int byteCount = std::max(0, dividedRoundedUp(unit.count, 8));
+    const int byteCount = dividedRoundedUp(unit.count, 8);
     FRAME_PRO frame = newFrame(unit, 15, unit.startAddr, unit.count);
     frame.frame[6] = byteOf(byteCount, 0);
     for (int j = 0; j < byteCount; ++j) {
@@ -133,7 +133,7 @@ void PlainDriver::writeCoils(const VARIABLE &unit)
             packed += payloadByte(unit, 8 * j + b) << b;
         frame.frame[7 + j] = byteOf(packed, 0);
     }
-    frame.frameLen = byteCount + 9;
+    frame.frameLen = std::max(0, byteCount + 9);
     appendCrc(frame);
     frameList.append(frame);
 }
