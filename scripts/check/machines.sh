@@ -27,6 +27,10 @@ emulated_environment=(MODBUS_STEPS=9000 QTEST_FUNCTION_TIMEOUT=600000)
 # library lets the one who waits wait for good. A program of a dozen lines shows the same.
 declare -A not_emulated=([s390x]=concurrency_tests)
 
+# Tests that cannot pass under the emulator of a machine. A program of i386 that gets signals
+# while it waits in ppoll() ends in std::terminate() there; run by the PC itself it passes.
+declare -A lost_tests=([i386]=WakeUp.WaitsOnAfterASignal)
+
 is_packaged()
 {
     [[ " ${packaged_machines[*]} " == *" $1 "* ]]
@@ -55,10 +59,14 @@ run_program_tests()
         echo "  left out: ${not_emulated[$1]}"
         count 0 0 1
     fi
+    if [ -n "${lost_tests[$1]:-}" ]; then
+        echo "  left out: ${lost_tests[$1]}"
+        count 0 0 1
+    fi
     rm -rf "$folder/reports"
     announce tests
-    env "${emulated_environment[@]}" ctest --test-dir "$folder" -j "$jobs" --output-on-failure --no-tests=error \
-        -LE "native|$tools_label" "${left_out[@]}" >"$log" 2>&1 || status=$?
+    env "${emulated_environment[@]}" GTEST_FILTER="-${lost_tests[$1]:-}" ctest --test-dir "$folder" -j "$jobs" \
+        --output-on-failure --no-tests=error -LE "native|$tools_label" "${left_out[@]}" >"$log" 2>&1 || status=$?
     tests=$(report_sum "$folder" tests)
     failed=$(report_sum "$folder" failures)
     skipped=$(($(report_sum "$folder" disabled) + $(cat "$folder"/reports/*.xml | grep -c 'result="skipped"')))
