@@ -155,13 +155,12 @@ bool FrameExchange::expectLate(const Sending &sending)
     m_damaged = t.kind == ReplyKind::Damaged;
     m_lateStation = t.station;
     m_lateDeadline = t.finished + m_settings.lateReplyGuard;
-    if (t.kind == ReplyKind::PortLost || t.end == ReplyEnd::NoneExpected || m_settings.lateReplyGuard <= Duration(0))
+    if (t.kind == ReplyKind::PortLost || m_settings.lateReplyGuard <= Duration(0))
         return false;
     if (t.kind == ReplyKind::Foreign || (m_damaged && !beginsAsAnswer()))
         return true; // the true one has not come yet
     if (t.kind != ReplyKind::Silent) {
         m_listenedInVain.erase(t.station);
-        m_lateUntil.erase(t.station);
         return m_unheard && t.kind != ReplyKind::Damaged; // this may have been the answer to an earlier attempt
     }
     if (sending.question) {
@@ -219,9 +218,11 @@ void FrameExchange::listen(TimePoint deadline, int station)
         return;
     m_listenedInVain.erase(station);
     const TimePoint patience = m_line.now() + m_settings.replyTimeout + m_settings.lateReplyGuard;
-    while (count > 0 && m_line.now() < patience) {
+    while (count > 0) {
         m_transaction->strayBytes += static_cast<std::size_t>(count);
         m_quietSince = m_line.now();
+        if (m_quietSince >= patience)
+            return;
         count = m_line.read(dropped, sizeof(dropped), m_line.now() + m_timing.replyGap());
     }
 }
@@ -241,9 +242,9 @@ void FrameExchange::waitForSilence(int station)
         if (quiet > m_line.now())
             m_line.sleepUntil(quiet);
         const std::size_t stray = m_line.discardInput();
+        m_transaction->strayBytes += stray;
         if (stray == 0 || m_line.now() > patience || stopping())
             return;
-        m_transaction->strayBytes += stray;
         m_quietSince = m_line.now();
         if (m_unheard) // a late reply is coming in; it may come in lumps
             quietTime = std::max(quietTime, m_timing.replyGap());
