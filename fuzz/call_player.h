@@ -39,7 +39,7 @@ private:
     QList<KEY_ADDRESS> keys;
     QVector<_RCP_VAR_PRO> rows;
     int depth;
-    int room; ///< elements that the calls of this input may still carry
+    int room;      ///< elements that the calls of this input may still carry
     int triesLeft; ///< replies that polls may still owe to requests that none fits
 };
 
