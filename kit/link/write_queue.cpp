@@ -68,9 +68,7 @@ void WriteQueue::accept(const WriteJobPtr &job)
         m_waiting.erase(older);
         m_waiting.push_back(job);
     }
-    const bool takenBack = !replaced->take();
-    const QString text = QLatin1String(takenBack ? "taken back" : "a newer write to the same place took its turn");
-    end(replaced, resultOf(takenBack ? WriteEnd::Cancelled : WriteEnd::Replaced, text, job->asked));
+    endUnsent(replaced, WriteEnd::Replaced, QLatin1String("a newer write to the same place took its turn"));
 }
 
 bool WriteQueue::feed()
@@ -95,9 +93,8 @@ void WriteQueue::takeNext()
     if (job->take())
         m_current = job;
     else
-        end(job, resultOf(WriteEnd::Cancelled, QLatin1String("taken back"), m_parts.line.now()));
-    endWaiting([](const WriteJob &other) { return other.takenBack(); }, WriteEnd::Cancelled,
-               QLatin1String("taken back"));
+        endTakenBack(job);
+    endWaiting([](const WriteJob &other) { return other.takenBack(); }, WriteEnd::Cancelled, QString());
 }
 
 int WriteQueue::pieceValues() const
@@ -163,18 +160,13 @@ void WriteQueue::requestDone(const RequestEnd &done)
 
 void WriteQueue::finish(const RequestEnd &done)
 {
-    WriteResult result;
-    result.acknowledged = m_current->acknowledged;
-    result.time = done.time;
     if (done.good()) {
         const bool broadcast = m_current->layout->definition().station == 0;
-        result.end = broadcast ? WriteEnd::Broadcast : WriteEnd::Acknowledged;
-        result.acknowledged = broadcast ? 0 : result.acknowledged;
-    } else {
-        result.end = endOf(done, *m_current);
-        result.exceptionCode = done.changedNothing() ? done.exceptionCode : 0;
-        result.text = reasonOf(done);
+        endCurrent(resultOf(broadcast ? WriteEnd::Broadcast : WriteEnd::Acknowledged, QString(), done.time));
+        return;
     }
+    WriteResult result = resultOf(endOf(done, *m_current), reasonOf(done), done.time);
+    result.exceptionCode = done.changedNothing() ? done.exceptionCode : 0;
     endCurrent(result);
 }
 
@@ -187,18 +179,33 @@ void WriteQueue::readBackDone(const std::vector<std::uint32_t> *read, TimePoint 
         result = resultOf(WriteEnd::Unconfirmed, QLatin1String("acknowledged, but it could not be read back"), when);
     else if (*read != m_current->raw)
         result = resultOf(WriteEnd::Differs, QLatin1String("acknowledged, but it reads otherwise"), when);
-    result.acknowledged = m_current->acknowledged;
     endCurrent(result);
 }
 
-void WriteQueue::endCurrent(const WriteResult &result)
+void WriteQueue::endCurrent(WriteResult result)
 {
     const WriteJobPtr job = m_current;
     m_current.reset();
+    const bool broadcast = job->layout->definition().station == 0; // which nobody acknowledges
+    result.acknowledged = broadcast ? 0 : job->acknowledged;
     end(job, result);
 }
 
-void WriteQueue::end(const WriteJobPtr &job, WriteResult result)
+/** One that waits ends so, unless its caller has taken it back. */
+void WriteQueue::endUnsent(const WriteJobPtr &job, WriteEnd how, const QString &text)
+{
+    if (job->take())
+        end(job, resultOf(how, text, m_parts.line.now()));
+    else
+        endTakenBack(job);
+}
+
+void WriteQueue::endTakenBack(const WriteJobPtr &job)
+{
+    end(job, resultOf(WriteEnd::Cancelled, QLatin1String("taken back"), m_parts.line.now()));
+}
+
+void WriteQueue::end(const WriteJobPtr &job, const WriteResult &result)
 {
     if (job->record) {
         const bool acknowledged = result.end == WriteEnd::Acknowledged;
@@ -215,11 +222,8 @@ void WriteQueue::endWaiting(Condition condition, WriteEnd how, const QString &te
     for (const WriteJobPtr &job : m_waiting)
         (condition(*job) ? ending : left).push_back(job);
     m_waiting.swap(left);
-    for (const WriteJobPtr &job : ending) {
-        const bool takenBack = !job->take();
-        end(job, resultOf(takenBack ? WriteEnd::Cancelled : how, takenBack ? QLatin1String("taken back") : text,
-                          m_parts.line.now()));
-    }
+    for (const WriteJobPtr &job : ending)
+        endUnsent(job, how, text);
 }
 
 void WriteQueue::stationSilent(int station)
@@ -250,9 +254,7 @@ void WriteQueue::endAll(bool sent)
     const QString text = QLatin1String("the link has ended");
     if (m_current) {
         const bool reached = sent || m_current->acknowledged > 0;
-        WriteResult result = resultOf(reached ? WriteEnd::Unconfirmed : WriteEnd::NotSent, text, m_parts.line.now());
-        result.acknowledged = m_current->acknowledged;
-        endCurrent(result);
+        endCurrent(resultOf(reached ? WriteEnd::Unconfirmed : WriteEnd::NotSent, text, m_parts.line.now()));
     }
     endWaiting([](const WriteJob &) { return true; }, WriteEnd::NotSent, text);
 }

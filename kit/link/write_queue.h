@@ -66,8 +66,10 @@ private:
     void takeNext();
     bool isKept(const RequestEnd &end) const;
     void finish(const RequestEnd &end);
-    void end(const WriteJobPtr &job, WriteResult result);
-    void endCurrent(const WriteResult &result);
+    void end(const WriteJobPtr &job, const WriteResult &result);
+    void endCurrent(WriteResult result);
+    void endUnsent(const WriteJobPtr &job, WriteEnd how, const QString &text);
+    void endTakenBack(const WriteJobPtr &job);
     int pieceValues() const;
     template <typename Condition>
     void endWaiting(Condition condition, WriteEnd how, const QString &text);

@@ -2,7 +2,6 @@
 
 #include "kit/poll/paced_reads.h"
 #include "kit/poll/poller.h"
-#include "kit/link/line_record.h"
 #include "kit/link/write_queue.h"
 #include "kit/transfer/read_queue.h"
 #include "kit/transfer/transfer_queue.h"
@@ -118,73 +117,6 @@ TEST_F(LinkPartsTest, ADriverWithNothingToSendIsLeftInPeace)
     EXPECT_TRUE(line.sent.empty());
 }
 
-// --- the record of the line ------------------------------------------------------------
-
-rtu::Transaction transaction(rtu::TimePoint sent, int requestMilliseconds, int wholeMilliseconds)
-{
-    rtu::Transaction t;
-    t.station = 1;
-    t.sent = sent;
-    t.requestEnd = sent + milliseconds(requestMilliseconds);
-    t.finished = sent + milliseconds(wholeMilliseconds);
-    return t;
-}
-
-TEST(LineRecord, NeverCountsMoreThanTheWholeLine)
-{
-    const rtu::TimePoint start{std::chrono::seconds(1000)};
-    rtu::LineRecord record(start);
-    // The line was silent for longer than this record is old.
-    record.add(transaction(start, 4, 10), milliseconds(2));
-    EXPECT_EQ(milliseconds(10), record.statistics(start + milliseconds(10)).total.busy);
-    EXPECT_DOUBLE_EQ(1.0, record.statistics(start + milliseconds(10)).total.share);
-    record.add(transaction(start + milliseconds(12), 4, 10), milliseconds(2));
-    EXPECT_EQ(milliseconds(22), record.statistics(start + milliseconds(22)).total.busy);
-    EXPECT_DOUBLE_EQ(0.5, record.statistics(start + milliseconds(44)).stations.at(1).share);
-    // Lost while the request was on its way: it is counted whole.
-    record.add(transaction(start + milliseconds(24), 4, 1), milliseconds(2));
-    EXPECT_EQ(milliseconds(28), record.statistics(start + milliseconds(25)).total.busy);
-    EXPECT_DOUBLE_EQ(1.0, record.statistics(start + milliseconds(25)).total.share);
-}
-
-TEST(LineRecord, HasThePercentilesOfTheRepliesAndOfTheAges)
-{
-    const rtu::TimePoint start{std::chrono::seconds(1000)};
-    rtu::LineRecord record(start);
-    const rtu::Area area = rtu::areaOf(1, QString::fromLatin1("4x"), 0, 1);
-    rtu::TimePoint when = start;
-    record.refreshed(area, when);
-    for (int i = 1; i <= 100; ++i) { // replies after 1 to 100 ms, values of 10 to 1000 ms of age
-        record.add(transaction(when, 4, 4 + i), milliseconds(2));
-        when += milliseconds(10 * i);
-        record.refreshed(area, when);
-    }
-    const rtu::LinkStatistics all = record.statistics(when);
-    for (const rtu::StationStatistics &s : {all.total, all.stations.at(1)}) {
-        EXPECT_EQ(milliseconds(51), s.replyMedian);
-        EXPECT_EQ(milliseconds(96), s.reply95);
-        EXPECT_EQ(milliseconds(510), s.ageMedian);
-        EXPECT_EQ(milliseconds(960), s.age95);
-    }
-}
-
-TEST(LineRecord, HasNoPercentilesOfNothing)
-{
-    const rtu::TimePoint start{std::chrono::seconds(1000)};
-    rtu::LineRecord record(start);
-    rtu::Transaction lost = transaction(start, 4, 200);
-    lost.kind = rtu::ReplyKind::Silent;
-    record.add(lost, milliseconds(2));
-    EXPECT_EQ(rtu::Duration(0), record.statistics(start + milliseconds(300)).total.replyMedian);
-    EXPECT_EQ(rtu::Duration(0), record.statistics(start + milliseconds(300)).total.age95);
-}
-
-TEST(LineRecord, HasNoShareOfNoTime)
-{
-    const rtu::TimePoint start{std::chrono::seconds(1000)};
-    EXPECT_DOUBLE_EQ(0.0, rtu::LineRecord(start).statistics(start).total.share);
-}
-
 // --- areas -----------------------------------------------------------------------------
 
 struct TwoAreas
@@ -215,6 +147,21 @@ TEST_P(AreaPairs, KnowWhatTheyShare)
     EXPECT_EQ(other.covered, ten.covers(area));
     EXPECT_EQ(other.overlapped, ten.overlaps(area));
     EXPECT_EQ(other.overlapped, area.overlaps(ten));
+}
+
+TEST(Areas, OfBitsAreTheRegistersThatTheyTouch)
+{
+    const int places[][4] = {{0, 1, 0, 1},   {15, 1, 0, 1},  {15, 2, 0, 2},   {16, 16, 1, 1},
+                             {17, 16, 1, 2}, {31, 18, 1, 3}, {800, 1, 50, 1}, {0, 1920, 0, 120}};
+    for (const auto &place : places) {
+        const rtu::Area area = rtu::areaOf(7, QString::fromLatin1("3x_bit"), place[0], place[1]);
+        EXPECT_EQ(7, area.station);
+        EXPECT_EQ("3x", area.regType().toStdString());
+        EXPECT_EQ(place[2], area.first) << place[0];
+        EXPECT_EQ(place[3], area.count) << place[0];
+        EXPECT_FALSE(area.isBits());
+    }
+    EXPECT_TRUE(rtu::areaOf(7, QString::fromLatin1("1x"), 5, 1).isBits());
 }
 
 INSTANTIATE_TEST_SUITE_P(All, AreaPairs,

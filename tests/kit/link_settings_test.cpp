@@ -69,6 +69,10 @@ TEST_F(LinkSettingsOf, HandlesOfNothingHaveEnded)
     EXPECT_TRUE(rtu::Transfer().result().rows.empty());
     EXPECT_TRUE(rtu::Transfer().wait(rtu::Duration(0)));
     EXPECT_EQ(0, rtu::Transfer().rowsEnded());
+    EXPECT_EQ(0, rtu::Write().result().exceptionCode + rtu::Write().result().acknowledged);
+    EXPECT_EQ(0, rtu::OneOffRead().result().exceptionCode + rtu::RowResult().exceptionCode);
+    EXPECT_FALSE(rtu::Transfer().result().cancelled || rtu::Transfer().result().complete());
+    EXPECT_EQ(0, rtu::Tag().value().exceptionCode);
     EXPECT_FALSE(rtu::Tag().value().good());
     EXPECT_EQ("", rtu::Tag().value().text().toStdString());
     EXPECT_EQ(0.0, rtu::Tag().value().number());
@@ -116,6 +120,55 @@ TEST_F(LinkSettingsOf, AnEndIsWaitedForAsLongAsItTakes)
     EXPECT_EQ(std::future_status::timeout, ended.wait_for(milliseconds(50))); // it has begun to wait
     steps(2);
     EXPECT_TRUE(ended.get());
+}
+
+TEST_F(LinkSettingsOf, ALinkAreTheseUnlessTheyAreSet)
+{
+    const rtu::LinkSettings made;
+    EXPECT_EQ(3, made.attempts);
+    EXPECT_EQ(120, made.maxWords);
+    EXPECT_EQ(milliseconds(1000), made.replyTimeout);
+    EXPECT_GT(rtu::Duration(0), made.silence);
+    EXPECT_GT(rtu::Duration(0), made.replyGap);
+    EXPECT_EQ(milliseconds(1000), made.lateReplyGuard);
+    EXPECT_EQ(milliseconds(100), made.broadcastDelay);
+    EXPECT_EQ(milliseconds(500), made.reopenInterval);
+    EXPECT_EQ(rtu::Duration(0), made.roundInterval);
+    EXPECT_EQ(std::chrono::seconds(3), made.questionInterval);
+    EXPECT_EQ(rtu::Duration(0), made.keepWrites);
+    EXPECT_EQ(rtu::Echo::Detect, made.echo);
+    EXPECT_TRUE(made.checkReplies && made.findHoles);
+    EXPECT_FALSE(made.localWritesOnly);
+    EXPECT_GT(rtu::Duration(0), rtu::StationSettings().silence);
+    EXPECT_GT(rtu::Duration(0), rtu::StationSettings().replyTimeout);
+}
+
+TEST_F(LinkSettingsOf, APortAreTheseUnlessTheyAreSet)
+{
+    rtu::LineParameters made;
+    EXPECT_EQ(19200, made.baud);
+    EXPECT_EQ(8, made.dataBits);
+    EXPECT_EQ('E', made.parity);
+    EXPECT_EQ(1, made.stopBits);
+    EXPECT_FALSE(made.rs485 || made.rtsInverted);
+    EXPECT_EQ(11, made.bitsPerCharacter());
+    made.parity = 'N';
+    EXPECT_EQ(10, made.bitsPerCharacter());
+    made.parity = 'O';
+    made.stopBits = 2;
+    EXPECT_EQ(12, made.bitsPerCharacter());
+}
+
+TEST_F(LinkSettingsOf, ATagAreTheseUnlessTheyAreSet)
+{
+    const TagDefinition made;
+    EXPECT_EQ(1, made.station);
+    EXPECT_EQ(1, made.values);
+    EXPECT_EQ(rtu::TagFormat::Usual, made.format);
+    EXPECT_EQ(rtu::WordOrder::HighFirst, made.wordOrder);
+    EXPECT_EQ(1.0, made.scale);
+    EXPECT_EQ(rtu::Duration(0), made.pace);
+    EXPECT_FALSE(rtu::WriteOptions().keep || rtu::WriteOptions().readBack);
 }
 
 TEST_F(LinkSettingsOf, ALinkAreKeptAsGiven)

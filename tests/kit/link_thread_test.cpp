@@ -25,6 +25,8 @@ class QuickLine : public rtu::Line
 public:
     std::atomic<bool> answers{true};
     std::atomic<int> sent{0};
+    std::atomic<bool> there{true};
+    std::atomic<int> looks{0};              ///< at the clock
     std::atomic<bool> openedByMaker{false}; ///< by the thread that made this line, not the link's
     std::function<void()> ended;            ///< called when the link has let its driver go, and lets the line go
     std::function<void()> opening;          ///< called once, while the line is being opened
@@ -36,7 +38,12 @@ public:
             ended();
     }
 
-    rtu::TimePoint now() override { return rtu::SteadyClock::now(); }
+    rtu::TimePoint now() override
+    {
+        ++looks;
+        return rtu::SteadyClock::now();
+    }
+
     void sleepUntil(rtu::TimePoint) override {}
 
     bool ensureOpen() override
@@ -44,7 +51,7 @@ public:
         if (std::this_thread::get_id() == m_maker)
             openedByMaker = true;
         callOnce(opening);
-        return true;
+        return there;
     }
 
     bool write(const unsigned char *bytes, std::size_t size) override
@@ -178,7 +185,7 @@ TEST_F(LinkThread, OpeningItsLineDoesNotUndoAStop)
     std::string words;
     line->interrupted = [&] { words = refusalOf([this] { link->open(); }); };
     link->stop();
-    EXPECT_TRUE(contains(words, "being stopped")) << words;
+    EXPECT_EQ("this link is being stopped: open it afterwards", words);
     EXPECT_NO_THROW(link->open());
 }
 
@@ -203,7 +210,8 @@ TEST_F(LinkThread, StoppingNeverHangsInAWait)
 TEST_F(LinkThread, SteppingAPollingLinkIsRefused)
 {
     link->start();
-    EXPECT_TRUE(contains(refusalOf([this] { link->step(); }), "stop() it"));
+    EXPECT_EQ("this link polls on a thread of its own; stop() it before stepping it",
+              refusalOf([this] { link->step(); }));
 }
 
 TEST_F(LinkThread, ACallbackMayStopTheLink)
@@ -316,8 +324,30 @@ TEST_F(LinkThread, StoppedInACallbackIsStartedAgainAfterIt)
         words.set_value(refusalOf([this] { link->start(); }));
     });
     link->start();
-    EXPECT_TRUE(contains(words.get_future().get(), "after the callback"));
+    EXPECT_EQ("a link that was stopped in a callback is started again after the callback", words.get_future().get());
     link->start();
+    untilFive();
+}
+
+TEST_F(LinkThread, ACallbackMayStartALinkThatRuns)
+{
+    std::promise<std::string> words;
+    link->onTransaction([&](const rtu::Transaction &) {
+        if (frames == 1)
+            words.set_value(refusalOf([this] { link->start(); }));
+    });
+    link->start();
+    EXPECT_EQ("nothing thrown", words.get_future().get());
+    untilFive();
+}
+
+/** The system may give a new thread the identity of one that has ended. */
+TEST_F(LinkThread, IsStartedOnAThreadThatCameAfterItsOwnHadEnded)
+{
+    link->start();
+    link->stop();
+    EXPECT_EQ("nothing thrown",
+              std::async(std::launch::async, [this] { return refusalOf([this] { link->start(); }); }).get());
     untilFive();
 }
 
@@ -402,6 +432,23 @@ TEST_F(LinkThread, RestsUntilItIsAskedForSomething)
         EXPECT_TRUE(write.wait(std::chrono::hours(1)));
     }
     EXPECT_EQ(20, line->sent);
+}
+
+/** However slow the machine: it looks again twice a second at most. */
+TEST_F(LinkThread, RestsWithNothingToDoAndWithoutAPort)
+{
+    for (const bool there : {true, false}) {
+        line->there = there;
+        for (const rtu::Tag &tag : link->tags())
+            link->removeTag(tag);
+        const rtu::TimePoint begin = rtu::SteadyClock::now();
+        line->looks = 0;
+        link->start();
+        std::this_thread::sleep_for(milliseconds(100)); // long enough for one that does not rest
+        link->stop();
+        const auto halfSeconds = (rtu::SteadyClock::now() - begin) / milliseconds(500);
+        EXPECT_LE(line->looks, 20 * (halfSeconds + 2)) << there;
+    }
 }
 
 /** The signals that programs have handlers for, and the thread that sends does not take. */
