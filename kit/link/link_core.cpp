@@ -126,7 +126,6 @@ bool LinkCore::post(Task task)
             return false;
         m_tasks.push_back(std::move(task));
         m_lock->woken = true;
-        m_nextStep = TimePoint();
     }
     m_lock->changed.notify_all();
     return true;

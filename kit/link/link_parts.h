@@ -31,8 +31,8 @@ void endJob(LinkParts &parts, const std::shared_ptr<JobType> &job, const Result 
     if (!job->done)
         return;
     parts.events.add([job] {
-        const auto done = std::move(job->done); // what the caller bound lives no longer than the call
-        job->done = nullptr;
+        decltype(job->done) done; // what the caller bound lives no longer than the call
+        done.swap(job->done);
         done(job->outcome());
     });
 }

@@ -35,7 +35,7 @@ struct TagRecord : std::enable_shared_from_this<TagRecord>
 
     // Of the link's thread alone:
     std::vector<TagPiece> pieces;
-    std::vector<std::uint32_t> written; ///< the newest value asked to be written, while writes of it are under way
+    std::vector<std::uint32_t> written; ///< the newest value asked to be written; shown while writes are under way
     int writes = 0;                     ///< under way
     bool alone = false;                 ///< left out of the plan: its block is refused, it alone is not
     TimePoint due;                      ///< of a tag that is not in the plan

@@ -233,7 +233,6 @@ void WatchedTags::writeEnded(const TagRecordPtr &record, bool acknowledged, bool
     }
     if (record->writes > 0)
         return; // a newer one is shown
-    record->written.clear();
     show(*record, true);
 }
 
