@@ -105,6 +105,21 @@ TEST_F(LinkTurns, ARefusalOfMissingAddressesAloneHasTheTagsReadOneByOne)
     }
 }
 
+TEST_F(LinkTurns, RoundsOfThePlanAreToldOnceWhileOtherTagsAreReadOneByOne)
+{
+    settings.roundInterval = milliseconds(500);
+    plant.makeHole(1, Table::HoldingRegisters, 20, 5);
+    plant.define(2, Table::HoldingRegisters, 0, 10);
+    for (const TagDefinition &tag : {TagDefinition(1, "4x20"), TagDefinition(1, "4x30"), TagDefinition(2, "4x1")})
+        link().addTag(tag);
+    run(std::chrono::seconds(5));
+    ASSERT_EQ(1u, notices.size());
+    int rounds = 0;
+    link().onRound([&rounds] { ++rounds; });
+    run(std::chrono::seconds(5));
+    EXPECT_NEAR(10, rounds, 1);
+}
+
 TEST_F(LinkTurns, ReadsEndWithTheirLink)
 {
     std::vector<rtu::ReadResult> ends;
