@@ -39,7 +39,6 @@ void PacedReads::reset(bool planned)
     m_planned = planned;
     m_areas.clear();
     m_suspects.clear();
-    m_readable.clear();
     m_hopeless.clear();
 }
 
@@ -47,7 +46,6 @@ void PacedReads::portLost()
 {
     m_areas.clear();
     m_suspects.clear();
-    m_readable.clear();
     for (const TagRecordPtr &record : m_parts.tags.records())
         record->due = TimePoint();
 }
@@ -222,8 +220,8 @@ void PacedReads::lookForHoles(const Area &area, bool (*asked)(const TagRecord &)
         return;
     m_refused = area;
     m_suspects = inside;
-    m_readable.clear();
     m_probe = 0;
+    m_anyReadable = false;
 }
 
 bool PacedReads::feedProbe()
@@ -241,15 +239,14 @@ bool PacedReads::feedProbe()
 
 void PacedReads::probed(bool readable)
 {
-    if (readable)
-        m_readable.push_back(m_suspects[m_probe]);
+    m_anyReadable = m_anyReadable || readable;
     if (++m_probe == m_suspects.size())
         conclude();
 }
 
 void PacedReads::conclude()
 {
-    if (m_readable.empty()) {
+    if (!m_anyReadable) {
         m_hopeless.push_back(Hopeless{m_refused, m_parts.line.now() + HopelessFor});
     } else {
         QString names;
@@ -260,7 +257,6 @@ void PacedReads::conclude()
         m_finding = QLatin1String("the slave refuses addresses between tags that it has; read one by one: ") + names;
     }
     m_suspects.clear();
-    m_readable.clear();
 }
 
 bool PacedReads::takeRound()

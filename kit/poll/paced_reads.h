@@ -71,8 +71,8 @@ private:
     Area m_askedArea;
     TimePoint m_nextAlone; ///< tags alone take half of the line at most
     std::vector<TagRecordPtr> m_suspects;
-    std::size_t m_probe = 0; ///< of the suspects
-    std::vector<TagRecordPtr> m_readable;
+    std::size_t m_probe = 0;    ///< of the suspects
+    bool m_anyReadable = false; ///< of the suspects that have been asked for
     std::vector<Hopeless> m_hopeless;
     Area m_refused;
     QString m_finding;

@@ -243,8 +243,7 @@ bool Poller::answersOnce() const
 /** @param reply a copy: the driver may work on these bytes in place */
 void Poller::deal(const QByteArray &reply)
 {
-    QByteArray bytes = reply;
-    bytes.detach();
+    QByteArray bytes(reply.constData(), reply.size());
     m_frameOut = false;
     m_transaction.information.clear();
     m_transaction.verdict = m_driver.dealRcvFrame(&bytes, &m_transaction.information);
@@ -270,7 +269,6 @@ void Poller::giveUp()
 void Poller::endRequest()
 {
     m_inRequest = false;
-    m_resend = false;
     m_request.text = m_transaction.information;
     if (!m_request.good())
         m_exchange.giveUp();

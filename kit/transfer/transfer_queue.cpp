@@ -45,9 +45,6 @@ bool TransferQueue::begin()
     m_result.rows.resize(m_current->layouts.size());
     m_values.assign(m_current->layouts.size(), std::vector<std::uint32_t>());
     m_silent.clear();
-    m_pieces.clear();
-    m_next = 0;
-    m_end = 0;
     if (m_current->take())
         cut();
     else
@@ -82,13 +79,12 @@ void TransferQueue::skipHopeless()
         abandon(piece);
         ++m_next;
     }
-    m_end = m_next;
 }
 
 /** The piece is not tried; a row of which a part has been loaded is neither old nor new. */
 void TransferQueue::abandon(const Piece &piece)
 {
-    if (piece.firstValue > 0 && result(piece).end == RowEnd::Done)
+    if (result(piece).end == RowEnd::Done)
         result(piece).end = m_current->kind == TransferKind::Load ? RowEnd::Unconfirmed : RowEnd::NotTried;
 }
 
@@ -151,11 +147,10 @@ void TransferQueue::requestDone(const RequestEnd &done)
         return;
     const std::size_t first = m_next;
     const std::size_t end = m_end;
-    m_end = m_next;
+    m_end = m_next; // none is under way
     if (retryAlone(done))
         return;
     m_next = end;
-    m_end = end;
     int offset = 0;
     for (std::size_t i = first; i < end; ++i) {
         pieceDone(m_pieces[i], done, offset);
