@@ -44,7 +44,7 @@ protected:
     {
         if (m_link)
             return *m_link;
-        line = new VirtualLine;
+        line = newLine();
         line->slave = [this](VirtualLine &, const Bytes &request) { answer(request); };
         m_link.reset(new rtu::Link(settings, std::unique_ptr<rtu::Line>(line)));
         m_link->onChange([this](const rtu::TagChange &change) { changes.push_back(change); });
@@ -55,6 +55,9 @@ protected:
     }
 
     void destroyLink() { m_link.reset(); }
+
+    /** Tests with a line that behaves otherwise make it here. */
+    virtual VirtualLine *newLine() { return new VirtualLine; }
 
     /** What the slaves make of a request; tests that script answers put theirs first. */
     void answer(const Bytes &request)
