@@ -37,6 +37,8 @@ bool sameArea(const Area &left, const Area &right)
 void PacedReads::reset(bool planned)
 {
     m_planned = planned;
+    if (!m_areas.empty())
+        m_inTurn->due = TimePoint(); // it is begun anew
     m_areas.clear();
     m_suspects.clear();
     m_hopeless.clear();
@@ -89,6 +91,7 @@ bool PacedReads::feed()
             m_areas.push_back(widened(record, now));
         } else {
             m_shared = false;
+            m_inTurn = record;
             for (const TagPiece &piece : record->pieces)
                 m_areas.push_back(piece.area);
         }

@@ -64,6 +64,7 @@ private:
     LinkParts &m_parts;
     StationHealth &m_health;
     std::deque<Area> m_areas; ///< of the record in turn, to be asked for
+    TagRecordPtr m_inTurn;    ///< whose areas they are
     bool m_shared = false;    ///< the area in turn is that of several records
     bool m_inDriver = false;
     bool m_planned = false;

@@ -38,6 +38,8 @@ void Poller::beginRound()
 {
     m_cyclicDone = 0;
     m_askedInRound = false;
+    m_missedInRound.clear();
+    m_readAgain = false;
     m_restUntil = TimePoint();
     m_roundStart = m_line.now();
 }
@@ -49,6 +51,7 @@ PollStep Poller::step()
     if (!openPort())
         return noPort();
     m_inRequest = m_inRequest && nextFrame();
+    bool putOff = false;
     while (!m_inRequest) {
         const bool fed = m_client.feed();
         if (!fed && (m_roundLength == 0 || m_line.now() < m_restUntil))
@@ -56,12 +59,30 @@ PollStep Poller::step()
         if (!nextFrame())
             return idle(TimePoint::max());
         beginRequest();
+        if (!putOff && disturbsRest()) {
+            passOver();
+            putOff = true; // next is what is to be sent now
+            continue;
+        }
         if (!skipped())
             break;
-        if (m_cyclicDone == 0)
-            return idle(m_restUntil); // a round is over, and told before the next one begins
+        if (m_cyclicDone == 0) // a round is over, and told before the next one begins
+            return idle(fed ? TimePoint() : m_restUntil);
     }
     return send();
+}
+
+/** Among other requests the driver gives the plan a turn now and then, also where it rests between two rounds. */
+bool Poller::disturbsRest() const
+{
+    return m_request.source == Source::Cyclic && m_cyclicDone == 0 && m_line.now() < m_restUntil;
+}
+
+/** The driver goes on to its next request; this one has its turn again in the next round. */
+void Poller::passOver()
+{
+    giveUp();
+    m_inRequest = false;
 }
 
 PollStep Poller::noPort()
@@ -167,8 +188,8 @@ bool Poller::skipped()
     const int station = m_request.area.station;
     if (m_request.source != Source::Cyclic || !m_wasDead || m_health.mayAsk(station, m_line.now()))
         return false;
-    giveUp();
-    m_inRequest = false;
+    passOver();
+    m_missedInRound.insert(station);
     countCyclic(false);
     return true;
 }
@@ -290,26 +311,34 @@ void Poller::noteHealth()
         if (!m_health.heard(station, m_transaction.firstByte - m_transaction.requestEnd))
             return;
         endRest();
+        m_readAgain = m_readAgain || m_missedInRound.count(station) != 0;
         m_client.stationBack(station);
         return;
     }
     m_health.silent(station, now);
+    if (m_request.source == Source::Cyclic)
+        m_missedInRound.insert(station);
     m_client.stationSilent(station);
 }
 
-/** A round is over when every request of the plan had its turn; with nobody to ask, the plan rests. */
+/**
+ * A round is over when every request of the plan had its turn; with nobody to ask, the plan rests. It
+ * does not where a station has come back since its turn in this round.
+ */
 void Poller::countCyclic(bool asked)
 {
     m_askedInRound = m_askedInRound || asked;
     if (++m_cyclicDone < m_roundLength)
         return;
     const TimePoint now = m_line.now();
-    m_restUntil = m_roundStart + m_settings.roundInterval;
+    m_restUntil = m_readAgain ? now : m_roundStart + m_settings.roundInterval;
     if (!m_askedInRound)
         m_restUntil = std::max(m_restUntil, m_health.nextQuestion(now));
     m_roundStart = std::max(m_restUntil, now);
     m_cyclicDone = 0;
     m_askedInRound = false;
+    m_missedInRound.clear();
+    m_readAgain = false;
     m_client.roundDone();
 }
 

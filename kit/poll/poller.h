@@ -61,6 +61,8 @@ private:
     void endRest();
     bool nextFrame();
     void beginRequest();
+    bool disturbsRest() const;
+    void passOver();
     bool skipped();
     PollStep send();
     void handOver();
@@ -96,6 +98,8 @@ private:
     int m_roundLength = 0;
     int m_cyclicDone = 0;
     bool m_askedInRound = false;
+    std::set<int> m_missedInRound; ///< stations that were silent, or not asked
+    bool m_readAgain = false;      ///< one of them is back: the next round begins at once
     TimePoint m_roundStart;
     TimePoint m_restUntil; ///< the plan rests until then
 };

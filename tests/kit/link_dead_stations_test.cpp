@@ -321,6 +321,40 @@ TEST_F(LinkDeadStations, AreReadAtOnceWhenTheyAreFoundBackBetweenTwoRounds)
     EXPECT_EQ(Quality::Good, tags[1].value().quality);
 }
 
+TEST_F(LinkDeadStations, FoundBackBehindTheirTurnInARoundAreReadInTheNextThatBeginsAtOnce)
+{
+    settings.roundInterval = std::chrono::seconds(60);
+    watch(4);
+    plant.setStationOn(2, false);
+    run(std::chrono::seconds(65)); // found dead in the second round
+    ASSERT_EQ(Quality::StationSilent, tags[1].value().quality);
+    transactions.clear();
+    while (transactions.empty() || transactions.back().station != 3) { // its turn is over
+        if (link().step() == LinkStep::Idle)
+            line->sleepUntil(link().nextStep());
+    }
+    plant.setStationOn(2, true);
+    link().write(TagDefinition(2, "4x2"), {1});
+    run(std::chrono::seconds(5));
+    EXPECT_EQ(Quality::Good, tags[1].value().quality);
+}
+
+TEST_F(LinkDeadStations, PassedOverAtTheEndOfARoundKeepNoReadWaiting)
+{
+    settings.roundInterval = std::chrono::hours(1);
+    watch(1);
+    plant.define(3, Table::HoldingRegisters, 0, 10);
+    kill(1);
+    run(std::chrono::minutes(1));
+    int reads = 0;
+    for (int i = 0; i < 20; ++i)
+        link().read(TagDefinition(3, "4x1"), [&](const rtu::ReadResult &) { ++reads; });
+    const rtu::TimePoint start = line->now();
+    run(std::chrono::seconds(2));
+    EXPECT_EQ(20, reads);
+    EXPECT_LE(line->now() - start, std::chrono::seconds(3));
+}
+
 TEST_F(LinkDeadStations, AreAskedNoLongerThanTheirOwnTimeOut)
 {
     settings.stations[5].replyTimeout = milliseconds(100);

@@ -378,6 +378,34 @@ TEST_F(LinkTags, WithAPaceShorterThanARoundAreReadThatOften)
     EXPECT_NEAR(30, static_cast<double>(std::count_if(requests.begin(), requests.end(), ofIts)), 1);
 }
 
+// Among other requests the driver gives its plan a turn now and then.
+TEST_F(LinkTags, OfThePlanAreReadOnceARoundWhateverIsReadBeside)
+{
+    settings.roundInterval = std::chrono::minutes(1);
+    TagDefinition fast(1, "3x1");
+    fast.pace = std::chrono::seconds(1);
+    link().addTag(fast);
+    link().addTag(TagDefinition(1, "4x10"));
+    run(std::chrono::minutes(10));
+    const auto ofPlan = [](const Bytes &request) { return request[1] == 3; };
+    EXPECT_NEAR(10, static_cast<double>(std::count_if(requests.begin(), requests.end(), ofPlan)), 1);
+    const auto ofIts = [](const Bytes &request) { return request[1] == 4; };
+    EXPECT_NEAR(600, static_cast<double>(std::count_if(requests.begin(), requests.end(), ofIts)), 2);
+}
+
+TEST_F(LinkTags, LongOnesWithAPaceAreReadToTheirEndWhenOthersCome)
+{
+    TagDefinition longOne(1, "4x1");
+    longOne.values = 100;
+    longOne.pace = std::chrono::hours(1);
+    settings.maxWords = 40;
+    const rtu::Tag tag = link().addTag(longOne);
+    steps(1); // its first part
+    link().addTag(TagDefinition(1, "3x1"));
+    run(std::chrono::seconds(5));
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+}
+
 TEST_F(LinkTags, WithAPaceOfTheirOwnHaveTheirTurnAmongReadsThatNeverEnd)
 {
     TagDefinition slow(1, "3x1");
