@@ -7,6 +7,7 @@
 #define KIT_DRIVER_BLOCK_MEMORY_H
 
 #include <QtCore/QMutex>
+#include <QtCore/QMutexLocker>
 
 #include <vector>
 
@@ -26,18 +27,15 @@ public:
 
     void raise(Request request)
     {
-        m_mutex.lock();
+        QMutexLocker locked(&m_mutex);
         m_area[request] = 1;
-        m_mutex.unlock();
     }
 
     /** False once the driver has cleared both request bytes. */
     bool requested()
     {
-        m_mutex.lock();
-        const bool any = m_area[BlockWrite] != 0 || m_area[BlockRead] != 0;
-        m_mutex.unlock();
-        return any;
+        QMutexLocker locked(&m_mutex);
+        return m_area[BlockWrite] != 0 || m_area[BlockRead] != 0;
     }
 
 private:

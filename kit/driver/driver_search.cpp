@@ -51,7 +51,7 @@ std::vector<std::string> foldersBeside(const std::string &programFolder)
     return folders;
 }
 
-std::vector<std::string> systemLibraryFolders()
+std::vector<std::string> systemLibraryFolders(const std::string &settings)
 {
     std::vector<std::string> folders;
     const char *given = std::getenv("LD_LIBRARY_PATH");
@@ -61,12 +61,12 @@ std::vector<std::string> systemLibraryFolders()
             folders.push_back(folder);
     }
     glob_t files;
-    if (::glob("/etc/ld.so.conf.d/*.conf", 0, nullptr, &files) == 0) {
+    if (::glob((settings + ".d/*.conf").c_str(), 0, nullptr, &files) == 0) {
         for (std::size_t i = 0; i < files.gl_pathc; ++i)
             addFoldersIn(files.gl_pathv[i], &folders);
         ::globfree(&files);
     }
-    addFoldersIn("/etc/ld.so.conf", &folders);
+    addFoldersIn(settings, &folders);
     for (const char *folder : {"/usr/local/lib", "/lib", "/usr/lib", "/usr/" MODBUS_LIBDIR})
         folders.push_back(folder);
     return folders;

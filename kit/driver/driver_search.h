@@ -16,8 +16,12 @@ std::string executableFolder();
 /** Where the driver is looked for beside a program when no path is given, in order. */
 std::vector<std::string> foldersBeside(const std::string &programFolder);
 
-/** The folders that the system's loader searches: those of LD_LIBRARY_PATH, of its settings, and the usual ones. */
-std::vector<std::string> systemLibraryFolders();
+/**
+ * The folders that the system's loader searches: those of LD_LIBRARY_PATH, of its settings, and the usual ones.
+ *
+ * @param settings the file of its settings; beside it there may be a folder of further ones
+ */
+std::vector<std::string> systemLibraryFolders(const std::string &settings = "/etc/ld.so.conf");
 
 /**
  * The file to load.

@@ -72,7 +72,8 @@ int openUnnamedFile(const std::string &folder)
     // Not every file system has files that never had a name; this one has it for a moment, while empty.
     std::string path = folder + "/libmodbus_rtu_master.XXXXXX";
     const int named = ::mkostemp(&path[0], O_CLOEXEC);
-    (void)(named >= 0 && ::unlink(path.c_str()) == 0);
+    if (named >= 0)
+        (void)::unlink(path.c_str());
     return named;
 }
 

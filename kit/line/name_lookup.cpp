@@ -14,13 +14,12 @@ namespace rtu {
 
 namespace {
 
+/** Addresses of any family. */
 LookupResult ask(const std::string &host, const std::string &port, int flags)
 {
-    addrinfo wanted;
-    std::memset(&wanted, 0, sizeof(wanted));
-    wanted.ai_family = AF_UNSPEC;
+    addrinfo wanted = addrinfo();
     wanted.ai_socktype = SOCK_STREAM;
-    wanted.ai_flags = flags | AI_NUMERICSERV;
+    wanted.ai_flags = flags;
     LookupResult result;
     addrinfo *found = nullptr;
     const int error = ::getaddrinfo(host.c_str(), port.c_str(), &wanted, &found);
@@ -29,8 +28,7 @@ LookupResult ask(const std::string &host, const std::string &port, int flags)
         return result;
     }
     for (const addrinfo *info = found; info; info = info->ai_next) {
-        NetworkAddress address;
-        std::memset(&address, 0, sizeof(address));
+        NetworkAddress address = NetworkAddress();
         std::memcpy(&address.address, info->ai_addr, info->ai_addrlen);
         address.size = info->ai_addrlen;
         result.addresses.push_back(address);
@@ -43,7 +41,7 @@ LookupResult ask(const std::string &host, const std::string &port, int flags)
 
 LookupResult lookUpName(const std::string &host, const std::string &port)
 {
-    return ask(host, port, 0);
+    return ask(host, port, AI_NUMERICSERV);
 }
 
 struct NameLookup::Shared
@@ -65,7 +63,7 @@ struct NameLookup::Shared
 NameLookup::NameLookup(const std::string &host, const std::string &port, const Lookup &lookup)
     : m_shared(std::make_shared<Shared>())
 {
-    const LookupResult figures = ask(host, port, AI_NUMERICHOST);
+    const LookupResult figures = ask(host, port, AI_NUMERICHOST | AI_NUMERICSERV);
     if (!figures.addresses.empty()) {
         m_shared->finish(figures);
         return;

@@ -8,8 +8,6 @@
 #include <sys/stat.h>
 #include <sys/sysmacros.h>
 
-#include <cstring>
-
 namespace rtu {
 
 namespace port_control {
@@ -23,10 +21,10 @@ int open(const char *device)
 bool isPseudoTerminal(int descriptor)
 {
     struct stat info;
-    if (::fstat(descriptor, &info) != 0 || !S_ISCHR(info.st_mode))
+    if (::fstat(descriptor, &info) != 0)
         return false;
     // Smaller numbers wrap round to great ones.
-    return major(info.st_rdev) - UNIX98_PTY_SLAVE_MAJOR < UNIX98_PTY_MAJOR_COUNT;
+    return S_ISCHR(info.st_mode) && major(info.st_rdev) - UNIX98_PTY_SLAVE_MAJOR < UNIX98_PTY_MAJOR_COUNT;
 }
 
 bool lock(int descriptor)
@@ -53,8 +51,7 @@ bool switchDirection(int descriptor, bool inverted)
 {
     const decltype(serial_rs485::flags) whenSending = SER_RS485_RTS_ON_SEND;
     const decltype(serial_rs485::flags) afterSending = SER_RS485_RTS_AFTER_SEND;
-    serial_rs485 settings;
-    std::memset(&settings, 0, sizeof(settings));
+    serial_rs485 settings = serial_rs485();
     // Delays that the system's description of the board has set are kept.
     (void)::ioctl(descriptor, TIOCGRS485, &settings);
     settings.flags &= ~(whenSending | afterSending);
@@ -64,8 +61,7 @@ bool switchDirection(int descriptor, bool inverted)
 
 bool countErrors(int descriptor, int *framing, int *parity)
 {
-    serial_icounter_struct counts;
-    std::memset(&counts, 0, sizeof(counts));
+    serial_icounter_struct counts = serial_icounter_struct();
     const bool known = ::ioctl(descriptor, TIOCGICOUNT, &counts) == 0;
     *framing = counts.frame;
     *parity = counts.parity;
@@ -75,10 +71,10 @@ bool countErrors(int descriptor, int *framing, int *parity)
 void askForLowLatency(int descriptor)
 {
     serial_struct settings;
-    std::memset(&settings, 0, sizeof(settings));
-    const bool known = ::ioctl(descriptor, TIOCGSERIAL, &settings) == 0;
+    if (::ioctl(descriptor, TIOCGSERIAL, &settings) != 0)
+        return;
     settings.flags |= static_cast<int>(ASYNC_LOW_LATENCY);
-    (void)(known && ::ioctl(descriptor, TIOCSSERIAL, &settings) == 0);
+    (void)::ioctl(descriptor, TIOCSSERIAL, &settings);
 }
 
 } // namespace port_control

@@ -52,7 +52,6 @@ void ReplyCollector::collect(Transaction &transaction)
     m_replyBegun = false;
     m_reads = 0;
     m_expectedBegin = TimePoint::max();
-    m_lastByte = transaction.requestEnd;
     transaction.firstByte = transaction.requestEnd;
     transaction.echoRemoved = false;
     sleepUntilReply();

@@ -70,7 +70,7 @@ TcpPort parseTcpPort(const std::string &name)
         result.host = rest.substr(0, colon);
         result.port = rest.substr(colon + 1);
     }
-    const bool bracketed = result.host.size() > 2 && result.host.front() == '[' && result.host.back() == ']';
+    const bool bracketed = !result.host.empty() && result.host.front() == '[' && result.host.back() == ']';
     if (bracketed)
         result.host = result.host.substr(1, result.host.size() - 2);
     else if (result.host.find_first_of(":[]") != std::string::npos)
