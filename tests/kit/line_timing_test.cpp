@@ -38,10 +38,10 @@ TEST_P(Timing, FollowsFromTheBaudRate)
 }
 
 INSTANTIATE_TEST_SUITE_P(BaudRates, Timing,
-                         testing::Values(TimingCase{0, 0, 0}, TimingCase{1200, 9166666, 32083331},
-                                         TimingCase{9600, 1145833, 4010415}, TimingCase{19200, 572916, 2005206},
-                                         TimingCase{19201, 572886, 1750000}, TimingCase{38400, 286458, 1750000},
-                                         TimingCase{115200, 95486, 1750000}));
+                         testing::Values(TimingCase{0, 0, 0}, TimingCase{1, 11000000000, 38500000000},
+                                         TimingCase{1200, 9166666, 32083331}, TimingCase{9600, 1145833, 4010415},
+                                         TimingCase{19200, 572916, 2005206}, TimingCase{19201, 572886, 1750000},
+                                         TimingCase{38400, 286458, 1750000}, TimingCase{115200, 95486, 1750000}));
 
 TEST(LineTiming, TakesAnotherSilence)
 {
@@ -58,7 +58,10 @@ TEST(LineTiming, GapIsLongerThanAnAdaptersLatency)
 TEST(LineTiming, GapIsSeveralCharactersOnSlowLines)
 {
     const LineTiming timing(parameters(300, 8, 'E', 1));
-    EXPECT_GE(timing.replyGap(), timing.characters(10));
+    EXPECT_EQ(timing.characters(10), timing.replyGap());
+    const LineTiming justSlow(parameters(2100, 8, 'E', 1));
+    EXPECT_EQ(justSlow.characters(10), justSlow.replyGap());
+    EXPECT_EQ(std::chrono::milliseconds(50), LineTiming(parameters(2300, 8, 'E', 1)).replyGap());
 }
 
 TEST(LineTiming, IsNamed)

@@ -1,54 +1,14 @@
-#include "support/frames.h"
+// What is taken off the line as the reply, and when it has ended.
 
-#include "kit/line/reply_collector.h"
-
-#include <gtest/gtest.h>
-
-#include <memory>
+#include "kit/collector_test.h"
 
 namespace {
 
 using namespace test_line;
 using rtu::ReplyEnd;
 
-const rtu::Duration ReplyTimeout = milliseconds(1000);
-
-class ReplyCollector : public testing::Test
+class ReplyCollector : public CollectorTest
 {
-protected:
-    ReplyCollector() { setBaud(19200); }
-
-    void setBaud(int baud)
-    {
-        rtu::LineParameters parameters;
-        parameters.baud = baud;
-        timing = rtu::LineTiming(parameters);
-    }
-
-    rtu::Duration character() const { return timing.characters(1); }
-
-    rtu::Transaction collect(const Bytes &sent, int expected, bool removeEcho = false)
-    {
-        rtu::Transaction transaction;
-        transaction.request = array(sent);
-        transaction.expectedReply = expected;
-        transaction.sent = line.now();
-        transaction.requestEnd = line.now() + timing.characters(sent.size());
-        start = line.now();
-        line.wakeUps = 0;
-        if (!collector)
-            collector.reset(new rtu::ReplyCollector(line, timing, ReplyTimeout, removeEcho));
-        collector->collect(transaction);
-        return transaction;
-    }
-
-    rtu::Duration elapsed() { return line.now() - start; }
-
-    const Bytes request = frame("01 03 00 00 00 0A");
-    VirtualLine line;
-    rtu::LineTiming timing;
-    rtu::TimePoint start;
-    std::unique_ptr<rtu::ReplyCollector> collector;
 };
 
 TEST_F(ReplyCollector, EndsWithTheLastExpectedByte)
@@ -257,15 +217,61 @@ TEST_F(ReplyCollector, AShortReplyEndsWithSilence)
     const rtu::Transaction t = collect(request, 25);
     EXPECT_EQ(ReplyEnd::Silence, t.end);
     EXPECT_EQ(array(reply), t.reply);
-    EXPECT_LT(elapsed(), milliseconds(200));
+    EXPECT_EQ(milliseconds(10) + 23 * character() + milliseconds(50), elapsed()) << "slept through, then silent";
 }
 
-TEST_F(ReplyCollector, NoByteIsATimeOut)
+TEST_F(ReplyCollector, AReplyOfOneByteIsOne)
 {
+    line.receive(milliseconds(10), Bytes(1, 0x01));
     const rtu::Transaction t = collect(request, 25);
-    EXPECT_EQ(ReplyEnd::TimedOut, t.end);
-    EXPECT_TRUE(t.reply.isEmpty());
-    EXPECT_EQ(ReplyTimeout + timing.characters(8), elapsed());
+    EXPECT_EQ(ReplyEnd::Silence, t.end);
+    EXPECT_EQ(1, t.reply.size());
+}
+
+TEST_F(ReplyCollector, AReplyOfNoExpectedLengthIsWhatComesFirst)
+{
+    line.receive(milliseconds(10), Bytes(1, 0x01));
+    const rtu::Transaction t = collect(request, 0);
+    EXPECT_EQ(ReplyEnd::Complete, t.end);
+    EXPECT_EQ(1, t.reply.size());
+}
+
+TEST_F(ReplyCollector, NoByteIsATimeOutAlsoAfterAReply)
+{
+    for (const bool answered : {false, true, false}) {
+        if (answered)
+            line.receivePaced(milliseconds(10), character(), readReply(request));
+        const rtu::Transaction t = collect(request, 25);
+        EXPECT_EQ(answered ? ReplyEnd::Complete : ReplyEnd::TimedOut, t.end);
+        if (answered)
+            continue;
+        EXPECT_TRUE(t.reply.isEmpty());
+        EXPECT_EQ(t.requestEnd, t.firstByte);
+        EXPECT_EQ(ReplyTimeout + timing.characters(8), elapsed());
+    }
+}
+
+TEST_F(ReplyCollector, AFloodIsTakenUpToTheRoomForIt)
+{
+    for (const bool echo : {false, true}) {
+        collector.reset();
+        line.receive(milliseconds(1), echo ? request : Bytes(5, 0x55));
+        line.receive(milliseconds(2), Bytes(3000, 0x55));
+        const rtu::Transaction t = collect(request, 5000, echo);
+        EXPECT_EQ(ReplyEnd::Complete, t.end);
+        EXPECT_EQ(echo ? 2040 : 2048, t.reply.size());
+        line.discardInput();
+    }
+}
+
+TEST_F(ReplyCollector, AReplyLikeTheRequestIsNoEchoWhereNoneIsRemoved)
+{
+    const Bytes write = frame("01 06 00 03 00 07");
+    line.receive(milliseconds(1), write);
+    const rtu::Transaction t = collect(write, 8);
+    EXPECT_EQ(ReplyEnd::Complete, t.end);
+    EXPECT_FALSE(t.echoRemoved);
+    EXPECT_EQ(array(write), t.reply);
 }
 
 TEST_F(ReplyCollector, AReplyThatBeginsInTheLastMomentIsTakenWhole)
@@ -311,7 +317,20 @@ TEST_F(ReplyCollector, AnEchoAloneIsATimeOut)
     line.receive(milliseconds(1), request);
     const rtu::Transaction t = collect(request, 25, true);
     EXPECT_EQ(ReplyEnd::TimedOut, t.end);
+    EXPECT_TRUE(t.echoRemoved);
     EXPECT_TRUE(t.reply.isEmpty());
+    EXPECT_EQ(ReplyTimeout + timing.characters(8), elapsed());
+}
+
+TEST_F(ReplyCollector, AnEchoInPiecesBeginsNoReply)
+{
+    const Bytes reply = readReply(request);
+    line.receivePaced(character(), character(), request);
+    line.receivePaced(milliseconds(200), character(), reply);
+    const rtu::Transaction t = collect(request, 25, true);
+    EXPECT_EQ(ReplyEnd::Complete, t.end);
+    EXPECT_EQ(array(reply), t.reply);
+    EXPECT_EQ(start + milliseconds(200), t.firstByte);
 }
 
 TEST_F(ReplyCollector, EchoAndReplyInOneLumpAreParted)
@@ -328,10 +347,13 @@ TEST_F(ReplyCollector, EchoAndReplyInOneLumpAreParted)
 TEST_F(ReplyCollector, WithoutAnEchoTheReplyIsLeftWhole)
 {
     const Bytes reply = readReply(request);
-    line.receivePaced(milliseconds(10), character(), reply);
-    const rtu::Transaction t = collect(request, 25, true);
-    EXPECT_FALSE(t.echoRemoved);
-    EXPECT_EQ(array(reply), t.reply);
+    for (const bool atOnce : {false, true}) {
+        line.receivePaced(milliseconds(10), atOnce ? rtu::Duration(0) : character(), reply);
+        const rtu::Transaction t = collect(request, 25, true);
+        EXPECT_EQ(ReplyEnd::Complete, t.end);
+        EXPECT_FALSE(t.echoRemoved);
+        EXPECT_EQ(array(reply), t.reply);
+    }
 }
 
 TEST_F(ReplyCollector, TellsThatThePortIsGone)

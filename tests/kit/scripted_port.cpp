@@ -28,14 +28,13 @@ namespace rtu {
 namespace port_control {
 
 using test_line::fail;
+using test_line::ScriptedPort;
 using test_line::scriptedPort;
 
 int open(const char *device)
 {
-    if (scriptedPort.openError == 0)
-        return ::open(device, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC);
-    errno = scriptedPort.openError;
-    return -1;
+    errno = scriptedPort.exclusive ? EBUSY : scriptedPort.openError;
+    return errno == 0 ? ::open(device, O_RDWR | O_NOCTTY | O_NONBLOCK | O_CLOEXEC) : -1;
 }
 
 bool isPseudoTerminal(int)
@@ -76,7 +75,7 @@ int setBaudRate(int, int baud)
     scriptedPort.askedBaud = baud;
     if (scriptedPort.baudRate < 0)
         errno = EINVAL;
-    return scriptedPort.baudRate == 0 ? baud : scriptedPort.baudRate;
+    return scriptedPort.baudRate == ScriptedPort::AsAsked ? baud : scriptedPort.baudRate;
 }
 
 bool switchDirection(int, bool inverted)

@@ -12,13 +12,15 @@ namespace test_line {
 
 struct ScriptedPort
 {
+    enum { AsAsked = -2, NoRate = -3 };
+
     bool pseudoTerminal = false;
     int openError = 0;         ///< EBUSY: another program has it for itself
     int lockError = 0;         ///< EWOULDBLOCK: another program has it; 0: none has
     tcflag_t missingFlags = 0; ///< of c_cflag: accepted and not kept
     bool refusesSettings = false;
     bool readsOnce = false; ///< its settings can be read once, then it is gone
-    int baudRate = 0;       ///< what it makes of any rate; 0: what was asked for
+    int baudRate = AsAsked; ///< what it makes of any rate; -1: it refuses
     bool hasDirectionControl = true;
     bool countsErrors = true;
     int framingErrors = 0;
@@ -29,7 +31,7 @@ struct ScriptedPort
     bool sendsDirection = false;
     bool invertsDirection = false;
     bool lowLatency = false;
-    int askedBaud = 0;
+    int askedBaud = NoRate;
     termios settings = termios();
 
     int reads = 0;

@@ -1,5 +1,6 @@
 // Opening and setting a serial port whose kernel side is scripted.
 
+#include "kit/line/serial_line.h"
 #include "kit/line/serial_port.h"
 #include "kit/scripted_port.h"
 #include "kit/terminal_pair.h"
@@ -43,7 +44,7 @@ class SerialPortCharacters : public SerialPort, public testing::WithParamInterfa
 TEST_P(SerialPortCharacters, AreSet)
 {
     scriptedPort.settings.c_cflag = CRTSCTS | PARODD | CSTOPB | CS5;
-    scriptedPort.settings.c_iflag = IXON | IXOFF | ICRNL | INPCK;
+    scriptedPort.settings.c_iflag = IXON | IXOFF | IXANY | ICRNL | INPCK | IGNPAR;
     scriptedPort.settings.c_lflag = ICANON | ECHO;
     port.open(pair.path(), GetParam().wanted);
     const termios &set = scriptedPort.settings;
@@ -51,7 +52,8 @@ TEST_P(SerialPortCharacters, AreSet)
     EXPECT_EQ(GetParam().checksParity ? static_cast<tcflag_t>(INPCK) : 0u, set.c_iflag);
     EXPECT_EQ(0u, set.c_lflag);
     EXPECT_EQ(0u, set.c_oflag);
-    EXPECT_EQ(GetParam().wanted.baud, scriptedPort.askedBaud);
+    const int baud = GetParam().wanted.baud;
+    EXPECT_EQ(baud == 0 ? ScriptedPort::NoRate : baud, scriptedPort.askedBaud);
     EXPECT_EQ(GetParam().wanted.parity, port.parameters().parity);
     EXPECT_EQ("", port.notice());
 }
@@ -60,6 +62,7 @@ INSTANTIATE_TEST_SUITE_P(All, SerialPortCharacters,
                          testing::Values(Characters{parameters(19200, 8, 'E', 1), CS8 | PARENB, true},
                                          Characters{parameters(9600, 8, 'O', 1), CS8 | PARENB | PARODD, true},
                                          Characters{parameters(76800, 8, 'N', 2), CS8 | CSTOPB, false},
+                                         Characters{parameters(1, 8, 'N', 1), CS8, false},
                                          Characters{parameters(0, 7, 'N', 1), CS7, false}));
 
 TEST_F(SerialPort, IsForOneProgramUntilItIsClosed)
@@ -120,11 +123,17 @@ INSTANTIATE_TEST_SUITE_P(
         Refusal{[](ScriptedPort &port) { port.hasDirectionControl = false; },
                 " does not take the direction control of RS-485: Inappropriate ioctl for device"}));
 
-TEST_F(SerialPort, TakesARateThatIsNearlyTheOneAskedFor)
+TEST_F(SerialPort, TakesARateThatIsNoMoreThanTwoPerCentOff)
 {
-    scriptedPort.baudRate = 19300;
-    port.open(pair.path(), LineParameters());
-    EXPECT_TRUE(port.isOpen());
+    for (const int baud : {18816, 19200, 19584}) {
+        scriptedPort.baudRate = baud;
+        EXPECT_EQ("nothing thrown", refusal(LineParameters())) << baud;
+    }
+    for (const int baud : {18815, 19585, 0}) {
+        scriptedPort.baudRate = baud;
+        EXPECT_EQ(pair.path() + " does not take 19200 baud: it would use " + std::to_string(baud),
+                  refusal(LineParameters()));
+    }
 }
 
 TEST_F(SerialPort, IsOpenedWhereTheSystemHasNoLocks)
@@ -139,6 +148,27 @@ TEST_F(SerialPort, OfAPseudoTerminalHasPlainBytesWhateverIsWanted)
     EXPECT_EQ("nothing thrown", refusal(parameters(19200, 7, 'N', 1)));
     EXPECT_EQ(pair.path() + " is a pseudo-terminal and has no 7N1: using 8N2", port.notice());
     EXPECT_EQ(8, port.parameters().dataBits);
+    EXPECT_FALSE(scriptedPort.exclusive) << "it would stay so when this program is killed";
+    EXPECT_FALSE(scriptedPort.lowLatency);
+    EXPECT_EQ(ScriptedPort::NoRate, scriptedPort.askedBaud);
+    EXPECT_EQ("nothing thrown", refusal(parameters(19200, 8, 'N', 1)));
+    EXPECT_EQ("", port.notice());
+    EXPECT_EQ(1, port.parameters().stopBits) << "as good as any";
+}
+
+TEST_F(SerialPort, CountsErrorsOfItsLine)
+{
+    scriptedPort.framingErrors = 3;
+    scriptedPort.parityErrors = 4;
+    rtu::SerialLine line(pair.path(), parameters(9600, 7, 'O', 2));
+    EXPECT_EQ(9600, line.parameters().baud) << "not open yet";
+    EXPECT_EQ('O', line.parameters().parity);
+    line.open();
+    EXPECT_TRUE(line.errors().known);
+    EXPECT_EQ(3, line.errors().framing);
+    EXPECT_EQ(4, line.errors().parity);
+    scriptedPort.countsErrors = false;
+    EXPECT_FALSE(line.errors().known);
 }
 
 TEST_F(SerialPort, ThatIsMissingIsNamed)
