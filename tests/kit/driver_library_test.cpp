@@ -39,9 +39,35 @@ TEST(DriverLibrary, SaysWhichFileIsMissing)
 
 TEST(DriverLibrary, SaysWhichEntryPointAnotherLibraryLacks)
 {
-    const std::string failure = loadFailure("libm.so.6");
-    EXPECT_TRUE(contains(failure, "not a driver")) << failure;
-    EXPECT_TRUE(contains(failure, "intf_getProtocolType")) << failure;
+    EXPECT_EQ("libm.so.6 is not a driver: it has no entry point intf_getProtocolType", loadFailure("libm.so.6"));
+}
+
+TEST(DriverLibrary, HasEachEntryPointByItsName)
+{
+    const rtu::DriverLibrary driver(TEST_DRIVER);
+    const rtu::LoadedLibrary library(TEST_DRIVER, rtu::LibraryUse::Shared);
+    const auto isOf = [&library](const char *name, auto function) {
+        ASSERT_NE(nullptr, function) << name;
+        EXPECT_EQ(library.symbol(name), reinterpret_cast<void *>(function)) << name;
+    };
+    isOf("intf_getProtocolType", driver.getProtocolType);
+    isOf("intf_getDriverParameter", driver.getDriverParameter);
+    isOf("intf_getDriverPropertyPage", driver.getDriverPropertyPage);
+    isOf("intf_SetDriverPropertyPage", driver.setDriverPropertyPage);
+    isOf("intf_setAddrValueChangeCallBack", driver.setAddrValueChangeCallBack);
+    isOf("intf_initProperty", driver.initProperty);
+    isOf("intf_checkAddrValidity", driver.checkAddrValidity);
+    isOf("intf_checkAddr", driver.checkAddr);
+    isOf("intf_getRegListByType", driver.getRegListByType);
+    isOf("intf_getRegDiscription", driver.getRegDiscription);
+    isOf("intf_multiCopy", driver.multiCopy);
+    isOf("intf_setRcpAddress", driver.setRcpAddress);
+    isOf("intf_addrMerge", driver.addrMerge);
+    isOf("intf_addConditionRead", driver.addConditionRead);
+    isOf("intf_getSendFrame", driver.getSendFrame);
+    isOf("intf_dealRcvFrame", driver.dealRcvFrame);
+    isOf("intf_getData", driver.getData);
+    isOf("intf_setData", driver.setData);
 }
 
 TEST(DriverLibrary, LoadsAndUnloadsManyTimes)
@@ -88,6 +114,24 @@ TEST(DriverLibrary, CopiesReportToListenersOfTheirOwn)
     EXPECT_EQ(11, changes[0]);
     writeValue(second);
     EXPECT_EQ(1, changes[1]);
+}
+
+TEST(DriverLibrary, ReportsToNobodyOnceItsListenerHasGone)
+{
+    rtu::DriverLibrary staying(TEST_DRIVER);
+    int changes[2] = {0, 0};
+    {
+        rtu::DriverLibrary going(TEST_DRIVER);
+        going.setChangeListener([&](const rtu::ValueChange &) { ++changes[0]; });
+        writeValue(staying);
+        EXPECT_EQ(1, changes[0]);
+    }
+    // It is given the callback that has become free, which the shared driver must not know any more.
+    rtu::DriverLibrary other(TEST_DRIVER, rtu::LibraryUse::OwnCopy);
+    other.setChangeListener([&](const rtu::ValueChange &) { ++changes[1]; });
+    writeValue(staying);
+    EXPECT_EQ(1, changes[0]);
+    EXPECT_EQ(0, changes[1]);
 }
 
 } // namespace

@@ -50,7 +50,8 @@ INSTANTIATE_TEST_SUITE_P(All, ForeignQt,
                                          Foreign{{"libc.so.6", "libQt7Core.so.7"}, "libQt7Core.so.7"},
                                          Foreign{{"libQtCore.so.3"}, "libQtCore.so.3"},
                                          Foreign{{"libQt7CorePanel.so.7"}, "libQt7CorePanel.so.7"},
-                                         Foreign{{"libQt7Network.so.7"}, ""}, Foreign{{"libQt7Core"}, ""}));
+                                         Foreign{{"libQt7Network.so.7"}, ""}, Foreign{{"libpanelCore.so.1"}, ""},
+                                         Foreign{{"libQt7Core"}, ""}));
 
 TEST(ElfNeeds, HaveNoneInWhatIsNoLibrary)
 {

@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace {
 
 class RegisterCatalog : public testing::Test
@@ -18,9 +16,14 @@ protected:
 struct Type
 {
     const char *name;
+    const char *notation;
+    const char *lowest;
+    const char *highest;
     int width;
     bool writable;
     bool bitInRegister;
+    int units;   ///< of a value
+    int bytes;   ///< of a value
     int address; ///< zero-based
     const char *text;
 };
@@ -28,13 +31,24 @@ struct Type
 TEST_F(RegisterCatalog, DescribesTheDriversTypes)
 {
     const Type types[] = {
-        {"0x", 0, true, false, 0, "1"},         {"1x", 0, false, false, 9, "10"},
-        {"4x", 1, true, false, 65535, "65536"}, {"3x_double", 2, false, false, 20, "21"},
-        {"4x_bit", 0, true, true, 35, "3.3"},
+        {"0x", "ddddd", "1", "65536", 0, true, false, 1, 1, 0, "1"},
+        {"1x", "ddddd", "1", "65536", 0, false, false, 1, 1, 9, "10"},
+        {"4x", "ddddd", "1", "65536", 1, true, false, 1, 2, 65535, "65536"},
+        {"3x_double", "ddddd", "1", "65535", 2, false, false, 2, 4, 20, "21"},
+        {"4x_bit", "ddddd.DD (DD:0~15)", "1.0", "65536.15", 0, true, true, 1, 1, 32, "3.0"},
+        {"4x_bit", "ddddd.DD (DD:0~15)", "1.0", "65536.15", 0, true, true, 1, 1, 47, "3.15"},
     };
     for (const Type &expected : types) {
         const rtu::RegisterType *type = catalog.find(expected.name);
         ASSERT_TRUE(type) << expected.name;
+        EXPECT_EQ(expected.name, type->name);
+        EXPECT_EQ(expected.notation, type->notation) << expected.name;
+        EXPECT_EQ(expected.lowest, type->lowest) << expected.name;
+        EXPECT_EQ(expected.highest, type->highest) << expected.name;
+        EXPECT_EQ(expected.units, type->unitsPerValue()) << expected.name;
+        EXPECT_EQ(expected.bytes, type->bytesPerValue()) << expected.name;
+        EXPECT_EQ(expected.width == 0, type->isBit()) << expected.name;
+        EXPECT_EQ(expected.width == 2, type->isDouble()) << expected.name;
         EXPECT_EQ(expected.width, type->width) << expected.name;
         EXPECT_EQ(expected.writable, type->writable) << expected.name;
         EXPECT_EQ(expected.bitInRegister, type->bitInRegister) << expected.name;
@@ -48,8 +62,7 @@ TEST_F(RegisterCatalog, TakesTheLongestNameThatATextBeginsWith)
     EXPECT_EQ("4x_double", catalog.prefixOf("4x_double7")->name);
     EXPECT_EQ("4x", catalog.prefixOf("4x7")->name);
     EXPECT_FALSE(catalog.prefixOf("7"));
-    const std::string names = catalog.names();
-    EXPECT_EQ(catalog.types().size(), static_cast<std::size_t>(std::count(names.begin(), names.end(), 'x'))) << names;
+    EXPECT_EQ("0x, 1x, 3x_bit, 4x_bit, 3x, 4x, 3x_double, 4x_double", catalog.names());
 }
 
 } // namespace
