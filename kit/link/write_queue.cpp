@@ -118,10 +118,12 @@ bool WriteQueue::handPiece()
     m_current->handed += values;
     m_parts.driver.setData(layout.definition().station, &regType, layout.addressOf(first),
                            values * layout.type().unitsPerValue(), bytes.data(), static_cast<int>(Source::Write));
-    m_parts.tags.refresh(layout.area(first, values));
     m_inDriver = !m_parts.settings.localWritesOnly;
-    if (m_inDriver)
+    if (m_inDriver) {
+        m_parts.tags.writeHanded(layout.area(first, values));
         return true;
+    }
+    m_parts.tags.refresh(layout.area(first, values));
     if (m_current->handed == layout.definition().values)
         endCurrent(resultOf(WriteEnd::KeptLocal, QString(), m_parts.line.now()));
     return false;
@@ -139,7 +141,7 @@ void WriteQueue::requestDone(const RequestEnd &done)
     if (!m_current || !m_inDriver)
         return;
     m_inDriver = false;
-    m_parts.tags.refresh(done.area);
+    m_parts.tags.writeLeft(done.area, !done.good() && endOf(done, *m_current) == WriteEnd::Unconfirmed);
     const int values = m_current->layout->definition().values;
     if (isKept(done)) {
         m_current->handed = 0;

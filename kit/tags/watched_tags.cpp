@@ -242,6 +242,30 @@ void WatchedTags::refresh(const Area &area)
         show(*record, true);
 }
 
+void WatchedTags::writeHanded(const Area &area)
+{
+    m_writing = true;
+    m_writtenArea = area;
+    refresh(area);
+}
+
+void WatchedTags::writeLeft(const Area &area, bool unconfirmed)
+{
+    m_writing = false;
+    forPieces(area, [unconfirmed](const TagRecord &, TagPiece &piece) {
+        if (unconfirmed && piece.quality == Quality::Good)
+            piece.quality = Quality::Unconfirmed;
+    });
+    refresh(area);
+}
+
+bool WatchedTags::isBeingWritten(const TagRecord &record) const
+{
+    return m_writing && std::any_of(record.pieces.begin(), record.pieces.end(), [this](const TagPiece &piece) {
+               return m_writtenArea.overlaps(piece.area);
+           });
+}
+
 /** The same value came again: only the time moves on. */
 void WatchedTags::touch(TagRecord &record)
 {
@@ -260,6 +284,8 @@ void WatchedTags::show(TagRecord &record, bool readCache)
                                                              : record.shown.raw();
     TagChange change;
     change.after = valueOf(record, raw);
+    if (change.after.quality == Quality::Good && isBeingWritten(record))
+        change.after.quality = Quality::Unconfirmed;
     {
         const Locked held(record.lock->mutex);
         change.before = record.shown;

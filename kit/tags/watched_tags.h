@@ -58,6 +58,10 @@ public:
     void writeEnded(const TagRecordPtr &record, bool acknowledged, bool unconfirmed, TimePoint when);
     /** The driver's cache changed under the tags of an area. */
     void refresh(const Area &area);
+    /** The driver was handed a write of the area: what its tags show of it is unconfirmed until its end. */
+    void writeHanded(const Area &area);
+    /** @param unconfirmed the slave may hold either value: so do the tags until they are read */
+    void writeLeft(const Area &area, bool unconfirmed);
 
 private:
     using TableKey = std::pair<int, char>;
@@ -76,6 +80,7 @@ private:
     void forCovered(const Area &area, Action action);
     static void touch(TagRecord &record);
     void show(TagRecord &record, bool readCache);
+    bool isBeingWritten(const TagRecord &record) const;
     static void fail(TagPiece &piece, Quality quality, int exceptionCode);
 
     DriverLibrary &m_driver;
@@ -85,6 +90,8 @@ private:
     bool m_indexed = true;                           ///< m_places is that of m_records
     std::map<TableKey, std::vector<Place>> m_places; ///< sorted by address
     int m_longest = 0;                               ///< of their pieces, in bits or registers
+    bool m_writing = false;                          ///< the driver has a write
+    Area m_writtenArea;                              ///< of that
 };
 
 /** The longest run of values of this type that one request reads whole. */

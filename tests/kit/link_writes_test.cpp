@@ -413,6 +413,51 @@ TEST_F(LinkWrites, OtherTagsOfTheSameRegistersShowThem)
     EXPECT_EQ(1.0, bit.value().number());
 }
 
+TEST_F(LinkWrites, OtherTagsOfTheSameRegistersAreUnconfirmedUntilItsEnd)
+{
+    const rtu::Tag bit = link().addTag(TagDefinition(1, "4x_bit10.0"));
+    const rtu::Tag word = link().addTag(TagDefinition(1, "4x10"));
+    const rtu::Tag neighbour = link().addTag(TagDefinition(1, "4x11"));
+    steps(1);
+    loseRequests(1);
+    link().write(word, 1, noted(1));
+    steps(1); // sent, and not answered
+    EXPECT_EQ(1.0, bit.value().number());
+    EXPECT_EQ(Quality::Unconfirmed, bit.value().quality);
+    EXPECT_EQ(Quality::Good, neighbour.value().quality);
+    steps(1); // again, and answered
+    EXPECT_EQ(1.0, bit.value().number());
+    EXPECT_EQ(Quality::Good, bit.value().quality);
+}
+
+TEST_F(LinkWrites, OtherTagsOfTheSameRegistersStayUnconfirmedWhereTheyMayHoldEither)
+{
+    settings.attempts = 1;
+    const rtu::Tag bit = link().addTag(TagDefinition(1, "4x_bit10.0"));
+    const rtu::Tag word = link().addTag(TagDefinition(1, "4x10"));
+    steps(1);
+    loseReplies(1);
+    link().write(word, 1, noted(1));
+    steps(1);
+    ASSERT_EQ(1u, ends.size());
+    EXPECT_NE(Quality::Good, bit.value().quality);
+    run(std::chrono::seconds(10));
+    EXPECT_EQ(1.0, bit.value().number());
+    EXPECT_EQ(Quality::Good, bit.value().quality);
+}
+
+TEST_F(LinkWrites, OtherTagsOfTheSameRegistersAreGoodWhereItWasRefused)
+{
+    const rtu::Tag bit = link().addTag(TagDefinition(1, "4x_bit10.0"));
+    const rtu::Tag word = link().addTag(TagDefinition(1, "4x10"));
+    steps(1);
+    script.push_back([this](const Bytes &) { line->receive(milliseconds(5), frame("01 86 02")); });
+    link().write(word, 1, noted(1));
+    steps(1);
+    EXPECT_EQ(0.0, bit.value().number());
+    EXPECT_EQ(Quality::Good, bit.value().quality);
+}
+
 TEST_F(LinkWrites, ReadsOfThePlanGoOnBetweenTen)
 {
     link().addTag(TagDefinition(1, "4x100"));
