@@ -81,8 +81,8 @@ void Recipe::start(Kind kind)
     if (!m_link || !m_link->line())
         throw rtu::Error(QLatin1String("the recipe's link is not active"));
     std::vector<rtu::RecipeRow> rows;
-    for (const RecipeRow *row : m_rows)
-        rows.push_back(row->row(kind != Kind::Save));
+    for (RecipeRow *row : m_rows)
+        rows.push_back(row->begin(kind != Kind::Save));
     const std::function<void(Mailbox::Message)> post = m_link->poster();
     const QPointer<Recipe> self(this);
     const auto whenDone = [post, self, kind](const rtu::TransferResult &result) {

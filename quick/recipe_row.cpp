@@ -10,12 +10,14 @@ void RecipeRow::setValue(const QVariant &value)
     if (m_value == assigned)
         return;
     m_value = assigned;
+    m_edited = true;
     clearOutcome();
     Q_EMIT valueChanged();
 }
 
-rtu::RecipeRow RecipeRow::row(bool withNumbers) const
+rtu::RecipeRow RecipeRow::begin(bool withNumbers)
 {
+    m_edited = false;
     rtu::RecipeRow row;
     row.where = definition();
     if (withNumbers && !numbers(m_value, &row.numbers))
@@ -37,6 +39,8 @@ void RecipeRow::clearOutcome()
 
 void RecipeRow::end(const rtu::RowResult &result, bool take)
 {
+    if (m_edited && !take)
+        return;
     const bool has = result.value.count() > 0;
     if (has && take)
         setValue(variant(result.value));

@@ -41,10 +41,11 @@ public:
     Outcome outcome() const { return m_outcome; }
     int exceptionCode() const { return m_exceptionCode; }
 
-    /** @throws rtu::Error when the value has not as many numbers as the row */
-    rtu::RecipeRow row(bool withNumbers) const;
+    /** What a transfer takes. @throws rtu::Error when the value has not as many numbers as the row */
+    rtu::RecipeRow begin(bool withNumbers);
     void clearOutcome();
-    /** @param take the slave's value becomes the row's */
+    /** Leaves no outcome where it is of a value that was edited since begin().
+        @param take the slave's value becomes the row's */
     void end(const rtu::RowResult &result, bool take);
 
 Q_SIGNALS:
@@ -56,6 +57,7 @@ private:
     QVariant m_slaveValue;
     Outcome m_outcome = None;
     int m_exceptionCode = 0;
+    bool m_edited = false; ///< since begin()
 };
 
 } // namespace quick

@@ -59,6 +59,33 @@ TestCase {
         recipe.rows[1].value = 700
     }
 
+    function test_aRowThatIsEditedMeanwhileHasNoOutcome_data() {
+        return [ { tag: "load" }, { tag: "compare" } ]
+    }
+
+    function test_aRowThatIsEditedMeanwhileHasNoOutcome(data) {
+        compare(run(recipe, recipe.load), Recipe.Complete)
+        compare(run(recipe, function() {
+            recipe[data.tag]()
+            recipe.rows[0].value = [9, 8, 7]
+        }), Recipe.Complete)
+        compare(recipe.rows[0].value, [9, 8, 7])
+        compare(recipe.rows[0].outcome, RecipeRow.None)
+        compare(recipe.rows[1].outcome, RecipeRow.Done)
+        compare(run(recipe, recipe.load), Recipe.Complete)
+        compare(recipe.rows[0].outcome, RecipeRow.Done)
+    }
+
+    function test_aRowThatIsEditedWhileItIsSavedHasTheSlavesValue() {
+        compare(run(recipe, recipe.load), Recipe.Complete)
+        compare(run(recipe, function() {
+            recipe.save()
+            recipe.rows[0].value = [9, 8, 7]
+        }), Recipe.Complete)
+        compare(recipe.rows[0].value, [1, 2, 3])
+        compare(recipe.rows[0].outcome, RecipeRow.Done)
+    }
+
     function test_loads() {
         compare(run(recipe, recipe.load), Recipe.Complete)
         compare(recipe.progress, 1)
