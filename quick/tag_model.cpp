@@ -26,6 +26,7 @@ TagModel::TagModel(QObject *parent) : QAbstractListModel(parent)
 
 void TagModel::componentComplete()
 {
+    m_complete = true;
     for (Tag *tag : m_tags)
         follow(tag);
     giveLinks();
@@ -46,9 +47,14 @@ void TagModel::append(Tag *tag)
 
 void TagModel::giveLinks()
 {
-    for (Tag *tag : m_tags) {
-        if (!tag->link())
-            tag->setLink(m_link);
+    if (!m_complete)
+        return; // tags may have yet to name theirs
+    const QList<Tag *> tags = m_tags;
+    for (Tag *tag : tags) {
+        if (tag->link() && tag->link() != m_given.value(tag))
+            continue; // it names its own
+        m_given[tag] = m_link;
+        tag->setLink(m_link);
     }
 }
 
@@ -81,6 +87,7 @@ void TagModel::gone(const QObject *tag)
         m_tags.removeAt(row);
         endRemoveRows();
     }
+    m_given.remove(tag);
     Q_EMIT countChanged();
 }
 

@@ -8,6 +8,8 @@
 #include "quick/tag.h"
 
 #include <QtCore/QAbstractListModel>
+#include <QtCore/QHash>
+#include <QtCore/QPointer>
 #include <QtQml/QQmlListProperty>
 
 namespace quick {
@@ -55,7 +57,9 @@ private:
     void gone(const QObject *tag);
 
     QList<Tag *> m_tags;
-    Link *m_link = nullptr;
+    bool m_complete = false;
+    QPointer<Link> m_link;
+    QHash<const QObject *, QPointer<Link>> m_given; ///< by tag, to those that named none
 };
 
 } // namespace quick

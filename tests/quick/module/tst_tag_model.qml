@@ -13,6 +13,14 @@ TestCase {
         Tag { name: "level"; address: "4x10"; unit: "mm" }
         Tag { name: "pump"; address: "0x7" }
     }
+    TestLink { id: otherLine }
+    Component {
+        id: modelComponent
+        TagModel {
+            Tag { address: "4x10" }
+            Tag { address: "4x10"; link: line }
+        }
+    }
     Component {
         id: tagComponent
         Tag { name: "late"; station: 2; address: "4x2" }
@@ -37,6 +45,26 @@ TestCase {
         table.itemAt(1).write(true)
         tryVerify(function() { return line.plant.peek(1, "0x7") === 1 })
         tryVerify(function() { return table.itemAt(1).line === "pump 1 0x7 true 1 " + Tag.Good })
+    }
+
+    function test_tagsThatNameNoLinkFollowTheModels() {
+        const moving = createTemporaryObject(modelComponent, test, { link: line })
+        const late = tagComponent.createObject(test)
+        moving.append(late)
+        compare(moving.get(0).link, line)
+        compare(late.link, line)
+        moving.link = otherLine
+        compare(moving.get(0).link, otherLine)
+        compare(moving.get(1).link, line)
+        compare(late.link, otherLine)
+        late.link = line
+        moving.link = null
+        compare(moving.get(0).link, null)
+        compare(late.link, line)
+        moving.link = otherLine
+        compare(moving.get(0).link, otherLine)
+        late.destroy()
+        tryCompare(moving, "count", 2)
     }
 
     function test_tagsComeAndGo() {
