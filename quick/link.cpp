@@ -94,7 +94,10 @@ void Link::scheduleRenewal()
 void Link::renew()
 {
     m_renewalScheduled = false;
+    const QPointer<Link> alive(this); // what hears of it may destroy it
     close();
+    if (!alive)
+        return;
     if (!m_active || (m_plant && m_plant->device().isEmpty()))
         return setStatus(Stopped);
     try {
@@ -113,8 +116,12 @@ void Link::open()
     m_link->onChange([mailbox](const rtu::TagChange &change) { mailbox->put(change.tag, change.after); });
     m_link->onPort([this, mailbox](bool open) { mailbox->put([this, open] { portChanged(open); }); });
     m_link->onNotice([mailbox](const QString &text) { mailbox->put([text] { qCInfo(modbusLog).noquote() << text; }); });
+    const QPointer<Link> alive(this); // what hears of it may destroy it
     setStatus(Connecting);
-    Q_EMIT renewed();
+    if (alive)
+        Q_EMIT renewed();
+    if (!alive)
+        return;
     m_link->start();
     m_heartbeat.start();
 }
@@ -126,7 +133,10 @@ void Link::close()
     if (!m_link)
         return;
     m_link.reset();
-    deliver(); // the ends of what waited
+    const QPointer<Link> alive(this); // what hears of it may destroy it
+    deliver();                        // the ends of what waited
+    if (!alive)
+        return;
     m_tags.clear();
     m_lastShown = rtu::Tag();
     Q_EMIT closed();
@@ -279,7 +289,7 @@ void Link::beat()
     for (const auto &tag : tags) {
         const auto still = m_tags.find(tag.first);
         if (still != m_tags.end())
-            still->second->showTime(tag.first.value().time);
+            still->second->showAgain(tag.first.value());
         if (!alive)
             return;
     }

@@ -48,6 +48,7 @@ void Tag::setLink(Link *link)
     if (m_link == link)
         return;
     unsubscribe();
+    m_key.clear(); // the same address on another line is another place
     if (m_link)
         m_link->disconnect(this);
     m_link = link;
@@ -55,7 +56,10 @@ void Tag::setLink(Link *link)
         connect(m_link, &Link::renewed, this, &Tag::subscribe);
         connect(m_link, &Link::closed, this, &Tag::linkClosed);
     }
-    Q_EMIT linkChanged();
+    const QPointer<Tag> alive(this); // what listens may destroy it
+    goSilent();
+    if (alive)
+        Q_EMIT linkChanged();
 }
 
 void Tag::componentComplete()
@@ -84,26 +88,41 @@ void Tag::subscribe()
 {
     m_scheduled = false;
     unsubscribe();
-    if (!m_complete || !m_link || !m_link->line())
+    if (!m_complete)
+        return;
+    const bool moved = key() != m_key;
+    if (moved) { // nothing that was shown belongs to the new place
+        m_key = key();
+        m_read = rtu::TagValue();
+        m_shown = rtu::TagValue();
+    }
+    const QPointer<Tag> alive(this); // what listens may destroy it
+    watch();
+    if (!alive)
+        return;
+    if (m_handle.isNull())
+        return moved ? show(rtu::TagValue()) : void();
+    if (m_shown.count() > 0)
+        return; // the link was started anew, and the value is this one's own
+    const rtu::TagValue last = m_link->remembered(m_key);
+    if (last.count() > 0)
+        show(last, Remembered);
+    else
+        show(m_handle.value());
+}
+
+/** Without a handle afterwards where there is no line, or the place is wrong. */
+void Tag::watch()
+{
+    if (!m_link || !m_link->line())
         return;
     try {
         m_handle = m_link->watch(this);
     } catch (const rtu::Error &error) {
-        setError(error.text());
         warnAt(this, error.text());
-        return;
+        return setError(error.text());
     }
     setError(QString());
-    if (key() == m_key && m_shown.count() > 0)
-        return; // the link was started anew, and the value is this one's own
-    m_key = key();
-    const rtu::TagValue last = m_link->remembered(m_key);
-    m_shown = rtu::TagValue();
-    show(last.count() > 0 ? last : m_handle.value());
-    if (last.count() > 0) {
-        m_quality = Remembered;
-        Q_EMIT qualityChanged();
-    }
 }
 
 void Tag::unsubscribe()
@@ -111,7 +130,7 @@ void Tag::unsubscribe()
     if (m_handle.isNull())
         return;
     if (m_link)
-        m_link->forget(m_handle, m_key, m_shown);
+        m_link->forget(m_handle, m_key, m_read);
     m_handle = rtu::Tag();
 }
 
@@ -120,7 +139,13 @@ void Tag::linkClosed()
     if (m_handle.isNull())
         return;
     unsubscribe();
-    if (m_quality == NeverRead)
+    goSilent();
+}
+
+/** Nobody reads the value any more. */
+void Tag::goSilent()
+{
+    if (m_quality == NeverRead || m_quality == StationSilent)
         return;
     m_quality = StationSilent;
     Q_EMIT qualityChanged();
@@ -130,13 +155,18 @@ void Tag::linkClosed()
 
 void Tag::show(const rtu::TagValue &value)
 {
-    const Quality quality = static_cast<Quality>(value.quality);
+    show(value, static_cast<Quality>(value.quality));
+}
+
+void Tag::show(const rtu::TagValue &value, Quality quality)
+{
     const bool unread = value.time == rtu::TimePoint() && quality != Unconfirmed;
     const bool sameQuality = quality == m_quality && value.exceptionCode == m_shown.exceptionCode;
-    if (unread && m_shown.count() > 0) // nothing new about the value itself
-        m_shown.exceptionCode = value.exceptionCode;
-    else
-        m_shown = value;
+    if (!unread && quality != Unconfirmed)
+        m_read = value;
+    // A line that was started anew knows nothing of what an earlier one read.
+    m_shown = unread && m_read.count() > 0 ? m_read : value;
+    m_shown.exceptionCode = value.exceptionCode;
     m_quality = quality;
     const QVariant shown = variant(m_shown);
     const bool sameValue = shown == m_value;
@@ -147,15 +177,26 @@ void Tag::show(const rtu::TagValue &value)
     if (alive && !sameQuality)
         Q_EMIT qualityChanged();
     if (alive)
-        showTime(m_shown.time);
+        showTime(m_shown.time == rtu::TimePoint() ? m_read.time : m_shown.time);
+}
+
+void Tag::showAgain(const rtu::TagValue &value)
+{
+    const bool same = static_cast<Quality>(value.quality) == m_quality && value.exceptionCode == m_shown.exceptionCode
+                      && value.raw() == m_shown.raw();
+    if (!same || value.time == rtu::TimePoint())
+        return;
+    m_shown.time = value.time;
+    if (m_quality != Unconfirmed)
+        m_read = m_shown;
+    showTime(value.time);
 }
 
 void Tag::showTime(rtu::TimePoint time)
 {
-    if (time == rtu::TimePoint() || time == m_timePoint)
+    if (time == m_timePoint)
         return;
     m_timePoint = time;
-    m_shown.time = time;
     m_time = dateTime(time);
     Q_EMIT timeChanged();
 }
@@ -177,9 +218,10 @@ void Tag::setValue(const QVariant &value)
 
 rtu::Write Tag::send(const QVariant &value)
 {
-    if (m_handle.isNull())
+    const bool isActive = m_link && m_link->line(); // not while a link that closes tells what it still has
+    if (!isActive || m_handle.isNull())
         throw rtu::Error(QLatin1String("the tag cannot be written: ")
-                         + (m_error.isEmpty() ? QLatin1String("its link is not active") : m_error));
+                         + (!isActive || m_error.isEmpty() ? QLatin1String("its link is not active") : m_error));
     rtu::WriteOptions options;
     options.keep = m_keep;
     options.readBack = m_readBack;

@@ -81,8 +81,8 @@ public:
 
     /** What the link brought. */
     void show(const rtu::TagValue &value);
-    /** The same value came again. */
-    void showTime(rtu::TimePoint time);
+    /** The line's newest: moves the time on where that is the value that is shown. */
+    void showAgain(const rtu::TagValue &value);
 
     void classBegin() override {}
     void componentComplete() override;
@@ -101,8 +101,12 @@ Q_SIGNALS:
 private:
     void schedule();
     Q_INVOKABLE void subscribe();
+    void watch();
     void unsubscribe();
     void linkClosed();
+    void goSilent();
+    void show(const rtu::TagValue &value, Quality quality);
+    void showTime(rtu::TimePoint time);
     rtu::Write send(const QVariant &value);
     void writeDone(const rtu::WriteResult &result);
     void endWrite(WriteEnd end, const QString &text);
@@ -115,7 +119,8 @@ private:
     bool m_complete = false;
     bool m_scheduled = false;
     rtu::Tag m_handle;
-    QString m_key; ///< of the place that m_handle is at
+    QString m_key;        ///< of the place on m_link whose value is shown
+    rtu::TagValue m_read; ///< the place's last, which a write that fails gives way to
     rtu::TagValue m_shown;
     QVariant m_value = 0.0;
     Quality m_quality = NeverRead;

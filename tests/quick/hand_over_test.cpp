@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <QtCore/QCoreApplication>
+
 #include <atomic>
 #include <thread>
 
@@ -80,5 +82,6 @@ TEST(Mailbox, LosesNothingBetweenTwoThreads)
 int main(int argc, char **argv)
 {
     testing::InitGoogleTest(&argc, argv);
+    const QCoreApplication application(argc, argv);
     return RUN_ALL_TESTS();
 }

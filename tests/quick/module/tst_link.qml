@@ -100,6 +100,24 @@ TestCase {
         compare(plant.peek(1, "4x70000"), 0)
     }
 
+    // The end of a write is told when there is no line any more, and what hears it may write.
+    function test_whatHearsTheEndOfAWriteMayWriteWhileItStops() {
+        const line = createTemporaryObject(linkComponent, test)
+        const tag = createTemporaryObject(tagComponent, test, { link: line, address: "4x10" })
+        tryCompare(tag, "quality", Tag.Good)
+        const ends = []
+        tag.writeEnded.connect(function(end, text) {
+            ends.push([end, text])
+            if (ends.length === 1)
+                tag.value = 6
+        })
+        line.active = false
+        tag.value = 5
+        tryCompare(line, "status", Link.Stopped)
+        compare(ends.length, 2)
+        compare(ends[1], [Tag.Rejected, "the tag cannot be written: its link is not active"])
+    }
+
     function test_goesWhileTagsStay() {
         const line = createTemporaryObject(linkComponent, test)
         const tag = createTemporaryObject(tagComponent, test, { link: line, address: "4x10" })

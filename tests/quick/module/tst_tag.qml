@@ -11,6 +11,18 @@ TestCase {
         id: tagComponent
         Tag { link: line }
     }
+    Component {
+        id: linkComponent
+        TestLink { }
+    }
+    Component {
+        id: portlessComponent // keeps what is written for the port that never comes
+        Link {
+            driver: surroundings.variable("TEST_DRIVER")
+            port: "/nowhere/port"
+            keepWrites: 300
+        }
+    }
     SignalSpy {
         id: ends
         signalName: "writeEnded"
@@ -173,6 +185,101 @@ TestCase {
         compare(ends.signalArguments[0][0], Tag.WriteRefused)
         verify(tag.error !== "")
         compare(tag.value, 0)
+    }
+
+    function test_aWriteThatIsNotSentIsTakenBackFromAPlaceThatWasNeverRead() {
+        const portless = createTemporaryObject(portlessComponent, test)
+        tryCompare(portless, "status", Link.Connecting)
+        const tag = make({ link: portless, address: "4x10" })
+        ends.target = tag
+        tryCompare(tag, "quality", Tag.StationSilent)
+        tag.value = 50
+        tryCompare(tag, "value", 50)
+        compare(tag.quality, Tag.Unconfirmed)
+        tryCompare(ends, "count", 1)
+        compare(ends.signalArguments[0][0], Tag.NotSent)
+        compare(tag.value, 0)
+        verify(tag.stale)
+    }
+
+    function test_aWriteThatIsNotSentGivesWayToTheValueThatWasReadBefore() {
+        const own = createTemporaryObject(linkComponent, test, { keepWrites: 300 })
+        const tag = make({ link: own, address: "4x10" })
+        ends.target = tag
+        tryCompare(tag, "quality", Tag.Good)
+        const time = tag.time.getTime()
+        own.port = "/nowhere/port"
+        own.plant = null
+        tryCompare(own, "status", Link.Connecting)
+        tag.value = 50
+        tryCompare(tag, "value", 50)
+        tryCompare(ends, "count", 1)
+        compare(ends.signalArguments[0][0], Tag.NotSent)
+        compare(tag.value, 1234)
+        compare(tag.quality, Tag.StationSilent)
+        verify(tag.time.getTime() >= time)
+    }
+
+    function test_anotherLinkIsAnotherPlace() {
+        const tag = make({ address: "4x10" })
+        tryCompare(tag, "quality", Tag.Good)
+        tag.link = createTemporaryObject(portlessComponent, test)
+        verify(tag.stale)
+        tryCompare(tag, "value", 0)
+        verify(tag.stale)
+        verify(isNaN(tag.time.getTime()))
+        tag.link = line
+        tryCompare(tag, "quality", Tag.Good)
+        compare(tag.value, 1234)
+    }
+
+    function test_withoutItsLinkAValueIsStale_data() {
+        return [ { tag: "none" }, { tag: "inactive" } ]
+    }
+
+    function test_withoutItsLinkAValueIsStale(data) {
+        const tag = make({ address: "4x10" })
+        tryCompare(tag, "quality", Tag.Good)
+        tag.link = data.tag === "none" ? null : createTemporaryObject(linkComponent, test, { active: false })
+        verify(tag.stale)
+        tryCompare(tag, "value", 0)
+        compare(tag.quality, Tag.NeverRead)
+    }
+
+    function test_aWrongPlaceShowsNothingOfTheOneBefore() {
+        const tag = make({ address: "4x10" })
+        tryCompare(tag, "quality", Tag.Good)
+        tag.address = "4xyz"
+        tryVerify(function() { return tag.error !== "" })
+        compare(tag.value, 0)
+        compare(tag.quality, Tag.NeverRead)
+        verify(isNaN(tag.time.getTime()))
+        tag.address = "4x10"
+        tryCompare(tag, "value", 1234)
+        tryCompare(tag, "quality", Tag.Good)
+    }
+
+    function test_aPlaceThatIsTakenWhileTheLinkIsDownShowsNothingOfTheOneBefore() {
+        const own = createTemporaryObject(linkComponent, test)
+        const tag = make({ link: own, address: "4x10" })
+        tryCompare(tag, "quality", Tag.Good)
+        own.active = false
+        tryCompare(tag, "quality", Tag.StationSilent)
+        compare(tag.value, 1234)
+        tag.address = "4x20"
+        tryCompare(tag, "value", 0)
+        compare(tag.quality, Tag.NeverRead)
+        own.active = true
+        tryCompare(tag, "value", 11)
+    }
+
+    function test_aPlaceThatCannotBeReadHasNoTime() {
+        const tag = make({ address: "4x10" })
+        tryCompare(tag, "quality", Tag.Good)
+        tag.address = "4x500"
+        tryCompare(tag, "quality", Tag.Refused)
+        compare(tag.value, 0)
+        verify(isNaN(tag.time.getTime()))
     }
 
     function test_valuesSurviveTheScreenThatShowedThem() {
