@@ -64,7 +64,8 @@ TestCase {
     }
 
     function test_showsZeroUntilItIsRead() {
-        const tag = make({ address: "4x50" })
+        const portless = createTemporaryObject(portlessComponent, test)
+        const tag = make({ link: portless, address: "4x50" })
         compare(tag.value, 0)
         verify(tag.stale)
     }
