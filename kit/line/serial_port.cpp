@@ -85,8 +85,10 @@ void SerialPort::refuse(const std::string &what) const
  */
 void SerialPort::claim()
 {
-    if (!port_control::lock(descriptor()) && errno == EWOULDBLOCK)
+    if (!port_control::lock(descriptor()) && errno == EWOULDBLOCK) {
+        m_descriptor.reset(); // close() would drop what the other program sends, and let others in beside it
         throw PortInUse(m_device);
+    }
     if (!m_pseudoTerminal)
         (void)port_control::setExclusive(descriptor(), true);
 }

@@ -8,6 +8,9 @@
 
 #include <gtest/gtest.h>
 
+#include <poll.h>
+#include <sys/ioctl.h>
+
 #include <cerrno>
 #include <functional>
 
@@ -175,6 +178,19 @@ TEST_F(SerialPort, ThatIsMissingIsNamed)
 {
     EXPECT_EQ("cannot open /nowhere/port: No such file or directory",
               failureOf([&] { port.open("/nowhere/port", LineParameters()); }));
+}
+
+TEST_F(SerialPort, ThatIsInUseIsLeftToTheProgramThatHasIt)
+{
+    const rtu::Descriptor holder(::open(pair.path().c_str(), O_RDWR | O_NOCTTY | O_CLOEXEC));
+    const int on = 1;
+    ASSERT_EQ(0, ::ioctl(pair.far(), TIOCPKT, &on)); // the far end is told of what is flushed
+    scriptedPort.exclusive = true;
+    scriptedPort.lockError = EWOULDBLOCK;
+    EXPECT_EQ(pair.path() + " is in use by another program", refusal(LineParameters()));
+    EXPECT_TRUE(scriptedPort.exclusive);
+    pollfd far = {pair.far(), POLLIN | POLLPRI, 0};
+    EXPECT_EQ(0, ::poll(&far, 1, 0)) << "what that program is sending has been dropped";
 }
 
 TEST_F(SerialPort, OpensAgainAfterARefusal)
