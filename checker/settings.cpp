@@ -39,6 +39,8 @@ public:
         checkNumbers(settings);
         if (sizeOf(fields) > NeededFields)
             applySwap(fields.at(SwapField), settings);
+        else
+            checkStaying(std::vector<int>(), settings);
     }
 
 private:
@@ -82,14 +84,20 @@ private:
         std::vector<int> stations;
         if (sizeOf(parts) > 1 && !parts.at(1).isEmpty())
             stations = stationsOf(parts.at(1));
-        for (std::size_t i = 0; i < settings.lowFirst.size(); ++i) {
-            if (std::find(stations.begin(), stations.end(), settings.lowFirst[i]) == stations.end()) {
-                report(SwapStationsStay, SwapField,
-                       "station " + std::to_string(settings.lowFirst[i]) + " of an earlier call stays on the list");
-                break;
-            }
-        }
+        checkStaying(stations, settings);
         settings.lowFirst.insert(settings.lowFirst.end(), stations.begin(), stations.end());
+    }
+
+    /** @param listed the stations that this string names */
+    void checkStaying(const std::vector<int> &listed, const Settings &settings)
+    {
+        for (int station : settings.lowFirst) {
+            if (std::find(listed.begin(), listed.end(), station) != listed.end())
+                continue;
+            report(SwapStationsStay, SwapField,
+                   "station " + std::to_string(station) + " of an earlier call stays on the list");
+            return;
+        }
     }
 
     std::vector<int> stationsOf(const QString &text)

@@ -16,13 +16,22 @@ std::vector<Misuse> settingMisuses()
         {"words-odd", "OddWords", [](CheckedHost &host) { host.init("1#0#0#3#33"); }},
         {"words-too-large", "MoreWordsThanAWriteTakes", [](CheckedHost &host) { host.init("1#0#0#3#122"); }},
         {"attempts-below-one", "NoAttempts", [](CheckedHost &host) { host.init("1#0#0#0#32"); }},
-        {"local-only", "WritesStayInTheCache", [](CheckedHost &host) { host.init("1#1#0#3#32"); }},
+        {"local-only", "WritesStayInTheCache",
+         [](CheckedHost &host) {
+             host.init("1#1#0#3#32");
+             host.write(0, "4x_bit", 0, 1, {1, 0});
+         }},
         {"swap-mode", "SwapModeTwo", [](CheckedHost &host) { host.init("1#0#0#3#32#2"); }},
         {"swap-station", "SwapStationBeyond247", [](CheckedHost &host) { host.init("1#0#0#3#32#0_1,248"); }},
         {"swap-stations-stay", "SwapListIsShortened",
          [](CheckedHost &host) {
              host.init("1#0#0#3#32#0_1,5");
              host.init("1#0#0#3#32#0_1");
+         }},
+        {"swap-stations-stay", "SwapFieldIsLeftOut",
+         [](CheckedHost &host) {
+             host.init("1#0#0#3#32#0_1,5");
+             host.init("1#0#0#3#32");
          }},
     };
 }
