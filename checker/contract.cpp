@@ -327,11 +327,16 @@ void Contract::afterSendFrame(const FRAME_PRO *out, int result)
 {
     if (!out)
         return;
+    {
+        Session session(*this);
+        const bool wasOpen = replies.isTransactionOpen();
+        replies.asked(result == 1 ? out : nullptr, now(), session.found);
+        if (wasOpen)
+            return;
+    }
+    const RequestBytes bytes = readRequestBytes(settingsNow());
     Session session(*this);
-    const bool wasOpen = replies.isTransactionOpen();
-    replies.asked(result == 1 ? out : nullptr, now(), session.found);
-    if (!wasOpen)
-        recipes.chosen(result == 1);
+    recipes.chosen(result == 1, bytes, settings);
 }
 
 RequestBytes Contract::beforeReply(const QByteArray *reply, const QString *information)

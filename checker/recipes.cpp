@@ -161,8 +161,19 @@ void Recipes::beforeChoice(const RequestBytes &bytes, Findings &findings)
     requested = wanted;
 }
 
-void Recipes::chosen(bool frameGiven)
+/** Where a load comes to a block without words in the host's buffer, the driver itself ends it. */
+bool Recipes::lacksWords(const Settings &settings) const
 {
+    return !settings.wordBuffer
+           || std::any_of(own.begin(), own.end(), [](const _RCP_VAR_PRO &row) { return row.hostOffset < 0; });
+}
+
+void Recipes::chosen(bool frameGiven, const RequestBytes &after, const Settings &settings)
+{
+    if (requested == Load && !asksFor(Load, after) && lacksWords(settings)) {
+        halfDone = NoTransfer;
+        requested = asksFor(Save, after) ? Save : NoTransfer; // what the frame is for, if there is one
+    }
     flying = frameGiven ? requested : NoTransfer;
 }
 

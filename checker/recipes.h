@@ -40,8 +40,11 @@ public:
     /** The driver is about to choose a transaction. */
     void beforeChoice(const RequestBytes &bytes, Findings &findings);
 
-    /** The driver has chosen, and given out a frame or not. */
-    void chosen(bool frameGiven);
+    /**
+     * The driver has chosen, and given out a frame or not.
+     * @param after the bytes now
+     */
+    void chosen(bool frameGiven, const RequestBytes &after, const Settings &settings);
 
     /** True while the frame on the line is one of a transfer. */
     bool inFlight() const { return flying != NoTransfer; }
@@ -58,6 +61,7 @@ private:
     enum Transfer { NoTransfer, Load, Save };
 
     static bool asksFor(Transfer transfer, const RequestBytes &bytes);
+    bool lacksWords(const Settings &settings) const;
     void checkBytes(const RequestBytes &bytes, Findings &findings) const;
     void checkInterruption(const RequestBytes &bytes, Findings &findings);
     void checkRowsFor(Transfer transfer, Findings &findings) const;

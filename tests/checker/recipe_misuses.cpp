@@ -35,6 +35,16 @@ std::vector<Misuse> rowMisuses()
                                &host.hostMutex);
              host.registerRows(Rows() << row(1, 1, "4x", 0, 1, 0));
          }},
+        {"transfer-without-buffers", "LoadsWithoutABuffer",
+         [](CheckedHost &host) {
+             int status = 0;
+             intf_initProperty(host.hostArea.data(), 0, nullptr, &status, CheckedHost::usualProperty(),
+                               &host.hostMutex);
+             host.plan(Keys() << key(1, "4x", 0, 4));
+             host.registerRows(Rows() << row(1, 1, "4x", 0, 1, 0));
+             host.request(CheckedHost::BlockWriteRequest);
+             host.exchange();
+         }},
     };
 }
 
@@ -65,6 +75,39 @@ std::vector<Misuse> requestMisuses()
         {"request-cleared", "ClearsTheByteWhileABlockIsOut",
          [](CheckedHost &host) {
              registerTwoBlocks(host);
+             host.request(CheckedHost::BlockWriteRequest);
+             const FRAME_PRO frame = host.ask();
+             host.request(CheckedHost::BlockWriteRequest, 0);
+             host.deal(CheckedHost::answerTo(frame));
+         }},
+        {"row-offset", "LoadsFromBeforeTheBuffer",
+         [](CheckedHost &host) {
+             host.registerRows(Rows() << row(1, 1, "4x", 100, 1, -1));
+             host.request(CheckedHost::BlockWriteRequest);
+             host.exchange();
+         }},
+        {"row-offset", "LoadsASecondBlockFromBeforeTheBuffer",
+         [](CheckedHost &host) {
+             host.plan(Keys());
+             host.registerRows(Rows() << row(1, 1, "4x", 100, 1, 0) << row(1, 1, "4x", 110, 1, -1));
+             host.request(CheckedHost::BlockWriteRequest);
+             host.exchange();
+             host.exchange();
+             host.plan(Keys() << key(1, "4x", 0, 4));
+             host.exchange();
+         }},
+        {"both-requests request-cleared row-offset", "ClearsTheByteOfASaveAfterALoadWithoutWords",
+         [](CheckedHost &host) {
+             host.registerRows(Rows() << row(1, 1, "4x", 100, 1, -1));
+             host.request(CheckedHost::BlockReadRequest);
+             host.request(CheckedHost::BlockWriteRequest);
+             const FRAME_PRO frame = host.ask();
+             host.request(CheckedHost::BlockReadRequest, 0);
+             host.deal(CheckedHost::answerTo(frame));
+         }},
+        {"request-cleared row-offset", "ClearsTheByteBesideARowWithoutWords",
+         [](CheckedHost &host) {
+             host.registerRows(Rows() << row(1, 1, "4x", 100, 1, 0) << row(1, 1, "4x", 110, 1, -1));
              host.request(CheckedHost::BlockWriteRequest);
              const FRAME_PRO frame = host.ask();
              host.request(CheckedHost::BlockWriteRequest, 0);
