@@ -187,13 +187,30 @@ std::string stationZero(const Request &request, const Settings &)
     return request.station == 0 ? "no read can be built for station 0, and what is behind it waits" : "";
 }
 
-std::string unsendableBits(const Request &request, const Settings &settings)
+/** Whether anything is queued for a write that the driver cuts at the words field, whatever the signs of both. */
+bool isQueued(const Request &request, const Settings &settings)
 {
-    if (!goesToSlave(request) || !isBitOfRegister(request) || settings.localOnly != 0)
-        return "";
-    if (request.station == 0)
-        return "no write of 4x_bit can be built for station 0, and all writes wait";
-    return request.count < 0 ? "no write of a negative count can be built, and all writes wait" : "";
+    if (!goesToSlave(request) || settings.localOnly != 0)
+        return false;
+    if (request.type->unit == CoilUnit)
+        return true;
+    const long long count = request.count;
+    const int words = settings.words;
+    return words == 0 ? count > 0 : count / words + (count % words != 0 ? 1 : 0) > 0;
+}
+
+std::string bitsToAll(const Request &request, const Settings &settings)
+{
+    return request.station == 0 && isBitOfRegister(request) && isQueued(request, settings)
+               ? "no write of 4x_bit can be built for station 0, and all writes wait"
+               : "";
+}
+
+std::string negativeRegisters(const Request &request, const Settings &settings)
+{
+    return request.count < 0 && !isBits(request) && isQueued(request, settings)
+               ? "no write of a negative count of registers can be built, and all writes wait"
+               : "";
 }
 
 std::string rowType(const Request &request, const Settings &)
@@ -257,7 +274,8 @@ const Rule rules[] = {
     {QueueOverrun, OneOffRead, "count", queueOverrun},
     {PlanStandsStill, Key, "station", stationZero},
     {ReadStandsStill, OneOffRead, "station", stationZero},
-    {WriteStandsStill, Set, "station", unsendableBits},
+    {WriteStandsStill, Set, "station", bitsToAll},
+    {WriteStandsStill, Set, "count", negativeRegisters},
     {RowType, Row, "regType", rowType},
     {RowTooLong, Row, "count", rowTooLong},
     {RowOfDoubles, Row, "count", rowOfDoubles},

@@ -100,7 +100,9 @@ std::vector<Misuse> valueMisuses()
         {"tag-of-the-plan", "AsksOnceWithTagFour", [](CheckedHost &host) { host.readOnce(key(1, "4x", 0, 1), 4); }},
         {"plan-stands-still", "PlansStationZero", [](CheckedHost &host) { host.plan(Keys() << key(0, "4x", 0, 1)); }},
         {"write-stands-still", "WritesBitsToAll", [](CheckedHost &host) { host.write(0, "4x_bit", 0, 1, zeros(2)); }},
-        {"count-below-one write-stands-still", "WritesANegativeNumberOfBits",
+        {"count-below-one write-stands-still", "WritesANegativeNumberOfRegisters",
+         [](CheckedHost &host) { host.write(1, "4x", 0, -1, zeros(2)); }},
+        {"count-below-one", "WritesANegativeNumberOfBits",
          [](CheckedHost &host) { host.write(1, "4x_bit", 0, -1, zeros(2)); }},
         {"read-stands-still", "AsksOnceForStationZero", [](CheckedHost &host) { host.readOnce(key(0, "4x", 0, 1)); }},
     };
