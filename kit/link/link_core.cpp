@@ -76,6 +76,33 @@ const LinkSettings &checked(const LinkSettings &settings)
     return settings;
 }
 
+/** This thread is noted while it lives, and then who was before: a callback of a step may step as well. */
+class NotedThread
+{
+public:
+    NotedThread(std::mutex &mutex, std::thread::id &place)
+        : m_mutex(mutex)
+        , m_place(place)
+        , m_before(put(std::this_thread::get_id()))
+    {
+    }
+    ~NotedThread() { put(m_before); }
+    NotedThread(const NotedThread &) = delete;
+    NotedThread &operator=(const NotedThread &) = delete;
+
+private:
+    std::thread::id put(std::thread::id thread)
+    {
+        const Locked held(m_mutex);
+        std::swap(m_place, thread);
+        return thread;
+    }
+
+    std::mutex &m_mutex;
+    std::thread::id &m_place;
+    const std::thread::id m_before;
+};
+
 } // namespace
 
 LinkCore::LinkCore(const LinkSettings &settings, std::unique_ptr<Line> line)
@@ -225,6 +252,8 @@ void LinkCore::start()
         return;
     if (onOwnThread())
         throw Error(QLatin1String("a link that was stopped in a callback is started again after the callback"));
+    if (stepping())
+        throw Error(QLatin1String("a link that is stepped is started after the step, not in a callback of it"));
     const std::shared_ptr<LinkCore> self = shared_from_this(); // a callback may destroy the link before this returns
     const Locked alone(m_startStop);
     if (running())
@@ -300,6 +329,13 @@ bool LinkCore::onOwnThread() const
     return m_polling == std::this_thread::get_id();
 }
 
+/** A callback of the step that this thread makes. */
+bool LinkCore::stepping() const
+{
+    const Locked held(m_lock->mutex);
+    return m_stepping == std::this_thread::get_id();
+}
+
 bool LinkCore::running() const
 {
     const Locked held(m_lock->mutex);
@@ -330,6 +366,7 @@ PollStep LinkCore::stepFromOutside()
         if (!running())
             joinThread(); // stopped in a callback before, it may still be in that one
     }
+    const NotedThread noted(m_lock->mutex, m_stepping);
     const PollStep done = step();
     if (done == PollStep::Stopped) { // told once; the next step goes on
         m_poller.stopping() = false;

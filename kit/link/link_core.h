@@ -84,6 +84,7 @@ private:
     void endPolling();
     void countStop(int change);
     bool onOwnThread() const;
+    bool stepping() const;
 
     bool feed() override;
     TimePoint nextFeed() override;
@@ -133,6 +134,7 @@ private:
     std::thread m_thread;              ///< guarded by m_startStop
     std::thread::id m_polling;         ///< guarded by the lock: the thread until it has been joined
     bool m_threaded = false;           ///< guarded by the lock: a thread of its own polls
+    std::thread::id m_stepping;        ///< guarded by the lock: the caller's, in a step
 };
 
 } // namespace rtu

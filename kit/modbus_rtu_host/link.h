@@ -95,7 +95,12 @@ public:
 
     /** Opens the port now. @throws Error with the reason when it is not to be had */
     void open();
-    /** Polls on a thread of its own until stop(). A port that is away is tried again and again. @throws Error */
+    /**
+     * Polls on a thread of its own until stop(). A port that is away is tried again and again. Refused in a callback
+     * of a step(), and in one that has stopped the link: start it afterwards.
+     *
+     * @throws Error
+     */
     void start();
     /** Ends the polling, soon, whatever the line does. Tags, waiting writes and reads stay; start() goes on. */
     void stop();

@@ -246,4 +246,22 @@ TEST_F(LinkTurns, OfARefusedWriteAreToldWhole)
     EXPECT_EQ("", transactions.at(1).information.toStdString());
 }
 
+TEST_F(LinkTurns, AreNotGivenToAThreadInACallbackOfAStep)
+{
+    std::string words;
+    link().onTransaction([&](const rtu::Transaction &) {
+        if (!words.empty())
+            return;
+        words = "in the callback";
+        link().step();
+        words = refusalOf([this] { link().start(); });
+    });
+    link().addTag(TagDefinition(1, "4x1"));
+    steps(1);
+    EXPECT_EQ("a link that is stepped is started after the step, not in a callback of it", words);
+    EXPECT_FALSE(link().running());
+    EXPECT_EQ("nothing thrown", refusalOf([this] { link().start(); }));
+    link().stop();
+}
+
 } // namespace
