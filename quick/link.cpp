@@ -134,7 +134,8 @@ void Link::close()
         return;
     m_link.reset();
     const QPointer<Link> alive(this); // what hears of it may destroy it
-    deliver();                        // the ends of what waited
+    takeMail();
+    deliver(); // the ends of what waited
     if (!alive)
         return;
     m_tags.clear();
@@ -240,12 +241,11 @@ void Link::showNext()
     if (next == m_pending.values.end())
         next = m_pending.values.begin();
     const rtu::Tag handle = next->first;
-    const rtu::TagValue value = next->second;
     m_pending.values.erase(next);
     m_lastShown = handle;
     const auto tag = m_tags.find(handle);
     if (tag != m_tags.end())
-        tag->second->show(value);
+        tag->second->show(handle.value()); // there may be a newer one than that which was taken
 }
 
 void Link::deliver()
@@ -253,7 +253,8 @@ void Link::deliver()
     const QPointer<Link> alive(this); // what listens to a tag may destroy anything
     m_sinceDelivery.start();
     m_nextDelivery.stop();
-    takeMail();
+    if (m_pending.values.empty())
+        takeMail(); // not before: messages, which come behind the values, would never have their turn
     while (!m_pending.values.empty()) {
         showNext();
         if (!alive)
@@ -268,6 +269,8 @@ void Link::deliver()
         if (!alive)
             return;
     }
+    if (m_mailbox->hasMail())
+        m_nextDelivery.start(FrameTime - DeliveryTime);
 }
 
 /** Times move on without being a change, and statistics always do. */

@@ -37,4 +37,10 @@ Mailbox::Content Mailbox::take()
     return content;
 }
 
+bool Mailbox::hasMail()
+{
+    const std::lock_guard<std::mutex> held(m_mutex);
+    return m_woken;
+}
+
 } // namespace quick

@@ -38,6 +38,7 @@ public:
     void put(Message message);
     /** Everything that waits; the next thing wakes up again. */
     Content take();
+    bool hasMail();
 
 private:
     void wake();

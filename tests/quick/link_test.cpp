@@ -87,6 +87,45 @@ TEST_F(ALinkAndItsTag, MayBeDestroyedByWhatHearsThatTheLinkIsConnecting)
     EXPECT_EQ(Tag::StationSilent, tag.quality());
 }
 
+TEST_F(ALinkAndItsTag, LetNoMessageWaitForEverWhileValuesKeepComing)
+{
+    Tag other;
+    other.setLink(link);
+    other.setProperty("address", QStringLiteral("4x20"));
+    other.componentComplete();
+    waitFor([&] { return other.quality() == Tag::Good; });
+
+    int value = 1000;
+    const rtu::Tag handles[] = {link->line()->addTag(tag.definition()), link->line()->addTag(other.definition())};
+    const auto changeBoth = [&] {
+        ++value;
+        plant.poke(1, QStringLiteral("4x10"), value);
+        plant.poke(1, QStringLiteral("4x20"), value);
+        for (const rtu::Tag &handle : handles) {
+            while (handle.value().number() != value)
+                QThread::msleep(1);
+        }
+    };
+    int shown = 0;
+    const auto isSlow = [&] { // more than a frame for each value, and both have another one behind it
+        ++shown;
+        changeBoth();
+        QThread::msleep(Link::FrameTime);
+    };
+    bool told = false;
+    changeBoth();
+    link->poster()([&] { told = true; });
+    const auto first = QObject::connect(&tag, &Tag::valueChanged, isSlow);
+    const auto second = QObject::connect(&other, &Tag::valueChanged, isSlow);
+    waitFor([&] { return told || shown >= 20; });
+    QObject::disconnect(first);
+    QObject::disconnect(second);
+    EXPECT_TRUE(told);
+
+    // What came meanwhile is not left behind.
+    waitFor([&] { return tag.value() == QVariant(double(value)) && other.value() == QVariant(double(value)); });
+}
+
 TEST_F(ALinkAndItsTag, ShowsNoOldValueUnderTheTimeOfANewOne)
 {
     const rtu::Tag newest = link->line()->addTag(tag.definition());
