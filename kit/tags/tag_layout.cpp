@@ -207,6 +207,7 @@ std::vector<std::uint32_t> TagLayout::rawOf(const std::vector<double> &numbers) 
                         .arg(m_definition.values)
                         .arg(static_cast<int>(numbers.size())));
     std::vector<std::uint32_t> raw;
+    raw.reserve(numbers.size());
     for (double number : numbers)
         raw.push_back(rawOf(number));
     return raw;
