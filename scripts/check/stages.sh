@@ -12,7 +12,7 @@ checked_label=checked
 wanted_findings=(
     LinkReplies.AreTakenByLengthAndCheckSumAloneOnRequest
     LinkExchange.WarnsOfRepliesThatAreTakenByLengthAloneAndLookWrong
-    LinkWrites.KeptLocal
+    'LinkWrite(s|Ends).KeptLocal'
     PlanView.WarnsOfBlocks
     PlanView.LeavesAFreshDriverBehind
     'Faults\..*/(WrongStation|WrongFunction|Echo|TooLong|LateReply)On'

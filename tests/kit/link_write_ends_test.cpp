@@ -138,17 +138,22 @@ TEST_F(LinkWriteEnds, OneAfterTheOtherAreReadBack)
     EXPECT_EQ(Texts(2, "1 Acknowledged 0, 1 acknowledged: "), accounts());
 }
 
-TEST_F(LinkWriteEnds, WithoutAnAnswer)
+TEST_F(LinkWriteEnds, OfABroadcast)
 {
     link().write(TagDefinition(0, "4x10"), {7}, noted(1));
     steps(1);
+    EXPECT_EQ(Texts{"1 Broadcast 0, 0 acknowledged: "}, accounts());
+    EXPECT_EQ(Texts{"00 06 00 09 00 07"}, sent());
+}
+
+TEST_F(LinkWriteEnds, KeptLocal)
+{
     settings.localWritesOnly = true;
-    destroyLink();
-    link().write(TagDefinition(1, "4x10"), {7}, noted(2));
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
     steps(1);
     EXPECT_EQ(line->now(), ends.back().second.time);
-    EXPECT_EQ((Texts{"1 Broadcast 0, 0 acknowledged: ", "2 KeptLocal 0, 0 acknowledged: "}), accounts());
-    EXPECT_EQ(Texts{"00 06 00 09 00 07"}, sent());
+    EXPECT_EQ(Texts{"1 KeptLocal 0, 0 acknowledged: "}, accounts());
+    EXPECT_EQ(Texts{}, sent());
 }
 
 // --- before they are sent ----------------------------------------------------------------

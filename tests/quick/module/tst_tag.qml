@@ -193,7 +193,6 @@ TestCase {
         tryCompare(portless, "status", Link.Connecting)
         const tag = make({ link: portless, address: "4x10" })
         ends.target = tag
-        tryCompare(tag, "quality", Tag.StationSilent)
         tag.value = 50
         tryCompare(tag, "value", 50)
         compare(tag.quality, Tag.Unconfirmed)
