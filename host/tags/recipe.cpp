@@ -91,7 +91,7 @@ void writeRecipe(std::ostream &out, const Recipe &recipe)
         const TagRange &tag = recipe.tags[i];
         out << csvField(tag.name) << ',' << tag.station << ',' << tag.type.name << ','
             << addressText(tag.type, tag.address) << ',' << tag.values << ','
-            << formatName(tag.format.format, tag.format.width) << ',' << general(tag.format.scale, 15) << ','
+            << formatName(tag.format.format, tag.format.width) << ',' << shortest(tag.format.scale) << ','
             << csvField(tag.unit) << ',' << valuesText(tag, recipe.values[i]) << '\n';
     }
 }

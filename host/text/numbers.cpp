@@ -85,6 +85,11 @@ std::string general(double number, int digits)
     return fmt::format("{:.{}g}", number, digits);
 }
 
+std::string shortest(double number)
+{
+    return fmt::format("{}", number);
+}
+
 std::string zeroPadded(int number, int digits)
 {
     return fmt::format("{:0{}}", number, digits);

@@ -23,6 +23,8 @@ bool readPrefixed(const std::string &text, std::uint64_t *value);
 std::string fixed(double number, int digits);
 /** So many digits that count, and an exponent where it is shorter. */
 std::string general(double number, int digits);
+/** As many digits as it takes to be this number again when it is read. */
+std::string shortest(double number);
 /** With zeros in front until there are so many digits. */
 std::string zeroPadded(int number, int digits);
 /** "0x00FF" for 255 and four digits; none is cut off. */

@@ -45,6 +45,18 @@ TEST_F(Recipe, IsWrittenAsItIsRead)
 }
 
 // What stands in quotes is a name as well where it looks like something of the file's own.
+TEST_F(Recipe, KeepsEveryDigitOfItsScales)
+{
+    const std::string scales[] = {"0.1", "1", "0.12365678901234568", "100000", "1e+16", "2.5e-07"};
+    for (const std::string &scale : scales) {
+        const std::string file =
+            "name,station,type,address,count,format,scale,unit,values\na,1,4x,10,1,uint16," + scale + ",,0\n";
+        std::ostringstream out;
+        rtu::writeRecipe(out, read(file));
+        EXPECT_EQ(file, out.str());
+    }
+}
+
 TEST_F(Recipe, KeepsNamesInQuotes)
 {
     const std::string header = "name,station,type,address,count,format,scale,unit,values\n";
