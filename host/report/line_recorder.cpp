@@ -61,6 +61,7 @@ void LineRecorder::watch(const TagBoard &board)
     m_board = &board;
     for (const TagRange &tag : board.tags())
         m_recorded.emplace_back(static_cast<std::size_t>(tag.values));
+    m_asked.resize(board.tags().size());
 }
 
 void LineRecorder::printValues(const TagRange &tag, const ValueSpan &values, const TagState &state, TimePoint time)
@@ -126,6 +127,7 @@ void LineRecorder::noteValues(const Transaction &transaction)
         }
         begun = true;
         std::fill_n(m_recorded[tag].begin() + span.first, span.count, true);
+        m_asked[tag] = true;
     }
     flush();
 }
@@ -154,8 +156,10 @@ void LineRecorder::finishRound()
 TagState LineRecorder::unreadState(std::size_t tag) const
 {
     TagState state = m_board->state(tag);
-    if (!state.known && !state.failed && m_silent.count(m_board->tags()[tag].station) != 0)
-        state.error = "not asked: station silent";
+    if (m_asked[tag] || m_silent.count(m_board->tags()[tag].station) == 0)
+        return state;
+    state.failed = false;
+    state.error = "not asked: station silent";
     return state;
 }
 

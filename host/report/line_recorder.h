@@ -48,6 +48,7 @@ private:
     std::vector<Records *> m_records;
     const TagBoard *m_board = nullptr;
     std::vector<std::vector<bool>> m_recorded; ///< in this round, for each value of each tag
+    std::vector<bool> m_asked;                 ///< of each tag, whether its station ever was
     std::set<int> m_silent;
     bool m_portLost = false;
 };

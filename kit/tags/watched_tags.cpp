@@ -195,24 +195,25 @@ void WatchedTags::readSilent(const Area &area)
     });
 }
 
+void WatchedTags::recordSilent(const TagRecordPtr &record)
+{
+    for (TagPiece &piece : record->pieces)
+        fail(piece, Quality::StationSilent, 0);
+    show(*record, false);
+}
+
 void WatchedTags::stationSilent(int station)
 {
     for (const TagRecordPtr &record : m_records) {
-        if (record->layout->definition().station != station)
-            continue;
-        for (TagPiece &piece : record->pieces)
-            fail(piece, Quality::StationSilent, 0);
-        show(*record, false);
+        if (record->layout->definition().station == station)
+            recordSilent(record);
     }
 }
 
 void WatchedTags::allSilent()
 {
-    for (const TagRecordPtr &record : m_records) {
-        for (TagPiece &piece : record->pieces)
-            fail(piece, Quality::StationSilent, 0);
-        show(*record, false);
-    }
+    for (const TagRecordPtr &record : m_records)
+        recordSilent(record);
 }
 
 void WatchedTags::showWritten(const TagRecordPtr &record, const std::vector<std::uint32_t> &raw)

@@ -49,6 +49,7 @@ public:
     /** @param asked whom the area was read for: tags inside it with reads of their own are not refused */
     void readRefused(const Area &area, int exceptionCode, bool (*asked)(const TagRecord &));
     void readSilent(const Area &area);
+    void recordSilent(const TagRecordPtr &record);
     void stationSilent(int station);
     void allSilent();
 

@@ -177,4 +177,46 @@ TEST_F(WatchedTags, AreToldApart)
     EXPECT_TRUE(rtu::Tag().isNull() && !first.isNull());
 }
 
+TEST_F(WatchedTags, AreSilentAtOnceWhileThePortIsKnownToBeAway)
+{
+    link();
+    line->plugged = false;
+    const rtu::Tag first = link().addTag(TagDefinition(1, "4x1"));
+    EXPECT_EQ(Quality::NeverRead, first.value().quality) << "nobody knows of the port";
+    steps(1);
+    EXPECT_EQ(Quality::StationSilent, first.value().quality);
+    const rtu::Tag second = link().addTag(several("4x1", 240));
+    changes.clear();
+    steps(1);
+    EXPECT_EQ(Quality::StationSilent, second.value().quality);
+    ASSERT_EQ(1u, changes.size());
+    EXPECT_EQ(second, changes[0].tag);
+    line->plugged = true;
+    run(std::chrono::seconds(2));
+    EXPECT_EQ(Quality::Good, second.value().quality);
+    const rtu::Tag third = link().addTag(TagDefinition(2, "4x1"));
+    changes.clear();
+    run(std::chrono::seconds(2));
+    ASSERT_EQ(1u, changes.size());
+    EXPECT_EQ(Quality::NeverRead, changes[0].before.quality);
+    EXPECT_EQ(Quality::Good, changes[0].after.quality);
+}
+
+TEST_F(WatchedTags, AreSilentAtOnceWhileTheirStationIsKnownToBeDead)
+{
+    link().addTag(TagDefinition(1, "4x1"));
+    const rtu::Tag before = link().addTag(TagDefinition(2, "4x1"));
+    plant.setStationOn(2, false);
+    run(std::chrono::seconds(3));
+    EXPECT_EQ(Quality::StationSilent, before.value().quality);
+    const rtu::Tag added = link().addTag(TagDefinition(2, "4x3"));
+    const rtu::Tag other = link().addTag(TagDefinition(1, "4x1000"));
+    const std::size_t asked = requests.size();
+    steps(1);
+    EXPECT_EQ(Quality::StationSilent, added.value().quality);
+    EXPECT_EQ(Quality::NeverRead, other.value().quality);
+    for (std::size_t i = asked; i < requests.size(); ++i)
+        EXPECT_EQ(1, requests[i][0]) << "it was not asked meanwhile";
+}
+
 } // namespace
