@@ -39,6 +39,7 @@ void PacedReads::reset(bool planned)
     m_planned = planned;
     if (!m_areas.empty())
         m_inTurn->due = TimePoint(); // it is begun anew
+    m_inTurn.reset();                // a tag that was removed must not live on here
     m_areas.clear();
     m_suspects.clear();
     m_hopeless.clear();

@@ -36,12 +36,17 @@ void Poller::setPlan(int roundLength, const std::set<int> &stations)
 /** From wherever the driver is in its plan. */
 void Poller::beginRound()
 {
+    forgetRound();
+    m_restUntil = TimePoint();
+    m_roundStart = m_line.now();
+}
+
+void Poller::forgetRound()
+{
     m_cyclicDone = 0;
     m_askedInRound = false;
     m_missedInRound.clear();
     m_readAgain = false;
-    m_restUntil = TimePoint();
-    m_roundStart = m_line.now();
 }
 
 PollStep Poller::step()
@@ -335,10 +340,7 @@ void Poller::countCyclic(bool asked)
     if (!m_askedInRound)
         m_restUntil = std::max(m_restUntil, m_health.nextQuestion(now));
     m_roundStart = std::max(m_restUntil, now);
-    m_cyclicDone = 0;
-    m_askedInRound = false;
-    m_missedInRound.clear();
-    m_readAgain = false;
+    forgetRound();
     m_client.roundDone();
 }
 

@@ -58,6 +58,7 @@ private:
     bool openPort();
     void setPort(bool open);
     void beginRound();
+    void forgetRound();
     void endRest();
     bool nextFrame();
     void beginRequest();
