@@ -210,6 +210,17 @@ TEST_F(PacedReads, FindHolesInOneBlockAfterAnother)
               notices);
 }
 
+TEST_F(PacedReads, FindNoHolesInABlockThatIsRefusedWholeBehindOneWithHoles)
+{
+    makeHole(1);
+    for (const char *address : {"4x20", "4x30"})
+        watch(1, address);
+    for (const char *address : {"4x501", "4x502"})
+        watch(2, address);
+    run(seconds(5));
+    EXPECT_EQ((std::vector<std::string>{std::string(ReadOneByOne) + "station 1 4x20, station 1 4x30"}), notices);
+}
+
 TEST_F(PacedReads, OfOneTagSayNothingOfTheOthersInside)
 {
     watch(1, "4x20", seconds(1), 10);
