@@ -84,7 +84,9 @@ void TransferQueue::skipHopeless()
 /** The piece is not tried; a row of which a part has been loaded is neither old nor new. */
 void TransferQueue::abandon(const Piece &piece)
 {
-    if (result(piece).end == RowEnd::Done)
+    if (piece.unheard)
+        result(piece).end = RowEnd::Unconfirmed;
+    else if (result(piece).end == RowEnd::Done)
         result(piece).end = m_current->kind == TransferKind::Load ? RowEnd::Unconfirmed : RowEnd::NotTried;
 }
 
@@ -172,8 +174,10 @@ bool TransferQueue::retryAlone(const RequestEnd &done)
     const std::size_t end = blockEnd();
     if (!done.refused() || end - m_next < 2)
         return false;
-    for (std::size_t i = m_next; i < end; ++i)
+    for (std::size_t i = m_next; i < end; ++i) {
         m_pieces[i].alone = true;
+        m_pieces[i].unheard = done.writtenUnheard;
+    }
     return true;
 }
 
@@ -188,8 +192,9 @@ void TransferQueue::pieceDone(const Piece &piece, const RequestEnd &done, int of
     }
     const bool begun = m_current->kind == TransferKind::Load && piece.firstValue > 0;
     const bool sent = done.kind != ReplyKind::PortLost || done.written || begun;
-    row.end = done.changedNothing() ? RowEnd::Refused : sent ? RowEnd::Unconfirmed : RowEnd::NotTried;
-    row.exceptionCode = done.changedNothing() ? done.exceptionCode : 0;
+    const bool refused = done.changedNothing() && !piece.unheard;
+    row.end = refused ? RowEnd::Refused : sent || piece.unheard ? RowEnd::Unconfirmed : RowEnd::NotTried;
+    row.exceptionCode = refused ? done.exceptionCode : 0;
 }
 
 void TransferQueue::takeValues(const Piece &piece, int offset, TimePoint when)

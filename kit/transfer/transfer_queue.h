@@ -60,6 +60,7 @@ private:
         int values = 0;
         Area area;
         bool alone = false;
+        bool unheard = false; ///< an attempt to load its block got no answer: the slave may have acted on it
     };
 
     bool begin();

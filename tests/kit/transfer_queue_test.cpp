@@ -117,6 +117,28 @@ TEST_F(Transfers, TryTheRowsOfARefusedBlockAloneAndNoOthers)
     EXPECT_EQ(4u, requests.size()) << "the refused block, its two rows, and the other block";
 }
 
+TEST_F(Transfers, SayNothingOfARefusedRowWhoseBlockMayHaveBeenLoaded)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 1, 1);
+    damageReplies(1);
+    link().load({row(1, "4x1", {1}), row(1, "4x2", {2})}, noted());
+    steps(10);
+    EXPECT_EQ("DU", ends());
+    EXPECT_EQ(4u, requests.size()) << "the block twice, and its two rows";
+}
+
+TEST_F(Transfers, StoppedBeforeARowWhoseBlockMayHaveBeenLoadedSayNothingOfIt)
+{
+    plant.makeHole(1, Table::HoldingRegisters, 1, 1);
+    damageReplies(1);
+    rtu::Transfer transfer = link().load({row(1, "4x1", {1}), row(1, "4x2", {2})}, noted());
+    while (requests.size() < 3)
+        steps(1);
+    transfer.cancel();
+    steps(10);
+    EXPECT_EQ("DU cancelled", ends());
+}
+
 TEST_F(Transfers, SayNothingOfRowsWithoutAUsableReply)
 {
     struct Case
