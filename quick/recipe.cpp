@@ -57,6 +57,7 @@ void Recipe::cancel()
     m_transfer.cancel();
 }
 
+/** What cannot begin ends later: who hears of it may try again at once, each time inside the one before. */
 void Recipe::begin(Kind kind)
 {
     if (m_running)
@@ -71,8 +72,10 @@ void Recipe::begin(Kind kind)
     try {
         start(kind);
     } catch (const rtu::Error &error) {
-        warnAt(this, error.text());
-        end(Rejected, error.text());
+        const QString text = error.text();
+        warnAt(this, text);
+        QMetaObject::invokeMethod(
+            this, [this, text] { end(Rejected, text); }, Qt::QueuedConnection);
     }
 }
 

@@ -203,6 +203,7 @@ void Tag::showTime(rtu::TimePoint time)
 
 // --- what goes ---------------------------------------------------------------------------
 
+/** What cannot be sent is told later: who hears of it may try again at once, each time inside the one before. */
 void Tag::setValue(const QVariant &value)
 {
     ++m_writing;
@@ -211,8 +212,10 @@ void Tag::setValue(const QVariant &value)
     try {
         send(value);
     } catch (const rtu::Error &error) {
-        warnAt(this, error.text());
-        endWrite(Rejected, error.text());
+        const QString text = error.text();
+        warnAt(this, text);
+        QMetaObject::invokeMethod(
+            this, [this, text] { endWrite(Rejected, text); }, Qt::QueuedConnection);
     }
 }
 

@@ -55,7 +55,11 @@ TEST_F(ALinkAndItsTag, MayBeWrittenByWhatHearsTheEndOfAWriteWhileTheLinkGoes)
     });
     tag.setValue(5);
     delete link;
+    ASSERT_EQ(1, ends.size());
+    EXPECT_TRUE(tag.isWriting()) << "the second is told later";
+    QCoreApplication::processEvents();
     ASSERT_EQ(2, ends.size());
+    EXPECT_FALSE(tag.isWriting());
     EXPECT_EQ(QStringLiteral("the tag cannot be written: its link is not active"), ends[1]);
 }
 

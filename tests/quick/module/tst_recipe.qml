@@ -138,6 +138,25 @@ TestCase {
         verify(/^modbus\.rtu: .*tst_recipe\.qml:\d+/.test(surroundings.takeLog()[0]))
     }
 
+    function test_whoTriesAgainWhatIsRejectedDoesNotDoSoInsideItself() {
+        let depth = 0
+        let deepest = 0
+        let tries = 1
+        const again = function() {
+            deepest = Math.max(deepest, ++depth)
+            if (tries < 4) {
+                ++tries
+                wrong.load()
+            }
+            --depth
+        }
+        wrong.finished.connect(again)
+        wrong.load()
+        tryVerify(function() { return tries === 4 && !wrong.running })
+        wrong.finished.disconnect(again)
+        compare(deepest, 1)
+    }
+
     function test_goesToAFileAndBack() {
         const file = surroundings.temporaryFile("mix.json")
         verify(recipe.writeFile(file))

@@ -129,7 +129,7 @@ TestCase {
         tryCompare(tag, "quality", Tag.Good)
         ends.target = tag
         tag.value = data.value
-        compare(ends.count, 1)
+        tryCompare(ends, "count", 1)
         compare(ends.signalArguments[0][0], Tag.Rejected)
         verify(data.error.test(tag.error), tag.error)
         const log = surroundings.takeLog()
@@ -301,8 +301,28 @@ TestCase {
         const tag = make({ link: null, address: "4x1" })
         ends.target = tag
         tag.value = 1
-        compare(ends.count, 1)
+        verify(tag.writing)
+        tryCompare(ends, "count", 1)
+        verify(!tag.writing)
         compare(ends.signalArguments[0][0], Tag.Rejected)
         compare(tag.quality, Tag.NeverRead)
+    }
+
+    function test_whoTriesAgainWhatIsRejectedDoesNotDoSoInsideItself() {
+        const tag = make({ link: null, address: "4x1" })
+        let depth = 0
+        let deepest = 0
+        let tries = 1
+        tag.writeEnded.connect(function() {
+            deepest = Math.max(deepest, ++depth)
+            if (tries < 4) {
+                ++tries
+                tag.value = tries
+            }
+            --depth
+        })
+        tag.value = 1
+        tryVerify(function() { return tries === 4 && !tag.writing })
+        compare(deepest, 1)
     }
 }
