@@ -49,7 +49,7 @@ public:
 
     /** Why the value cannot be written; empty when it can. */
     virtual std::string refusal(const LiveRow &row) = 0;
-    /** The value as it would be typed. */
+    /** The value as it would be typed; empty where none has been read yet. */
     virtual std::string currentValue(const LiveRow &row) = 0;
     /** False with the reason in @p message when the text is no value. */
     virtual bool write(const LiveRow &row, const std::string &text, std::string *message) = 0;

@@ -134,7 +134,8 @@ std::string LiveView::refusal(const LiveRow &row)
 
 std::string LiveView::currentValue(const LiveRow &row)
 {
-    return valueText(stateOf(row).raw.front(), m_feed->tags()[row.tag].format);
+    const TagState state = stateOf(row);
+    return state.known ? valueText(state.raw.front(), m_feed->tags()[row.tag].format) : std::string();
 }
 
 bool LiveView::write(const LiveRow &row, const std::string &text, std::string *message)

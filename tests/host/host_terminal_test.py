@@ -221,6 +221,14 @@ class Editing(LiveViewTest):
         screen.press("Enter")
         screen.line("1:4x2: 20 -> 5, acknowledged")
 
+    def test_what_was_never_read_offers_no_value(self):
+        sim = self.file("dead.sim", "station 1\noff\n")
+        screen = Screen(self, "%s --sim %s -l 50 -o 0.05 4x1" % (PROGRAM, sim))
+        screen.line_with("1:4x1 ", "error")
+        screen.press("Enter", "Enter")
+        screen.line('"" is not a value here')
+        screen.matching(r"New value of 1:4x1 \(uint16\): *$")
+
     def test_space_toggles_a_bit(self):
         screen = self.open()
         screen.press("Down", "Down", "Down", "Down", "Down", "Down")
