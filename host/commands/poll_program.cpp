@@ -15,11 +15,6 @@ namespace {
 const Duration LongestRest = std::chrono::milliseconds(500);
 const int StepsToEnd = 100; ///< for the block that is on the line, its attempts included
 
-bool wentWell(WriteEnd end)
-{
-    return end == WriteEnd::Acknowledged || end == WriteEnd::Broadcast || end == WriteEnd::KeptLocal;
-}
-
 } // namespace
 
 PollProgram::PollProgram(Link &link, Line &line, LineRecorder &recorder, CauseReport &causes, const Options &options,
@@ -170,12 +165,11 @@ void PollProgram::tellWrite(const TagWrite &write, const TagState &old, const Wr
 {
     if (echoesWrites())
         m_recorder.printWrite(write, old, result, result.time == TimePoint() ? m_line.now() : result.time);
-    if (wentWell(result.end) || errorTold)
+    const std::string error = writeError(write, result);
+    if (error.empty() || errorTold)
         return;
     ++m_errors;
-    const bool unknown = result.end == WriteEnd::Unconfirmed;
-    m_err << "error: " << write.tag.place() << (unknown ? " may not have been written: " : " was not written: ")
-          << result.text.toStdString() << '\n';
+    m_err << "error: " << error << '\n';
 }
 
 int PollProgram::poll(const TagSelection &selection, std::size_t requestsARound)

@@ -445,7 +445,10 @@ private:
         } else if (!m_options.quiet) {
             m_out << "-- " << trafficText(statistics) << '\n';
         }
-        return statistics.total.giveUps == 0 && !portLost ? ExitGood : ExitErrors;
+        for (const std::string &error : view.writeErrors())
+            m_err << "error: " << error << '\n';
+        const bool good = statistics.total.giveUps == 0 && !portLost && view.writeErrors().empty();
+        return good ? ExitGood : ExitErrors;
     }
 
     /** The first signal ends in good order, the next at once. */

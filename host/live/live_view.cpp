@@ -68,6 +68,9 @@ WriteOptions LiveView::tellingTheEndOf(const TagWrite &write, const TagState &ol
     options.readBack = m_verify;
     options.done = [this, write, old](const WriteResult &result) {
         m_feed->noteEnd(endText(write, old, result, m_verify));
+        const std::string error = writeError(write, result);
+        if (!error.empty())
+            m_writeErrors.push_back(error);
         if (m_recorder)
             m_recorder->printWrite(write, old, result, result.time == TimePoint() ? m_line.now() : result.time);
     };

@@ -48,6 +48,9 @@ public:
     /** From any thread. */
     void stop() { m_ended = true; }
 
+    /** Each write that did not end well. To be asked when the link is gone, which ends those that still wait. */
+    const std::vector<std::string> &writeErrors() const { return m_writeErrors; }
+
 private:
     std::string refusal(const LiveRow &row) override;
     std::string currentValue(const LiveRow &row) override;
@@ -87,7 +90,8 @@ private:
     };
 
     std::unique_ptr<LiveFeed> m_feed;
-    std::vector<SentWrite> m_writes; ///< that had not ended when last looked at
+    std::vector<SentWrite> m_writes;        ///< that had not ended when last looked at, and were not taken back
+    std::vector<std::string> m_writeErrors; ///< of the link's thread as long as there is one
     LineRecorder *m_recorder = nullptr;
     std::string m_told; ///< before it ran
     bool m_verify = false;

@@ -70,6 +70,20 @@ std::string writeText(const TagWrite &write, const TagState &old, const WriteRes
     return lineOf(writtenOf(write, 0, old, result, TimePoint()), verified);
 }
 
+std::string writeError(const TagWrite &write, const WriteResult &result)
+{
+    switch (result.end) {
+    case WriteEnd::Refused:
+    case WriteEnd::NotSent:
+    case WriteEnd::Differs:
+        return write.tag.place() + " was not written: " + result.text.toStdString();
+    case WriteEnd::Unconfirmed:
+        return write.tag.place() + " may not have been written: " + result.text.toStdString();
+    default:
+        return std::string();
+    }
+}
+
 void WriteReport::print(const TagWrite &write, const TagState &old, const WriteResult &result, TimePoint now)
 {
     for (int value = 0; value < write.tag.values; ++value) {

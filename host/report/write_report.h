@@ -47,6 +47,9 @@ private:
 /** What became of the first value of a write: "1:4x211: 7 -> -12, acknowledged". */
 std::string writeText(const TagWrite &write, const TagState &old, const WriteResult &result, bool verified);
 
+/** "1:4x211 was not written: no answer"; empty where it went as the user wanted. */
+std::string writeError(const TagWrite &write, const WriteResult &result);
+
 } // namespace rtu
 
 #endif

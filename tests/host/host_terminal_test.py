@@ -123,6 +123,15 @@ class LiveViewTest(RtuHostTest):
         screen.line_with("1:4x1 ", "10")
         return screen
 
+    def open_on_a_busy_line(self, timeout=3600):
+        """A request waits for its reply: a read, or the first write if that comes before it."""
+        screen = self.open(timeout=timeout)
+        screen.press("f")
+        screen.type("no-reply")
+        screen.press("Enter")
+        screen.line("Fault added")
+        return screen
+
 
 class OnTheScreen(LiveViewTest):
     def test_values_with_unit_raw_and_age(self):
@@ -511,6 +520,31 @@ class Endings(LiveViewTest):
         screen = Screen(self, "%s --sim %s -l 50 -o 0.05 4x1" % (PROGRAM, sim))
         screen.line_with("1:4x1 ", "error")
         screen.press("q")
+        screen.line("ended with 1")
+
+    def test_what_the_end_kept_from_being_written_is_told(self):
+        for key in ("q", "C-c"):
+            screen = self.open_on_a_busy_line()
+            screen.press("Enter")
+            screen.type("77")
+            screen.press("Enter", "Down", "Enter")
+            screen.type("78")
+            screen.press("Enter")
+            screen.line("1:4x2 = 78")
+            screen.press(key)
+            screen.line("error: 1:4x2 was not written: the link has ended")
+            screen.line("ended with 1")
+            screen.end()
+
+    def test_a_refused_write_is_told_at_the_end(self):
+        screen = Screen(self, "%s --sim %s --fault 'exception 4 function 6' -l 50 4x1" % (PROGRAM, self.sim))
+        screen.line_with("1:4x1 ", "10")
+        screen.press("Enter")
+        screen.type("99")
+        screen.press("Enter")
+        screen.line("1:4x1: 10 -> 99, refused: ")
+        screen.press("q")
+        screen.line("error: 1:4x1 was not written: the slave answered with exception 4")
         screen.line("ended with 1")
 
     def test_rounds_end_the_view(self):
