@@ -167,8 +167,8 @@ void LiveView::send(const LiveRow &row, std::uint32_t raw)
     const Write write = m_feed->tags()[row.tag].values == 1
                             ? m_link.write(m_feed->board().handle(row.tag), numbers, options)
                             : m_link.write(definitionOf(tag), numbers, options);
-    m_writes.push_back(
-        SentWrite{std::to_string(tag.station) + ":" + tag.label() + " = " + valueText(raw, tag.format), write});
+    m_writes.push_back(SentWrite{
+        row, raw, std::to_string(tag.station) + ":" + tag.label() + " = " + valueText(raw, tag.format), write});
 }
 
 std::string LiveView::toggle(const LiveRow &row)
@@ -179,11 +179,21 @@ std::string LiveView::toggle(const LiveRow &row)
     const std::string reason = refusal(row);
     if (!reason.empty())
         return reason;
-    const TagState state = stateOf(row);
-    if (!state.known)
+    const SentWrite *under = lastUnder(row);
+    const TagState state = stateOf(row); // after that: it has what a write that has ended left
+    if (!under && !state.known)
         return tag.label() + " has not been read yet: Enter writes a value";
-    send(row, state.raw.front() ? 0 : 1);
+    send(row, (under ? under->raw : state.raw.front()) ? 0 : 1);
     return "Writing " + m_writes.back().text;
+}
+
+/** The last write of the value that is under way, which the value shown may not tell yet; null for none. */
+const LiveView::SentWrite *LiveView::lastUnder(const LiveRow &row) const
+{
+    const auto found = std::find_if(m_writes.rbegin(), m_writes.rend(), [&](const SentWrite &sent) {
+        return sent.row.tag == row.tag && sent.row.value == row.value && !sent.write.ended();
+    });
+    return found == m_writes.rend() ? nullptr : &*found;
 }
 
 std::vector<std::string> LiveView::waitingWrites()
@@ -198,9 +208,13 @@ std::vector<std::string> LiveView::waitingWrites()
 
 std::string LiveView::cancelWrites()
 {
-    int cancelled = 0;
-    for (SentWrite &sent : m_writes)
-        cancelled += sent.write.cancel() ? 1 : 0;
+    std::vector<SentWrite> left;
+    for (SentWrite &sent : m_writes) {
+        if (!sent.write.cancel())
+            left.push_back(sent);
+    }
+    const std::size_t cancelled = m_writes.size() - left.size();
+    m_writes.swap(left);
     return cancelled == 0 ? "No write waits to be sent" : std::to_string(cancelled) + " taken back";
 }
 

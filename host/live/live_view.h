@@ -68,11 +68,20 @@ private:
     std::string switchStation(const LiveRow &row) override;
     std::string pullPlug() override;
 
+    struct SentWrite
+    {
+        LiveRow row;
+        std::uint32_t raw;
+        std::string text; ///< "1:4x5 = 7"
+        Write write;
+    };
+
     void prepare(const TagSelection &selection);
     void show(LiveTerminal &terminal);
     void showNews(LiveState &state);
     void finishRound();
     void send(const LiveRow &row, std::uint32_t raw);
+    const SentWrite *lastUnder(const LiveRow &row) const;
     WriteOptions tellingTheEndOf(const TagWrite &write, const TagState &old);
     TagState stateOf(const LiveRow &row) const;
     TagRange tagOf(const LiveRow &row) const;
@@ -83,12 +92,6 @@ private:
     int m_roundsWanted;
     plant::Plant *m_plant;
     std::string m_portName;
-    struct SentWrite
-    {
-        std::string text; ///< "1:4x5 = 7"
-        Write write;
-    };
-
     std::unique_ptr<LiveFeed> m_feed;
     std::vector<SentWrite> m_writes;        ///< that had not ended when last looked at, and were not taken back
     std::vector<std::string> m_writeErrors; ///< of the link's thread as long as there is one

@@ -248,12 +248,21 @@ class Editing(LiveViewTest):
         screen.press("Home", "Space")
         screen.line("1:4x1 is no bit: Enter changes it")
 
+    def test_space_turns_over_what_it_has_written_last(self):
+        screen = self.open_on_a_busy_line()
+        screen.press("Down", "Down", "Down", "Down", "Down", "Space")
+        screen.line("Writing 1:0x1 = 1")
+        screen.press("Space")
+        screen.line("Writing 1:0x1 = 0")
+        screen.press("Space")
+        screen.line("Writing 1:0x1 = 1")
+        screen.press("x")
+        all_of_them = "3 taken back" in screen.line("taken back") # or the first one is on the line
+        screen.press("Space")
+        screen.line("Writing 1:0x1 = %d" % all_of_them)
+
     def test_waiting_writes_are_shown_and_taken_back(self):
-        screen = self.open(timeout=5)
-        screen.press("f")
-        screen.type("no-reply")
-        screen.press("Enter")
-        screen.line("Fault added")
+        screen = self.open_on_a_busy_line(timeout=5)
         screen.press("Down", "Enter")
         screen.type("77")
         screen.press("Enter", "Down", "Enter")
