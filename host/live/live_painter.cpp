@@ -349,18 +349,34 @@ void LivePainter::paintFooter(const LiveState &state, bool free)
     add(leftAligned(clippedText(text, room), room) + waiting, Look::Title);
 }
 
+/** What is asked for, in as many words as leave room for the input and the cursor behind it. */
+std::string LivePainter::inputPrompt(const LiveState &state) const
+{
+    if (state.mode() != LiveState::Mode::Edit)
+        return state.mode() == LiveState::Mode::Search ? " Search: " : " Fault: ";
+    const LiveRow &row = state.rows()[state.selected()];
+    const TagRange &tag = m_feed.tags()[row.tag];
+    const std::string place = std::to_string(tag.station) + ":" + tag.label(row.value);
+    const std::string format = " (" + formatName(tag.format.format, tag.format.width) + ")";
+    for (const std::string &prompt : {" New value of " + place + format + ": ", " " + place + format + ": "}) {
+        if (textWidth(prompt) + textWidth(state.input()) < m_columns)
+            return prompt;
+    }
+    return " " + place + ": ";
+}
+
+/** Of an input that is too long the end is shown, or what is behind the cursor when that is further in front. */
 void LivePainter::paintInput(const LiveState &state)
 {
-    std::string prompt = state.mode() == LiveState::Mode::Search ? " Search: " : " Fault: ";
-    if (state.mode() == LiveState::Mode::Edit) {
-        const LiveRow &row = state.rows()[state.selected()];
-        const TagRange &tag = m_feed.tags()[row.tag];
-        prompt = " New value of " + std::to_string(tag.station) + ":" + tag.label(row.value) + " ("
-                 + formatName(tag.format.format, tag.format.width) + "): ";
-    }
+    std::string prompt = inputPrompt(state);
+    const std::size_t room = static_cast<std::size_t>(m_columns - textWidth(prompt));
+    const std::size_t needed = state.input().size() + 1; // the cursor stands behind it
+    const std::size_t first = std::min(state.inputCursor(), needed - std::min(needed, room));
+    if (first > 0)
+        prompt.back() = '<';
     m_screen.cursorRow = static_cast<int>(m_screen.lines.size());
-    m_screen.cursorColumn = textWidth(prompt) + static_cast<int>(state.inputCursor());
-    add(prompt + state.input(), Look::Input);
+    m_screen.cursorColumn = textWidth(prompt) + static_cast<int>(state.inputCursor() - first);
+    add(prompt + state.input().substr(first), Look::Input);
 }
 
 /** A page of the keys; what has no room is on the next. */

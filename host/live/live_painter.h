@@ -38,6 +38,7 @@ private:
     void paintTrace(LiveState &state, int height);
     ScreenLine traceLine(const TraceLine &line) const;
     void paintFooter(const LiveState &state, bool free);
+    std::string inputPrompt(const LiveState &state) const;
     void paintInput(const LiveState &state);
     std::string position(const LiveState &state) const;
     std::string news(const LiveState &state) const;

@@ -390,6 +390,47 @@ TEST_F(LiveScreen, PutsTheCursorIntoTheInput)
     EXPECT_EQ(-1, paint().cursorRow);
 }
 
+TEST_F(LiveScreen, ShowsWhatIsTypedInFortyColumns)
+{
+    show({"4x_double1001:float@12"});
+    const std::string longest = "0b10000000100000000000000000000001";
+    for (int begin : {int(rtu::KeyEnter), int('f'), int('/')}) {
+        state->press(begin);
+        std::string typed;
+        for (char key : longest) {
+            state->press(key);
+            typed += key;
+            const rtu::Screen screen = paint(10, 40);
+            ASSERT_GT(40, screen.cursorColumn) << typed;
+            const std::string shown = screen.text(9).substr(0, static_cast<std::size_t>(screen.cursorColumn));
+            const std::string end = typed.substr(typed.size() - std::min<std::size_t>(typed.size(), 16));
+            EXPECT_TRUE(shown.size() > end.size() && shown.substr(shown.size() - end.size()) == end) << shown;
+        }
+        for (std::size_t at = typed.size(); at-- > 0;) {
+            state->press(rtu::KeyLeft);
+            const rtu::Screen screen = paint(10, 40);
+            ASSERT_TRUE(screen.cursorColumn > 0 && screen.cursorColumn < 40) << at;
+            EXPECT_EQ(typed[at], screen.text(9)[static_cast<std::size_t>(screen.cursorColumn)]) << at;
+        }
+        EXPECT_TRUE(contains(paint(10, 80).text(9), typed));
+        state->press(rtu::KeyEscape);
+    }
+}
+
+TEST_F(LiveScreen, AsksInAsManyWordsAsTheInputLeavesRoomFor)
+{
+    show({"4x_double1001:float@12"});
+    state->press(rtu::KeyEnter);
+    EXPECT_TRUE(contains(paint(10, 43).text(9), " New value of 12:4x_double1001 (float): 12 "));
+    EXPECT_TRUE(contains(paint(10, 42).text(9), " 12:4x_double1001 (float): 12 "));
+    for (char key : std::string("1234567890123"))
+        state->press(key);
+    EXPECT_TRUE(contains(paint(10, 40).text(9), " 12:4x_double1001: 1234567890123 "));
+    for (char key : std::string("4567890123"))
+        state->press(key);
+    EXPECT_EQ(" 12:4x_double1001:<45678901234567890123 ", paint(10, 40).text(9));
+}
+
 TEST_F(LiveScreen, ShowsAndHoldsTheTrace)
 {
     show({"4x1"});
