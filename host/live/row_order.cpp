@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <tuple>
+#include <utility>
 
 namespace rtu {
 
@@ -22,8 +23,6 @@ bool precedes(RowOrder order, const TagBoard &board, const LiveRow &left, const 
         const int second = b.addressOf(right.value);
         return std::tie(a.station, a.type.name, first) < std::tie(b.station, b.type.name, second);
     }
-    case RowOrder::LastChanged:
-        return board.changed(left.tag, left.value) > board.changed(right.tag, right.value);
     default:
         return false;
     }
@@ -31,9 +30,27 @@ bool precedes(RowOrder order, const TagBoard &board, const LiveRow &left, const 
 
 } // namespace
 
+std::vector<LiveRow> lastChangedFirst(const std::vector<LiveRow> &rows,
+                                      const std::function<TimePoint(const LiveRow &)> &changed)
+{
+    std::vector<std::pair<TimePoint, LiveRow>> timed;
+    for (const LiveRow &row : rows)
+        timed.emplace_back(changed(row), row);
+    std::stable_sort(timed.begin(), timed.end(),
+                     [](const std::pair<TimePoint, LiveRow> &left, const std::pair<TimePoint, LiveRow> &right) {
+                         return left.first > right.first;
+                     });
+    std::vector<LiveRow> sorted;
+    for (const std::pair<TimePoint, LiveRow> &each : timed)
+        sorted.push_back(each.second);
+    return sorted;
+}
+
 std::vector<LiveRow> orderedRows(RowOrder order, const TagBoard &board)
 {
     std::vector<LiveRow> rows = liveRows(board.tags());
+    if (order == RowOrder::LastChanged)
+        return lastChangedFirst(rows, [&](const LiveRow &row) { return board.changed(row.tag, row.value); });
     if (order == RowOrder::TroubleFirst) {
         std::vector<bool> failed;
         for (std::size_t tag = 0; tag < board.tags().size(); ++tag)

@@ -238,6 +238,21 @@ TEST_F(LiveScreen, SortsByWhatTheUserLooksFor)
     EXPECT_EQ(1u, first(rtu::RowOrder::TroubleFirst));
 }
 
+/** The link's thread notes changes while the user sorts. */
+TEST(RowOrder, AsksOfEachRowOnceWhenItChanged)
+{
+    std::vector<rtu::LiveRow> rows;
+    for (std::size_t tag = 0; tag < 50; ++tag)
+        rows.push_back(rtu::LiveRow{tag, 0});
+    rtu::TimePoint now;
+    const auto moving = [&now](const rtu::LiveRow &) { return now += milliseconds(1); };
+    const std::vector<rtu::LiveRow> sorted = rtu::lastChangedFirst(rows, moving);
+    ASSERT_EQ(50u, sorted.size());
+    EXPECT_EQ(rtu::TimePoint() + milliseconds(50), now);
+    for (std::size_t i = 0; i < sorted.size(); ++i)
+        EXPECT_EQ(49 - i, sorted[i].tag);
+}
+
 TEST(LiveLayout, HandsOutEveryLineAndValuesFirst)
 {
     for (int rows : {10, 16, 24, 60}) {
