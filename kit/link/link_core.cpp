@@ -200,6 +200,7 @@ std::vector<TagRecordPtr> LinkCore::records() const
 
 void LinkCore::ask(const WriteJobPtr &job)
 {
+    job->asked = m_line->now(); // the next step, which accepts it, may be long in coming
     postRequest([this, job] { m_writes.accept(job); });
 }
 
@@ -243,9 +244,7 @@ void LinkCore::open()
             throw Error(QLatin1String("cannot open the line: it is not there"));
         m_port->open();
     }
-    m_poller.portOpened();
-    const Locked held(m_lock->mutex);
-    m_nextStep = TimePoint();
+    post([this] { m_poller.portOpened(); }); // in its turn among what is asked for before and after
 }
 
 void LinkCore::start()

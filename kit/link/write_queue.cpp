@@ -48,7 +48,6 @@ QString reasonOf(const RequestEnd &end)
 
 void WriteQueue::accept(const WriteJobPtr &job)
 {
-    job->asked = m_parts.line.now();
     if (job->record)
         m_parts.tags.showWritten(job->record, job->raw);
     const auto older = std::find_if(m_waiting.begin(), m_waiting.end(), [&](const WriteJobPtr &waiting) {

@@ -25,9 +25,9 @@ struct WriteJob : Job<WriteResult>
     std::vector<std::uint32_t> raw;
     bool keep = false;
     bool readBack = false;
+    TimePoint asked;
 
     // Of the link's thread alone:
-    TimePoint asked;
     int handed = 0;       ///< values given to the driver, those on the line included
     int acknowledged = 0; ///< values
     bool reading = false; ///< acknowledged whole, now being read back

@@ -42,7 +42,7 @@ public:
     /** A station that was silent made itself heard, be it by an exception. */
     virtual void stationBack(int station) = 0;
     virtual void portChanged(bool open) = 0;
-    /** The port was lost, or is away: once a step. */
+    /** The port was lost, or has been away until now: what may not wait for it ends. */
     virtual void portAway() = 0;
 };
 

@@ -140,11 +140,25 @@ bool Poller::openPort()
 {
     if (!m_portOpen && m_line.now() < m_nextOpen)
         return false;
+    endWaits();
     const bool open = m_line.ensureOpen();
     if (!open)
         m_nextOpen = m_line.now() + m_settings.reopenInterval;
     setPort(open);
     return open;
+}
+
+void Poller::portOpened()
+{
+    endWaits();
+    setPort(true);
+}
+
+/** However long nobody stepped: what has waited too long for a port that was away does not go out when it is back. */
+void Poller::endWaits()
+{
+    if (m_portKnown && !m_portOpen)
+        m_client.portAway();
 }
 
 void Poller::setPort(bool open)

@@ -36,8 +36,8 @@ public:
     /** Quiet time before a frame to this station. */
     Duration silence(int station) const { return m_exchange.silence(station); }
     bool portOpen() const { return m_portOpen; }
-    /** Somebody else has opened it: the next step does not wait before it tries. */
-    void portOpened() { m_nextOpen = TimePoint(); }
+    /** Somebody else has opened it: what is asked for from now on has its port. */
+    void portOpened();
     /** Leaves no frame in the driver that waits for its reply: it may be set up anew then. */
     void settle();
     /** A request is on its way through the driver, and some of it may have been sent. */
@@ -57,6 +57,7 @@ private:
     void drop();
     bool openPort();
     void setPort(bool open);
+    void endWaits();
     void beginRound();
     void forgetRound();
     void endRest();

@@ -8,6 +8,21 @@ using namespace test_kit;
 
 class LinkLostWrites : public LinkWriteTest
 {
+protected:
+    /** The link has had its port, and has seen that it is away. */
+    void losePort()
+    {
+        steps(1);
+        line->plugged = false;
+        EXPECT_EQ(LinkStep::NoPort, link().step());
+    }
+
+    /** Nobody steps the link for an hour, at the end of which the port is there again. */
+    void backInAnHour()
+    {
+        line->advance(std::chrono::hours(1));
+        line->plugged = true;
+    }
 };
 
 TEST_F(LinkLostWrites, WaitingOnesAreNotSentWhenThePortIsLost)
@@ -40,6 +55,52 @@ TEST_F(LinkLostWrites, WaitingOnesAreKeptForAStatedTime)
     run(std::chrono::seconds(6));
     ASSERT_EQ(2u, ends.size());
     EXPECT_EQ(WriteEnd::NotSent, ends[1].second.end);
+}
+
+TEST_F(LinkLostWrites, AreKeptNoLongerThanStatedWhileNobodySteps)
+{
+    settings.keepWrites = std::chrono::seconds(10);
+    link().addTag(TagDefinition(1, "4x10"));
+    losePort();
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
+    EXPECT_EQ(LinkStep::NoPort, link().step());
+    link().write(TagDefinition(1, "4x11"), {7}, noted(2)); // no step has seen it yet
+    backInAnHour();
+    link().write(TagDefinition(1, "4x12"), {7}, noted(3));
+    run(std::chrono::seconds(1));
+    ASSERT_EQ(3u, ends.size());
+    EXPECT_EQ(WriteEnd::NotSent, ends[0].second.end);
+    EXPECT_EQ(WriteEnd::NotSent, ends[1].second.end);
+    EXPECT_EQ(WriteEnd::Acknowledged, ends[2].second.end);
+    EXPECT_EQ(0, held(9) + held(10));
+}
+
+TEST_F(LinkLostWrites, AskedForWhileNobodySteppedAreNotSentOnceThePortIsBack)
+{
+    link().addTag(TagDefinition(1, "4x10"));
+    losePort();
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
+    backInAnHour();
+    run(std::chrono::seconds(1));
+    EXPECT_EQ(WriteEnd::NotSent, theEnd().end);
+    EXPECT_EQ(0, held(9));
+    EXPECT_EQ((std::vector<bool>{true, false, true}), ports);
+}
+
+TEST_F(LinkLostWrites, AskedForAfterThePortWasOpenedAreSent)
+{
+    link().addTag(TagDefinition(1, "4x10"));
+    losePort();
+    link().write(TagDefinition(1, "4x10"), {7}, noted(1));
+    backInAnHour();
+    link().open();
+    link().write(TagDefinition(1, "4x11"), {7}, noted(2));
+    run(std::chrono::seconds(1));
+    ASSERT_EQ(2u, ends.size());
+    EXPECT_EQ(WriteEnd::NotSent, ends[0].second.end);
+    EXPECT_EQ(WriteEnd::Acknowledged, ends[1].second.end);
+    EXPECT_EQ(0, held(9));
+    EXPECT_EQ((std::vector<bool>{true, false, true}), ports) << "told once";
 }
 
 TEST_F(LinkLostWrites, KeptOnesThatAreCancelledEndWithoutThePort)
