@@ -361,8 +361,10 @@ PollStep LinkCore::step()
 
 PollStep LinkCore::stepFromOutside()
 {
+    if (onOwnThread()) // whose end such a step would undo
+        throw Error(QLatin1String("a link that was stopped in a callback is stepped after the callback"));
     const std::shared_ptr<LinkCore> self = shared_from_this(); // a callback may destroy the link
-    if (!onOwnThread()) {
+    {
         const Locked alone(m_startStop);
         if (!running())
             joinThread(); // stopped in a callback before, it may still be in that one

@@ -106,7 +106,12 @@ public:
     void stop();
     bool running() const;
 
-    /** Does the next thing: at most one frame and its reply. Waits for the line alone. */
+    /**
+     * Does the next thing: at most one frame and its reply. Waits for the line alone. Refused in a callback of the
+     * link's own thread: step it afterwards.
+     *
+     * @throws Error
+     */
     LinkStep step();
     /** After LinkStep::Idle or NoPort: when there may be something to do. Anything asked for comes earlier. */
     TimePoint nextStep() const;

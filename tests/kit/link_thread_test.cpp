@@ -329,6 +329,23 @@ TEST_F(LinkThread, StoppedInACallbackIsStartedAgainAfterIt)
     untilFive();
 }
 
+/** A step would undo the stop, and starting it again would wait for ever for a thread that polls on. */
+TEST_F(LinkThread, StoppedInACallbackIsSteppedAgainAfterIt)
+{
+    std::promise<std::string> words;
+    link->onTransaction([&](const rtu::Transaction &) {
+        if (frames != 1)
+            return;
+        link->stop();
+        words.set_value(refusalOf([this] { link->step(); }));
+    });
+    link->start();
+    EXPECT_EQ("a link that was stopped in a callback is stepped after the callback", words.get_future().get());
+    EXPECT_EQ(LinkStep::Stopped, link->step());
+    link->start();
+    untilFive();
+}
+
 TEST_F(LinkThread, ACallbackMayStartALinkThatRuns)
 {
     std::promise<std::string> words;
