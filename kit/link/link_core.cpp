@@ -263,7 +263,7 @@ void LinkCore::start()
     m_line->clearInterrupt();
     const SignalsHeld noSignals;
     const Locked held(m_lock->mutex); // the thread looks at nothing before all is set
-    m_poller.stopping() = false;
+    m_poller.goOn();
     m_thread = std::thread([self] { self->run(); });
     m_polling = m_thread.get_id();
     m_threaded = true;
@@ -372,7 +372,7 @@ PollStep LinkCore::stepFromOutside()
     const NotedThread noted(m_lock->mutex, m_stepping);
     const PollStep done = step();
     if (done == PollStep::Stopped) { // told once; the next step goes on
-        m_poller.stopping() = false;
+        m_poller.goOn();
         m_line->clearInterrupt();
     }
     return done;

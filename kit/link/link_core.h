@@ -95,6 +95,7 @@ private:
     bool transferring() const override { return m_transfers.underWay(); }
     void frameDone(const Transaction &transaction) override;
     void requestDone(const RequestEnd &end) override;
+    void writeWithdrawn(const Area &area) override { m_writes.withdrawn(area); }
     void roundDone() override;
     void cyclicDone(const RequestEnd &end);
     void stationSilent(int station) override;

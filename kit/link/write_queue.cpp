@@ -135,6 +135,24 @@ bool WriteQueue::isKept(const RequestEnd &done) const
            && done.time < m_current->asked + m_parts.settings.keepWrites;
 }
 
+void WriteQueue::withdrawn(const Area &area)
+{
+    m_inDriver = false;
+    m_parts.tags.writeLeft(area, false);
+    putBack();
+}
+
+/** The piece is handed again; a write of which nothing was sent waits as before. */
+void WriteQueue::putBack()
+{
+    m_current->handed = m_current->acknowledged;
+    if (m_current->acknowledged > 0)
+        return;
+    m_current->putBack();
+    m_waiting.push_front(m_current);
+    m_current.reset();
+}
+
 void WriteQueue::requestDone(const RequestEnd &done)
 {
     if (!m_current || !m_inDriver)
@@ -142,13 +160,8 @@ void WriteQueue::requestDone(const RequestEnd &done)
     m_inDriver = false;
     m_parts.tags.writeLeft(done.area, !done.good() && endOf(done, *m_current) == WriteEnd::Unconfirmed);
     const int values = m_current->layout->definition().values;
-    if (isKept(done)) {
-        m_current->handed = 0;
-        m_current->putBack();
-        m_waiting.push_front(m_current);
-        m_current.reset();
-        return;
-    }
+    if (isKept(done))
+        return putBack();
     if (done.good())
         m_current->acknowledged = m_current->handed;
     if (done.good() && m_current->handed < values)

@@ -45,6 +45,8 @@ public:
     /** Hands the driver the next piece. True: it has one. */
     bool feed();
     void requestDone(const RequestEnd &end);
+    /** The piece in the driver was taken out of it unsent. */
+    void withdrawn(const Area &area);
 
     bool handed() const { return m_inDriver; }
 
@@ -65,6 +67,7 @@ private:
     bool handPiece();
     void takeNext();
     bool isKept(const RequestEnd &end) const;
+    void putBack();
     void finish(const RequestEnd &end);
     void end(const WriteJobPtr &job, const WriteResult &result);
     void endCurrent(WriteResult result);

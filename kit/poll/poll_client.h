@@ -34,6 +34,8 @@ public:
     /** A frame went over the line. */
     virtual void frameDone(const Transaction &transaction) = 0;
     virtual void requestDone(const RequestEnd &end) = 0;
+    /** A write was taken out of the driver before anything of it was sent: it is to be handed again. */
+    virtual void writeWithdrawn(const Area &area) = 0;
     /** Every request of the plan had its turn. */
     virtual void roundDone() = 0;
 

@@ -55,6 +55,7 @@ PollStep Poller::step()
         return PollStep::Stopped;
     if (!openPort())
         return noPort();
+    withdrawStale();
     m_inRequest = m_inRequest && nextFrame();
     bool putOff = false;
     while (!m_inRequest) {
@@ -88,6 +89,23 @@ void Poller::passOver()
 {
     giveUp();
     m_inRequest = false;
+}
+
+void Poller::goOn()
+{
+    m_stopping = false;
+    m_wentOn = true;
+}
+
+/** What a bit write read before a stop may hold other bits by now, which its write half would undo. */
+void Poller::withdrawStale()
+{
+    const bool stale = m_wentOn && m_inRequest && m_halfRead && !m_request.written;
+    m_wentOn = false;
+    if (!stale)
+        return;
+    passOver();
+    m_client.writeWithdrawn(m_request.area);
 }
 
 PollStep Poller::noPort()
@@ -197,6 +215,7 @@ void Poller::beginRequest()
     m_request.area = areaOf(var.station, var.regType, var.startAddr, var.count);
     m_resend = false;
     m_heard = false;
+    m_halfRead = false;
     m_wasDead = m_health.dead(var.station);
     m_inRequest = true;
 }
@@ -265,6 +284,7 @@ void Poller::handOver()
     m_client.frameDone(t);
     m_resend = t.verdict == VerdictSendAgain;
     const bool readHalf = t.verdict == VerdictGood && m_request.source == Source::Write && t.isRead;
+    m_halfRead = m_halfRead || readHalf;
     if (!m_resend && !readHalf)
         endRequest();
     if (t.end == ReplyEnd::PortLost)

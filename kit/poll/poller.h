@@ -47,6 +47,8 @@ public:
     bool betweenRounds() const { return m_cyclicDone == 0; }
 
     std::atomic<bool> &stopping() { return m_stopping; }
+    /** After a stop, with no step under way. */
+    void goOn();
 
 private:
     PollStep idle(TimePoint until);
@@ -65,6 +67,7 @@ private:
     void beginRequest();
     bool disturbsRest() const;
     void passOver();
+    void withdrawStale();
     bool skipped();
     PollStep send();
     void handOver();
@@ -92,6 +95,8 @@ private:
     bool m_resend = false;
     bool m_heard = false; ///< something came back during this request
     bool m_wasDead = false;
+    bool m_halfRead = false; ///< of a bit write: the read half has its reply
+    bool m_wentOn = false;   ///< after a stop, and nothing was sent since
     bool m_portOpen = false;
     bool m_portKnown = false;
     TimePoint m_nextOpen;

@@ -28,6 +28,7 @@ public:
     bool transferring() const override { return false; }
     void frameDone(const rtu::Transaction &) override { ADD_FAILURE() << "nothing was to be sent"; }
     void requestDone(const rtu::RequestEnd &) override { ADD_FAILURE() << "nothing was asked for"; }
+    void writeWithdrawn(const rtu::Area &) override { ADD_FAILURE() << "nothing was to be written"; }
     void roundDone() override { ADD_FAILURE() << "there is no plan"; }
     void stationSilent(int) override { ADD_FAILURE() << "nobody was asked"; }
     void stationBack(int) override { ADD_FAILURE() << "nobody was asked"; }

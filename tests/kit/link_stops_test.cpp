@@ -19,6 +19,25 @@ protected:
         link().write(TagDefinition(1, "4x10"), {7}, options);
     }
 
+    /** Sets so many bits of 4x10, from the lowest on. */
+    void writeBits(int count)
+    {
+        TagDefinition bits(1, "4x_bit10.0");
+        bits.values = count;
+        rtu::WriteOptions options;
+        options.done = [this](const rtu::WriteResult &result) { ends.push_back(result.end); };
+        link().write(bits, std::vector<double>(static_cast<std::size_t>(count), 1), options);
+    }
+
+    /** Of the frames that were sent. */
+    std::string functions() const
+    {
+        std::string all;
+        for (const Bytes &request : requests)
+            all += std::to_string(int(request[1])) + " ";
+        return all;
+    }
+
     /** The slave carries out the next request; its answer is not waited for. */
     void stopOnceSent()
     {
@@ -87,6 +106,34 @@ TEST_F(LinkStops, AWriteOnTheLineIsNotKeptForThePort)
     run(std::chrono::seconds(2));
     EXPECT_EQ(1u, requests.size());
     EXPECT_EQ(std::vector<WriteEnd>{WriteEnd::Unconfirmed}, ends);
+}
+
+/** What else is in the register may have changed meanwhile. */
+TEST_F(LinkStops, ABitWriteReadsItsRegisterAgainAfterAStop)
+{
+    writeBits(1);
+    steps(1);
+    link().stop();
+    plant.poke(1, Table::HoldingRegisters, 9, 0x80);
+    EXPECT_EQ(LinkStep::Stopped, link().step());
+    steps(5);
+    EXPECT_EQ(0x81, plant.peek(1, Table::HoldingRegisters, 9));
+    EXPECT_EQ("3 3 16 ", functions());
+    EXPECT_EQ(std::vector<WriteEnd>{WriteEnd::Acknowledged}, ends);
+}
+
+TEST_F(LinkStops, ALongBitWriteReadsThePieceAgainThatAStopCameInto)
+{
+    settings.maxWords = 2;
+    writeBits(6);
+    steps(3);
+    link().stop();
+    plant.poke(1, Table::HoldingRegisters, 9, 0x83);
+    EXPECT_EQ(LinkStep::Stopped, link().step());
+    steps(9);
+    EXPECT_EQ(0xBF, plant.peek(1, Table::HoldingRegisters, 9));
+    EXPECT_EQ("3 16 3 3 16 3 16 ", functions());
+    EXPECT_EQ(std::vector<WriteEnd>{WriteEnd::Acknowledged}, ends);
 }
 
 TEST_F(LinkStops, ARowOnTheLineEndsWithItsLinkAsUnconfirmed)
