@@ -48,6 +48,11 @@ QString reasonOf(const RequestEnd &end)
 
 void WriteQueue::accept(const WriteJobPtr &job)
 {
+    if (job->takenBack()) { // it replaces nothing, and no tag shows it
+        job->record.reset();
+        m_waiting.push_back(job);
+        return;
+    }
     if (job->record)
         m_parts.tags.showWritten(job->record, job->raw);
     const auto older = std::find_if(m_waiting.begin(), m_waiting.end(), [&](const WriteJobPtr &waiting) {

@@ -403,6 +403,23 @@ TEST_F(LinkWrites, TakenBackBeforeANewerOneAreCancelledNotReplaced)
     EXPECT_EQ(1u, requests.size());
 }
 
+TEST_F(LinkWrites, TakenBackAtOnceReplaceNothingAndAreNotShown)
+{
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
+    steps(1);
+    link().write(tag, 7, noted(1));
+    EXPECT_TRUE(link().write(tag, 8, noted(2)).cancel());
+    loseReplies(1);
+    steps(1);
+    EXPECT_EQ(7.0, tag.value().number());
+    steps(1);
+    ASSERT_EQ(2u, ends.size());
+    EXPECT_EQ(2, ends[0].first);
+    EXPECT_EQ(WriteEnd::Cancelled, ends[0].second.end);
+    EXPECT_EQ(WriteEnd::Acknowledged, ends[1].second.end);
+    EXPECT_EQ(7, held(9));
+}
+
 TEST_F(LinkWrites, OtherTagsOfTheSameRegistersShowThem)
 {
     const rtu::Tag bit = link().addTag(TagDefinition(1, "4x_bit10.0"));
