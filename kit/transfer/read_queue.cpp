@@ -25,7 +25,7 @@ bool ReadQueue::feed()
         if (job->take())
             m_current = job;
         else
-            end(job, ReadResult());
+            endUnread(job, ReadEnd::Cancelled);
     }
     endWaiting([](const ReadJob &job) { return job.takenBack(); }, ReadEnd::Cancelled);
     if (m_current)
@@ -72,14 +72,19 @@ void ReadQueue::endCurrent(const RequestEnd &done)
     end(job, result);
 }
 
+/** One that waits ends so, unless its caller has taken it back. */
+void ReadQueue::endUnread(const ReadJobPtr &job, ReadEnd how)
+{
+    ReadResult result;
+    result.end = job->take() ? how : ReadEnd::Cancelled;
+    end(job, result);
+}
+
 void ReadQueue::end(const ReadJobPtr &job, const ReadResult &result)
 {
-    ReadResult told = result;
-    if (job->takenBack())
-        told.end = ReadEnd::Cancelled;
     if (job->inside)
-        job->inside(told);
-    endJob(m_parts, job, told);
+        job->inside(result);
+    endJob(m_parts, job, result);
 }
 
 template <typename Condition>
@@ -90,10 +95,8 @@ void ReadQueue::endWaiting(Condition condition, ReadEnd how)
     for (const ReadJobPtr &job : m_waiting)
         (condition(*job) ? ending : left).push_back(job);
     m_waiting.swap(left);
-    ReadResult result;
-    result.end = how;
     for (const ReadJobPtr &job : ending)
-        end(job, result);
+        endUnread(job, how);
 }
 
 void ReadQueue::stationSilent(int station)

@@ -47,6 +47,7 @@ public:
 private:
     void handPiece();
     void endCurrent(const RequestEnd &end);
+    void endUnread(const ReadJobPtr &job, ReadEnd how);
     void end(const ReadJobPtr &job, const ReadResult &result);
     template <typename Condition>
     void endWaiting(Condition condition, ReadEnd how);

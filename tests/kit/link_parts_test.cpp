@@ -102,6 +102,23 @@ TEST_F(LinkPartsTest, ATransferUnderWayIsNeitherHandedTwiceNorEndedByAPortThatIs
     EXPECT_TRUE(job->ended());
 }
 
+TEST_F(LinkPartsTest, AReadThatEndsUnreadCanNoLongerBeTakenBack)
+{
+    rtu::RegisterCatalog catalog(driver);
+    const rtu::ReadJobPtr job = std::make_shared<rtu::ReadJob>();
+    job->lock = std::make_shared<rtu::LinkLock>();
+    job->layout = std::make_shared<rtu::TagLayout>(driver, catalog, rtu::TagDefinition(1, QString::fromLatin1("4x1")),
+                                                   rtu::TagUse::Read);
+    bool takenBack = true;
+    job->inside = [&](const rtu::ReadResult &) { takenBack = job->cancel(); };
+    rtu::ReadQueue reads(parts);
+    reads.accept(job);
+    reads.stationSilent(1);
+    EXPECT_FALSE(takenBack) << "its caller would be told otherwise";
+    EXPECT_EQ(rtu::ReadEnd::NotTried, job->outcome().end);
+    job->inside = nullptr;
+}
+
 TEST_F(LinkPartsTest, ADriverWithNothingToSendIsLeftInPeace)
 {
     IdleClient client;
