@@ -111,8 +111,8 @@ MODBUS_RTU_EXPORT int intf_initProperty(void *hostArea, int hostArg, void *hostW
 /**
  * Checks a typed-in address for an object of known kind.
  *
- * Numbers never wrap into the range: one that 32 bits do not hold, or would
- * only hold multiplied by 16, is out of range.
+ * Numbers never wrap into the range: one that 32 bits do not hold is no address
+ * (4), one that they do not hold multiplied by 16 is out of range (2).
  *
  * @param count consecutive elements: bits for bit types, registers otherwise
  * @param objectKind 0 for a bit object, anything else for a word object
