@@ -42,6 +42,7 @@ void PacedReads::reset(bool planned)
     m_inTurn.reset();                // a tag that was removed must not live on here
     m_areas.clear();
     m_suspects.clear();
+    m_probing = false;
     m_hopeless.clear();
 }
 
@@ -49,6 +50,7 @@ void PacedReads::portLost()
 {
     m_areas.clear();
     m_suspects.clear();
+    m_probing = false;
     for (const TagRecordPtr &record : m_parts.tags.records())
         record->due = TimePoint();
 }
@@ -65,7 +67,7 @@ void PacedReads::stationBack(int station)
 bool PacedReads::isAsked(const TagRecord &record) const
 {
     return m_inDriver && std::any_of(record.pieces.begin(), record.pieces.end(), [this](const TagPiece &piece) {
-               return piece.area.overlaps(m_askedArea);
+               return m_askedArea.covers(piece.area);
            });
 }
 
@@ -73,7 +75,7 @@ void PacedReads::ask(const Area &area)
 {
     askForArea(m_parts.driver, area, Source::Paced);
     m_askedArea = area;
-    m_asked = m_parts.line.now();
+    m_probing = false;
     m_inDriver = true;
 }
 
@@ -177,14 +179,14 @@ void PacedReads::requestDone(const RequestEnd &done)
         return;
     m_inDriver = false;
     if (m_planned)
-        m_nextAlone = done.time + (done.time - m_asked);
+        m_nextAlone = done.time + done.lineTime;
     if (done.good())
         m_parts.tags.readGood(done.area, done.time, true);
     else if (done.refused())
         m_parts.tags.readRefused(done.area, done.exceptionCode, m_shared ? sharesRequests : isNone);
     else
         silent(done);
-    if (m_probe < m_suspects.size())
+    if (m_probing && m_probe < m_suspects.size())
         probed(done.good());
     else if (m_shared && done.refused() && (done.exceptionCode == 2 || done.exceptionCode == 3))
         lookForHoles(done.area, sharesRequests);
@@ -238,6 +240,7 @@ bool PacedReads::feedProbe()
     ask(std::find_if(pieces.begin(), pieces.end(), [this](const TagPiece &piece) {
             return m_refused.overlaps(piece.area);
         })->area);
+    m_probing = true;
     return true;
 }
 

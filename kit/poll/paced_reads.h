@@ -68,11 +68,11 @@ private:
     bool m_shared = false;    ///< the area in turn is that of several records
     bool m_inDriver = false;
     bool m_planned = false;
-    TimePoint m_asked;
     Area m_askedArea;
     TimePoint m_nextAlone; ///< tags alone take half of the line at most
     std::vector<TagRecordPtr> m_suspects;
     std::size_t m_probe = 0;    ///< of the suspects
+    bool m_probing = false;     ///< what the driver has is that one; a block may be refused while it has another read
     bool m_anyReadable = false; ///< of the suspects that have been asked for
     std::vector<Hopeless> m_hopeless;
     Area m_refused;

@@ -258,6 +258,7 @@ PollStep Poller::send()
         portLost();
         return awaitPort();
     }
+    m_request.lineTime += m_line.now() - m_exchangeStart;
     m_request.written = m_request.written || isWriteFrame();
     if (end == ExchangeEnd::CutShort) {
         m_request.writtenUnheard = m_request.writtenUnheard || isWriteFrame();

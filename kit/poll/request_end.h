@@ -32,7 +32,8 @@ struct RequestEnd
     /** An attempt of it got no answer that says whether the slave acted on it. */
     bool writtenUnheard = false;
     TimePoint time;
-    QString text; ///< the driver's error text
+    Duration lineTime{0}; ///< its attempts took of the line
+    QString text;         ///< the driver's error text
 
     bool good() const { return kind == ReplyKind::Good; }
     bool refused() const { return kind == ReplyKind::Exception && !gatewaySilence(); }

@@ -159,6 +159,22 @@ TEST_F(PacedReads, BeginAnewWithThePort)
     EXPECT_EQ((std::vector<std::string>{First, First, Second, Third}), asked());
 }
 
+TEST_F(PacedReads, OfTagsThatOverlapAreBothMadeWhenTheirStationIsBack)
+{
+    settings.questionInterval = seconds(1);
+    const rtu::Tag first = watch(2, "4x1", hours(1), 100);
+    const rtu::Tag second = watch(2, "4x60", hours(1), 100);
+    run(seconds(1));
+    plant.setStationOn(2, false);
+    link().read(TagDefinition(2, "4x200"));
+    run(seconds(5));
+    ASSERT_EQ(Quality::StationSilent, second.value().quality);
+    plant.setStationOn(2, true);
+    run(seconds(5));
+    EXPECT_EQ(Quality::Good, first.value().quality);
+    EXPECT_EQ(Quality::Good, second.value().quality);
+}
+
 TEST_F(PacedReads, EndWithTheFirstSilence)
 {
     plant.setStationOn(2, false);
@@ -219,6 +235,17 @@ TEST_F(PacedReads, FindNoHolesInABlockThatIsRefusedWholeBehindOneWithHoles)
         watch(2, address);
     run(seconds(5));
     EXPECT_EQ((std::vector<std::string>{std::string(ReadOneByOne) + "station 1 4x20, station 1 4x30"}), notices);
+}
+
+TEST_F(PacedReads, ThatWaitWhileABlockIsRefusedSayNothingOfItsTags)
+{
+    watch(1, "4x501");
+    watch(1, "4x502");
+    for (const char *address : {"4x1", "3x1", "0x1"})
+        watch(1, address, hours(1));
+    watch(2, "4x1", hours(1));
+    run(seconds(5));
+    EXPECT_EQ(std::vector<std::string>(), notices) << "neither of the two is readable alone";
 }
 
 TEST_F(PacedReads, OfOneTagSayNothingOfTheOthersInside)
@@ -386,6 +413,22 @@ TEST_F(TagsAlone, TakeHalfOfTheLineAtMost)
     ASSERT_GT(alone.size(), 15u);
     for (std::size_t i = 1; i < alone.size(); ++i)
         EXPECT_GE(alone[i].sent - alone[i - 1].finished, alone[i - 1].finished - alone[i - 1].sent);
+}
+
+TEST_F(TagsAlone, DoNotPayForATimeInWhichNobodyPolled)
+{
+    watchBesideAHole(1);
+    watch(2, "4x1");
+    run(seconds(5));
+    for (int i = 0; i < 64; ++i) {
+        for (int reads = 0; reads < i / 8; ++reads) // so that one of the tags alone waits behind the plan
+            link().read(TagDefinition(2, "4x9"));
+        steps(i % 8);
+        line->advance(hours(1));
+        requests.clear();
+        run(seconds(2));
+        EXPECT_GT(count("01 "), 10) << i;
+    }
 }
 
 } // namespace
