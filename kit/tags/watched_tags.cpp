@@ -94,14 +94,16 @@ void WatchedTags::updateIndex()
                          [](const Place &left, const Place &right) { return left.first < right.first; });
 }
 
-QList<KEY_ADDRESS> WatchedTags::planKeys() const
+/** What came by chance before the driver watched a place told nothing of changes: the next read is looked at. */
+QList<KEY_ADDRESS> WatchedTags::planKeys()
 {
     QList<KEY_ADDRESS> keys;
     for (const TagRecordPtr &record : m_records) {
         const TagLayout &layout = *record->layout;
         if (!record->isPlanned())
             continue;
-        for (const TagPiece &piece : record->pieces) {
+        for (TagPiece &piece : record->pieces) {
+            piece.stale = true;
             KEY_ADDRESS key = KEY_ADDRESS();
             key.station = layout.definition().station;
             key.regType = layout.regType();
@@ -171,7 +173,7 @@ void WatchedTags::readGood(const Area &area, TimePoint when, bool changed)
     });
 }
 
-void WatchedTags::fail(TagPiece &piece, Quality quality, int exceptionCode)
+void WatchedTags::mark(TagPiece &piece, Quality quality, int exceptionCode)
 {
     piece.quality = quality;
     piece.exceptionCode = exceptionCode;
@@ -182,7 +184,7 @@ void WatchedTags::readRefused(const Area &area, int exceptionCode, bool (*asked)
     forCovered(area, [&](TagRecord &record, TagPiece &piece) {
         if (!piece.area.covers(area) && !asked(record))
             return;
-        fail(piece, Quality::Refused, exceptionCode);
+        mark(piece, Quality::Refused, exceptionCode);
         show(record, false);
     });
 }
@@ -190,7 +192,7 @@ void WatchedTags::readRefused(const Area &area, int exceptionCode, bool (*asked)
 void WatchedTags::readSilent(const Area &area)
 {
     forCovered(area, [&](TagRecord &record, TagPiece &piece) {
-        fail(piece, Quality::StationSilent, 0);
+        mark(piece, Quality::StationSilent, 0);
         show(record, false);
     });
 }
@@ -198,7 +200,7 @@ void WatchedTags::readSilent(const Area &area)
 void WatchedTags::recordSilent(const TagRecordPtr &record)
 {
     for (TagPiece &piece : record->pieces)
-        fail(piece, Quality::StationSilent, 0);
+        mark(piece, Quality::StationSilent, 0);
     show(*record, false);
 }
 
@@ -230,7 +232,7 @@ void WatchedTags::writeEnded(const TagRecordPtr &record, bool acknowledged, bool
         if (acknowledged)
             piece.time = when;
         if (acknowledged || unconfirmed)
-            piece.quality = acknowledged ? Quality::Good : Quality::Unconfirmed;
+            mark(piece, acknowledged ? Quality::Good : Quality::Unconfirmed, 0);
     }
     if (record->writes > 0)
         return; // a newer one is shown

@@ -35,7 +35,7 @@ public:
     const std::vector<TagRecordPtr> &records() const { return m_records; }
 
     /** What belongs into the cyclic plan: one key a piece, of tags without a pace of their own. */
-    QList<KEY_ADDRESS> planKeys() const;
+    QList<KEY_ADDRESS> planKeys();
 
     /** The tags that have a piece in the area, in order of address. */
     std::vector<TagRecordPtr> inArea(const Area &area);
@@ -82,7 +82,7 @@ private:
     static void touch(TagRecord &record);
     void show(TagRecord &record, bool readCache);
     bool isBeingWritten(const TagRecord &record) const;
-    static void fail(TagPiece &piece, Quality quality, int exceptionCode);
+    static void mark(TagPiece &piece, Quality quality, int exceptionCode);
 
     DriverLibrary &m_driver;
     int m_maxWords;

@@ -155,6 +155,34 @@ TEST_F(WatchedTags, ShowWhatAOneOffReadBringsBeforeTheirOwnTurn)
     EXPECT_EQ(1u, changes.size());
 }
 
+TEST_F(WatchedTags, ShowWhatAnOlderPlanBroughtOfThem)
+{
+    for (const char *address : {"4x1", "4x1000", "4x1010"})
+        link().addTag(TagDefinition(1, address));
+    steps(1);
+    const rtu::Tag between = link().addTag(TagDefinition(1, "4x1005"));
+    plant.poke(1, Table::HoldingRegisters, 1004, 7);
+    link().read(TagDefinition(1, "4x1005"));
+    steps(1);
+    ASSERT_EQ(7.0, between.value().number());
+    plant.poke(1, Table::HoldingRegisters, 1004, 8);
+    steps(6);
+    EXPECT_EQ(8.0, between.value().number());
+}
+
+TEST_F(WatchedTags, HaveNoExceptionCodeOnceAWriteIsAcknowledged)
+{
+    settings.roundInterval = std::chrono::hours(1);
+    const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
+    script.push_back([this](const Bytes &) { line->receive(milliseconds(10), frame("01 83 02")); });
+    steps(2);
+    ASSERT_EQ(2, tag.value().exceptionCode);
+    link().write(tag, 7);
+    steps(1);
+    EXPECT_EQ(Quality::Good, tag.value().quality);
+    EXPECT_EQ(0, tag.value().exceptionCode);
+}
+
 TEST_F(WatchedTags, WrittenBeforeTheyWereReadHaveNoExceptionCode)
 {
     const rtu::Tag tag = link().addTag(TagDefinition(1, "4x10"));
