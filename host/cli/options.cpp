@@ -268,6 +268,10 @@ void Parser::checkMode() const
     if (fromFile && (!surplus.empty() || !m_options.tagFile.empty() || m_options.typeOrReferenceGiven))
         throw Misuse(std::string(mode == Mode::RecipeWrite ? "--recipe-write" : "--recipe-compare")
                      + " takes the registers from its file; leave out addresses, -t, -r and --tags");
+    if (mode == Mode::RecipeWrite && m_options.property.localWriteOnly)
+        throw Misuse("--recipe-write loads the slaves, and writes are to stay local; leave one of the two out");
+    if (movesRecipe() && m_options.verify)
+        throw Misuse("--verify is for single writes; --recipe-compare FILE reads a recipe back and compares");
     const bool oneSubject = mode == Mode::Describe || mode == Mode::MultiCopy || mode == Mode::ListTypes;
     if (oneSubject && !surplus.empty())
         throw Misuse("\"" + surplus

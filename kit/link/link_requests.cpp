@@ -102,6 +102,8 @@ OneOffRead Link::read(const TagDefinition &where, std::function<void(const ReadR
 
 Transfer Link::load(const std::vector<RecipeRow> &rows, std::function<void(const TransferResult &)> done)
 {
+    if (m_core->settings().localWritesOnly) // the driver sends a recipe all the same
+        throw Error(QLatin1String("a link that sends no writes loads no recipe"));
     return askTransfer(*m_core, TransferKind::Load, rows, std::move(done));
 }
 

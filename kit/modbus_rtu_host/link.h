@@ -137,7 +137,11 @@ public:
     /** Reads once. @param done called with the end as WriteOptions::done. @throws Error */
     OneOffRead read(const TagDefinition &where, std::function<void(const ReadResult &)> done = nullptr);
 
-    /** Writes the rows to the slaves. A row that fails does not keep those after it from being tried. @throws Error */
+    /**
+     * Writes the rows to the slaves. A row that fails does not keep those after it from being tried.
+     *
+     * @throws Error also where LinkSettings::localWritesOnly keeps writes from the slaves
+     */
     Transfer load(const std::vector<RecipeRow> &rows, std::function<void(const TransferResult &)> done = nullptr);
     /** Reads the rows from the slaves. @throws Error */
     Transfer save(const std::vector<RecipeRow> &rows, std::function<void(const TransferResult &)> done = nullptr);

@@ -50,7 +50,7 @@ struct LinkSettings
 
     /** Writes that wait while the port is away are kept this long; 0: they end as not sent. */
     Duration keepWrites{0};
-    bool localWritesOnly = false; ///< writes are shown and never sent
+    bool localWritesOnly = false; ///< writes are shown and never sent, and no recipe is loaded
 
     /** Where a merged block is refused and its tags are readable alone, read them alone. */
     bool findHoles = true;

@@ -362,6 +362,9 @@ TEST(Options, MisuseIsExplained)
         {{"--sim", "f", "/dev/ttyUSB0"}, "in place of a port"},
         {{"--serve", "f"}, "--serve takes FILE PORT"},
         {{"--max-words", "1", "p"}, "--max-words"},
+        {{"--local-only", "--recipe-write", "f", "p"}, "writes are to stay local"},
+        {{"--property", "1#1#0#3#120", "--recipe-write", "f", "p"}, "writes are to stay local"},
+        {{"--verify", "--recipe-write", "f", "p"}, "--recipe-compare FILE reads a recipe back"},
     };
     for (const MisuseCase &wrong : cases)
         EXPECT_TRUE(contains(misuse(wrong.arguments), wrong.reason)) << wrong.reason << ": " << misuse(wrong.arguments);

@@ -156,6 +156,18 @@ TEST_F(LinkWriteEnds, KeptLocal)
     EXPECT_EQ(Texts{}, sent());
 }
 
+TEST_F(LinkWriteEnds, KeptLocalWhichNoRecipeIs)
+{
+    settings.localWritesOnly = true;
+    rtu::RecipeRow row;
+    row.where = TagDefinition(1, "4x10");
+    row.numbers = {7};
+    EXPECT_THROW(link().load({row}), rtu::Error);
+    link().compare({row});
+    steps(2);
+    EXPECT_EQ(Texts{"01 03 00 09 00 01"}, sent());
+}
+
 // --- before they are sent ----------------------------------------------------------------
 
 TEST_F(LinkWriteEnds, OfThoseThatWait)
