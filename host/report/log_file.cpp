@@ -1,6 +1,7 @@
 #include "host/report/log_file.h"
 
 #include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -10,10 +11,24 @@
 
 namespace rtu {
 
+namespace {
+
+/** Not for reading where it is a pipe: its last reader, which is gone then, would be this program. */
+int openForRows(const std::string &path, LogFile::Start start)
+{
+    struct stat status = {};
+    const bool pipe = ::stat(path.c_str(), &status) == 0 && S_ISFIFO(status.st_mode);
+    const int access = pipe ? O_WRONLY : O_RDWR;
+    return ::open(path.c_str(), access | O_CREAT | O_APPEND | O_CLOEXEC | (start == LogFile::Start::Anew ? O_TRUNC : 0),
+                  0666);
+}
+
+} // namespace
+
 LogFile::LogFile(const std::string &path, Start start, Teller tell)
     : m_path(path)
     , m_tell(std::move(tell))
-    , m_file(::open(path.c_str(), O_RDWR | O_CREAT | O_APPEND | O_CLOEXEC | (start == Start::Anew ? O_TRUNC : 0), 0666))
+    , m_file(openForRows(path, start))
     , m_stream(this)
 {
     if (m_file < 0)

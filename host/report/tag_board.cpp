@@ -32,7 +32,7 @@ TagBoard::TagBoard(Link &link, Line &line, const std::vector<TagRange> &tags)
         m_changed.emplace_back(static_cast<std::size_t>(tag.values));
     }
     link.onChange([this](const TagChange &change) { noteChange(change); });
-    link.onTransaction([this](const Transaction &transaction) { noteFailure(transaction); });
+    link.onTransaction([this](const Transaction &transaction) { noteRead(transaction); });
 }
 
 void TagBoard::noteChange(const TagChange &change)
@@ -51,15 +51,17 @@ void TagBoard::noteChange(const TagChange &change)
     }
 }
 
-void TagBoard::noteFailure(const Transaction &t)
+/** What went wrong with a tag before it was read well is no reason for what goes wrong later. */
+void TagBoard::noteRead(const Transaction &t)
 {
-    if (t.verdict != VerdictGivenUp || t.tag == static_cast<int>(Source::Write))
+    const bool ended = t.verdict == VerdictGivenUp || t.verdict == VerdictGood;
+    if (!ended || t.tag == static_cast<int>(Source::Write))
         return;
     const Area area = areaOf(t.station, t.regType, t.startAddr, t.count);
     const std::lock_guard<std::mutex> lock(m_mutex);
     for (std::size_t i = 0; i < m_tags.size(); ++i) {
         if (area.overlaps(areaOfTag(m_tags[i])))
-            m_errors[i] = t.information.toStdString();
+            m_errors[i] = t.good() ? std::string() : t.information.toStdString();
     }
 }
 

@@ -43,7 +43,7 @@ public:
 
 private:
     void noteChange(const TagChange &change);
-    void noteFailure(const Transaction &transaction);
+    void noteRead(const Transaction &transaction);
 
     Line &m_line;
     std::vector<TagRange> m_tags;

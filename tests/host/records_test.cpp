@@ -6,7 +6,9 @@
 #include "host/text/wall_clock.h"
 #include "support/file_content.h"
 
+#include <fcntl.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <csignal>
@@ -256,6 +258,20 @@ TEST_F(Log, ADeviceThatIsAlwaysFullIsToldAndGoneWithout)
     EXPECT_TRUE(log.stream().good());
     EXPECT_EQ(3u, log.lost());
     EXPECT_EQ(1u, told.size());
+}
+
+TEST_F(Log, OfAPipeThatNobodyReadsAnyMoreIsToldAndGoneWithout)
+{
+    std::signal(SIGPIPE, SIG_IGN);
+    ASSERT_EQ(0, ::mkfifo(path.c_str(), 0600));
+    const int reader = ::open(path.c_str(), O_RDONLY | O_NONBLOCK);
+    rtu::LogFile log(path, rtu::LogFile::Start::Append, teller());
+    log.stream() << "row\n" << std::flush;
+    EXPECT_EQ(0u, told.size());
+    ::close(reader);
+    log.stream() << "row\n" << std::flush;
+    ASSERT_EQ(1u, told.size());
+    EXPECT_EQ(1u, log.lost());
 }
 
 TEST_F(Log, AFolderIsNoLog)

@@ -108,6 +108,25 @@ TEST_F(TagBoard, TagsOfADeadStationFailThoughNobodyAskedForThem)
     EXPECT_EQ("no answer", board->state(1).error);
 }
 
+TEST_F(TagBoard, WhatFailedBeforeAGoodReadIsNoReasonForWhatFailsAfterIt)
+{
+    settings.questionInterval = milliseconds(200);
+    watch({"4x1", "4x1000"});
+    silent = {1};
+    poll();
+    ASSERT_EQ("R,1#4x1(1)", board->state(0).error);
+    silent.clear();
+    while (board->state(0).failed || board->state(1).failed)
+        step();
+    const rtu::TimePoint read = board->state(0).read;
+    while (board->state(0).read == read)
+        step();
+    silent = {1};
+    poll();
+    EXPECT_EQ("R,1#4x1000(1)", board->state(1).error);
+    EXPECT_EQ("no answer", board->state(0).error);
+}
+
 TEST_F(TagBoard, ChangesAreNotedAtTheirValue)
 {
     usual = 0;
