@@ -91,7 +91,7 @@ public:
     {
         if (takeLine(line))
             return true;
-        pollfd watched = {m_descriptor, POLLIN, 0};
+        pollfd watched = {mayRead() ? m_descriptor : -1, POLLIN, 0};
         if (::poll(&watched, 1, milliseconds) <= 0)
             return false;
         char text[512];
@@ -113,6 +113,13 @@ public:
 
 private:
     enum { LongestLine = 4096 };
+
+    /** Whoever reads from its terminal in the background is stopped, and with it the slaves. */
+    bool mayRead() const
+    {
+        const pid_t foreground = ::tcgetpgrp(m_descriptor);
+        return foreground < 0 || foreground == ::getpgrp();
+    }
 
     // poll() passes over negative descriptors, so it goes on waiting.
     void stopReading()

@@ -5,10 +5,11 @@ import pty
 import select
 import signal
 import subprocess
+import sys
 import tty
 import unittest
 
-from rtuhost_under_test import PATIENCE, RtuHostTest, frame, wait_for
+from rtuhost_under_test import PATIENCE, RTUHOST, RtuHostTest, frame, wait_for
 
 
 class Faults(RtuHostTest):
@@ -133,6 +134,28 @@ class Ports(RtuHostTest):
         self.read_until(slaves, "serving 3 stations")
         self.read_until(slaves, "has no lines: none is taken any more")
         self.assertIn("1:4x1            10", self.run_host("-1", "-q", link, "4x1").out)
+
+    def test_served_slaves_leave_the_terminal_to_who_is_in_front(self):
+        link = self.file("port")
+        shell, terminal = pty.openpty()
+        self.addCleanup(os.close, shell)
+        job = """import fcntl, os, subprocess, sys, termios
+fcntl.ioctl(0, termios.TIOCSCTTY, 0)
+slaves = subprocess.Popen(sys.argv[1:], preexec_fn=lambda: os.setpgid(0, 0), stdout=subprocess.PIPE)
+os.write(1, b"%d " % slaves.pid + slaves.stdout.readline())
+slaves.wait()"""
+        front = subprocess.Popen([sys.executable, "-c", job, RTUHOST, "--serve", self.sim, "pty:" + link], stdin=terminal,
+                                 stdout=subprocess.PIPE, start_new_session=True)
+        os.close(terminal)
+        self.addCleanup(front.stdout.close)
+        self.addCleanup(front.wait)
+        self.addCleanup(front.kill)
+        told = front.stdout.readline()
+        self.addCleanup(os.kill, int(told.split()[0]), signal.SIGKILL)
+        self.assertIn(b"serving 3 stations", told)
+        os.write(shell, b"typed for the shell\n")
+        for _ in range(3):
+            self.assertIn("1:4x1            10", self.run_host("-1", "-q", link, "4x1").out)
 
     def test_ports_to_serve_on_are_named_in_errors(self):
         for port, reason in (("ptyx", "cannot serve on ptyx: "), (self.file("nothing"), "No such file or directory"),
