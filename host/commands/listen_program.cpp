@@ -97,6 +97,8 @@ public:
     {
     }
 
+    void notePort(bool open) { m_view.notePort(open); }
+
     /** @return false: end */
     bool show(TimePoint now)
     {
@@ -166,7 +168,9 @@ public:
             m_err << "error: " << captureProblem() << '\n';
         if (m_files->incomplete())
             m_err << "error: rows are missing in the records\n";
-        return captureProblem().empty() && !m_files->incomplete() ? 0 : 1;
+        if (m_lostPort && (table || m_options.quiet))
+            m_err << "error: the port was away in between\n";
+        return captureProblem().empty() && !m_files->incomplete() && !m_lostPort ? 0 : 1;
     }
 
 private:
@@ -189,8 +193,11 @@ private:
                 loop.stop();
         });
         loop.onPort([&](bool open) {
+            m_lostPort = m_lostPort || !open;
             records.notePort(open, m_line->now());
-            if (!m_options.quiet && !view)
+            if (view)
+                view->notePort(open);
+            else if (!m_options.quiet)
                 m_err << (open ? "the port is back" : "the port is gone, waiting for it") << '\n';
         });
         setLoop(&loop);
@@ -225,6 +232,7 @@ private:
     std::mutex m_mutex;
     ListenLoop *m_loop = nullptr;
     bool m_ending = false;
+    bool m_lostPort = false;       ///< also where it came back
     const SignalWatcher m_watcher; ///< threads inherit the held-back signals: before all others
     const std::unique_ptr<PortLine> m_line;
     std::unique_ptr<CaptureOutput> m_capture;

@@ -26,8 +26,8 @@ Screen ListenView::screen(const ListenOutput &heard, TimePoint now, int rows, in
     Screen screen;
     const std::string keys = "  q ends";
     const int room = columns - textWidth(keys);
-    screen.lines.push_back(
-        screenLine(leftAligned(shortenedText("listening to " + m_port, room), room) + keys, Look::Title, columns));
+    const std::string title = (m_portOpen ? "listening to " : "the port is gone: ") + m_port;
+    screen.lines.push_back(screenLine(leftAligned(shortenedText(title, room), room) + keys, Look::Title, columns));
     screen.lines.push_back(screenLine(heard.summary(), Look::Plain, columns));
     screen.lines.push_back(screenLine(table.front(), Look::Header, columns));
     for (int i = m_top; i < std::min(registers, m_top + m_page); ++i)

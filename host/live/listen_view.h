@@ -15,6 +15,7 @@ class ListenView
 public:
     ListenView(const std::string &port, const RegisterNames &names) : m_port(port), m_names(names) {}
 
+    void notePort(bool open) { m_portOpen = open; }
     Screen screen(const ListenOutput &heard, TimePoint now, int rows, int columns);
     /** @return false: end */
     bool takeKey(int key);
@@ -22,6 +23,7 @@ public:
 private:
     const std::string m_port;
     const RegisterNames m_names;
+    bool m_portOpen = true;
     int m_top = 0;  ///< first register shown
     int m_page = 1; ///< registers that fit
 };

@@ -152,6 +152,17 @@ class Listening(ListenTest):
         told = self.run_host("--replay", capture, "--json").out
         self.assertEqual({**json.loads(heard), "time": ""}, {**json.loads(told), "time": ""})
 
+    def test_a_lost_port_is_an_error(self):
+        line, far = pty.openpty()
+        self.port = os.ttyname(far)
+        process = self.listen()
+        os.close(far)
+        os.close(line)
+        self.assertIn(b"the port is gone", process.stderr.readline())
+        process.send_signal(signal.SIGINT)
+        process.communicate(timeout=PATIENCE)
+        self.assertEqual(1, process.returncode)
+
     def test_a_capture_that_exists_is_kept(self):
         capture = self.file("line.pcap", "old")
         result = self.run_host("--listen", self.port, "--pcap", capture, status=2)
