@@ -34,6 +34,7 @@ std::vector<LiveRow> lastChangedFirst(const std::vector<LiveRow> &rows,
                                       const std::function<TimePoint(const LiveRow &)> &changed)
 {
     std::vector<std::pair<TimePoint, LiveRow>> timed;
+    timed.reserve(rows.size());
     for (const LiveRow &row : rows)
         timed.emplace_back(changed(row), row);
     std::stable_sort(timed.begin(), timed.end(),
@@ -41,6 +42,7 @@ std::vector<LiveRow> lastChangedFirst(const std::vector<LiveRow> &rows,
                          return left.first > right.first;
                      });
     std::vector<LiveRow> sorted;
+    sorted.reserve(rows.size());
     for (const std::pair<TimePoint, LiveRow> &each : timed)
         sorted.push_back(each.second);
     return sorted;
