@@ -66,7 +66,9 @@ public:
     std::string options() const
     {
         std::string text = parameterOptions(m_line.parameters()) + " -a " + std::to_string(m_options.probeStation)
-                           + " --max-words " + std::to_string(words()) + " -o " + general(timeout(), 6);
+                           + " --max-words " + std::to_string(words());
+        if (m_result.measured)
+            text += " -o " + general(timeout(), 6);
         if (m_result.silence > m_line.timing().silence())
             text += " --silence " + general(std::ceil(1.5 * 1e3 * toSeconds(m_result.silence)), 6);
         return text;
@@ -131,22 +133,29 @@ std::string silenceText(const ProbeResult &result, const LineTiming &timing)
     return durationText(result.silence) + " works; usual are " + durationText(timing.silence());
 }
 
+std::string measuredText(const ProbeResult &result, const LineTiming &timing)
+{
+    if (!result.measured)
+        return "replies begin:  not measured, it answers no more\n";
+    return "replies begin:  after " + durationText(result.replyMedian) + " (median), "
+           + durationText(result.replyLongest) + " (longest)\nblock takes:    " + durationText(result.blockTime)
+           + " with its request\nsent again:     " + std::to_string(result.lost)
+           + "\nsilence:        " + silenceText(result, timing) + '\n';
+}
+
 void printText(const ProbeResult &result, const TagRange &range, const Advice &advice, const std::string &port,
                const LineTiming &timing, std::ostream &out)
 {
     out << "readable:       " << runsText(range.type, result.readable) << '\n'
         << "holes:          " << runsText(range.type, result.holes) << '\n';
+    if (result.late > 0)
+        out << "late:           " << result.late << " replies, which count as missing: probe it with a longer -o\n";
     if (result.readable.empty()) {
         out << "why:            " << noneText(result) << '\n';
         return;
     }
     out << "largest block:  " << blockText(result) << '\n'
-        << "replies begin:  after " << durationText(result.replyMedian) << " (median), "
-        << durationText(result.replyLongest) << " (longest)\n"
-        << "block takes:    " << durationText(result.blockTime) << " with its request\n"
-        << "sent again:     " << result.lost << '\n'
-        << "silence:        " << silenceText(result, timing) << '\n'
-        << "use:            rtuhost " << advice.options() << ' ' << port << ' '
+        << measuredText(result, timing) << "use:            rtuhost " << advice.options() << ' ' << port << ' '
         << runText(range.type, result.readable.front()) << '\n'
         << "property:       " << advice.property() << '\n';
 }
@@ -157,14 +166,18 @@ std::string probeJson(const ProbeResult &result, const TagRange &range, const Ad
                  {"readable", runsJson(range.type, result.readable)},
                  {"holes", runsJson(range.type, result.holes)},
                  {"largest_block", result.largestBlock},
-                 {"block_is_limit", result.blockIsLimit}};
+                 {"block_is_limit", result.blockIsLimit},
+                 {"late", result.late}};
     if (result.readable.empty()) {
         json["cause"] = causeName(result.exceptionCode > 0 ? Cause::Exception : Cause::StationSilent);
         json["text"] = noneText(result);
     } else {
-        json["reply_median_ms"] = jsonNumber(1e3 * toSeconds(result.replyMedian), 3);
-        json["reply_longest_ms"] = jsonNumber(1e3 * toSeconds(result.replyLongest), 3);
-        json["block_ms"] = jsonNumber(1e3 * toSeconds(result.blockTime), 3);
+        const auto measured = [&result](Duration time) {
+            return result.measured ? jsonNumber(1e3 * toSeconds(time), 3) : Json();
+        };
+        json["reply_median_ms"] = measured(result.replyMedian);
+        json["reply_longest_ms"] = measured(result.replyLongest);
+        json["block_ms"] = measured(result.blockTime);
         json["sent_again"] = result.lost;
         json["silence_ms"] = result.silenceFound ? jsonNumber(1e3 * toSeconds(result.silence), 3) : Json();
         json["options"] = advice.options();
@@ -208,7 +221,7 @@ int probeStation(const Options &options, PortLine &line, const TagRange &range, 
     else
         printText(result, range, advice, options.simFile.empty() ? line.name() : "--sim " + options.simFile,
                   line.timing(), out);
-    return result.readable.empty() ? 1 : 0;
+    return result.measured ? 0 : 1;
 }
 
 } // namespace rtu

@@ -8,6 +8,7 @@ namespace {
 
 /** Station, function and byte count in front of the values, the check sum behind them. */
 const int BytesAroundValues = 5;
+const std::size_t LongestReply = 256;
 
 bool readsBits(ReadFunction function)
 {
@@ -56,9 +57,27 @@ Transaction LineAsker::ask(const ReadRequest &request)
         m_collector.collect(t);
     else
         t.end = ReplyEnd::PortLost;
+    if (t.end == ReplyEnd::TimedOut && m_latePatience > Duration(0))
+        dropLateReply(t);
     judgeReply(t, true);
     m_quietSince = m_line.now();
     return t;
+}
+
+void LineAsker::dropLateReply(Transaction &t)
+{
+    unsigned char dropped[512];
+    const TimePoint end = m_line.now() + m_latePatience;
+    const TimePoint limit = end + m_latePatience + m_timing.characters(LongestReply); // some lines never fall silent
+    int count = m_line.read(dropped, sizeof(dropped), end);
+    while (count > 0) {
+        t.strayBytes += static_cast<std::size_t>(count);
+        if (m_line.now() >= limit)
+            return;
+        count = m_line.read(dropped, sizeof(dropped), m_line.now() + m_timing.replyGap());
+    }
+    if (count != DeadlinePassed)
+        t.end = count == LineLost ? ReplyEnd::PortLost : ReplyEnd::Interrupted;
 }
 
 } // namespace rtu

@@ -34,15 +34,27 @@ public:
     /** For the requests from now on: quiet time between the end of one reply and the next request. */
     void setSilence(Duration silence) { m_timing.setSilence(silence); }
 
+    /** For the requests from now on. */
+    void setReplyTimeout(Duration timeout) { m_collector.setReplyTimeout(timeout); }
+
+    /**
+     * For the requests from now on: how long the line is listened to behind a time-out. A reply that
+     * comes too late would be taken for that to the next request; it is dropped and counted as stray.
+     */
+    void setLatePatience(Duration patience) { m_latePatience = patience; }
+
     /** Sends the request and waits for the reply, which is judged. */
     Transaction ask(const ReadRequest &request);
 
     Line &line() { return m_line; }
 
 private:
+    void dropLateReply(Transaction &transaction);
+
     Line &m_line;
     LineTiming m_timing;
     ReplyCollector m_collector;
+    Duration m_latePatience{0};
     TimePoint m_quietSince;
 };
 

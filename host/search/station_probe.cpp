@@ -17,6 +17,8 @@ const int Samples = 8;
 const int QuickRequests = 6;
 /** So much rest no station wants: what is found out behind it is not the silence's doing. */
 const Duration LongRest = std::chrono::milliseconds(50);
+/** A station that is asked for the first time may be slower than anybody thought. */
+const Duration LongFirstDelay = std::chrono::seconds(1);
 const int Milliseconds[] = {1, 2, 3, 5, 7, 10, 15, 20, 30, 50};
 
 enum { AcknowledgeException = 5, BusyException = 6 };
@@ -49,19 +51,31 @@ StationProbe::StationProbe(Line &line, const LineTiming &timing, const ProbeSett
     , m_most(std::min(settings.count, LongestBlock))
 {
     m_asker.setSilence(std::max(timing.silence(), LongRest));
+    m_asker.setLatePatience(std::max(settings.replyTimeout, LongFirstDelay));
 }
 
 ProbeResult StationProbe::run()
 {
+    lookThrough();
+    if (m_lost) {
+        m_result.why.cause = Cause::PortLost;
+        m_result.why.text = causeText(Cause::PortLost) + ", and not all was known yet";
+    }
+    return m_result;
+}
+
+void StationProbe::lookThrough()
+{
     if (!findStation())
-        return m_result;
+        return;
+    m_asker.setLatePatience(m_settings.replyTimeout);
     findElements();
     if (m_result.readable.empty() || over())
-        return m_result;
+        return;
     findLargestBlock();
     measureReplies();
-    findSilence();
-    return m_result;
+    if (m_result.measured)
+        findSilence();
 }
 
 void StationProbe::report(const std::string &what)
@@ -79,6 +93,7 @@ Transaction StationProbe::ask(int address, int count)
     request.count = count;
     const Transaction t = m_asker.ask(request);
     m_lost = t.end == ReplyEnd::PortLost || t.end == ReplyEnd::Interrupted;
+    m_result.late += t.kind == ReplyKind::Silent && t.strayBytes > 0 ? 1 : 0;
     return t;
 }
 
@@ -124,10 +139,6 @@ bool StationProbe::findStation()
         t.verdict = attempt < Attempts ? VerdictSendAgain : VerdictGivenUp;
         m_result.why = diagnosis.take(t);
     }
-    if (m_lost) {
-        m_result.why.cause = Cause::PortLost;
-        m_result.why.text = causeText(Cause::PortLost);
-    }
     return false;
 }
 
@@ -151,6 +162,8 @@ bool StationProbe::readOrDivide(int address, int count)
         addTo(m_result.readable, address, count);
         return true;
     }
+    if (over()) // it was not refused
+        return false;
     if (count == 1) {
         addTo(m_result.holes, address, count);
         return false;
@@ -201,7 +214,7 @@ void StationProbe::measureReplies()
     report("measuring replies");
     const ElementRun run = longestRun();
     std::vector<Duration> delays;
-    for (int i = 0; i < Samples && !over(); ++i) {
+    for (int i = 0; i < (delays.empty() ? Attempts : Samples) && !over(); ++i) {
         for (int count : {1, std::min(m_result.largestBlock, run.count)}) {
             const Transaction t = ask(run.first, count);
             m_result.lost += t.kind == ReplyKind::Good ? 0 : 1;
@@ -214,6 +227,7 @@ void StationProbe::measureReplies()
     }
     if (delays.empty())
         return;
+    m_result.measured = true;
     std::sort(delays.begin(), delays.end());
     m_result.replyMedian = delays[delays.size() / 2];
     m_result.replyLongest = delays.back();

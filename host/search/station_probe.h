@@ -41,12 +41,14 @@ struct ProbeResult
     bool blockIsLimit = false; ///< one more is refused; false: the range has no more in a row
     std::string refusal;       ///< in words, of one more; where nothing can be read, of the last element
     int exceptionCode = 0;     ///< with refusal; 0: it was no exception
+    bool measured = false;     ///< false: it fell silent before, and the three times mean nothing
     Duration replyMedian{0};   ///< from the end of a request to the begin of its reply
     Duration replyLongest{0};  ///< the same
     Duration blockTime{0};     ///< a request for the largest block and its reply, from begin to end
     bool silenceFound = false; ///< false: it missed requests even behind the longest silence that was tried
     Duration silence{0};       ///< the shortest behind which it missed none
     int lost = 0;              ///< requests that had to be sent again
+    int late = 0;              ///< requests behind whose time-out something came
 };
 
 class StationProbe
@@ -65,6 +67,7 @@ public:
 
 private:
     bool over() const { return m_stopping || m_lost; }
+    void lookThrough();
     void report(const std::string &what);
     Transaction ask(int address, int count);
     Duration delayOf(const Transaction &transaction) const;

@@ -3,10 +3,11 @@ import json
 import os
 import pty
 import re
+import select
 import tty
 import unittest
 
-from rtuhost_under_test import RtuHostTest
+from rtuhost_under_test import PATIENCE, RtuHostTest, frame
 
 
 class Finding(RtuHostTest):
@@ -68,6 +69,57 @@ class Finding(RtuHostTest):
         silent = self.run_host("--probe", "8", "--json", "-o", "0.05", port, status=1)
         self.assertEqual((8, "silent"), (json.loads(silent.out)["station"], json.loads(silent.out)["cause"]))
         self.assertIn("why: station 8: after 3 attempts", silent.err)
+
+    def beside(self, *arguments):
+        """A run that has asked its first question; the far end of its line is this test."""
+        line, port = pty.openpty()
+        tty.setraw(port)
+        self.addCleanup(os.close, port)
+        host = self.start(*(os.ttyname(port) if argument == "PORT" else argument for argument in arguments))
+        self.await_request(line)
+        return host, line
+
+    def await_request(self, line):
+        got = b""
+        while len(got) < 8:
+            self.assertTrue(select.select([line], [], [], PATIENCE)[0], "a request")
+            got += os.read(line, 8 - len(got))
+
+    def lose_port(self, host, line, form):
+        """Behind the next request. Gives what is said, of which the last line is the cause for programs."""
+        self.await_request(line)
+        os.close(line)
+        rest = host.stdout.read()
+        self.assertEqual(1, host.wait(PATIENCE))
+        if form:
+            self.assertEqual("port_lost", json.loads(rest.splitlines()[-1])["cause"])
+        return rest
+
+    def test_a_probe_whose_port_goes(self):
+        for form in ([], ["--json"]):
+            host, line = self.beside("--probe", "7", "-P", "none", "-s", "2", "-o", "3600", *form, "PORT", "4x1..20")
+            os.write(line, frame("07 03 02 00 05"))
+            rest = self.lose_port(host, line, form)
+            self.assertIn("the port is gone, and not all was known yet", rest)
+            for finding in ("holes", "readable", "largest", "-o 0.1", "--max-words"):
+                self.assertNotIn(finding, rest)
+
+    def test_a_time_out_is_advised_where_one_was_measured(self):
+        for form in ([], ["--json"]):
+            host, line = self.beside("--probe", "7", "-P", "none", "-s", "2", "-o", "0.5", *form, "PORT", "4x1")
+            os.write(line, frame("07 03 02 00 05"))
+            self.await_request(line)
+            os.write(line, frame("07 03 02 00 05"))
+            rest = host.stdout.read()
+            os.close(line)
+            self.assertEqual(1, host.wait(PATIENCE))
+            self.assertRegex(rest, "-b 19200 -P none -s 2 -a 7 --max-words 2[ \"](?!-o)")
+            if form:
+                told = json.loads(rest.splitlines()[-1])
+                self.assertEqual([None] * 4, [told[key] for key in ("reply_median_ms", "reply_longest_ms", "block_ms",
+                                                                    "silence_ms")])
+            else:
+                self.assertIn("replies begin:  not measured, it answers no more", rest)
 
     def test_misuse(self):
         for arguments, reason in ((["4x1", "4x5"], "one range"), (["4x_double1"], "write the range as 4x1..120"),

@@ -27,12 +27,27 @@ protected:
         return made.run();
     }
 
+    Bytes answerTo(const Bytes &request) const
+    {
+        const int first = request[2] * 256 + request[3];
+        const int count = request[4] * 256 + request[5];
+        const auto hole = holes.lower_bound(first);
+        const bool missing = hole != holes.end() && *hole < first + count;
+        if (count <= most && !missing)
+            return goodReply(request);
+        if (silentRefusals)
+            return Bytes();
+        return withCrc(
+            {request[0], static_cast<unsigned char>(request[1] | 0x80), static_cast<unsigned char>(missing ? 2 : 3)});
+    }
+
     VirtualLine line;
     rtu::LineParameters parameters;
     rtu::ProbeSettings settings;
     std::set<int> holes; ///< zero-based
     int most = 125;      ///< in one request
     rtu::Duration wantedSilence{0};
+    rtu::Duration lateness{0};
     bool silentRefusals = false;
     bool echoes = false;
     bool paced = true;
@@ -53,24 +68,10 @@ private:
         if (reply.empty())
             return;
         if (!paced)
-            return line.receive(milliseconds(1), reply);
-        const rtu::Duration delay = requestEnd - line.now() + milliseconds(4);
+            return line.receive(milliseconds(1) + lateness, reply);
+        const rtu::Duration delay = requestEnd - line.now() + milliseconds(4) + lateness;
         line.receivePaced(delay + timing.characters(1), timing.characters(1), reply);
         m_free = line.now() + delay + timing.characters(reply.size());
-    }
-
-    Bytes answerTo(const Bytes &request) const
-    {
-        const int first = request[2] * 256 + request[3];
-        const int count = request[4] * 256 + request[5];
-        const auto hole = holes.lower_bound(first);
-        const bool missing = hole != holes.end() && *hole < first + count;
-        if (count <= most && !missing)
-            return goodReply(request);
-        if (silentRefusals)
-            return Bytes();
-        return withCrc(
-            {request[0], static_cast<unsigned char>(request[1] | 0x80), static_cast<unsigned char>(missing ? 2 : 3)});
     }
 
     rtu::TimePoint m_free = rtu::TimePoint(); ///< when the line fell silent
@@ -225,6 +226,57 @@ TEST_F(StationProbe, AFrameThatIsLostIsNoHole)
     EXPECT_FALSE(result.silenceFound);
 }
 
+TEST_F(StationProbe, AReplyBehindTheTimeOutIsNotTakenForTheNextOne)
+{
+    holes = {50};
+    most = 32;
+    int asked = 0;
+    otherAnswer = [&](const Bytes &request) {
+        ++asked;
+        lateness = milliseconds(asked % 7 == 2 || asked % 7 == 3 || asked % 7 == 5 ? 190 : 0);
+        return answerTo(request);
+    };
+    for (bool pace : {true, false}) {
+        paced = pace;
+        const rtu::ProbeResult result = probe();
+        EXPECT_EQ("0+50 51+69 ", text(result.readable)) << pace;
+        EXPECT_EQ("50+1 ", text(result.holes)) << pace;
+        EXPECT_EQ(32, result.largestBlock) << pace;
+        EXPECT_LE(result.replyLongest, milliseconds(5)) << pace;
+    }
+}
+
+TEST_F(StationProbe, NamesTheCauseOfRepliesThatAreAllLate)
+{
+    for (int late : {97, 150, 190, 350, 900}) {
+        lateness = milliseconds(late);
+        line.sent.clear();
+        const rtu::ProbeResult result = probe();
+        EXPECT_EQ(rtu::Cause::Late, result.why.cause) << late;
+        EXPECT_TRUE(result.readable.empty() && result.holes.empty()) << late;
+        EXPECT_EQ(3u, line.sent.size()) << late;
+    }
+}
+
+TEST_F(StationProbe, LosesThePortWhileItListensForALateReply)
+{
+    line.unplugAfter(milliseconds(900));
+    otherAnswer = [](const Bytes &) { return Bytes(); };
+    EXPECT_EQ(rtu::Cause::PortLost, probe().why.cause);
+    EXPECT_EQ(1u, line.sent.size());
+}
+
+TEST_F(StationProbe, MeasuresNothingOfAStationThatFellSilent)
+{
+    settings.count = 1;
+    otherAnswer = [this](const Bytes &request) { return line.sent.size() <= 2 ? answerTo(request) : Bytes(); };
+    const rtu::ProbeResult result = probe();
+    EXPECT_EQ("0+1 ", text(result.readable));
+    EXPECT_FALSE(result.silenceFound);
+    EXPECT_FALSE(result.measured);
+    EXPECT_EQ(8u, line.sent.size()) << "not asked for ever";
+}
+
 TEST_F(StationProbe, AnEchoIsNoReply)
 {
     echoes = true;
@@ -251,6 +303,30 @@ TEST_F(StationProbe, EndsWithThePort)
     line.unplugAfter(milliseconds(30));
     otherAnswer = [](const Bytes &) { return Bytes(); };
     EXPECT_EQ(rtu::Cause::PortLost, probe().why.cause);
+}
+
+TEST_F(StationProbe, SaysThatThePortIsGoneWheneverItWent)
+{
+    holes = {5};
+    most = 20;
+    probe();
+    const std::size_t requests = line.sent.size();
+    ASSERT_LT(50u, requests);
+    for (std::size_t last = 1; last <= requests; ++last) {
+        line.sent.clear();
+        line.plugged = true;
+        otherAnswer = [&](const Bytes &request) {
+            if (line.sent.size() < last)
+                return answerTo(request);
+            line.unplugAfter(milliseconds(0));
+            return Bytes();
+        };
+        const rtu::ProbeResult result = probe();
+        EXPECT_EQ(rtu::Cause::PortLost, result.why.cause) << last;
+        EXPECT_FALSE(result.why.text.empty()) << last;
+        EXPECT_TRUE(result.holes.empty() || text(result.holes) == "5+1 ") << last << ": " << text(result.holes);
+        EXPECT_EQ(last, line.sent.size());
+    }
 }
 
 TEST_F(StationProbe, EndsWhenItIsToldTo)
