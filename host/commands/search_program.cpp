@@ -6,12 +6,14 @@
 #include "host/search/port_trouble.h"
 #include "host/search/station_search.h"
 #include "host/text/json.h"
+#include "host/text/numbers.h"
 #include "host/text/wall_clock.h"
 #include "kit/line/make_line.h"
 
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <numeric>
 #include <stdexcept>
 
@@ -96,16 +98,23 @@ std::string progressText(const SearchProgress &progress)
            + durationText(progress.left) + " at most";
 }
 
-std::string commandText(const Options &options, const FoundStation &found)
+/** Polling waits for a second: a slow station is given several times what it took. */
+std::string patienceOption(const FoundStation &found)
 {
-    return "rtuhost " + parameterOptions(found.parameters) + " -a " + std::to_string(found.station) + " " + options.port
-           + " 4x1";
+    const double seconds = std::ceil(3 * toSeconds(found.replyTime));
+    return seconds > 1 ? " -o " + general(seconds, 6) : std::string();
 }
 
-Diagnosis whyNobody(const StationSearch &search, bool ended)
+std::string commandText(const Options &options, const FoundStation &found)
+{
+    return "rtuhost " + parameterOptions(found.parameters) + " -a " + std::to_string(found.station)
+           + patienceOption(found) + " " + options.port + " 4x1";
+}
+
+Diagnosis diagnosisOf(const StationSearch &search)
 {
     Diagnosis diagnosis;
-    diagnosis.cause = ended ? Cause::Ended : search.cause();
+    diagnosis.cause = search.cause();
     diagnosis.text = causeText(diagnosis.cause);
     return diagnosis;
 }
@@ -139,16 +148,15 @@ int findStations(const Options &options, std::ostream &out, std::ostream &err)
     });
     search.run();
     err << wipe << std::flush;
-    if (all.empty()) {
-        const Diagnosis why = whyNobody(search, target.asked());
-        err << "nobody answers: " << diagnosisText(why) << '\n';
+    const Diagnosis why = diagnosisOf(search);
+    if (why.cause != Cause::None) {
+        err << (all.empty() ? "nobody answers: " : "the search was cut short: ") << diagnosisText(why) << '\n';
         if (!lines)
             out << diagnosisJson(why) << '\n';
-        return 1;
     }
-    if (lines && !options.quiet)
+    if (lines && !options.quiet && !all.empty() && why.cause != Cause::PortLost)
         out << "go on with: " << commandText(options, all.front()) << '\n';
-    return 0;
+    return why.cause == Cause::None ? 0 : 1;
 }
 
 } // namespace rtu

@@ -186,6 +186,8 @@ Cause LineSigns::cause() const
         return Cause::Garbage;
     if (damaged > 0)
         return Cause::Noise;
+    if (late > 0)
+        return Cause::Late;
     if (strays > 0)
         return Cause::Stray;
     return echoes > 0 ? Cause::Echo : Cause::Silent;

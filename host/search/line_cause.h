@@ -71,6 +71,7 @@ struct LineSigns
     int foreignStations = 0;   ///< whole replies of others
     int foreignFunctions = 0;  ///< whole replies to other requests
     int strays = 0;            ///< times when bytes came unasked
+    int late = 0;              ///< replies to requests that were given up before
     std::string foreignAnswer; ///< the last of those in words
 
     void note(const Transaction &transaction);

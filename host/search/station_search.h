@@ -5,6 +5,7 @@
 #ifndef RTU_HOST_SEARCH_STATION_SEARCH_H
 #define RTU_HOST_SEARCH_STATION_SEARCH_H
 
+#include "host/search/late_replies.h"
 #include "host/search/line_asker.h"
 #include "host/search/line_cause.h"
 
@@ -13,6 +14,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -59,7 +61,8 @@ public:
     /**
      * Asks the likeliest stations with all parameters first, then the others. As soon
      * as one has answered, the rest is asked with its parameters alone: all stations of
-     * a line share them.
+     * a line share them. Where a station turns out to be slower than the time-out, it
+     * is asked again, and those behind it, with a longer one.
      *
      * @return how many were found
      */
@@ -68,7 +71,7 @@ public:
     void stop() { m_stopping = true; }
 
     const LineSigns &signs() const { return m_signs; }
-    /** Why nobody answered, as far as it can be told. */
+    /** Why not all were asked, or why nobody answered, as far as it can be told. */
     Cause cause() const;
 
 private:
@@ -80,10 +83,15 @@ private:
 
     std::vector<Group> groups() const;
     bool askGroup(const LineParameters &parameters, const Group &group);
-    bool ask(LineAsker &asker, const LineParameters &parameters, int station);
-    void report(const LineParameters &parameters, int station);
-    Duration timeOf(const LineParameters &parameters) const;
+    std::size_t askNext(LineAsker &asker, const LineParameters &parameters, const Group &group, std::size_t place);
+    std::size_t goBack(LineAsker &asker, const LineParameters &parameters, const Group &group, const Transaction &late,
+                       const Transaction &earlier);
+    void tell(const Transaction &answer, const LineParameters &parameters);
+    int found() const { return static_cast<int>(m_found.size()); }
+    void report(const LineParameters &parameters, const Group &group, std::size_t place);
+    Duration timeOf(const LineParameters &parameters, std::size_t stations) const;
     bool over() const { return m_stopping || m_lost; }
+    bool endsEarly();
 
     const SearchSettings m_settings;
     const OpenLine m_open;
@@ -91,9 +99,12 @@ private:
     std::function<void(const SearchProgress &)> m_onProgress;
     std::atomic<bool> m_stopping{false};
     bool m_lost = false;
+    bool m_cutShort = false; ///< some were not asked
+    Duration m_patience;     ///< for the stations of the line
+    LateReplies m_lateReplies;
     LineSigns m_signs;
     SearchProgress m_progress;
-    int m_found = 0;
+    std::set<int> m_found; ///< stations
     int m_opened = 0;
 };
 

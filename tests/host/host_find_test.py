@@ -121,6 +121,24 @@ class Finding(RtuHostTest):
             else:
                 self.assertIn("replies begin:  not measured, it answers no more", rest)
 
+    def test_a_search_whose_port_goes(self):
+        for form in ([], ["--json"]):
+            host, line = self.beside("--find", "PORT", "-a", "1-2", "-o", "3600", *form)
+            os.write(line, frame("01 03 02 00 05"))
+            rest = self.lose_port(host, line, form)
+            self.assertIn("the search was cut short: the port is gone", rest)
+            self.assertNotIn("go on with", rest)
+
+    def test_a_search_that_is_ended(self):
+        host, line = self.beside("--find", "PORT", "-b", "9600", "-o", "2")
+        os.write(line, frame("01 03 02 00 05"))
+        self.read_until(host, "station 1 answers")
+        status, rest = self.end(host)
+        os.close(line)
+        self.assertEqual(1, status)
+        self.assertIn("the search was cut short: ended before all were asked\n", rest)
+        self.assertIn("go on with: rtuhost -b 9600", rest)
+
     def test_misuse(self):
         for arguments, reason in ((["4x1", "4x5"], "one range"), (["4x_double1"], "write the range as 4x1..120"),
                                   (["4x1=5"], "values to write do not go with --probe")):

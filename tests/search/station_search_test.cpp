@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <numeric>
 #include <set>
 
@@ -205,6 +206,165 @@ INSTANTIATE_TEST_SUITE_P(
         SearchCase{"garbage", [](const Bytes &) { return hex("FE 00 F8 80"); }, "not so that it can be read"},
         SearchCase{"ascii", [](const Bytes &) { return hex("3A 30 31 38 33 30 32 0D 0A"); }, "Modbus ASCII"},
         SearchCase{"another's reply", [](const Bytes &) { return frame("F7 03 02 00 07"); }, "another master"}));
+
+/** A search of some stations, all with the parameters of the port. */
+rtu::SearchSettings amongStations(int most)
+{
+    rtu::SearchSettings settings = everything();
+    settings.parameters.resize(1);
+    settings.stations.resize(static_cast<std::size_t>(most));
+    return settings;
+}
+
+TEST(StationSearch, SaysThatItWasCutShort)
+{
+    for (int asked : {1, 2, 4, 9, 11}) { // within a group and between two
+        Port port;
+        port.answer = [](const rtu::LineParameters &, const Bytes &request) { return goodReply(request); };
+        rtu::StationSearch search(amongStations(12), port.opener());
+        search.onFound([&](const rtu::FoundStation &found) {
+            if (found.station == asked)
+                search.stop();
+        });
+        EXPECT_EQ(asked, search.run());
+        EXPECT_EQ(rtu::Cause::Ended, search.cause()) << asked;
+    }
+}
+
+TEST(StationSearch, IsNotCutShortByAStopBehindTheLastStation)
+{
+    Port port;
+    port.answer = [](const rtu::LineParameters &, const Bytes &request) { return goodReply(request); };
+    rtu::StationSearch search(amongStations(12), port.opener());
+    search.onFound([&](const rtu::FoundStation &found) {
+        if (found.station == 12)
+            search.stop();
+    });
+    EXPECT_EQ(12, search.run());
+    EXPECT_EQ(rtu::Cause::None, search.cause());
+}
+
+TEST(StationSearch, SaysThatThePortIsGoneAlsoBehindTheFirstStationFound)
+{
+    for (int last : {1, 2, 4, 12}) {
+        std::vector<int> asked;
+        rtu::StationSearch search(amongStations(12), [&](const rtu::LineParameters &) {
+            std::unique_ptr<VirtualLine> line(new VirtualLine);
+            line->slave = [&](VirtualLine &self, const Bytes &request) {
+                asked.push_back(request[0]);
+                if (request[0] == last)
+                    self.unplugAfter(milliseconds(5));
+                else
+                    self.receive(milliseconds(20), goodReply(request));
+            };
+            return line;
+        });
+        EXPECT_EQ(last - 1, search.run());
+        EXPECT_EQ(last, asked.back());
+        EXPECT_EQ(rtu::Cause::PortLost, search.cause()) << last;
+    }
+}
+
+TEST(StationSearch, SaysThatThePortIsGoneWhenItDoesNotOpenAgain)
+{
+    Port port;
+    port.answer = [](const rtu::LineParameters &, const Bytes &request) { return goodReply(request); };
+    const rtu::StationSearch::OpenLine open = port.opener();
+    rtu::StationSearch search(amongStations(12), [&](const rtu::LineParameters &parameters) {
+        return port.opened == 0 ? open(parameters) : std::unique_ptr<rtu::Line>();
+    });
+    EXPECT_EQ(1, search.run());
+    EXPECT_EQ(rtu::Cause::PortLost, search.cause());
+}
+
+TEST(StationSearch, FindsStationsThatAnswerLate)
+{
+    struct Late
+    {
+        int delay;
+        std::vector<int> stations;
+    };
+    const Late cases[] = {{230, {1}},       {390, {1}},     {300, {2}},
+                          {300, {10}},      {300, {12}},    {300, {3, 4}},
+                          {500, {3, 5, 6}}, {900, {4, 12}}, {300, {1, 2, 9, 10, 11, 12}}};
+    for (const Late &late : cases) {
+        Port port;
+        port.delay = milliseconds(late.delay);
+        port.answer = [&](const rtu::LineParameters &, const Bytes &request) {
+            const bool there = std::count(late.stations.begin(), late.stations.end(), request[0]) > 0;
+            return there ? goodReply(request) : Bytes();
+        };
+        rtu::StationSearch search(amongStations(12), port.opener());
+        std::vector<int> found;
+        search.onFound([&](const rtu::FoundStation &station) {
+            found.push_back(station.station);
+            EXPECT_LE(station.replyTime, milliseconds(late.delay)); // which the request's own time is a part of
+            EXPECT_GE(station.replyTime, milliseconds(late.delay - 5));
+        });
+        search.run();
+        EXPECT_EQ(late.stations, found) << late.delay << " ms, first " << late.stations[0];
+        EXPECT_EQ(rtu::Cause::None, search.cause());
+    }
+}
+
+TEST(StationSearch, FindsAQuickStationBesideALateOneOnce)
+{
+    Port port;
+    port.answer = [&](const rtu::LineParameters &, const Bytes &request) {
+        port.delay = milliseconds(request[0] == 3 ? 300 : 20);
+        return request[0] == 3 || request[0] == 4 || request[0] == 6 ? goodReply(request) : Bytes();
+    };
+    rtu::StationSearch search(amongStations(12), port.opener());
+    std::vector<int> found;
+    search.onFound([&](const rtu::FoundStation &station) { found.push_back(station.station); });
+    EXPECT_EQ(3, search.run());
+    EXPECT_EQ((std::vector<int>{4, 3, 6}), found);
+}
+
+TEST(StationSearch, TellsALateReplyThatDoesNotComeAgainFromAnotherMasters)
+{
+    Port port;
+    port.delay = milliseconds(300);
+    bool answered = false;
+    port.answer = [&](const rtu::LineParameters &, const Bytes &request) {
+        if (request[0] != 3 || answered)
+            return Bytes();
+        answered = true;
+        return goodReply(request);
+    };
+    rtu::StationSearch search(amongStations(12), port.opener());
+    EXPECT_EQ(0, search.run());
+    EXPECT_EQ(rtu::Cause::Late, search.cause());
+}
+
+/** Adds up for how long it was there. */
+class TimedLine : public VirtualLine
+{
+public:
+    explicit TimedLine(rtu::Duration &total) : m_total(total) {}
+    ~TimedLine() override { m_total += now() - m_begin; }
+
+private:
+    rtu::Duration &m_total;
+    const rtu::TimePoint m_begin = now();
+};
+
+TEST(StationSearch, ListensLongerOnlyAtTheEndOfAGroup)
+{
+    rtu::Duration taken(0);
+    rtu::StationSearch search(amongStations(247), [&](const rtu::LineParameters &) {
+        return std::unique_ptr<rtu::Line>(new TimedLine(taken));
+    });
+    rtu::Duration left(0);
+    search.onProgress([&](const rtu::SearchProgress &progress) {
+        if (progress.asked == 0)
+            left = progress.left;
+    });
+    EXPECT_EQ(0, search.run());
+    const rtu::LineTiming timing(amongStations(1).parameters[0]);
+    EXPECT_EQ((milliseconds(200) * (247 + 3) + (timing.characters(8) + timing.silence()) * 247).count(), left.count());
+    EXPECT_EQ(left.count(), taken.count()) << "as was said before";
+}
 
 TEST(StationSearch, TellsThatThePortTakesNoneOfTheParameters)
 {
