@@ -99,6 +99,7 @@ public:
         for (const Block &block : m_blocks)
             addValues(m_driver, block, checksum);
     }
+    void writeWithdrawn(const rtu::Area &) override {}
     void stationSilent(int) override {}
     void stationBack(int) override {}
     void portChanged(bool) override {}
