@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdint>
+#include <limits>
 #include <stdexcept>
 
 namespace rtu {
@@ -15,11 +16,13 @@ namespace {
 
 const Duration SleepSlice = std::chrono::milliseconds(200);
 
+/** Where time_t has 32 bits, 68 years stand for all that is longer: cut off, it could be any time, also none. */
 timespec toTimespec(Duration duration)
 {
+    const long long longest = std::numeric_limits<time_t>::max();
     const long long time = std::chrono::duration_cast<std::chrono::nanoseconds>(duration).count();
     timespec result;
-    result.tv_sec = static_cast<time_t>(time / 1000000000);
+    result.tv_sec = static_cast<time_t>(std::min(time / 1000000000, longest));
     result.tv_nsec = static_cast<long>(time % 1000000000);
     return result;
 }
