@@ -169,7 +169,7 @@ void LinkCore::add(const TagRecordPtr &record)
 {
     postRequest([this, record] {
         m_tags.add(record);
-        if (m_portAway || m_poller.health().dead(record->layout->definition().station))
+        if (m_poller.portAway() || m_poller.health().dead(record->layout->definition().station))
             m_tags.recordSilent(record);
         m_replan = true;
     });
@@ -561,7 +561,6 @@ void LinkCore::stationBack(int station)
 
 void LinkCore::portChanged(bool open)
 {
-    m_portAway = !open;
     if (!open) {
         m_tags.allSilent();
         m_paced.portLost();

@@ -123,7 +123,6 @@ private:
     int m_writesInRow = 0;    ///< since the last read that is none of the plan
     bool m_pacedNext = false; ///< a one-off read had the last turn
     bool m_replan = true;
-    bool m_portAway = false;           ///< it was tried, and is not there
     bool m_changed = false;            ///< the driver reported a change since the last request ended
     ReadJobPtr m_readBack;             ///< under way
     std::vector<Task> m_tasks;         ///< guarded by the lock: what other threads ask for

@@ -175,7 +175,7 @@ void Poller::portOpened()
 /** However long nobody stepped: what has waited too long for a port that was away does not go out when it is back. */
 void Poller::endWaits()
 {
-    if (m_portKnown && !m_portOpen)
+    if (portAway())
         m_client.portAway();
 }
 

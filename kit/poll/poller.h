@@ -38,6 +38,8 @@ public:
     bool portOpen() const { return m_portOpen; }
     /** Somebody else has opened it: what is asked for from now on has its port. */
     void portOpened();
+    /** It was tried, and is not there. */
+    bool portAway() const { return m_portKnown && !m_portOpen; }
     /** Leaves no frame in the driver that waits for its reply: it may be set up anew then. */
     void settle();
     /** A request is on its way through the driver, and some of it may have been sent. */
